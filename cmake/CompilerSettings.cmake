@@ -1,0 +1,19 @@
+# Warnings, the compiler cache and the precompiled-header rules that all targets of this project share.
+
+set(videoAnalysisWarnings -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual)
+
+# Gives TARGET the project's warnings, without passing them on to whoever links it. Presets make them errors.
+function(videoanalysis_warnings TARGET)
+    target_compile_options(${TARGET} PRIVATE ${videoAnalysisWarnings})
+endfunction()
+
+find_program(CCACHE_PROGRAM ccache)
+mark_as_advanced(CCACHE_PROGRAM)
+if(CCACHE_PROGRAM AND PROJECT_IS_TOP_LEVEL AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    # The settings that let the cache work together with precompiled headers.
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env
+        CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime ${CCACHE_PROGRAM})
+    if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+        add_compile_options(-fpch-preprocess)
+    endif()
+endif()
