@@ -1,0 +1,38 @@
+# Checks of the tree as a whole: which way includes point, a second standard library, and the installed package.
+
+find_package(Python3 REQUIRED COMPONENTS Interpreter)
+
+add_test(NAME layering COMMAND Python3::Interpreter "${PROJECT_SOURCE_DIR}/tools/check-layering.py" "${PROJECT_SOURCE_DIR}")
+set_tests_properties(layering PROPERTIES TIMEOUT 30)
+
+# The component compiles with clang and libc++ as well. One stamp per file, so that only what has changed is compiled.
+find_program(LIBCXX_COMPILER clang++-14)
+mark_as_advanced(LIBCXX_COMPILER)
+if(LIBCXX_COMPILER)
+    file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/VideoAnalysis/*.cpp")
+    set(stamps)
+    foreach(source IN LISTS sources)
+        file(RELATIVE_PATH name "${PROJECT_SOURCE_DIR}" "${source}")
+        set(stamp "${CMAKE_CURRENT_BINARY_DIR}/libcxx/${name}.stamp")
+        cmake_path(GET stamp PARENT_PATH folder)
+        file(MAKE_DIRECTORY "${folder}")
+        add_custom_command(OUTPUT "${stamp}"
+            COMMAND ${LIBCXX_COMPILER} -stdlib=libc++ -std=c++20 -fsyntax-only ${videoAnalysisWarnings} -Werror
+                -I "${PROJECT_SOURCE_DIR}" -MD -MF "${stamp}.d" -MT "${stamp}" "${source}"
+            COMMAND ${CMAKE_COMMAND} -E touch "${stamp}"
+            DEPENDS "${source}" DEPFILE "${stamp}.d" COMMENT "Checking ${name} with libc++" VERBATIM)
+        list(APPEND stamps "${stamp}")
+    endforeach()
+    add_custom_target(component-libcxx DEPENDS ${stamps})
+    add_test(NAME component-libcxx
+        COMMAND ${CMAKE_COMMAND} --build "${PROJECT_BINARY_DIR}" --target component-libcxx --parallel 2)
+    set_tests_properties(component-libcxx PROPERTIES TIMEOUT 600 PROCESSORS 2)
+endif()
+
+# A project of somebody else's finds, builds with and runs the installed libraries.
+add_test(NAME install-consumer
+    COMMAND ${CMAKE_COMMAND}
+        -D "buildFolder=${PROJECT_BINARY_DIR}" -D "scratchFolder=${CMAKE_CURRENT_BINARY_DIR}/install-consumer"
+        -D "compiler=${CMAKE_CXX_COMPILER}" -D "flags=${CMAKE_CXX_FLAGS} ${CMAKE_CXX_FLAGS_RELWITHDEBINFO}"
+        -P "${CMAKE_CURRENT_SOURCE_DIR}/Install/InstallAndConsume.cmake")
+set_tests_properties(install-consumer PROPERTIES TIMEOUT 180)
