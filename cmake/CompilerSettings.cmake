@@ -1,6 +1,12 @@
 # Warnings, the compiler cache and the precompiled-header rules that all targets of this project share.
 
-set(videoAnalysisWarnings -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual)
+set(videoAnalysisWarnings -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Woverloaded-virtual)
+# A constructor's parameter may carry its member's name; g++ counts that as shadowing unless only locals are looked at.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  list(APPEND videoAnalysisWarnings -Wshadow=local)
+else()
+  list(APPEND videoAnalysisWarnings -Wshadow)
+endif()
 
 # Gives TARGET the project's warnings, without passing them on to whoever links it. Presets make them errors.
 function(videoanalysis_warnings TARGET)

@@ -1,0 +1,41 @@
+#include "VideoAnalysis/Platform/Dispatch.h"
+
+#include "VideoAnalysis/Platform/Platform.h"
+
+namespace videoanalysis::dispatch {
+
+void MainQueue::async(Block block) {
+    bool wasEmpty;
+    {
+        const std::lock_guard lock(mutex_);
+        wasEmpty = waiting_.empty();
+        waiting_.push_back(std::move(block));
+    }
+    if (wasEmpty) wake();
+}
+
+bool MainQueue::runTurn() {
+    if (isRunning_) return false;
+    {
+        const std::lock_guard lock(mutex_);
+        if (waiting_.empty()) return false;
+        waiting_.swap(running_);
+    }
+    isRunning_ = true;
+    for (Block& block : running_) {
+        block();
+        block = {};  // what a block holds is released before the next one runs
+    }
+    running_.clear();
+    isRunning_ = false;
+    return true;
+}
+
+bool MainQueue::isEmpty() const {
+    const std::lock_guard lock(mutex_);
+    return waiting_.empty();
+}
+
+MainQueue& mainQueue() { return platform().mainQueue(); }
+
+}  // namespace videoanalysis::dispatch

@@ -1,0 +1,157 @@
+#pragma once
+// Work queues: the main queue on which the whole component runs, concurrent queues that guard a value, and timers. The
+// store delivers every state through the main queue; a platform decides when it is drained.
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <shared_mutex>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace videoanalysis::dispatch {
+
+/// A move-only function () -> nothing. Callables of up to 56 bytes are kept inside, so that posting them does not allocate.
+class Block {
+public:
+    Block() = default;
+
+    template <class F, class = std::enable_if_t<!std::is_same_v<std::decay_t<F>, Block>>>
+    Block(F&& callable) {  // NOLINT: implicit on purpose, any callable is a block
+        using Callable = std::decay_t<F>;
+        if constexpr (sizeof(Callable) <= inlineSize && alignof(Callable) <= alignof(void*) &&
+                      std::is_nothrow_move_constructible_v<Callable>) {
+            new (storage_) Callable(std::forward<F>(callable));
+            operations_ = &inlineOperations<Callable>;
+        } else {
+            new (storage_) Callable*(new Callable(std::forward<F>(callable)));
+            operations_ = &heapOperations<Callable>;
+        }
+    }
+
+    Block(Block&& other) noexcept { take(other); }
+    Block& operator=(Block&& other) noexcept {
+        if (this != &other) {
+            reset();
+            take(other);
+        }
+        return *this;
+    }
+    Block(const Block&) = delete;
+    Block& operator=(const Block&) = delete;
+    ~Block() { reset(); }
+
+    explicit operator bool() const { return operations_ != nullptr; }
+    void operator()() { operations_->call(storage_); }
+
+private:
+    static constexpr std::size_t inlineSize = 56;
+
+    struct Operations {
+        void (*call)(void* storage);
+        void (*relocate)(void* from, void* to) noexcept;
+        void (*destroy)(void* storage) noexcept;
+    };
+
+    template <class Callable>
+    static constexpr Operations inlineOperations = {
+        [](void* storage) { (*std::launder(static_cast<Callable*>(storage)))(); },
+        [](void* from, void* to) noexcept {
+            auto* callable = std::launder(static_cast<Callable*>(from));
+            new (to) Callable(std::move(*callable));
+            callable->~Callable();
+        },
+        [](void* storage) noexcept { std::launder(static_cast<Callable*>(storage))->~Callable(); }};
+
+    template <class Callable>
+    static constexpr Operations heapOperations = {
+        [](void* storage) { (**static_cast<Callable**>(storage))(); },
+        [](void* from, void* to) noexcept { new (to) Callable*(*static_cast<Callable**>(from)); },
+        [](void* storage) noexcept { delete *static_cast<Callable**>(storage); }};
+
+    void take(Block& other) noexcept {
+        operations_ = std::exchange(other.operations_, nullptr);
+        if (operations_) operations_->relocate(other.storage_, storage_);
+    }
+    void reset() noexcept {
+        if (operations_) std::exchange(operations_, nullptr)->destroy(storage_);
+    }
+
+    alignas(void*) unsigned char storage_[inlineSize];
+    const Operations* operations_ = nullptr;
+};
+
+/// A queue to which blocks are posted. Blocks run in the order in which they were posted, on the queue's own thread.
+class Queue {
+public:
+    virtual ~Queue() = default;
+    /// Any thread. Returns at once; the block runs later.
+    virtual void async(Block block) = 0;
+    /// Any thread. Runs the block once, `seconds` (0 or more) from now.
+    virtual void asyncAfter(double seconds, Block block) = 0;
+};
+
+/// The queue of the thread that owns the user interface. Work is done in turns: a turn runs the blocks that were waiting
+/// when it began, and blocks posted meanwhile belong to the next one. The platform runs the turns.
+class MainQueue : public Queue {
+public:
+    void async(Block block) final;
+
+    /// Runs one turn and says whether there was anything to run. Main thread; called from inside a block of the queue it
+    /// does nothing.
+    bool runTurn();
+    /// Any thread.
+    bool isEmpty() const;
+
+protected:
+    /// Called once each time a block is posted to the empty queue, on the posting thread, without a lock held.
+    virtual void wake() = 0;
+
+private:
+    mutable std::mutex mutex_;
+    std::vector<Block> waiting_;
+    std::vector<Block> running_;
+    bool isRunning_ = false;
+};
+
+/// The installed platform's main queue.
+MainQueue& mainQueue();
+
+/// Guards data: readers may run together, a barrier runs alone. Both calls return when the work is done.
+class ConcurrentQueue {
+public:
+    explicit ConcurrentQueue(std::string label) : label_(std::move(label)) {}
+
+    const std::string& label() const { return label_; }
+
+    template <class Work>
+    decltype(auto) sync(Work&& work) const {
+        const std::shared_lock lock(mutex_);
+        return std::forward<Work>(work)();
+    }
+    template <class Work>
+    decltype(auto) syncBarrier(Work&& work) {
+        const std::unique_lock lock(mutex_);
+        return std::forward<Work>(work)();
+    }
+
+private:
+    std::string label_;
+    mutable std::shared_mutex mutex_;
+};
+
+/// A timer on the main run loop, made by `Platform::scheduleTimer`. Releasing it does not stop it; `invalidate` does.
+class Timer {
+public:
+    virtual ~Timer() = default;
+    /// True until it has fired (when it does not repeat) or was invalidated.
+    virtual bool isValid() const = 0;
+    /// Main thread. It never fires again.
+    virtual void invalidate() = 0;
+};
+
+}  // namespace videoanalysis::dispatch

@@ -1,0 +1,169 @@
+#pragma once
+// The media seam: rational times, a player with its item and layer, and the frames it shows. The video view and the player
+// controller drive it; a platform supplies one engine.
+
+#include "VideoAnalysis/Platform/Geometry.h"
+#include "VideoAnalysis/Platform/Image.h"
+#include "VideoAnalysis/Platform/URL.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace videoanalysis::media {
+
+/// A rational time: `value / timescale` seconds. Valid when `timescale` is positive and the valid flag is set.
+struct Time {
+    static constexpr std::uint32_t validFlag = 1;
+
+    std::int64_t value = 0;
+    std::int32_t timescale = 0;
+    std::uint32_t flags = 0;
+    std::int64_t epoch = 0;
+
+    Time() = default;
+    Time(std::int64_t value, std::int32_t timescale) : value(value), timescale(timescale), flags(timescale > 0 ? validFlag : 0) {}
+    static Time zero() { return {0, 1}; }
+    /// The multiple of 1 / `timescale` nearest to `seconds`; invalid for a value that is not finite or does not fit.
+    static Time fromSeconds(double seconds, std::int32_t timescale);
+
+    bool isValid() const { return (flags & validFlag) != 0 && timescale > 0; }
+    /// 0 for an invalid time.
+    double seconds() const { return isValid() ? static_cast<double>(value) / timescale : 0.0; }
+
+    /// Field by field; use `compare` for the order of moments.
+    friend bool operator==(const Time&, const Time&) = default;
+};
+
+/// Negative, zero or positive as `a` is before, at or after `b`; exact for every pair of valid times.
+int compare(const Time& a, const Time& b);
+
+/// One picture of a video. Immutable; may be held and read on any thread for as long as it is shown.
+class VideoFrame {
+public:
+    virtual ~VideoFrame() = default;
+    /// The moment from which it is shown, from the start of the clip.
+    virtual Time time() const = 0;
+    /// Its number in presentation order, from 0.
+    virtual std::int64_t index() const = 0;
+    /// In pixels, upright and with square pixels.
+    virtual Size size() const = 0;
+    /// The picture, upright, stretched to `width` x `height` pixels (positive), opaque. Any thread.
+    virtual Bitmap scaled(int width, int height) const = 0;
+};
+
+enum class ItemStatus { unknown = 0, readyToPlay = 1, failed = 2 };
+enum class AudioTimePitchAlgorithm { spectral, timeDomain, varispeed };
+
+struct VideoTrack {
+    Time minFrameDuration;  ///< the shortest distance between two frames
+    Size naturalSize;       ///< pixels, upright, square pixels
+};
+
+/// One clip as a player plays it. Main thread. Observers are called in a later turn of the main queue than the change.
+class PlayerItem {
+public:
+    virtual ~PlayerItem() = default;
+
+    virtual const URL& url() const = 0;
+    virtual ItemStatus status() const = 0;
+    /// Why the status is failed, one line; empty otherwise.
+    virtual std::string errorDescription() const = 0;
+    /// Zero until the item is ready.
+    virtual Time duration() const = 0;
+    /// Empty until the item is ready.
+    virtual std::vector<VideoTrack> videoTracks() const = 0;
+    /// The size of the upright picture in pixels; empty until the item is ready.
+    virtual Size presentationSize() const = 0;
+    virtual Time currentTime() const = 0;
+    virtual bool isPlaybackBufferEmpty() const = 0;
+
+    virtual bool canStepForward() const = 0;
+    virtual bool canStepBackward() const = 0;
+    /// Moves by `count` frames, back when negative, no further than the first or last frame. Counted from the frame asked
+    /// for last, which may not be on the screen yet.
+    virtual void step(std::int64_t count) = 0;
+
+    virtual void setAudioTimePitchAlgorithm(AudioTimePitchAlgorithm algorithm) = 0;
+
+    /// What an observer may be told of.
+    enum class Event { statusChanged, playedToEnd, failedToPlayToEnd };
+    /// Calls `observer` for every event until the returned token is released.
+    [[nodiscard]] virtual std::shared_ptr<void> observe(std::function<void(Event)> observer) = 0;
+};
+
+/// Plays one item. Main thread; observers and completions come in a later turn of the main queue.
+class Player {
+public:
+    virtual ~Player() = default;
+
+    virtual const std::shared_ptr<PlayerItem>& currentItem() const = 0;
+    /// 0 is paused, 1 the clip's own speed.
+    virtual float rate() const = 0;
+    /// 0 pauses; other values are limited to 0.1...8 and start playback.
+    virtual void setRate(float rate) = 0;
+    void play() { setRate(1.0F); }
+    void pause() { setRate(0.0F); }
+
+    /// The time of the frame that is shown, or, while playing, the moment of playback.
+    virtual Time currentTime() const = 0;
+    /// Shows the frame that covers `time`, limited to the clip. Zero tolerances ask for exactly that frame; wider ones allow
+    /// any frame within them that is there sooner. A newer seek or step overtakes it; `completion` (may be empty) then gets
+    /// false.
+    virtual void seek(const Time& time, const Time& toleranceBefore, const Time& toleranceAfter,
+                      std::function<void(bool finished)> completion = {}) = 0;
+
+    /// Calls `observer` with the current time about every `interval` of playback, and at every change of time by a step
+    /// or a seek. The token is opaque.
+    [[nodiscard]] virtual std::shared_ptr<void> addPeriodicTimeObserver(const Time& interval,
+                                                                        std::function<void(const Time&)> observer) = 0;
+    /// The observer of `token` is not called any more, not even for what has happened already.
+    virtual void removeTimeObserver(const std::shared_ptr<void>& token) = 0;
+    /// Calls `observer` after every change of `rate` until the returned token is released.
+    [[nodiscard]] virtual std::shared_ptr<void> observeRate(std::function<void()> observer) = 0;
+
+    /// The frame to show now; null before the first one is there.
+    virtual std::shared_ptr<const VideoFrame> currentFrame() const = 0;
+    /// Calls `observer` on the main thread whenever `currentFrame` has changed, until the returned token is released. For
+    /// the screen.
+    [[nodiscard]] virtual std::shared_ptr<void> observeFrame(std::function<void()> observer) = 0;
+};
+
+enum class VideoGravity { resizeAspect, resizeAspectFill, resize };
+
+/// Where a player's picture goes inside a view. Concrete: a screen reads it to paint.
+class PlayerLayer {
+public:
+    const std::shared_ptr<Player>& player() const { return player_; }
+    VideoGravity videoGravity() const { return gravity_; }
+    void setPlayer(std::shared_ptr<Player> player);
+    void setVideoGravity(VideoGravity gravity);
+
+    /// The rectangle that a picture of `videoSize` takes inside `bounds`, centred: whole inside for `resizeAspect`, filling
+    /// for `resizeAspectFill` (it may reach outside), `bounds` for `resize`. `bounds` when the picture has no size yet.
+    static Rect pictureRect(const Rect& bounds, Size videoSize, VideoGravity gravity);
+    /// That rectangle for the current item.
+    Rect videoRect(const Rect& bounds) const;
+
+    /// Told after each change of player or gravity; one, the screen's.
+    std::function<void()> changeObserver;
+
+private:
+    std::shared_ptr<Player> player_;
+    VideoGravity gravity_ = VideoGravity::resizeAspect;
+};
+
+/// Makes items and players. One per platform.
+class Engine {
+public:
+    virtual ~Engine() = default;
+    /// Returns at once; whether the clip can be played shows in the item's status later. Never null.
+    virtual std::shared_ptr<PlayerItem> makePlayerItem(const URL& url) = 0;
+    /// A paused player at time zero. `item` must come from this engine and belong to no other player.
+    virtual std::shared_ptr<Player> makePlayer(std::shared_ptr<PlayerItem> item) = 0;
+};
+
+}  // namespace videoanalysis::media

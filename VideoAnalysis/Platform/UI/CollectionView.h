@@ -1,0 +1,127 @@
+#pragma once
+// A scrolling view of cells that come from a data source and stand where a layout puts them. Only cells in sight exist; those
+// that leave it are used again. The players, their overlays and the ruler are collections.
+
+#include "VideoAnalysis/Platform/UI/Bundle.h"
+#include "VideoAnalysis/Platform/UI/CollectionViewLayout.h"
+#include "VideoAnalysis/Platform/UI/IndexPath.h"
+#include "VideoAnalysis/Platform/UI/ScrollView.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace videoanalysis::ui {
+
+class CollectionViewCell : public View {
+public:
+    const std::string& reuseIdentifier() const { return reuseIdentifier_; }
+    /// For the collection view that makes the cell.
+    void setReuseIdentifier(const std::string& identifier) { reuseIdentifier_ = identifier; }
+    /// Kind and address, for the debug log.
+    virtual std::string description() const;
+
+    virtual void connectOutlets(Outlets&) {}
+    /// The outlets are connected.
+    virtual void awakeFromNib() {}
+    virtual void prepareForReuse() {}
+};
+
+class CollectionViewDataSource {
+public:
+    virtual ~CollectionViewDataSource() = default;
+    virtual std::int64_t numberOfSections(CollectionView&) { return 1; }
+    virtual std::int64_t numberOfItemsInSection(CollectionView&, std::int64_t section) = 0;
+    /// Never null.
+    virtual std::shared_ptr<CollectionViewCell> cellForItemAt(CollectionView&, const IndexPath& indexPath) = 0;
+};
+
+/// The flow-layout questions are asked when the layout is a `FlowLayout`; an absent answer means the layout's own value.
+class CollectionViewDelegate : public ScrollViewDelegate {
+public:
+    virtual void willDisplay(CollectionView&, CollectionViewCell&, const IndexPath&) {}
+    virtual void didEndDisplaying(CollectionView&, CollectionViewCell&, const IndexPath&) {}
+    virtual void didSelectItemAt(CollectionView&, const IndexPath&) {}
+    virtual std::optional<Size> sizeForItemAt(CollectionView&, CollectionViewLayout&, const IndexPath&) { return {}; }
+    virtual std::optional<double> minimumLineSpacingForSectionAt(CollectionView&, CollectionViewLayout&, std::int64_t) {
+        return {};
+    }
+    virtual std::optional<double> minimumInteritemSpacingForSectionAt(CollectionView&, CollectionViewLayout&, std::int64_t) {
+        return {};
+    }
+};
+
+class CollectionView : public ScrollView {
+public:
+    CollectionView() = default;
+
+    /// Main thread. Null takes it away.
+    void setCollectionViewLayout(std::shared_ptr<CollectionViewLayout> layout);
+    const std::shared_ptr<CollectionViewLayout>& collectionViewLayout() const { return layout_; }
+
+    void setDataSource(std::weak_ptr<CollectionViewDataSource> dataSource);
+    std::shared_ptr<CollectionViewDataSource> dataSource() const { return dataSource_.lock(); }
+    void setCollectionViewDelegate(std::weak_ptr<CollectionViewDelegate> delegate);
+    std::shared_ptr<CollectionViewDelegate> collectionViewDelegate() const { return collectionDelegate_.lock(); }
+
+    bool isPrefetchingEnabled() const { return isPrefetchingEnabled_; }
+    void setPrefetchingEnabled(bool enabled) { isPrefetchingEnabled_ = enabled; }
+
+    void registerTemplate(std::shared_ptr<CellTemplate> cellTemplate, const std::string& reuseIdentifier);
+    void registerClass(std::function<std::shared_ptr<CollectionViewCell>()> make, const std::string& reuseIdentifier);
+    /// A cell that has left the screen or a new one; fatal when nothing is registered under `reuseIdentifier`.
+    std::shared_ptr<CollectionViewCell> dequeueReusableCell(const std::string& reuseIdentifier, const IndexPath& indexPath);
+
+    /// What the view believes: asked of the data source once after each reload, then kept up by insert and delete.
+    std::int64_t numberOfSections();
+    std::int64_t numberOfItemsInSection(std::int64_t section);
+
+    /// The cells in sight with their index paths, in layout order.
+    struct VisibleCell {
+        IndexPath indexPath;
+        std::shared_ptr<CollectionViewCell> cell;
+    };
+    const std::vector<VisibleCell>& visibleCells() const { return visible_; }
+    /// Null when the item is not in sight.
+    std::shared_ptr<CollectionViewCell> cellForItem(const IndexPath& indexPath) const;
+
+    /// Everything anew in the next layout.
+    void reloadData();
+    /// The data source already counts the new items. Fatal when its count does not fit.
+    void insertItems(const std::vector<IndexPath>& indexPaths);
+    /// The data source no longer counts them. Fatal when its count does not fit.
+    void deleteItems(const std::vector<IndexPath>& indexPaths);
+    /// New cells for these items in the next layout.
+    void reloadItems(const std::vector<IndexPath>& indexPaths);
+
+    /// For layouts: what they computed is out of date.
+    void layoutDidInvalidate();
+
+protected:
+    void layoutSubviews() override;
+    void boundsDidChange(const Rect& old) override;
+    void contentOffsetDidChange() override;
+
+private:
+    void loadCounts();
+    void checkCounts(std::int64_t section, const char* operation);
+    void updateVisibleCells();
+    void retire(VisibleCell cell, bool reusable);
+
+    std::shared_ptr<CollectionViewLayout> layout_;
+    std::weak_ptr<CollectionViewDataSource> dataSource_;
+    std::weak_ptr<CollectionViewDelegate> collectionDelegate_;
+    bool isPrefetchingEnabled_ = true;
+    std::map<std::string, std::function<std::shared_ptr<CollectionViewCell>()>> registered_;
+    std::map<std::string, std::vector<std::shared_ptr<CollectionViewCell>>> reusable_;
+    std::vector<std::int64_t> counts_;
+    bool hasCounts_ = false;
+    bool isLayoutValid_ = false;
+    bool mustReload_ = false;
+    std::vector<VisibleCell> visible_;
+};
+
+}  // namespace videoanalysis::ui

@@ -1,0 +1,100 @@
+#pragma once
+// Screens: a view controller with its life cycle and its presentation over another one, and the window that lies over a
+// screen. The platform's presenter shows and removes them and calls the appearance callbacks in later turns.
+
+#include "VideoAnalysis/Platform/Geometry.h"
+#include "VideoAnalysis/Platform/UI/View.h"
+
+#include <functional>
+#include <memory>
+
+namespace videoanalysis::ui {
+
+class Outlets;
+
+enum class ModalPresentationStyle { fullScreen, pageSheet, formSheet, overFullScreen, popover };
+
+/// Always made with `std::make_shared`. Main thread.
+class ViewController : public std::enable_shared_from_this<ViewController> {
+public:
+    using Completion = std::function<void()>;
+
+    ViewController() = default;
+    virtual ~ViewController() = default;
+    ViewController(const ViewController&) = delete;
+    ViewController& operator=(const ViewController&) = delete;
+
+    /// The root view. The first read calls `viewDidLoad`.
+    const std::shared_ptr<View>& view();
+    /// For storyboards and hosts, before the first read of `view`.
+    void setView(std::shared_ptr<View> view) { view_ = std::move(view); }
+    bool isViewLoaded() const { return isViewLoaded_; }
+
+    virtual void connectOutlets(Outlets&) {}
+    virtual void viewDidLoad() {}
+    virtual void viewWillAppear(bool /*animated*/) {}
+    virtual void viewDidAppear(bool /*animated*/) {}
+    virtual void viewWillDisappear(bool /*animated*/) {}
+    virtual void viewDidDisappear(bool /*animated*/) {}
+    /// The screen is about to change to `size` (a rotation).
+    virtual void viewWillTransition(Size /*size*/) {}
+
+    ModalPresentationStyle modalPresentationStyle() const { return modalPresentationStyle_; }
+    void setModalPresentationStyle(ModalPresentationStyle style) { modalPresentationStyle_ = style; }
+
+    /// Shows `viewController` over this one. `completion` (may be empty) runs when it is on the screen.
+    void present(const std::shared_ptr<ViewController>& viewController, bool animated, Completion completion);
+    /// Removes this controller from over the one that presented it; `completion` (may be empty) runs when it is gone, at
+    /// once in the next turn when it was not presented.
+    virtual void dismiss(bool animated, Completion completion);
+
+    std::shared_ptr<ViewController> presentingViewController() const { return presenting_.lock(); }
+    const std::shared_ptr<ViewController>& presentedViewController() const { return presented_; }
+    /// For the presenter: `presented` (null for none) now lies over this controller.
+    void setPresentedViewController(const std::shared_ptr<ViewController>& presented);
+
+private:
+    std::shared_ptr<View> view_;
+    bool isViewLoaded_ = false;
+    ModalPresentationStyle modalPresentationStyle_ = ModalPresentationStyle::fullScreen;
+    std::weak_ptr<ViewController> presenting_;
+    std::shared_ptr<ViewController> presented_;
+};
+
+/// A layer over a screen with a controller of its own. Hidden when made.
+class Window {
+public:
+    int tag = 0;
+    Color backgroundColor = Color::clear();
+
+    ~Window();
+
+    const std::shared_ptr<ViewController>& rootViewController() const { return root_; }
+    void setRootViewController(std::shared_ptr<ViewController> root);
+    bool isHidden() const { return isHidden_; }
+    /// The platform shows or hides it; the root controller's appearance callbacks come in a later turn.
+    void setHidden(bool hidden);
+
+private:
+    std::shared_ptr<ViewController> root_;
+    bool isHidden_ = true;
+};
+
+/// The platform's side of presentation. The calls return at once; what they bring about, appearance callbacks and completions
+/// included, comes in later turns of the main queue.
+class Presenter {
+public:
+    virtual ~Presenter() = default;
+    /// Shows `presented` over `presenting` in its presentation style; then calls `viewWillAppear`, `viewDidAppear` and
+    /// `completion`.
+    virtual void present(std::shared_ptr<ViewController> presenting, std::shared_ptr<ViewController> presented, bool animated,
+                         ViewController::Completion completion) = 0;
+    /// Removes `viewController`; calls `viewWillDisappear`, `viewDidDisappear` and `completion`.
+    virtual void dismiss(std::shared_ptr<ViewController> viewController, bool animated,
+                         ViewController::Completion completion) = 0;
+    /// Shows the root view of an overlay window over everything that is presented, with the screen's bounds.
+    virtual void showOverlay(std::shared_ptr<ViewController> root) = 0;
+    virtual void hideOverlay(std::shared_ptr<ViewController> root) = 0;
+};
+
+}  // namespace videoanalysis::ui

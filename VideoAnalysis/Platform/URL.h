@@ -1,0 +1,30 @@
+#pragma once
+// The location of a file, as the host gives it: a URL text or a plain path.
+
+#include <string>
+#include <utility>
+
+namespace videoanalysis {
+
+class URL {
+public:
+    URL() = default;
+    /// `text` is a URL ("file:///a/b.mp4") or a path ("/a/b.mp4").
+    explicit URL(std::string text) : text_(std::move(text)) {}
+
+    /// A "file://" URL for an absolute or relative path; characters that a URL reserves are percent-encoded.
+    static URL fileURL(const std::string& path);
+
+    const std::string& absoluteString() const { return text_; }
+    /// The path of a file URL with percent escapes decoded; the text itself when it has no scheme; empty for any other
+    /// scheme.
+    std::string path() const;
+    bool isFileURL() const;
+
+    friend bool operator==(const URL&, const URL&) = default;
+
+private:
+    std::string text_;
+};
+
+}  // namespace videoanalysis
