@@ -1,16 +1,12 @@
 # Warnings, the compiler cache and the precompiled-header rules that all targets of this project share.
 
 set(videoAnalysisWarnings -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Woverloaded-virtual)
-# A constructor's parameter may carry its member's name; g++ counts that as shadowing unless only locals are looked at.
-if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  list(APPEND videoAnalysisWarnings -Wshadow=local)
-else()
-  list(APPEND videoAnalysisWarnings -Wshadow)
-endif()
 
 # Gives TARGET the project's warnings, without passing them on to whoever links it. Presets make them errors.
 function(videoanalysis_warnings TARGET)
-    target_compile_options(${TARGET} PRIVATE ${videoAnalysisWarnings})
+    # A constructor's parameter may carry its member's name; g++ counts that as shadowing unless only locals are looked at.
+    target_compile_options(${TARGET} PRIVATE ${videoAnalysisWarnings}
+        $<IF:$<CXX_COMPILER_ID:GNU>,-Wshadow=local,-Wshadow>)
 endfunction()
 
 find_program(CCACHE_PROGRAM ccache)

@@ -3,6 +3,7 @@
 // component's controllers have added their targets.
 
 #include "VideoAnalysis/Platform/Image.h"
+#include "VideoAnalysis/Platform/UI/GestureRecognizer.h"
 #include "VideoAnalysis/Platform/UI/View.h"
 
 #include <functional>
@@ -44,6 +45,10 @@ public:
     void setImage(const Image& image) { set(image_, image, Property::image); }
     bool isSelected() const { return isSelected_; }
     void setSelected(bool selected) { set(isSelected_, selected, Property::isSelected); }
+
+    /// Null when nobody listens. The platform feeds it when the button is held down; a press that became a long one sends no
+    /// touch-up action.
+    std::shared_ptr<LongPressGestureRecognizer> longPressGestureRecognizer;
 
 private:
     std::string title_;

@@ -1,0 +1,133 @@
+#pragma once
+// The controller of one player: it owns the player's local store, turns the controls' presses into actions and applies each
+// new local state to the views. The reducers make one for every clip; the players manager binds it to its cells.
+
+#include "VideoAnalysis/Analysis/VideoAnalysisController.h"
+#include "VideoAnalysis/Platform/Media.h"
+#include "VideoAnalysis/Platform/UI/Control.h"
+#include "VideoAnalysis/Platform/UI/GestureRecognizer.h"
+#include "VideoAnalysis/Player/LocalState.h"
+#include "VideoAnalysis/Player/VideoView.h"
+#include "VideoAnalysis/Sketch/SketchView.h"
+#include "VideoAnalysis/Store/Store.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+namespace videoanalysis {
+
+namespace dispatch {
+class Timer;
+}
+class OverlayCollectionViewCell;
+class PlayerCollectionViewCell;
+class PlayerCollectionViewCellHUDView;
+
+/// Main thread.
+class PlayerCollectionViewCellController : public std::enable_shared_from_this<PlayerCollectionViewCellController>,
+                                           public StoreSubscriber<cell::LocalState>,
+                                           public SketchViewDelegate,
+                                           public VideoViewDelegate {
+    struct Private {};
+
+public:
+    using LocalState = cell::LocalState;
+    using UndoAction = cell::UndoAction;
+    using RedoAction = cell::RedoAction;
+    using ChangeCellVideoFillModeAction = cell::ChangeCellVideoFillModeAction;
+    using SetCellVideoPlayingStateAction = cell::SetCellVideoPlayingStateAction;
+    using SetCellVideoPlaybackRateAction = cell::SetCellVideoPlaybackRateAction;
+    using SetCellVideoTimeAction = cell::SetCellVideoTimeAction;
+    using SetHUDVisibleStateAction = cell::SetHUDVisibleStateAction;
+    using SetMediaControlHiddenStateAction = cell::SetMediaControlHiddenStateAction;
+    using SetTimeBasedDrawingsStateAction = cell::SetTimeBasedDrawingsStateAction;
+    using SetScrubbingDirectionStateAction = cell::SetScrubbingDirectionStateAction;
+    using SetEditingStateAction = cell::SetEditingStateAction;
+
+    /// A controller for `media`, the item at `index`; it subscribes itself to its own store.
+    static std::shared_ptr<PlayerCollectionViewCellController> make(VideoAnalysisController::Object media, std::int64_t index);
+
+    PlayerCollectionViewCellController(Private, VideoAnalysisController::Object media, std::int64_t index);
+    ~PlayerCollectionViewCellController() override;
+
+    std::int64_t index;
+    bool dragging = false;
+    bool isFirstLoad = true;
+    bool shouldObserveSeekBarChanges = true;
+    /// The screen over which this controller presents.
+    std::weak_ptr<ui::ViewController> presenteeViewController;
+    const std::shared_ptr<Store<LocalState>> localStore;
+
+    /// The item with its drawings as they are now: those on the sketch view once they have been loaded, until then the stack
+    /// that was given.
+    VideoAnalysisController::Object media() const;
+
+    std::shared_ptr<PlayerCollectionViewCell> cell() const { return cell_.lock(); }
+    /// Binds the cell: its video opens the item, its sketch view reports here.
+    void setCell(const std::shared_ptr<PlayerCollectionViewCell>& cell);
+    std::shared_ptr<OverlayCollectionViewCell> overlayCell() const { return overlayCell_.lock(); }
+    /// Binds the controls to the operations below.
+    void setOverlayCell(const std::shared_ptr<OverlayCollectionViewCell>& overlayCell);
+
+    /// Loads the item's stored drawings once the sketch view has a size; later calls do nothing.
+    void performFirstLoad();
+    /// The time observer is taken from the player; no tick comes any more.
+    void removePeriodicTimeObserver();
+    /// Ends this controller's hold on its cells: the player stops, nothing of it is heard or seen again.
+    void unbind();
+
+    // What the controls do.
+    void togglePlayingState(ui::Control& sender);
+    void rewind(ui::Control& sender);
+    void forward(ui::Control& sender);
+    void rewindLongPress(ui::GestureRecognizer& recognizer);
+    void forwardLongPress(ui::GestureRecognizer& recognizer);
+    void seekbarValueChanged(ui::Slider& sender);
+    void changeFillMode(ui::Control& sender);
+    void undo(ui::Control& sender);
+    void redo(ui::Control& sender);
+    void clear(ui::Control& sender);
+    void userDidRequestToChangePlaybackRate(ui::Control& sender);
+    void userDidChangePlaybackRate(ui::Button& sender);
+    void handleHUDTap();
+
+    /// The rate that a button's title stands for: the title without what is not a digit at both ends; 1 when that is no number.
+    static float rateFromTitle(const std::string& title);
+    /// At most two fraction digits and an x, as in "1x", "0.25x".
+    static std::string titleForRate(float rate);
+
+    void newState(const LocalState& state) override;
+
+    double currentTime() const override;
+    bool isTimeBasedDrawingsEnabled() const override;
+    void drawViewDidEndDraw(SketchView& sketchView, SketchTool& tool) override;
+
+    void playerReadyToPlayFor(VideoView& videoView) override;
+    void playbackDidFinishFor(VideoView& videoView) override;
+
+private:
+    std::optional<std::int64_t> addressedIndex() const;
+    std::shared_ptr<SketchView> sketchView() const;
+    std::shared_ptr<VideoView> videoView() const;
+    std::shared_ptr<media::Player> player() const;
+    std::shared_ptr<PlayerCollectionViewCellHUDView> hud() const;
+    template <class SeekAction>
+    void handleLongPress(ui::GestureRecognizer& recognizer, std::int64_t steps);
+    void publishHistory();
+    void setUpTool();
+    void setUpPeriodicTimeObserver();
+    void timeDidChange();
+    void refreshDrawing();
+    void updateSeekBar();
+    void render(const LocalState& state);
+
+    VideoAnalysisController::Object media_;
+    std::weak_ptr<PlayerCollectionViewCell> cell_;
+    std::weak_ptr<OverlayCollectionViewCell> overlayCell_;
+    std::shared_ptr<void> timeObserver_;
+    std::weak_ptr<media::Player> observedPlayer_;
+    std::shared_ptr<dispatch::Timer> debounceTimer_;
+};
+
+}  // namespace videoanalysis

@@ -1,0 +1,61 @@
+#pragma once
+// The transparent screen over the players: top bar, tool strip, arrow marker and the collection of the players' controls. It
+// changes nothing itself: every control dispatches an action, every property is rendered from the state.
+
+#include "VideoAnalysis/Analysis/State.h"
+#include "VideoAnalysis/Platform/UI/CollectionView.h"
+#include "VideoAnalysis/Platform/UI/Control.h"
+#include "VideoAnalysis/Platform/UI/ViewController.h"
+
+#include <memory>
+#include <vector>
+
+namespace videoanalysis {
+
+class CollectionViewFlowLayout;
+
+class OverlayViewController : public ui::ViewController, public StoreSubscriber<MainViewControllerState> {
+public:
+    std::vector<std::weak_ptr<ui::View>> visibleViews;
+    std::weak_ptr<ui::View> topBarView;
+    std::weak_ptr<ui::Button> addButton;
+    std::weak_ptr<ui::Button> closeButton;
+    std::weak_ptr<ui::ImageView> arrowImage;
+    std::weak_ptr<ui::View> drawingShapeView;
+    std::vector<std::weak_ptr<ui::Button>> drawingToolButtons;
+    std::weak_ptr<ui::View> topBarBackgroundView;
+    std::weak_ptr<ui::Button> lockPlaybackButton;
+    std::weak_ptr<ui::Button> expandToolbarButton;
+    std::weak_ptr<ui::Button> collapseToolbarButton;
+    std::weak_ptr<ui::StackView> drawingToolsStackView;
+    std::weak_ptr<ui::CollectionView> playersCollectionView;
+
+    void connectOutlets(ui::Outlets& outlets) override;
+    void viewDidLoad() override;
+    void viewWillAppear(bool animated) override;
+    void viewDidAppear(bool animated) override;
+    void viewDidDisappear(bool animated) override;
+    void viewWillTransition(Size size) override;
+
+    void newState(const MainViewControllerState& state) override;
+
+    // What the controls do.
+    void tapOnPen(ui::Control& sender);
+    void tapOnLine(ui::Control& sender);
+    void tapOnArrow(ui::Control& sender);
+    void tapOnRect(ui::Control& sender);
+    void tapOnCircle(ui::Control& sender);
+    void handleToolbarExpand(ui::Control& sender);
+    void handleToolbarCollapse();
+    void handlePlaybackLockToggle(ui::Control& sender);
+    void handleMediaAddition(ui::Control& sender);
+    void handleDiscardAndClose(ui::Control& sender);
+
+    /// The colour in which a tool's button shows: its own colour in `map`, or else its standard one; white for those without.
+    static Color toolColor(int tool, const ToolColorMap& map);
+
+private:
+    void applyTheme();
+};
+
+}  // namespace videoanalysis

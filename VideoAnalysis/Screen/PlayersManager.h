@@ -1,0 +1,51 @@
+#pragma once
+// Feeds the two collections that lie over each other, the players and their controls, from one list of player controllers. The
+// reducers change the list; the manager sizes the items so that all players share the screen and binds each cell.
+
+#include "VideoAnalysis/Platform/UI/CollectionView.h"
+
+#include <memory>
+#include <vector>
+
+namespace videoanalysis {
+
+class PlayerCollectionViewCellController;
+
+class PlayersManager : public ui::CollectionViewDataSource,
+                       public ui::CollectionViewDelegate,
+                       public std::enable_shared_from_this<PlayersManager> {
+    struct Private {};
+
+public:
+    /// Registers the cell templates with both views and becomes their data source and delegate; fatal when one is missing.
+    static std::shared_ptr<PlayersManager> make(const std::shared_ptr<ui::CollectionView>& collectionView,
+                                                const std::shared_ptr<ui::CollectionView>& overlayCollectionView);
+
+    PlayersManager(Private, std::weak_ptr<ui::CollectionView> collectionView,
+                   std::weak_ptr<ui::CollectionView> overlayCollectionView);
+    ~PlayersManager() override;
+
+    const std::weak_ptr<ui::CollectionView> collectionView;
+    const std::weak_ptr<ui::CollectionView> overlayCollectionView;
+    /// One for each item of media, in the same order.
+    std::vector<std::shared_ptr<PlayerCollectionViewCellController>> cellControllers;
+    const std::shared_ptr<ui::CellTemplate> nib;
+    const std::shared_ptr<ui::CellTemplate> overlayNib;
+    /// Handed to each controller whose overlay cell is bound: the screen that presents what the controller asks for.
+    std::weak_ptr<ui::ViewController> presenteeViewController;
+
+    std::int64_t numberOfItemsInSection(ui::CollectionView& view, std::int64_t section) override;
+    std::shared_ptr<ui::CollectionViewCell> cellForItemAt(ui::CollectionView& view, const ui::IndexPath& indexPath) override;
+    void willDisplay(ui::CollectionView& view, ui::CollectionViewCell& cell, const ui::IndexPath& indexPath) override;
+    std::optional<Size> sizeForItemAt(ui::CollectionView& view, ui::CollectionViewLayout& layout,
+                                      const ui::IndexPath& indexPath) override;
+    std::optional<double> minimumLineSpacingForSectionAt(ui::CollectionView& view, ui::CollectionViewLayout& layout,
+                                                         std::int64_t section) override;
+    std::optional<double> minimumInteritemSpacingForSectionAt(ui::CollectionView& view, ui::CollectionViewLayout& layout,
+                                                              std::int64_t section) override;
+
+private:
+    void setUp(ui::CollectionView& view, const std::shared_ptr<ui::CellTemplate>& cellTemplate, const char* identifier);
+};
+
+}  // namespace videoanalysis

@@ -1,0 +1,225 @@
+#pragma once
+// The container of one state: it changes only by running its reducer over a dispatched action, and tells its subscribers of
+// every new state through the main queue. The analysis has one, and every player one of its own.
+//
+//     auto store = Store<Counter>::make(reduce, Counter{}, {}, true);
+//     store->subscribe(label);            // label->newState(...) follows on the main queue
+//     store->dispatch(IncreaseAction());
+
+#include "VideoAnalysis/Platform/Dispatch.h"
+#include "VideoAnalysis/Platform/FatalError.h"
+#include "VideoAnalysis/Store/Action.h"
+#include "VideoAnalysis/Store/Snapshot.h"
+#include "VideoAnalysis/Store/StoreSubscriber.h"
+#include "VideoAnalysis/Store/Subscription.h"
+#include "VideoAnalysis/Store/Synchronized.h"
+
+#include <algorithm>
+#include <concepts>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace videoanalysis {
+
+/// Makes the next state; `state` is null for an absent one.
+template <class State>
+using Reducer = std::function<State(const Action& action, const State* state)>;
+
+using DispatchFunction = std::function<void(const Action& action)>;
+
+/// Wraps the rest of the chain: (dispatch, getState) -> (next -> dispatch function). `dispatch` starts at the head of the
+/// chain again; both do nothing, or return null, once the store is gone.
+template <class State>
+using Middleware = std::function<std::function<DispatchFunction(DispatchFunction next)>(
+    DispatchFunction dispatch, std::function<Snapshot<State>()> getState)>;
+
+/// Everything on the main thread.
+template <class State>
+class Store : public std::enable_shared_from_this<Store<State>> {
+    struct Private {};
+
+public:
+    /// Returns the action to dispatch, or null for none.
+    using ActionCreator = std::function<std::unique_ptr<Action>(const State& state, Store& store)>;
+    using AsyncActionCreator =
+        std::function<void(const State& state, Store& store, std::function<void(const ActionCreator&)> completion)>;
+    using DispatchCallback = std::function<void(const State& state)>;
+
+    Store(Private, Reducer<State> reducer, std::vector<Middleware<State>> middleware, bool automaticallySkipsRepeats)
+        : subscriptionsAutomaticallySkipRepeats(automaticallySkipsRepeats), reducer_(std::move(reducer)),
+          middleware_(std::move(middleware)) {}
+
+    /// Without a state one `ReSwiftInit` is dispatched at once. Middleware sees actions in list order, the reducer last.
+    static std::shared_ptr<Store> make(Reducer<State> reducer, std::optional<State> state,
+                                       std::vector<Middleware<State>> middleware, bool automaticallySkipsRepeats) {
+        auto store = std::make_shared<Store>(Private{}, std::move(reducer), std::move(middleware), automaticallySkipsRepeats);
+        if (state) {
+            store->state_ = std::make_shared<const State>(std::move(*state));
+        } else {
+            store->dispatch(ReSwiftInit());
+        }
+        return store;
+    }
+
+    /// Whether chains that end in a comparable part drop repeated values by themselves.
+    const bool subscriptionsAutomaticallySkipRepeats;
+
+    /// The current state; fatal while it is absent. The reference holds until the next dispatch.
+    const State& state() const { return present(state_); }
+    /// The current state, to keep; null while it is absent.
+    const Snapshot<State>& snapshot() const { return state_; }
+
+    /// Runs the chain and the reducer before it returns; subscribers hear of it later. Fatal from inside a reducer.
+    void dispatch(const Action& action) { dispatchFunction()(action); }
+
+    /// The head of the chain; made on first use and again after a change of the middleware.
+    const DispatchFunction& dispatchFunction() {
+        if (!dispatchFunction_) dispatchFunction_ = makeDispatchFunction();
+        return dispatchFunction_;
+    }
+
+    /// The end of the chain: the guard against dispatching from a reducer, then the reducer.
+    void _defaultDispatch(const Action& action) {
+        if (isDispatching_.value()) {
+            fatalError(
+                "ReSwift:ConcurrentMutationError- Action has been dispatched while a previous action is being processed. A "
+                "reducer is dispatching an action, or ReSwift is used in a concurrent context (e.g. from multiple threads). "
+                "Action: " +
+                action.description());
+        }
+        isDispatching_.value([](bool& dispatching) { dispatching = true; });
+        Snapshot<State> newState = std::make_shared<const State>(reducer_(action, state_.get()));
+        isDispatching_.value([](bool& dispatching) { dispatching = false; });
+        setState(std::move(newState));
+    }
+
+    /// The creators need a state; fatal while it is absent.
+    void dispatch(const ActionCreator& actionCreator) {
+        if (const std::unique_ptr<Action> action = actionCreator(state(), *this)) dispatch(*action);
+    }
+    void dispatch(const AsyncActionCreator& actionCreator) { dispatch(actionCreator, nullptr); }
+    /// `callback` (may be empty) receives the state after the action that came of it, if one came.
+    void dispatch(const AsyncActionCreator& actionCreator, DispatchCallback callback) {
+        actionCreator(state(), *this,
+                      [weak = this->weak_from_this(), callback = std::move(callback)](const ActionCreator& creator) {
+                          const auto store = weak.lock();
+                          const std::unique_ptr<Action> action = store ? creator(store->state(), *store) : nullptr;
+                          if (!action) return;
+                          store->dispatch(*action);
+                          if (callback) callback(store->state());
+                      });
+    }
+
+    const std::vector<Middleware<State>>& middleware() const { return middleware_; }
+    /// Takes effect with the next dispatch.
+    void setMiddleware(std::vector<Middleware<State>> middleware) {
+        middleware_ = std::move(middleware);
+        dispatchFunction_ = nullptr;
+    }
+
+    /// Delivers whole states to `subscriber`, which is held weakly, the current one first. An object has one subscription;
+    /// a second one replaces the first.
+    template <std::derived_from<StoreSubscriber<State>> Subscriber>
+    void subscribe(const std::shared_ptr<Subscriber>& subscriber) {
+        if constexpr (std::equality_comparable<State>) {
+            if (subscriptionsAutomaticallySkipRepeats) {
+                subscribe(subscriber, [](Subscription<State>& whole) { return whole.skipRepeats(); });
+                return;
+            }
+        }
+        add(Subscription<State>::make([](auto&&) {}), std::shared_ptr<Subscription<State>>(), subscriber);
+    }
+
+    /// Delivers what `transform(Subscription<State>&)` makes of the states, a stage of type `Subscription<Selected>`.
+    template <class Subscriber, class Transform>
+    void subscribe(const std::shared_ptr<Subscriber>& subscriber, Transform&& transform) {
+        const auto original = Subscription<State>::make([](auto&&) {});
+        auto last = std::forward<Transform>(transform)(*original);
+        using Selected = typename Subscriber::StoreSubscriberStateType;
+        static_assert(std::same_as<decltype(last), std::shared_ptr<Subscription<Selected>>>,
+                      "the transformation must end in the subscriber's own type of state");
+        if constexpr (std::equality_comparable<Selected>) {
+            if (subscriptionsAutomaticallySkipRepeats) last = last->skipRepeats();
+        }
+        add(original, last, subscriber);
+    }
+
+    void unsubscribe(const AnyStoreSubscriber& subscriber) {
+        std::erase_if(subscriptions_, [&](const auto& box) { return box->objectIdentifier == &subscriber; });
+    }
+
+    const std::vector<std::shared_ptr<SubscriptionBox<State>>>& subscriptions() const { return subscriptions_; }
+
+private:
+    static const State& present(const Snapshot<State>& state) {
+        if (!state) fatalError("The store has no state yet");
+        return *state;
+    }
+
+    DispatchFunction makeDispatchFunction() {
+        const std::weak_ptr<Store> weak = this->weak_from_this();
+        DispatchFunction chain = [this](const Action& action) { _defaultDispatch(action); };
+        for (auto link = middleware_.rbegin(); link != middleware_.rend(); ++link) {
+            DispatchFunction dispatch = [weak](const Action& action) {
+                if (const auto store = weak.lock()) store->dispatch(action);
+            };
+            std::function<Snapshot<State>()> getState = [weak]() -> Snapshot<State> {
+                const auto store = weak.lock();
+                return store ? store->state_ : nullptr;
+            };
+            chain = (*link)(std::move(dispatch), std::move(getState))(std::move(chain));
+        }
+        return chain;
+    }
+
+    template <class Selected>
+    void add(std::shared_ptr<Subscription<State>> original, const std::shared_ptr<Subscription<Selected>>& last,
+             const std::shared_ptr<AnyStoreSubscriber>& subscriber) {
+        auto box = SubscriptionBox<State>::make(std::move(original), last, subscriber);
+        const auto same = std::find_if(subscriptions_.begin(), subscriptions_.end(),
+                                       [&](const auto& other) { return *other == *box; });
+        if (same != subscriptions_.end()) {
+            *same = box;
+        } else {
+            subscriptions_.push_back(box);
+        }
+        if (!state_) return;
+        dispatch::mainQueue().async([original = std::weak_ptr(box->originalSubscription), state = state_] {
+            if (const auto alive = original.lock()) alive->newValues(nullptr, state);
+        });
+    }
+
+    void setState(Snapshot<State> newState) {
+        Snapshot<State> oldState = std::exchange(state_, std::move(newState));
+        dispatch::mainQueue().async([weak = this->weak_from_this(), oldState = std::move(oldState)] {
+            if (const auto store = weak.lock()) store->announce(oldState);
+        });
+    }
+
+    /// Tells every live subscriber of the current state and forgets those that are gone.
+    void announce(const Snapshot<State>& oldState) {
+        bool someAreGone = false;
+        for (const auto& box : subscriptions_) {
+            if (box->subscriber.expired()) {
+                someAreGone = true;
+                continue;
+            }
+            if (!state_) continue;
+            if (!oldState) fatalError("A subscriber was announced a state that has no predecessor");
+            box->newValues(oldState, state_);
+        }
+        if (someAreGone) std::erase_if(subscriptions_, [](const auto& box) { return box->subscriber.expired(); });
+    }
+
+    Snapshot<State> state_;
+    DispatchFunction dispatchFunction_;
+    Reducer<State> reducer_;
+    std::vector<std::shared_ptr<SubscriptionBox<State>>> subscriptions_;
+    Synchronized<bool> isDispatching_{false};
+    std::vector<Middleware<State>> middleware_;
+};
+
+}  // namespace videoanalysis
