@@ -17,7 +17,7 @@ if(LIBCXX_COMPILER)
         cmake_path(GET stamp PARENT_PATH folder)
         file(MAKE_DIRECTORY "${folder}")
         add_custom_command(OUTPUT "${stamp}"
-            COMMAND ${LIBCXX_COMPILER} -stdlib=libc++ -std=c++20 -fsyntax-only ${videoAnalysisWarnings} -Werror
+            COMMAND ${LIBCXX_COMPILER} -stdlib=libc++ -std=c++20 -fsyntax-only ${videoAnalysisWarnings} -Wshadow -Werror
                 -I "${PROJECT_SOURCE_DIR}" -MD -MF "${stamp}.d" -MT "${stamp}" "${source}"
             COMMAND ${CMAKE_COMMAND} -E touch "${stamp}"
             DEPENDS "${source}" DEPFILE "${stamp}.d" COMMENT "Checking ${name} with libc++" VERBATIM)
