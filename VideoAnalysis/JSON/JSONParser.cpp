@@ -1,0 +1,88 @@
+// Reads JSON text. The parser behind it is nlohmann-json's event parser: headers only, so that it compiles wherever the
+// component does, phone toolchains included; it keeps its nesting on the heap and checks UTF-8. A vectorised parser would
+// read several times faster, but it is a library to build for every target, and most of the time of reading stored
+// drawings goes into the drawings. This is the only file that knows of it.
+
+#include "VideoAnalysis/JSON/JSON.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cstdint>
+#include <iterator>
+
+namespace videoanalysis {
+namespace {
+
+/// Builds values bottom up: what a container holds waits on `values_` until the container ends.
+class Builder final : public nlohmann::json_sax<nlohmann::json> {
+public:
+    bool null() override { return add({}); }
+    bool boolean(bool value) override { return add(value); }
+    bool number_integer(std::int64_t value) override { return add(value); }
+    bool number_unsigned(std::uint64_t value) override { return add(value); }
+    bool number_float(double value, const std::string&) override { return add(value); }
+    bool string(std::string& value) override { return add(std::move(value)); }
+    bool binary(nlohmann::json::binary_t&) override { return false; }
+
+    bool start_object(std::size_t) override { return start(); }
+    bool key(std::string& key) override {
+        keys_.push_back(std::move(key));
+        return true;
+    }
+    bool end_object() override {
+        const std::size_t first = starts_.back();
+        JSON::Dictionary members;
+        members.reserve(values_.size() - first);
+        // Every value of the object has a key, and those of the inner ones are gone.
+        std::size_t key = keys_.size() - (values_.size() - first);
+        for (std::size_t i = first; i < values_.size(); ++i)
+            members.push_back({std::move(keys_[key++]), std::move(values_[i])});
+        keys_.resize(keys_.size() - members.size());
+        return end(JSON(std::move(members)));
+    }
+
+    bool start_array(std::size_t) override { return start(); }
+    bool end_array() override {
+        const auto first = values_.begin() + static_cast<std::ptrdiff_t>(starts_.back());
+        return end(JSON(JSON::Array(std::make_move_iterator(first), std::make_move_iterator(values_.end()))));
+    }
+
+    bool parse_error(std::size_t position, const std::string&, const nlohmann::json::exception& error) override {
+        throw JSONError(JSONError::Kind::invalidJSON,
+                        "invalid JSON at byte " + std::to_string(position) + ": " + error.what());
+    }
+
+    JSON result() { return std::move(values_.front()); }
+
+private:
+    bool add(JSON value) {
+        values_.push_back(std::move(value));
+        return true;
+    }
+    bool start() {
+        if (starts_.size() == JSON::maximumDepth)
+            throw JSONError(JSONError::Kind::elementTooDeep,
+                            "JSON is nested deeper than " + std::to_string(JSON::maximumDepth) + " levels");
+        starts_.push_back(values_.size());
+        return true;
+    }
+    bool end(JSON value) {
+        values_.resize(starts_.back());
+        starts_.pop_back();
+        return add(std::move(value));
+    }
+
+    std::vector<JSON> values_;
+    std::vector<std::string> keys_;
+    std::vector<std::size_t> starts_;
+};
+
+}  // namespace
+
+JSON JSON::parse(std::string_view text) {
+    Builder builder;
+    nlohmann::json::sax_parse(text.data(), text.data() + text.size(), &builder);
+    return builder.result();
+}
+
+}  // namespace videoanalysis
