@@ -1,4 +1,5 @@
-// Runs one fuzz target over the files of a folder, without a fuzzer: what was once found stays fixed. Called by the tests.
+// Runs one fuzz target over the files of a folder, without a fuzzer: what was once found stays fixed. Called by the
+// tests.
 
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,5 @@
-// make-clip: draws a scene frame by frame and has the ffmpeg program encode it. The build makes the sample clips and the
-// clips of the tests with it.
+// make-clip: draws a scene frame by frame and has the ffmpeg program encode it. The build makes the sample clips and
+// the clips of the tests with it.
 
 #include "Host/SampleClips/Drawing.h"
 #include "Host/SampleClips/FrameCode.h"
@@ -29,7 +29,7 @@ struct Options {
     std::string rate = "30";
     double framesPerSecond = 30;
     int frames = 300;
-    int tone = 440; // hertz, 0 for no sound
+    int tone = 440;  // hertz, 0 for no sound
     std::vector<std::string> encoderOptions;
 };
 
@@ -74,8 +74,8 @@ Options parseOptions(int argc, char** argv) {
         } else if (name == "--size") {
             const std::size_t cross = std::min(value.find('x'), value.size());
             options.width = parseNumber(std::string_view(value).substr(0, cross), 16, 8192, "the width");
-            options.height = parseNumber(std::string_view(value).substr(std::min(cross + 1, value.size())), 16, 8192,
-                                         "the height");
+            options.height =
+                parseNumber(std::string_view(value).substr(std::min(cross + 1, value.size())), 16, 8192, "the height");
         } else if (name == "--rate") {
             const std::size_t slash = std::min(value.find('/'), value.size());
             const int numerator = parseNumber(std::string_view(value).substr(0, slash), 1, 1000000, "the rate");
@@ -100,22 +100,50 @@ Options parseOptions(int argc, char** argv) {
 }
 
 std::vector<std::string> encoderCommand(const Options& options) {
-    std::vector<std::string> command{"ffmpeg", "-nostdin", "-y", "-loglevel", "error", "-f", "rawvideo",
-                                     "-pixel_format", "bgra", "-video_size",
+    std::vector<std::string> command{"ffmpeg",
+                                     "-nostdin",
+                                     "-y",
+                                     "-loglevel",
+                                     "error",
+                                     "-f",
+                                     "rawvideo",
+                                     "-pixel_format",
+                                     "bgra",
+                                     "-video_size",
                                      std::to_string(options.width) + "x" + std::to_string(options.height),
-                                     "-framerate", options.rate, "-i", "pipe:0"};
+                                     "-framerate",
+                                     options.rate,
+                                     "-i",
+                                     "pipe:0"};
     const auto append = [&](std::initializer_list<std::string> more) { command.insert(command.end(), more); };
     if (options.tone != 0) {
         // A soft pluck every half second, so that one hears where one is.
-        const std::string sound = "0.25*sin(2*PI*" + std::to_string(options.tone) +
-                                  "*t)*exp(-14*mod(t,0.5))*min(1,200*mod(t,0.5))";
+        const std::string sound =
+            "0.25*sin(2*PI*" + std::to_string(options.tone) + "*t)*exp(-14*mod(t,0.5))*min(1,200*mod(t,0.5))";
         append({"-f", "lavfi", "-i",
                 "aevalsrc='" + sound + "':s=48000:d=" + std::to_string(options.frames / options.framesPerSecond)});
         append({"-c:a", "aac", "-b:a", "96k"});
     }
-    append({"-vf", "scale=out_color_matrix=bt709:out_range=tv", "-c:v", "libx264", "-preset", "fast", "-crf", "20",
-            "-pix_fmt", "yuv420p", "-colorspace", "bt709", "-color_primaries", "bt709", "-color_trc", "bt709",
-            "-color_range", "tv", "-movflags", "+faststart"});
+    append({"-vf",
+            "scale=out_color_matrix=bt709:out_range=tv",
+            "-c:v",
+            "libx264",
+            "-preset",
+            "fast",
+            "-crf",
+            "20",
+            "-pix_fmt",
+            "yuv420p",
+            "-colorspace",
+            "bt709",
+            "-color_primaries",
+            "bt709",
+            "-color_trc",
+            "bt709",
+            "-color_range",
+            "tv",
+            "-movflags",
+            "+faststart"});
     command.insert(command.end(), options.encoderOptions.begin(), options.encoderOptions.end());
     command.push_back(options.output);
     return command;
@@ -176,7 +204,7 @@ void drawFrameCode(cairo_t* cairo, int width, int height, int number) {
     }
 }
 
-} // namespace
+}  // namespace
 
 int main(int argc, char** argv) {
     const Options options = parseOptions(argc, argv);
@@ -193,7 +221,8 @@ int main(int argc, char** argv) {
     bool written = true;
     for (int frame = 0; frame < options.frames && written; ++frame) {
         cairo_save(cairo);
-        cairo_translate(cairo, (options.width - Scene::width * scale) / 2, (options.height - Scene::height * scale) / 2);
+        cairo_translate(cairo, (options.width - Scene::width * scale) / 2,
+                        (options.height - Scene::height * scale) / 2);
         cairo_scale(cairo, scale, scale);
         scene->draw(cairo, frame / options.framesPerSecond);
         cairo_restore(cairo);
@@ -211,7 +240,7 @@ int main(int argc, char** argv) {
     int status = 0;
     waitpid(process, &status, 0);
     if (!drawn || !written || !WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-        std::remove(options.output.c_str()); // half a clip must not pass for one
+        std::remove(options.output.c_str());  // half a clip must not pass for one
         fail(options.output + " was not made");
     }
     return 0;

@@ -83,4 +83,4 @@ void fillLimb(cairo_t* cairo, Point from, Point to, double fromWidth, double toW
     cairo_fill(cairo);
 }
 
-} // namespace videoanalysis::samples
+}  // namespace videoanalysis::samples

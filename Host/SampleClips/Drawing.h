@@ -13,9 +13,7 @@ struct Point {
     double y = 0;
 };
 
-constexpr double degrees(double angle) {
-    return angle * std::numbers::pi / 180;
-}
+constexpr double degrees(double angle) { return angle * std::numbers::pi / 180; }
 
 /// The point `length` away from `from`; `angle` in radians from straight down, positive towards the right.
 Point reach(Point from, double length, double angle);
@@ -39,4 +37,4 @@ void fillGradient(cairo_t* cairo, double y, double height, std::uint32_t top, st
 /// A limb with round ends that narrows from `fromWidth` to `toWidth`.
 void fillLimb(cairo_t* cairo, Point from, Point to, double fromWidth, double toWidth, std::uint32_t rgb);
 
-} // namespace videoanalysis::samples
+}  // namespace videoanalysis::samples

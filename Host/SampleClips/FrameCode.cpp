@@ -8,11 +8,9 @@ constexpr std::array<bool, 3> start{true, false, true};
 constexpr std::array<bool, 3> end{true, true, false};
 
 // The sum of the four digits of the number. The constant keeps number 0 from having no bright cell.
-int checkBits(int number) {
-    return (5 + number + (number >> 4) + (number >> 8) + (number >> 12)) & 0xf;
-}
+int checkBits(int number) { return (5 + number + (number >> 4) + (number >> 8) + (number >> 12)) & 0xf; }
 
-} // namespace
+}  // namespace
 
 FrameCode::Cells FrameCode::encode(int number) {
     Cells cells{};
@@ -46,4 +44,4 @@ std::optional<int> FrameCode::decode(const Cells& cells) {
     return number;
 }
 
-} // namespace videoanalysis::samples
+}  // namespace videoanalysis::samples

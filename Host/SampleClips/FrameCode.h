@@ -26,4 +26,4 @@ struct FrameCode {
     static std::optional<int> decode(const Cells& cells);
 };
 
-} // namespace videoanalysis::samples
+}  // namespace videoanalysis::samples

@@ -9,8 +9,8 @@ namespace videoanalysis::samples {
 
 namespace {
 
-constexpr double stridesPerSecond = 1.35; // a stride is two steps
-constexpr double speed = 760;             // of the ground under the camera, in canvas points a second
+constexpr double stridesPerSecond = 1.35;  // a stride is two steps
+constexpr double speed = 760;              // of the ground under the camera, in canvas points a second
 constexpr double ground = 592;
 
 constexpr std::uint32_t skin = 0xd99a6c;
@@ -103,7 +103,7 @@ void drawScenery(cairo_t* cairo, double time) {
 struct Leg {
     Point knee;
     Point ankle;
-    double footAngle = 0; // of the sole, from level, toes down positive
+    double footAngle = 0;  // of the sole, from level, toes down positive
 };
 
 constexpr double thighLength = 106;
@@ -119,8 +119,8 @@ Leg legAt(Point hip, double phase) {
     leg.ankle = reach(leg.knee, shinLength, thigh - knee);
     // Flat on the ground, pushed off behind, toes up before landing.
     const double push = std::exp(-std::pow(std::remainder(phase - degrees(265), 2 * std::numbers::pi) / 0.75, 2));
-    leg.footAngle = degrees(62) * push + 0.55 * std::max(0.0, knee - thigh - degrees(14)) * swing - degrees(12) *
-                    std::max(0.0, std::sin(phase + degrees(10)));
+    leg.footAngle = degrees(62) * push + 0.55 * std::max(0.0, knee - thigh - degrees(14)) * swing -
+                    degrees(12) * std::max(0.0, std::sin(phase + degrees(10)));
     return leg;
 }
 
@@ -138,7 +138,7 @@ void drawLeg(cairo_t* cairo, Point hip, const Leg& leg, bool far) {
     cairo_save(cairo);
     cairo_translate(cairo, leg.ankle.x, leg.ankle.y);
     cairo_rotate(cairo, leg.footAngle);
-    fillLimb(cairo, {0, -4}, {0, 4}, 23, 24, far ? 0xc4c9d4 : 0xffffff); // the sock
+    fillLimb(cairo, {0, -4}, {0, 4}, 23, 24, far ? 0xc4c9d4 : 0xffffff);  // the sock
     fillRoundedRectangle(cairo, -17, 9, 58, 8, 4, far ? 0xd9a63c : 0xf6b93b);
     cairo_move_to(cairo, -17, 12);
     cairo_curve_to(cairo, -20, -4, -12, -8, 8, -5);
@@ -170,7 +170,8 @@ void drawHead(cairo_t* cairo, Point neck, double phase) {
     const Point knot{head.x - 33, head.y - 13};
     const Point middle{knot.x - 34, knot.y + 14 - 8 * sway};
     cairo_move_to(cairo, knot.x + 6, knot.y - 8);
-    cairo_curve_to(cairo, knot.x - 12, knot.y - 16, middle.x + 4, middle.y - 16, middle.x - 22, middle.y + 20 - 12 * sway);
+    cairo_curve_to(cairo, knot.x - 12, knot.y - 16, middle.x + 4, middle.y - 16, middle.x - 22,
+                   middle.y + 20 - 12 * sway);
     cairo_curve_to(cairo, middle.x + 4, middle.y + 12, knot.x - 8, knot.y + 14, knot.x + 6, knot.y + 8);
     setColor(cairo, hair);
     cairo_fill(cairo);
@@ -202,7 +203,7 @@ void drawHead(cairo_t* cairo, Point neck, double phase) {
     cairo_stroke(cairo);
 }
 
-} // namespace
+}  // namespace
 
 void RunnerScene::draw(cairo_t* cairo, double time) const {
     drawScenery(cairo, time);
@@ -214,8 +215,7 @@ void RunnerScene::draw(cairo_t* cairo, double time) const {
     const Point origin{0, 0};
     const double nearDepth = depth(legAt(origin, phase), origin);
     const double farDepth = depth(legAt(origin, farPhase), origin);
-    const double lower = std::max(nearDepth, farDepth) +
-                         4 * std::log1p(std::exp(-std::abs(nearDepth - farDepth) / 4));
+    const double lower = std::max(nearDepth, farDepth) + 4 * std::log1p(std::exp(-std::abs(nearDepth - farDepth) / 4));
     const double flight = 20 * std::pow(std::max(0.0, std::cos(2 * (phase - degrees(95)))), 2.0);
     const Point hip{610, ground - lower - flight};
 
@@ -244,4 +244,4 @@ void RunnerScene::draw(cairo_t* cairo, double time) const {
     drawArm(cairo, nearShoulder, phase, false);
 }
 
-} // namespace videoanalysis::samples
+}  // namespace videoanalysis::samples

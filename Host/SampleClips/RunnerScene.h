@@ -11,4 +11,4 @@ public:
     void draw(cairo_t* cairo, double time) const override;
 };
 
-} // namespace videoanalysis::samples
+}  // namespace videoanalysis::samples

@@ -24,7 +24,7 @@ public:
     }
 };
 
-} // namespace
+}  // namespace
 
 std::unique_ptr<Scene> Scene::named(std::string_view name) {
     if (name == "runner") {
@@ -39,4 +39,4 @@ std::unique_ptr<Scene> Scene::named(std::string_view name) {
     return nullptr;
 }
 
-} // namespace videoanalysis::samples
+}  // namespace videoanalysis::samples

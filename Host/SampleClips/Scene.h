@@ -23,4 +23,4 @@ public:
     static std::unique_ptr<Scene> named(std::string_view name);
 };
 
-} // namespace videoanalysis::samples
+}  // namespace videoanalysis::samples

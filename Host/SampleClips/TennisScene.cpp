@@ -11,7 +11,7 @@ namespace videoanalysis::samples {
 namespace {
 
 constexpr double ground = 600;
-constexpr double period = 3; // seconds from serve to serve
+constexpr double period = 3;  // seconds from serve to serve
 
 constexpr std::uint32_t skin = 0xb9774f;
 constexpr std::uint32_t skinFar = 0x96603e;
@@ -21,37 +21,37 @@ constexpr std::uint32_t shirtFar = 0xd3d3d6;
 constexpr std::uint32_t shorts = 0x2b3a67;
 constexpr std::uint32_t shortsFar = 0x202c50;
 
-// The body at one moment. Angles in degrees from straight down, positive towards the net (right); lengths in canvas points
-// relative to the base line and the ground.
+// The body at one moment. Angles in degrees from straight down, positive towards the net (right); lengths in canvas
+// points relative to the base line and the ground.
 struct Pose {
     double time;
     double hipX;
     double hipHeight;
-    double lean; // of the trunk from upright, towards the net
+    double lean;  // of the trunk from upright, towards the net
     double tossUpper;
     double tossFore;
     double racketUpper;
     double racketFore;
     double racket;
     double frontFootX;
-    double frontHeel; // how far it is lifted
+    double frontHeel;  // how far it is lifted
     double backFootX;
     double backHeel;
-    double jump; // how far both feet are off the ground
+    double jump;  // how far both feet are off the ground
 };
 
 constexpr std::array<Pose, 11> poses{{
-    {0.00, -50, 212, 9, 42, 86, 28, 88, 100, 0, 0, -108, 0, 0},              // ready
-    {0.40, -58, 210, 6, 22, 50, 8, 45, 62, 0, 4, -108, 0, 0},                // the arms part
-    {0.80, -50, 208, -2, 96, 104, -62, -78, -96, 0, 0, -104, 8, 0},          // the toss
-    {1.10, -36, 198, -10, 166, 170, -98, -176, -202, 0, 4, -92, 26, 0},      // wound up
-    {1.30, -22, 178, -15, 172, 176, -112, -206, -120, 0, 18, -66, 40, 0},    // the knees are bent most
-    {1.46, -8, 214, -8, 138, 168, -140, -236, -18, 2, 34, -50, 50, 8},       // the racket hangs behind the back
-    {1.54, 0, 224, 0, 108, 154, -165, -205, -80, 6, 40, -46, 58, 18},        // and comes up
-    {1.60, 6, 232, 7, 80, 140, -182, -186, -190, 10, 40, -44, 66, 22},       // the hit
-    {1.72, 22, 216, 26, 42, 130, -258, -290, -305, 26, 20, -50, 96, 10},     // through
-    {1.98, 34, 200, 34, 16, 104, -318, -372, -395, 42, 0, -40, 70, 0},       // to the far side
-    {2.45, -8, 210, 16, 34, 92, -328, -290, -270, 14, 0, -80, 14, 0},        // the way back
+    {0.00, -50, 212, 9, 42, 86, 28, 88, 100, 0, 0, -108, 0, 0},            // ready
+    {0.40, -58, 210, 6, 22, 50, 8, 45, 62, 0, 4, -108, 0, 0},              // the arms part
+    {0.80, -50, 208, -2, 96, 104, -62, -78, -96, 0, 0, -104, 8, 0},        // the toss
+    {1.10, -36, 198, -10, 166, 170, -98, -176, -202, 0, 4, -92, 26, 0},    // wound up
+    {1.30, -22, 178, -15, 172, 176, -112, -206, -120, 0, 18, -66, 40, 0},  // the knees are bent most
+    {1.46, -8, 214, -8, 138, 168, -140, -236, -18, 2, 34, -50, 50, 8},     // the racket hangs behind the back
+    {1.54, 0, 224, 0, 108, 154, -165, -205, -80, 6, 40, -46, 58, 18},      // and comes up
+    {1.60, 6, 232, 7, 80, 140, -182, -186, -190, 10, 40, -44, 66, 22},     // the hit
+    {1.72, 22, 216, 26, 42, 130, -258, -290, -305, 26, 20, -50, 96, 10},   // through
+    {1.98, 34, 200, 34, 16, 104, -318, -372, -395, 42, 0, -40, 70, 0},     // to the far side
+    {2.45, -8, 210, 16, 34, 92, -328, -290, -270, 14, 0, -80, 14, 0},      // the way back
 }};
 
 // The poses are joined by smooth curves (Catmull-Rom with uneven knots) that close at the end of the period.
@@ -299,7 +299,7 @@ void drawBall(cairo_t* cairo, Point ball, double radius) {
     cairo_stroke(cairo);
 }
 
-} // namespace
+}  // namespace
 
 void TennisScene::draw(cairo_t* cairo, double time) const {
     drawCourt(cairo);
@@ -334,4 +334,4 @@ void TennisScene::draw(cairo_t* cairo, double time) const {
     drawArm(cairo, figure.racketShoulder, figure.racketUpper, figure.racketFore, false);
 }
 
-} // namespace videoanalysis::samples
+}  // namespace videoanalysis::samples

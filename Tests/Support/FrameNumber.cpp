@@ -37,11 +37,11 @@ std::optional<int> readFrameNumber(const std::uint8_t* bgra, int width, int heig
         }
         const int brightness = sum / ((bottom - top) * (right - left));
         if (brightness > 96 && brightness < 176) {
-            return std::nullopt; // neither dark nor bright
+            return std::nullopt;  // neither dark nor bright
         }
         cells[i] = brightness >= 176;
     }
     return FrameCode::decode(cells);
 }
 
-} // namespace videoanalysis
+}  // namespace videoanalysis

@@ -15,7 +15,9 @@ struct Picture {
     int height = 0;
     std::vector<std::uint8_t> bytes;
 
-    std::optional<int> number() const { return readFrameNumber(bytes.data(), width, height, std::ptrdiff_t{4} * width); }
+    std::optional<int> number() const {
+        return readFrameNumber(bytes.data(), width, height, std::ptrdiff_t{4} * width);
+    }
     std::optional<int> number(const FrameRectangle& frame) const {
         return readFrameNumber(bytes.data(), width, height, std::ptrdiff_t{4} * width, frame);
     }
@@ -23,8 +25,8 @@ struct Picture {
 
 // The frames of a test clip that pass `filter`, as the ffmpeg program decodes them.
 std::vector<Picture> decode(const std::string& clip, int width, int height, const std::string& filter) {
-    const std::string command = "ffmpeg -nostdin -loglevel error -i " VIDEOANALYSIS_TEST_CLIPS_DIR "/" + clip + " -vf '" +
-                                filter + "' -fps_mode passthrough -pix_fmt bgra -f rawvideo -";
+    const std::string command = "ffmpeg -nostdin -loglevel error -i " VIDEOANALYSIS_TEST_CLIPS_DIR "/" + clip +
+                                " -vf '" + filter + "' -fps_mode passthrough -pix_fmt bgra -f rawvideo -";
     std::vector<Picture> pictures;
     std::FILE* pipe = popen(command.c_str(), "r");
     if (!pipe) {
@@ -54,7 +56,8 @@ TEST(FrameNumber, IsReadFromEveryFrameAtAnyScale) {
 }
 
 TEST(FrameNumber, IsReadFromAPartOfThePicture) {
-    const auto pictures = decode("h264.mp4", 500, 400, "trim=start_frame=77:end_frame=78,scale=400:225,pad=500:400:60:90");
+    const auto pictures =
+        decode("h264.mp4", 500, 400, "trim=start_frame=77:end_frame=78,scale=400:225,pad=500:400:60:90");
     ASSERT_EQ(pictures.size(), 1u);
     EXPECT_EQ(pictures[0].number({60, 90, 400, 225}), 77);
     EXPECT_EQ(pictures[0].number({60.4, 89.6, 400, 225}), 77);
@@ -88,5 +91,5 @@ TEST(FrameNumber, SurvivesNoSingleWrongCell) {
     }
 }
 
-} // namespace
-} // namespace videoanalysis
+}  // namespace
+}  // namespace videoanalysis
