@@ -1,12 +1,9 @@
 # Checks of the tree as a whole: which way includes point, a second standard library, and the installed package.
 
-find_package(Python3 REQUIRED COMPONENTS Interpreter)
-
 add_test(NAME layering COMMAND Python3::Interpreter "${PROJECT_SOURCE_DIR}/tools/check-layering.py" "${PROJECT_SOURCE_DIR}")
 set_tests_properties(layering PROPERTIES TIMEOUT 30)
 
 # The component compiles with clang and libc++ as well. One stamp per file, so that only what has changed is compiled.
-find_program(LIBCXX_COMPILER clang++-14)
 mark_as_advanced(LIBCXX_COMPILER)
 if(LIBCXX_COMPILER)
     file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/VideoAnalysis/*.cpp")
