@@ -4,7 +4,6 @@ add_test(NAME layering COMMAND Python3::Interpreter "${PROJECT_SOURCE_DIR}/tools
 set_tests_properties(layering PROPERTIES TIMEOUT 30)
 
 # The component compiles with clang and libc++ as well. One stamp per file, so that only what has changed is compiled.
-mark_as_advanced(LIBCXX_COMPILER)
 if(LIBCXX_COMPILER)
     file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/VideoAnalysis/*.cpp")
     set(stamps)

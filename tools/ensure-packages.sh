@@ -1,3 +1,4 @@
+# shellcheck shell=bash disable=SC2034,SC2154
 # Sourced by ./run, ./test and ./bench: the Debian packages that each needs, and their installation.
 
 # What building the program takes.
