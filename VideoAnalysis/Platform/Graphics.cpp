@@ -1,6 +1,7 @@
 #include "VideoAnalysis/Platform/Graphics.h"
 
 #include "VideoAnalysis/Platform/Platform.h"
+#include "VideoAnalysis/Platform/UI/Device.h"
 
 #include <algorithm>
 #include <cmath>

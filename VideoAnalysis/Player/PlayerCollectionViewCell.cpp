@@ -24,12 +24,6 @@ void PlayerCollectionViewCell::awakeFromNib() {
     ui::required(playerScrollView, "playerScrollView")->sketchView = sketchView;
 }
 
-void PlayerCollectionViewCell::prepareForReuse() {
-    if (const auto video = playerView.lock()) video->setURL({});
-    if (const auto sketch = sketchView.lock()) sketch->clear();
-    if (const auto scroll = playerScrollView.lock()) scroll->setZoomScale(1);
-}
-
 void PlayerCollectionViewCell::layOutSketchView() {
     const auto video = playerView.lock();
     const auto sketch = sketchView.lock();

@@ -22,7 +22,6 @@ public:
     std::string description() const override;
     void connectOutlets(ui::Outlets& outlets) override;
     void awakeFromNib() override;
-    void prepareForReuse() override;
 
     /// Makes the sketch view cover exactly the picture.
     void layOutSketchView();

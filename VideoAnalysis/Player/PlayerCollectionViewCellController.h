@@ -88,6 +88,9 @@ public:
     void undo(ui::Control& sender);
     void redo(ui::Control& sender);
     void clear(ui::Control& sender);
+    /// Asks the host whether the clip may go, or for another one; nothing without a host or a presenting screen.
+    void deleteMedia(ui::Control& sender);
+    void replaceMedia(ui::Control& sender);
     void userDidRequestToChangePlaybackRate(ui::Control& sender);
     void userDidChangePlaybackRate(ui::Button& sender);
     void handleHUDTap();
@@ -116,11 +119,12 @@ private:
     void handleLongPress(ui::GestureRecognizer& recognizer, std::int64_t steps);
     void publishHistory();
     void setUpTool();
+    void wire(PlayerCollectionViewCellHUDView& hud);
     void setUpPeriodicTimeObserver();
     void timeDidChange();
     void refreshDrawing();
     void updateSeekBar();
-    void render(const LocalState& state);
+    void updatePosition();
 
     VideoAnalysisController::Object media_;
     std::weak_ptr<PlayerCollectionViewCell> cell_;
@@ -128,6 +132,7 @@ private:
     std::shared_ptr<void> timeObserver_;
     std::weak_ptr<media::Player> observedPlayer_;
     std::shared_ptr<dispatch::Timer> debounceTimer_;
+    bool firstLoadIsDue_ = false;
 };
 
 }  // namespace videoanalysis

@@ -25,6 +25,22 @@ void PlayerCollectionViewCellHUDView::connectOutlets(ui::Outlets& outlets) {
     outlets.connect("positionLabel", positionLabel);
 }
 
+void PlayerCollectionViewCellHUDView::removeAllActions() {
+    const auto forget = [](const std::weak_ptr<ui::Button>& outlet) {
+        if (const auto button = outlet.lock()) {
+            button->removeAllActions();
+            button->longPressGestureRecognizer.reset();
+        }
+    };
+    for (const auto* outlet : {&editButton, &undoButton, &redoButton, &clearButton, &deleteButton, &replaceButton,
+                               &changeFillModeButton, &rewindButton, &forwardButton, &playPauseButton,
+                               &videoPlayRateSelectorButton}) {
+        forget(*outlet);
+    }
+    for (const auto& outlet : videoPlaybackSpeedButtons) forget(outlet);
+    if (const auto slider = seekbar.lock()) slider->removeAllActions();
+}
+
 std::string OverlayCollectionViewCell::description() const {
     std::ostringstream text;
     text << "OverlayCollectionViewCell " << static_cast<const void*>(this);
@@ -34,21 +50,6 @@ std::string OverlayCollectionViewCell::description() const {
 void OverlayCollectionViewCell::connectOutlets(ui::Outlets& outlets) {
     outlets.connect("hudView", hudView);
     ui::required(hudView, "hudView")->connectOutlets(outlets);
-}
-
-void OverlayCollectionViewCell::prepareForReuse() {
-    const auto hud = hudView.lock();
-    if (!hud) return;
-    const auto forget = [](const auto& outlet) {
-        if (const auto control = outlet.lock()) control->removeAllActions();
-    };
-    for (const auto* button : {&hud->editButton, &hud->undoButton, &hud->redoButton, &hud->clearButton, &hud->deleteButton,
-                               &hud->replaceButton, &hud->changeFillModeButton, &hud->rewindButton, &hud->forwardButton,
-                               &hud->playPauseButton, &hud->videoPlayRateSelectorButton}) {
-        forget(*button);
-    }
-    for (const auto& button : hud->videoPlaybackSpeedButtons) forget(button);
-    forget(hud->seekbar);
 }
 
 }  // namespace videoanalysis

@@ -36,6 +36,8 @@ public:
     std::weak_ptr<ui::Label> positionLabel;
 
     void connectOutlets(ui::Outlets& outlets);
+    /// No control does anything any more, until somebody adds actions again.
+    void removeAllActions();
 };
 
 /// The cell that holds a player's controls, above its picture. Made from the template "OverlayCollectionViewCell".
@@ -45,7 +47,6 @@ public:
 
     std::string description() const override;
     void connectOutlets(ui::Outlets& outlets) override;
-    void prepareForReuse() override;
 };
 
 }  // namespace videoanalysis

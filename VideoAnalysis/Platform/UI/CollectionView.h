@@ -28,6 +28,9 @@ public:
     /// The outlets are connected.
     virtual void awakeFromNib() {}
     virtual void prepareForReuse() {}
+
+private:
+    std::string reuseIdentifier_;
 };
 
 class CollectionViewDataSource {
@@ -56,7 +59,8 @@ public:
 
 class CollectionView : public ScrollView {
 public:
-    CollectionView() = default;
+    using ScrollView::ScrollView;
+    ~CollectionView() override;
 
     /// Main thread. Null takes it away.
     void setCollectionViewLayout(std::shared_ptr<CollectionViewLayout> layout);
@@ -102,14 +106,16 @@ public:
 
 protected:
     void layoutSubviews() override;
-    void boundsDidChange(const Rect& old) override;
+    void boundsWillChange(const Rect& newBounds) override;
+    void contentOffsetWillChange(Point newOffset) override;
     void contentOffsetDidChange() override;
 
 private:
     void loadCounts();
-    void checkCounts(std::int64_t section, const char* operation);
+    void checkCounts(const char* operation);
     void updateVisibleCells();
-    void retire(VisibleCell cell, bool reusable);
+    /// Takes the item's cell off the screen and keeps it for another item.
+    void retire(const IndexPath& indexPath);
 
     std::shared_ptr<CollectionViewLayout> layout_;
     std::weak_ptr<CollectionViewDataSource> dataSource_;

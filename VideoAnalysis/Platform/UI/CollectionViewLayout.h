@@ -34,6 +34,7 @@ public:
     /// The items whose frames touch `rect`, in index order.
     virtual std::vector<LayoutAttributes> layoutAttributesForElements(const Rect& rect) const = 0;
     virtual std::optional<LayoutAttributes> layoutAttributesForItem(const IndexPath& indexPath) const = 0;
+    /// Asked before the collection's visible rectangle becomes `newBounds`. The default: a change of size.
     virtual bool shouldInvalidateLayoutForBoundsChange(const Rect& newBounds) const;
     /// Makes the collection prepare the layout again in its next layout pass.
     void invalidateLayout();

@@ -6,6 +6,7 @@ namespace videoanalysis::ui {
 
 void ScrollView::setContentOffset(Point offset) {
     if (contentOffset_ == offset) return;
+    contentOffsetWillChange(offset);
     contentOffset_ = offset;
     contentOffsetDidChange();
     notify(Property::contentOffset);

@@ -56,6 +56,7 @@ public:
     void endDecelerating();
 
 protected:
+    virtual void contentOffsetWillChange(Point /*newOffset*/) {}
     /// After each change of the offset, before the delegate hears of it.
     virtual void contentOffsetDidChange() {}
 

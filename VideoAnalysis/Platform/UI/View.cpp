@@ -13,6 +13,7 @@ View::~View() {
 void View::setFrame(const Rect& frame) {
     if (frame_ == frame) return;
     const Rect oldBounds = bounds();
+    if (oldBounds.size != frame.size) boundsWillChange({{}, frame.size});
     frame_ = frame;
     if (oldBounds.size != frame_.size) {
         boundsDidChange(oldBounds);

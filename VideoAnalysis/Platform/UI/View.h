@@ -118,6 +118,8 @@ public:
 
 protected:
     virtual void layoutSubviews() {}
+    /// The size is about to change to that of `newBounds`.
+    virtual void boundsWillChange(const Rect& /*newBounds*/) {}
     /// The size has changed from `old`; called after the change and before the observer is told.
     virtual void boundsDidChange(const Rect& /*old*/) {}
     void notify(Property property);

@@ -1,0 +1,41 @@
+#include "VideoAnalysis/Analysis/VideoAnalysisController.h"
+
+#include "VideoAnalysis/Analysis/Actions.h"
+#include "VideoAnalysis/Player/PlayerCollectionViewCellController.h"
+#include "VideoAnalysis/Screen/MainViewController.h"
+#include "VideoAnalysis/Screen/PlayersManager.h"
+
+namespace videoanalysis {
+
+std::string describeValue(const VideoAnalysisController::Object& media) {
+    return "Object(url: " + media.url.absoluteString() + ", stack: " + (media.stack ? "JSON" : "none") + ")";
+}
+
+VideoAnalysisController::VideoAnalysisController(const std::vector<Object>& media,
+                                                 const std::optional<VideoAnalysisConfiguration>& configuration) {
+    mainStore().dispatch(ClearStateAction());
+    if (configuration) mainStore().dispatch(SetConfigurationAction(*configuration));
+    for (const Object& object : media) mainStore().dispatch(AddMediaAction(object));
+}
+
+void VideoAnalysisController::present(const std::shared_ptr<ui::ViewController>& viewController,
+                                      ui::ModalPresentationStyle presentationStyle) {
+    mainStore().dispatch(SetPresentationConfigurationAction(viewController, presentationStyle));
+}
+
+void VideoAnalysisController::dismiss(bool animated, std::function<void()> completion) {
+    mainStore().dispatch(DismissAction(animated, std::move(completion)));
+    mainStore().dispatch(ClearStateAction());
+}
+
+std::vector<VideoAnalysisController::Object> VideoAnalysisController::currentMedia() const {
+    const State& state = mainStore().state();
+    const std::shared_ptr<PlayersManager> manager =
+        state.mainViewController() ? state.mainViewController()->playersManager() : nullptr;
+    if (!manager) return *state.media;
+    std::vector<Object> media;
+    for (const auto& controller : manager->cellControllers) media.push_back(controller->media());
+    return media;
+}
+
+}  // namespace videoanalysis

@@ -1,0 +1,139 @@
+#include "VideoAnalysis/Screen/PlayersManager.h"
+
+#include "VideoAnalysis/Platform/Dispatch.h"
+#include "VideoAnalysis/Platform/FatalError.h"
+#include "VideoAnalysis/Platform/Platform.h"
+#include "VideoAnalysis/Platform/UI/Device.h"
+#include "VideoAnalysis/Player/PlayerCollectionViewCell.h"
+#include "VideoAnalysis/Player/PlayerCollectionViewCellController.h"
+#include "VideoAnalysis/Player/PlayerCollectionViewCellHUDView.h"
+#include "VideoAnalysis/Screen/CollectionViewFlowLayout.h"
+
+#include <string>
+
+namespace videoanalysis {
+namespace {
+
+constexpr const char* playerCell = "PlayerCollectionViewCell";
+constexpr const char* overlayCell = "OverlayCollectionViewCell";
+constexpr double firstLoadDelay = 0.5;  // seconds after the cell is about to be displayed
+constexpr double shareOfLength = 0.999;
+
+std::shared_ptr<ui::CellTemplate> requiredTemplate(const char* name) {
+    std::shared_ptr<ui::CellTemplate> cellTemplate = platform().bundle().cellTemplate(name);
+    if (!cellTemplate) fatalError(std::string("Missing cell template: ") + name);
+    return cellTemplate;
+}
+
+std::string addressOf(const ui::CollectionViewCell& cell) { return cell.description(); }
+
+}  // namespace
+
+std::shared_ptr<PlayersManager> PlayersManager::make(const std::shared_ptr<ui::CollectionView>& collectionView,
+                                                     const std::shared_ptr<ui::CollectionView>& overlayCollectionView) {
+    if (!collectionView || !overlayCollectionView) fatalError("PlayersManager needs both collection views");
+    auto manager = std::make_shared<PlayersManager>(Private{}, collectionView, overlayCollectionView);
+    manager->setUp(*collectionView, manager->nib, playerCell);
+    manager->setUp(*overlayCollectionView, manager->overlayNib, overlayCell);
+    return manager;
+}
+
+PlayersManager::PlayersManager(Private, std::weak_ptr<ui::CollectionView> collectionView,
+                               std::weak_ptr<ui::CollectionView> overlayCollectionView)
+    : collectionView(std::move(collectionView)), overlayCollectionView(std::move(overlayCollectionView)),
+      nib(requiredTemplate(playerCell)), overlayNib(requiredTemplate(overlayCell)) {}
+
+PlayersManager::~PlayersManager() = default;
+
+void PlayersManager::setUp(ui::CollectionView& view, const std::shared_ptr<ui::CellTemplate>& cellTemplate,
+                           const char* identifier) {
+    view.registerTemplate(cellTemplate, identifier);
+    view.setPrefetchingEnabled(false);
+    view.setDataSource(weak_from_this());
+    view.setCollectionViewDelegate(weak_from_this());
+}
+
+std::int64_t PlayersManager::numberOfItemsInSection(ui::CollectionView&, std::int64_t) {
+    return static_cast<std::int64_t>(cellControllers.size());
+}
+
+std::shared_ptr<ui::CollectionViewCell> PlayersManager::cellForItemAt(ui::CollectionView& view,
+                                                                      const ui::IndexPath& indexPath) {
+    if (indexPath.item < 0 || indexPath.item >= static_cast<std::int64_t>(cellControllers.size())) {
+        fatalError("No player at index " + std::to_string(indexPath.item));
+    }
+    const std::shared_ptr<PlayerCollectionViewCellController>& controller =
+        cellControllers[static_cast<std::size_t>(indexPath.item)];
+    const bool isOverlay = &view == overlayCollectionView.lock().get();
+    const std::shared_ptr<ui::CollectionViewCell> dequeued =
+        view.dequeueReusableCell(isOverlay ? overlayCell : playerCell, indexPath);
+
+    // The two branches differ in the cell's kind and in the words of the log only.
+    const auto bind = [&](const auto& cell, const auto& boundCell, const auto& setBoundCell, const std::string& kind,
+                          const char* index) {
+        if (!cell) return std::make_shared<ui::CollectionViewCell>();
+        debugLog("\n");
+        debugLog(index + std::to_string(indexPath.item));
+        if (const auto previous = boundCell()) {
+            debugLog("Previous " + kind + "cell address: " + addressOf(*previous));
+        } else {
+            debugLog("No previous " + kind + "cell address");
+        }
+        debugLog("New generated " + kind + "cell address: " + addressOf(*cell));
+        if (!boundCell()) {
+            setBoundCell(cell);
+            const auto bound = boundCell();
+            if (!bound) fatalError("The player's cell was not bound");
+            debugLog("New updated " + kind + "cell address: " + addressOf(*bound));
+        }
+        controller->index = indexPath.item;
+        if (const auto playerCellOfItem = controller->cell()) {
+            if (const auto sketch = playerCellOfItem->sketchView.lock()) sketch->layoutIfNeeded();
+        }
+        return std::static_pointer_cast<ui::CollectionViewCell>(cell);
+    };
+    if (isOverlay) {
+        controller->presenteeViewController = presenteeViewController;
+        return bind(
+            std::dynamic_pointer_cast<OverlayCollectionViewCell>(dequeued), [&] { return controller->overlayCell(); },
+            [&](const auto& cell) { controller->setOverlayCell(cell); }, "overlay ", "Overlay Index: ");
+    }
+    return bind(
+        std::dynamic_pointer_cast<PlayerCollectionViewCell>(dequeued), [&] { return controller->cell(); },
+        [&](const auto& cell) { controller->setCell(cell); }, "", "Index: ");
+}
+
+void PlayersManager::willDisplay(ui::CollectionView& view, ui::CollectionViewCell&, const ui::IndexPath& indexPath) {
+    if (&view != collectionView.lock().get()) return;
+    dispatch::mainQueue().asyncAfter(firstLoadDelay, [weak = weak_from_this(), item = indexPath.item] {
+        const auto manager = weak.lock();
+        // The item may have been removed meanwhile.
+        if (!manager || item >= static_cast<std::int64_t>(manager->cellControllers.size())) return;
+        manager->cellControllers[static_cast<std::size_t>(item)]->performFirstLoad();
+    });
+}
+
+std::optional<Size> PlayersManager::sizeForItemAt(ui::CollectionView& view, ui::CollectionViewLayout& layout,
+                                                  const ui::IndexPath&) {
+    const auto* flowLayout = dynamic_cast<CollectionViewFlowLayout*>(&layout);
+    if (!flowLayout) return Size{};
+    const Size size = view.bounds().size;
+    const EdgeInsets insets = flowLayout->sectionInset();
+    const auto count = static_cast<double>(view.numberOfItemsInSection(0));
+    if (ui::isLandscape(platform().device().orientation())) {
+        return Size{(size.width - (insets.left + insets.right)) / count * shareOfLength, size.height};
+    }
+    return Size{size.width, (size.height - (insets.top + insets.bottom)) / count * shareOfLength};
+}
+
+std::optional<double> PlayersManager::minimumLineSpacingForSectionAt(ui::CollectionView&, ui::CollectionViewLayout&,
+                                                                     std::int64_t) {
+    return 0;
+}
+
+std::optional<double> PlayersManager::minimumInteritemSpacingForSectionAt(ui::CollectionView&, ui::CollectionViewLayout&,
+                                                                          std::int64_t) {
+    return 0;
+}
+
+}  // namespace videoanalysis
