@@ -164,6 +164,7 @@ std::pair<pid_t, int> startWithPipe(const std::vector<std::string>& command) {
         close(ends[0]);
         close(ends[1]);
         std::vector<char*> arguments;
+        arguments.reserve(command.size() + 1);
         for (const std::string& argument : command) {
             arguments.push_back(const_cast<char*>(argument.c_str()));
         }
