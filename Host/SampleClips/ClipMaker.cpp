@@ -12,6 +12,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
+#include <sstream>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -100,50 +102,22 @@ Options parseOptions(int argc, char** argv) {
 }
 
 std::vector<std::string> encoderCommand(const Options& options) {
-    std::vector<std::string> command{"ffmpeg",
-                                     "-nostdin",
-                                     "-y",
-                                     "-loglevel",
-                                     "error",
-                                     "-f",
-                                     "rawvideo",
-                                     "-pixel_format",
-                                     "bgra",
-                                     "-video_size",
-                                     std::to_string(options.width) + "x" + std::to_string(options.height),
-                                     "-framerate",
-                                     options.rate,
-                                     "-i",
-                                     "pipe:0"};
-    const auto append = [&](std::initializer_list<std::string> more) { command.insert(command.end(), more); };
+    std::vector<std::string> command;
+    const auto append = [&](const std::string& words) {
+        std::istringstream stream(words);
+        command.insert(command.end(), std::istream_iterator<std::string>(stream), {});
+    };
+    append("ffmpeg -nostdin -y -loglevel error -f rawvideo -pixel_format bgra");
+    append("-video_size " + std::to_string(options.width) + "x" + std::to_string(options.height));
+    append("-framerate " + options.rate + " -i pipe:0");
     if (options.tone != 0) {
         // A soft pluck every half second, so that one hears where one is.
-        const std::string sound =
-            "0.25*sin(2*PI*" + std::to_string(options.tone) + "*t)*exp(-14*mod(t,0.5))*min(1,200*mod(t,0.5))";
-        append({"-f", "lavfi", "-i",
-                "aevalsrc='" + sound + "':s=48000:d=" + std::to_string(options.frames / options.framesPerSecond)});
-        append({"-c:a", "aac", "-b:a", "96k"});
+        append("-f lavfi -i aevalsrc='0.25*sin(2*PI*" + std::to_string(options.tone) +
+               "*t)*exp(-14*mod(t,0.5))*min(1,200*mod(t,0.5))':s=48000:d=" +
+               std::to_string(options.frames / options.framesPerSecond) + " -c:a aac -b:a 96k");
     }
-    append({"-vf",
-            "scale=out_color_matrix=bt709:out_range=tv",
-            "-c:v",
-            "libx264",
-            "-preset",
-            "fast",
-            "-crf",
-            "20",
-            "-pix_fmt",
-            "yuv420p",
-            "-colorspace",
-            "bt709",
-            "-color_primaries",
-            "bt709",
-            "-color_trc",
-            "bt709",
-            "-color_range",
-            "tv",
-            "-movflags",
-            "+faststart"});
+    append("-vf scale=out_color_matrix=bt709:out_range=tv -c:v libx264 -preset fast -crf 20 -pix_fmt yuv420p");
+    append("-colorspace bt709 -color_primaries bt709 -color_trc bt709 -color_range tv -movflags +faststart");
     command.insert(command.end(), options.encoderOptions.begin(), options.encoderOptions.end());
     command.push_back(options.output);
     return command;

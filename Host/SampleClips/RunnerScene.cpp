@@ -40,7 +40,7 @@ void repeat(double offset, double spacing, double margin, Place place) {
 
 void drawHills(cairo_t* cairo, double offset, double base, double size, std::uint32_t rgb) {
     cairo_move_to(cairo, 0, Scene::height);
-    for (double x = 0; x <= Scene::width; x += 8) {
+    for (int x = 0; x <= Scene::width; x += 8) {
         const double along = (x + offset) / 100;
         cairo_line_to(cairo, x, base - size * (0.5 * std::sin(along * 0.9) + 0.35 * std::sin(along * 1.7 + 1.3)));
     }

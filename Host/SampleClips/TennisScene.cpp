@@ -188,7 +188,7 @@ void drawRacket(cairo_t* cairo, Point hand, double angle) {
     cairo_clip(cairo);
     cairo_set_line_width(cairo, 1.3);
     setColor(cairo, 0xffffff, 0.9);
-    for (double line = -28; line <= 28; line += 8) {
+    for (int line = -28; line <= 28; line += 8) {
         cairo_move_to(cairo, line, -36);
         cairo_line_to(cairo, line, 36);
         cairo_move_to(cairo, -36, line);
