@@ -75,10 +75,12 @@ public:
     virtual void strokeRect(const Rect& rect) = 0;
     virtual void fillEllipse(const Rect& rect) = 0;
     virtual void strokeEllipse(const Rect& rect) = 0;
-    /// Makes every pixel of `rect` transparent, whatever the blend mode.
+    /// Makes every pixel that `rect` touches transparent, whatever the blend mode.
     virtual void clearRect(const Rect& rect) = 0;
-    /// Restricts drawing to `rect` (intersected with the clip so far) until the state is restored.
+    /// Restricts drawing to the pixels that `rect` touches (of those of the clip so far) until the state is restored.
     virtual void clipToRect(const Rect& rect) = 0;
+    /// Outside of it nothing can show. A context that does not know gives a rectangle that holds everything.
+    virtual Rect clipBoundingBox() const { return {-1e9, -1e9, 2e9, 2e9}; }
 
     virtual void drawImage(const Image& image, const Rect& rect) = 0;
     /// Makes sure that everything drawn so far has reached the pixels.
@@ -131,8 +133,10 @@ public:
         return Image(std::shared_ptr<const Bitmap>(bitmap));
     }
 
-private:
+    /// A transparent bitmap to draw into; null for an empty size.
     std::shared_ptr<Bitmap> makeBitmap() const;
+
+private:
     static std::unique_ptr<Context> makeContext(Bitmap& bitmap);
 
     Size size_;

@@ -1,0 +1,97 @@
+#pragma once
+// A graphics context on Cairo. Made by the Cairo engine only.
+
+#include "VideoAnalysis/Platform/Graphics.h"
+
+#include <cairo.h>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace videoanalysis::graphics {
+
+class CairoContext final : public Context {
+public:
+    /// Draws into `bitmap`, which outlives the context.
+    explicit CairoContext(Bitmap& bitmap);
+    ~CairoContext() override;
+
+    void saveState() override;
+    void restoreState() override;
+
+    void setStrokeColor(const Color& color) override { state_.strokeColor = color; }
+    void setFillColor(const Color& color) override { state_.fillColor = color; }
+    void setLineWidth(double width) override { state_.lineWidth = width; }
+    void setLineCap(LineCap cap) override { state_.lineCap = cap; }
+    void setAlpha(double alpha) override { state_.alpha = alpha; }
+    void setBlendMode(BlendMode mode) override { state_.blendMode = mode; }
+    void setShouldAntialias(bool antialias) override { state_.antialiases = antialias; }
+    void setShadow(Size offset, double blur, const Color& color) override;
+
+    void move(Point to) override { path_.move(to); }
+    void addLine(Point to) override { path_.addLine(to); }
+    void addPath(const Path& path) override { path_.append(path); }
+    void strokePath() override;
+
+    void fillRect(const Rect& rect) override;
+    void strokeRect(const Rect& rect) override;
+    void fillEllipse(const Rect& rect) override;
+    void strokeEllipse(const Rect& rect) override;
+    void clearRect(const Rect& rect) override;
+    void clipToRect(const Rect& rect) override;
+    Rect clipBoundingBox() const override;
+
+    void drawImage(const Image& image, const Rect& rect) override;
+    void flush() override { cairo_surface_flush(surface_.get()); }
+
+private:
+    /// Whole pixels.
+    struct PixelBox {
+        int left, top, right, bottom;
+        bool isEmpty() const { return left >= right || top >= bottom; }
+    };
+    struct State {
+        Color strokeColor;
+        Color fillColor;
+        double lineWidth = 1;
+        LineCap lineCap = LineCap::butt;
+        double alpha = 1;
+        BlendMode blendMode = BlendMode::normal;
+        bool antialiases = true;
+        Size shadowOffset;
+        double shadowBlur = 0;
+        Color shadowColor = Color::clear();
+        PixelBox clip{};
+    };
+    template <auto destroy>
+    struct Destroy {
+        void operator()(auto* object) const { destroy(object); }
+    };
+    using Surface = std::unique_ptr<cairo_surface_t, Destroy<cairo_surface_destroy>>;
+    using Cairo = std::unique_ptr<cairo_t, Destroy<cairo_destroy>>;
+    /// Paints a shape with Cairo's current source and operator.
+    using Paint = std::function<void(cairo_t*)>;
+
+    PixelBox pixelsOf(const Rect& rect) const;
+    Point place(Point point) const;
+    Rect place(const Rect& rect) const;
+    void setUp(cairo_t* cairo) const;
+    /// Paints a shape in `color`, with its shadow under it. `extents`, in points, hold the shape; one that paints a pixel more
+    /// than once goes through a mask, so that alpha counts once.
+    void paint(const Color& color, const Rect& extents, const Paint& shape, bool overlapsItself = false);
+    Surface makeMask(PixelBox box, const Paint& shape) const;
+    void paintMask(const Surface& mask, Point origin, const Color& color, double alpha);
+    void addPathTo(cairo_t* cairo, const Path& path, std::size_t firstElement, std::size_t lastElement,
+                   std::size_t& point) const;
+    void addEllipseTo(cairo_t* cairo, const Rect& rect) const;
+
+    double scale_;
+    Surface surface_;
+    Cairo cairo_;
+    State state_;
+    std::vector<State> saved_;
+    Path path_;
+};
+
+}  // namespace videoanalysis::graphics

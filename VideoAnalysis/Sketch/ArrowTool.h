@@ -1,0 +1,14 @@
+#pragma once
+// A straight line whose end is an open "V". Made by the sketch view for the arrow tool.
+
+#include "VideoAnalysis/Sketch/TwoPointTool.h"
+
+namespace videoanalysis {
+
+class ArrowTool : public TwoPointTool {
+public:
+    void draw() const override;
+    JSON jsonValue(Size size, bool withPoints) const override;
+};
+
+}  // namespace videoanalysis

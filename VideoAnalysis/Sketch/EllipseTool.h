@@ -1,0 +1,26 @@
+#pragma once
+// An ellipse, as an outline or filled. Made by the sketch view for the two ellipse tools.
+
+#include "VideoAnalysis/Sketch/TwoPointTool.h"
+
+namespace videoanalysis {
+
+class EllipseTool : public TwoPointTool {
+public:
+    explicit EllipseTool(bool isFill = false);
+
+    bool isFill() const { return isFill_; }
+    void setFill(bool fill) { change(isFill_, fill); }
+    /// Points; stored with the drawing, drawing does not use it.
+    double eraserWidth() const { return eraserWidth_; }
+    void setEraserWidth(double width) { eraserWidth_ = width; }
+
+    void draw() const override;
+    JSON jsonValue(Size size, bool withPoints) const override;
+
+private:
+    bool isFill_;
+    double eraserWidth_ = 0;
+};
+
+}  // namespace videoanalysis

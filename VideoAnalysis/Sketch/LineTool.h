@@ -1,0 +1,14 @@
+#pragma once
+// A straight line with square ends. Made by the sketch view for the line tool.
+
+#include "VideoAnalysis/Sketch/TwoPointTool.h"
+
+namespace videoanalysis {
+
+class LineTool : public TwoPointTool {
+public:
+    void draw() const override;
+    JSON jsonValue(Size size, bool withPoints) const override;
+};
+
+}  // namespace videoanalysis

@@ -1,0 +1,22 @@
+#pragma once
+// A rectangle, as an outline or filled. Made by the sketch view for the two rectangle tools.
+
+#include "VideoAnalysis/Sketch/TwoPointTool.h"
+
+namespace videoanalysis {
+
+class RectTool : public TwoPointTool {
+public:
+    explicit RectTool(bool isFill = false);
+
+    bool isFill() const { return isFill_; }
+    void setFill(bool fill) { change(isFill_, fill); }
+
+    void draw() const override;
+    JSON jsonValue(Size size, bool withPoints) const override;
+
+private:
+    bool isFill_;
+};
+
+}  // namespace videoanalysis

@@ -1,0 +1,192 @@
+#include "VideoAnalysis/Sketch/SketchStackReader.h"
+
+#include "VideoAnalysis/Platform/Platform.h"
+#include "VideoAnalysis/Sketch/EllipseTool.h"
+#include "VideoAnalysis/Sketch/PenTool.h"
+#include "VideoAnalysis/Sketch/RectTool.h"
+#include "VideoAnalysis/Sketch/TwoPointTool.h"
+
+#include <algorithm>
+#include <charconv>
+
+namespace videoanalysis {
+namespace {
+
+constexpr std::size_t maximumNotes = 100;
+
+std::optional<double> numberIn(const JSON& value, SketchStackReader::Range range) {
+    const std::optional<double> number = value.number();
+    return number && *number >= range.low && *number <= range.high ? number : std::nullopt;
+}
+
+}  // namespace
+
+std::optional<SketchToolType> SketchStackReader::toolType(std::string_view word) {
+    std::string lower(word.substr(0, 16));
+    std::transform(lower.begin(), lower.end(), lower.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? c + 32 : c; });
+    if (word.size() > lower.size()) return std::nullopt;
+    if (lower == "pen") return SketchToolType::pen;
+    if (lower == "line") return SketchToolType::line;
+    if (lower == "arrow") return SketchToolType::arrow;
+    if (lower == "rectangle") return SketchToolType::rectangleStroke;
+    if (lower == "oval" || lower == "ellipse") return SketchToolType::ellipseStroke;
+    return std::nullopt;
+}
+
+void SketchStackReader::readNumber(const JSON& object, std::string_view key, Range range, double& value) {
+    if (const std::optional<double> number = numberIn(object[key], range))
+        value = *number;
+    else
+        noteUnreadable(object[key], key);
+}
+
+void SketchStackReader::readColor(const JSON& object, std::string_view key, Color& value) {
+    const std::string* text = object[key].string();
+    if (text && text->size() == 7 && text->front() == '#') {
+        int color = 0;
+        const auto [end, error] = std::from_chars(text->data() + 1, text->data() + text->size(), color, 16);
+        if (error == std::errc{} && end == text->data() + text->size() && color >= 0) {
+            value = Color::rgb255(color >> 16, color >> 8 & 0xFF, color & 0xFF);
+            return;
+        }
+    }
+    noteUnreadable(object[key], key);
+}
+
+int SketchStackReader::readInteger(const JSON& object, std::string_view key, int last, int value) {
+    const std::optional<double> number = numberIn(object[key], {0, static_cast<double>(last)});
+    if (number && *number == static_cast<int>(*number)) return static_cast<int>(*number);
+    noteUnreadable(object[key], key);
+    return value;
+}
+
+std::optional<Point> SketchStackReader::readPoint(const JSON& object, std::string_view x, std::string_view y) const {
+    const std::optional<double> percentX = numberIn(object[x], coordinates);
+    const std::optional<double> percentY = numberIn(object[y], coordinates);
+    if (!percentX || !percentY) return std::nullopt;
+    return Point{*percentX / 100 * size_.width, *percentY / 100 * size_.height};
+}
+
+std::vector<std::shared_ptr<SketchTool>>
+SketchStackReader::readDrawings(const JSON& stack, std::string_view key,
+                                const std::function<std::shared_ptr<SketchTool>(SketchToolType)>& makeTool) {
+    std::vector<std::shared_ptr<SketchTool>> tools;
+    const JSON::Array* drawings = stack[key].array();
+    if (!drawings) {
+        noteUnreadable(stack[key], key);
+        return tools;
+    }
+    tools.reserve(drawings->size());
+    for (std::size_t i = 0; i < drawings->size(); ++i) {
+        const JSON& drawing = (*drawings)[i];
+        place_.assign(key).append("[").append(std::to_string(i)).append("]");
+        const JSON& configuration = drawing["configuration"];
+        const std::string* word = drawing["type"].string();
+        std::optional<SketchToolType> type = word ? toolType(*word) : std::nullopt;
+        if (!drawing.dictionary() || !configuration.dictionary()) {
+            drawing.dictionary() ? noteUnreadable(configuration, "configuration") : noteUnreadable(drawing, {});
+            continue;
+        }
+        if (!type) {
+            noteUnreadable(drawing["type"], "type");
+            continue;
+        }
+        if (type == SketchToolType::pen && configuration["ios"]["eraser"].boolean() == true) type = SketchToolType::eraser;
+        const std::shared_ptr<SketchTool> tool = makeTool(*type);
+        place_ += ".configuration";
+        readConfiguration(configuration, *tool);
+        tools.push_back(tool);
+    }
+    place_.clear();
+    return tools;
+}
+
+void SketchStackReader::readConfiguration(const JSON& configuration, SketchTool& tool) {
+    double width = tool.lineWidth();
+    readNumber(configuration, "width", widths, width);
+    tool.setLineWidth(width);
+    Color color = tool.lineColor();
+    readColor(configuration, "color", color);
+    tool.setLineColor(color);
+    double alpha = tool.lineAlpha();
+    readNumber(configuration, "alpha", alphas, alpha);
+    tool.setLineAlpha(alpha);
+    double time = tool.time();
+    readNumber(configuration, "time", times, time);
+    tool.setTime(time);
+    if (const std::string* id = configuration["id"].string())
+        tool.setId(*id);
+    else
+        noteUnreadable(configuration["id"], "id");
+
+    const auto readFill = [&](auto& shape) {
+        if (const std::optional<bool> isFill = configuration["isFill"].boolean())
+            shape.setFill(*isFill);
+        else
+            noteUnreadable(configuration["isFill"], "isFill");
+    };
+    // Only this system writes what is under "ios": drawings of others do without.
+    const JSON& system = configuration["ios"];
+    if (auto* pen = dynamic_cast<PenTool*>(&tool)) {
+        PenType type = PenType::normal;
+        if (!system.error()) readEnumeration(system, "penType", PenType::neon, type);
+        pen->setDrawingPenType(type);
+    } else if (auto* ellipse = dynamic_cast<EllipseTool*>(&tool)) {
+        readFill(*ellipse);
+        double eraserWidth = 0;
+        if (!system.error()) readNumber(system, "eraserWidth", widths, eraserWidth);
+        ellipse->setEraserWidth(eraserWidth);
+    } else if (auto* rectangle = dynamic_cast<RectTool*>(&tool)) {
+        readFill(*rectangle);
+    }
+
+    // Drawings may be stored without points.
+    if (const JSON& points = configuration["points"]; points.error() != JSONError::Kind::notExist) readPoints(points, tool);
+}
+
+void SketchStackReader::readPoints(const JSON& points, SketchTool& tool) {
+    const JSON::Array* elements = points.array();
+    if (!elements) {
+        noteUnreadable(points, "points");
+        return;
+    }
+    if (auto* pen = dynamic_cast<PenTool*>(&tool)) {
+        std::vector<Point> touches;
+        touches.reserve(elements->size());
+        for (const JSON& element : *elements)
+            if (const std::optional<Point> touch = readPoint(element, "x", "y")) touches.push_back(*touch);
+        const std::size_t lost = elements->size() - touches.size();
+        if (lost > 0)
+            note("points", std::to_string(lost) + " of " + std::to_string(elements->size()) + " cannot be read");
+        pen->setTouchPoints(touches);
+    } else if (auto* shape = dynamic_cast<TwoPointTool*>(&tool)) {
+        const std::optional<Point> start = readPoint(points[0], "startX", "startY");
+        const std::optional<Point> end = readPoint(points[0], "endX", "endY");
+        if (!start || !end) {
+            note("points", "a start and an end cannot be read");
+            return;
+        }
+        shape->setFirstPoint(*start);
+        shape->setLastPoint(*end);
+    }
+}
+
+void SketchStackReader::note(std::string_view key, std::string_view problem) {
+    if (++noteCount_ > maximumNotes) return;
+    std::string line = place_;
+    if (!line.empty() && !key.empty()) line += '.';
+    line.append(key).append(": ").append(problem);
+    notes_.push_back(std::move(line));
+}
+
+void SketchStackReader::noteUnreadable(const JSON& value, std::string_view key) {
+    note(key, value.error() == JSONError::Kind::notExist ? "is missing" : "cannot be read");
+}
+
+void SketchStackReader::log() const {
+    for (const std::string& note : notes_) debugLog("Stored drawings: " + note);
+    if (noteCount_ > notes_.size())
+        debugLog("Stored drawings: " + std::to_string(noteCount_ - notes_.size()) + " more places");
+}
+
+}  // namespace videoanalysis

@@ -1,0 +1,253 @@
+#include "VideoAnalysis/Sketch/SketchView.h"
+
+#include "VideoAnalysis/Platform/Platform.h"
+#include "VideoAnalysis/Platform/UI/Device.h"
+#include "VideoAnalysis/Sketch/PenTool.h"
+#include "VideoAnalysis/Sketch/SketchStackReader.h"
+
+#include <algorithm>
+
+namespace videoanalysis {
+namespace {
+
+JSON storedList(const std::vector<std::shared_ptr<SketchTool>>& tools, Size size) {
+    JSON::Array drawings;
+    drawings.reserve(tools.size());
+    for (const auto& tool : tools) drawings.push_back(tool->jsonValue(size, true));
+    return JSON(std::move(drawings));
+}
+
+}  // namespace
+
+struct SketchView::Filter {
+    bool isTimeBased = false;
+    double time = 0;
+
+    bool shows(const SketchTool& tool) const { return !isTimeBased || tool.time() <= time; }
+    bool showsAny(const Tools& tools) const {
+        return std::any_of(tools.begin(), tools.end(), [this](const auto& tool) { return shows(*tool); });
+    }
+};
+
+SketchView::SketchView(const Rect& frame) : View(frame) {
+    if (!bounds().isEmpty()) lastKnownBounds = bounds();
+}
+
+SketchView::Filter SketchView::filter() const {
+    Filter result;
+    if (const auto delegate = sketchViewDelegate.lock(); delegate && delegate->isTimeBasedDrawingsEnabled()) {
+        result.isTimeBased = true;
+        result.time = delegate->currentTime();
+    }
+    return result;
+}
+
+std::shared_ptr<SketchTool> SketchView::makeTool(SketchToolType type) const {
+    std::shared_ptr<SketchTool> tool = SketchTool::make(type);
+    tool->setLineColor(lineColor);
+    tool->setLineWidth(lineWidth);
+    tool->setLineAlpha(lineAlpha);
+    return tool;
+}
+
+void SketchView::beginDrawing(Point point) {
+    if (currentTool) endDrawing();
+    previousPoint1 = point;
+    currentPoint = point;
+    const std::shared_ptr<SketchTool> tool = makeTool(drawTool);
+    currentTool = tool;
+    if (const auto delegate = sketchViewDelegate.lock()) delegate->drawViewWillBeginDraw(*this, *tool);
+    pathArray.push_back(tool);
+    if (auto* pen = dynamic_cast<PenTool*>(tool.get()))
+        pen->setDrawingPenType(drawingPenType);
+    else
+        tool->setInitialPoint(point);
+}
+
+void SketchView::continueDrawing(Point from, Point to) {
+    if (!currentTool) return;
+    previousPoint2 = previousPoint1;
+    previousPoint1 = from;
+    currentPoint = to;
+    if (auto* pen = dynamic_cast<PenTool*>(currentTool.get())) {
+        setNeedsDisplay(pen->addSegment(previousPoint2.value_or(from), from, to));
+    } else {
+        currentTool->moveFromPoint(from, to);
+        setNeedsDisplay();
+    }
+}
+
+void SketchView::endDrawing() {
+    const std::shared_ptr<SketchTool> tool = currentTool;
+    const auto delegate = sketchViewDelegate.lock();
+    if (tool) tool->setTime(delegate ? delegate->currentTime() : platform().wallClock());
+    rebuild(nullptr, tool.get());
+    setNeedsDisplay();
+    if (tool && delegate) delegate->drawViewDidEndDraw(*this, *tool);
+    // Unless the delegate has begun another.
+    if (currentTool == tool) currentTool.reset();
+}
+
+void SketchView::move(Tools& from, Tools& to) {
+    const Filter visible = filter();
+    const auto last = std::find_if(from.rbegin(), from.rend(), [&](const auto& tool) { return visible.shows(*tool); });
+    if (last == from.rend()) return;
+    const std::shared_ptr<SketchTool> tool = *last;
+    currentTool.reset();
+    to.push_back(tool);
+    std::erase_if(from, [&](const auto& other) { return other->id() == tool->id(); });
+    updateCacheImage(true);
+    setNeedsDisplay();
+}
+
+void SketchView::undo() { move(pathArray, bufferArray); }
+
+void SketchView::redo() { move(bufferArray, pathArray); }
+
+bool SketchView::canUndo() const { return filter().showsAny(pathArray); }
+
+bool SketchView::canRedo() const { return filter().showsAny(bufferArray); }
+
+void SketchView::clear() {
+    currentTool.reset();
+    bufferArray.clear();
+    pathArray.clear();
+    updateCacheImage(true);
+    setNeedsDisplay();
+}
+
+void SketchView::loadImage(const Image& image, ImageRenderingMode mode) {
+    drawMode = mode;
+    backgroundImage = image;
+    clear();
+}
+
+bool SketchView::updateCacheImage(bool redraw) {
+    if (redraw) return rebuild(currentTool.get(), nullptr);
+    if (!currentTool || !bitmap_) return false;
+    drawIntoBitmap([this] { currentTool->draw(); });
+    isBitmapKnown_ = false;
+    return true;
+}
+
+template <class Draw>
+void SketchView::drawIntoBitmap(Draw&& draw) {
+    // Whoever still holds the picture keeps what it shows.
+    if (bitmap_.use_count() > 1) bitmap_ = std::make_shared<Bitmap>(*bitmap_);
+    const std::unique_ptr<graphics::Context> context = platform().graphics().makeContext(*bitmap_);
+    const graphics::CurrentContextScope scope(*context);
+    draw();
+    context->flush();
+}
+
+bool SketchView::rebuild(const SketchTool* inProgress, const SketchTool* onTop) {
+    const Filter visible = filter();
+    const auto isShown = [&](const SketchTool& tool) {
+        return &tool != inProgress && (visible.shows(tool) || &tool == onTop);
+    };
+    const Ground ground{bounds().size, platform().mainScreen().scale(), backgroundImage, drawMode};
+
+    // How much of what is to be shown does the bitmap hold already, in this order and as it is now?
+    std::size_t first = 0;
+    std::size_t held = 0;
+    bool canAdd = isBitmapKnown_ && ground == ground_;
+    if (canAdd) {
+        for (; first < pathArray.size() && held < drawn_.size(); ++first) {
+            if (!isShown(*pathArray[first])) continue;
+            if (pathArray[first]->stamp() != drawn_[held]) break;
+            ++held;
+        }
+        canAdd = held == drawn_.size();
+    }
+    if (!canAdd) {
+        first = 0;
+        drawn_.clear();
+        drawGround(ground);
+    }
+
+    const auto isFurther = [&](const auto& tool) { return isShown(*tool); };
+    const auto next = std::find_if(pathArray.begin() + static_cast<std::ptrdiff_t>(first), pathArray.end(), isFurther);
+    if (canAdd && next == pathArray.end()) return false;
+    const auto drawFurther = [&] {
+        for (auto tool = next; tool != pathArray.end(); ++tool) {
+            if (!isFurther(*tool)) continue;
+            (*tool)->draw();
+            drawn_.push_back((*tool)->stamp());
+        }
+    };
+    if (!bitmap_) return !canAdd;
+    drawIntoBitmap(drawFurther);
+    return true;
+}
+
+void SketchView::drawGround(const Ground& ground) {
+    if (bitmap_ && bitmap_.use_count() == 1 && ground.size == ground_.size && ground.scale == ground_.scale)
+        std::fill(bitmap_->pixels.begin(), bitmap_->pixels.end(), 0);
+    else
+        bitmap_ = graphics::ImageRenderer(ground.size, ground.scale).makeBitmap();
+    ground_ = ground;
+    isBitmapKnown_ = true;
+    if (!bitmap_) return;
+    drawIntoBitmap([&] {
+        if (!backgroundImage.isEmpty()) graphics::currentContext()->drawImage(backgroundImage, place(backgroundImage));
+        for (const auto& tool : pathArray) tool->remove();
+    });
+}
+
+Rect SketchView::place(const Image& image) const {
+    return drawMode == ImageRenderingMode::original ? Rect{{}, image.size()} : bounds();
+}
+
+void SketchView::draw(const Rect& rect) {
+    graphics::Context* context = graphics::currentContext();
+    if (!context) return;
+    context->saveState();
+    context->clipToRect(rect);
+    if (const Image picture = image(); !picture.isEmpty()) context->drawImage(picture, place(picture));
+    if (currentTool) currentTool->draw();
+    context->restoreState();
+}
+
+void SketchView::boundsDidChange(const Rect&) {
+    if (!bounds().isEmpty()) {
+        if (lastKnownBounds) {
+            for (const Tools* tools : {&pathArray, &bufferArray})
+                for (const auto& tool : *tools) tool->updatePath(*lastKnownBounds, bounds());
+        }
+        lastKnownBounds = bounds();
+    }
+    updateCacheImage(true);
+    setNeedsDisplay();
+}
+
+JSON SketchView::stackJSON() const {
+    const Size size = lastKnownBounds.value_or(Rect{}).size;
+    return JSON::dictionary({{"width", storableNumber(lineWidth)},
+                             {"color", hexadecimalColor(lineColor, "#000000")},
+                             {"alpha", storableNumber(lineAlpha)},
+                             {"activeTool", static_cast<int>(drawTool)},
+                             {"ios", JSON::dictionary({{"drawMode", static_cast<int>(drawMode)}})},
+                             {"drawnStack", storedList(pathArray, size)},
+                             {"redoStack", storedList(bufferArray, size)}});
+}
+
+void SketchView::loadStack(const JSON& stack) {
+    // Without a size of its own the view keeps the percentages as points, until its first bounds rescale them.
+    if (!lastKnownBounds) lastKnownBounds = Rect{0, 0, 100, 100};
+    SketchStackReader reader(lastKnownBounds->size);
+    reader.readNumber(stack, "width", SketchStackReader::widths, lineWidth);
+    reader.readColor(stack, "color", lineColor);
+    reader.readNumber(stack, "alpha", SketchStackReader::alphas, lineAlpha);
+    reader.readEnumeration(stack, "activeTool", SketchToolType::ellipseFill, drawTool);
+    if (const JSON& system = stack["ios"]; !system.error())
+        reader.readEnumeration(system, "drawMode", ImageRenderingMode::original, drawMode);
+    const auto make = [this](SketchToolType type) { return makeTool(type); };
+    pathArray = reader.readDrawings(stack, "drawnStack", make);
+    bufferArray = reader.readDrawings(stack, "redoStack", make);
+    reader.log();
+    currentTool.reset();
+    updateCacheImage(true);
+    setNeedsDisplay();
+}
+
+}  // namespace videoanalysis

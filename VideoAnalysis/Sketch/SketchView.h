@@ -1,0 +1,125 @@
+#pragma once
+// The transparent drawing surface over a player: it turns touches into drawings, keeps the finished ones in one bitmap and
+// shows those whose time has come. The cell's gestures feed it, the player's controller is its delegate.
+
+#include "VideoAnalysis/JSON/JSON.h"
+#include "VideoAnalysis/Platform/Graphics.h"
+#include "VideoAnalysis/Platform/UI/View.h"
+#include "VideoAnalysis/Sketch/SketchTool.h"
+#include "VideoAnalysis/Sketch/SketchToolType.h"
+#include "VideoAnalysis/Sketch/SketchViewDelegate.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace videoanalysis {
+
+/// How the background image and the bitmap of finished drawings are drawn: stretched into the bounds, or at (0, 0) at their
+/// own size.
+enum class ImageRenderingMode : int { scale = 0, original = 1 };
+
+/// Main thread. Lengths in points. Whoever shows the view keeps a transparent layer for it and, for a region that needs
+/// display, clears it and calls `draw`.
+class SketchView : public ui::View {
+public:
+    SketchView() : SketchView(Rect{}) {}
+    explicit SketchView(const Rect& frame);
+
+    /// Reserved for a stamp tool; drawing does not use it.
+    Image stampImage;
+    /// Given to each new tool.
+    double lineAlpha = 1;
+    double lineWidth = 4;
+    Color lineColor = Color::black();
+    /// Which tool the next touch makes.
+    SketchToolType drawTool = SketchToolType::pen;
+    PenType drawingPenType = PenType::normal;
+    std::weak_ptr<SketchViewDelegate> sketchViewDelegate;
+    /// The tool of the touch sequence in progress; it is in `pathArray` as well.
+    std::shared_ptr<SketchTool> currentTool;
+    ImageRenderingMode drawMode = ImageRenderingMode::scale;
+    /// Drawn tools, oldest first: the undo list. Whoever changes it asks for `updateCacheImage(true)`.
+    std::vector<std::shared_ptr<SketchTool>> pathArray;
+    /// Undone tools, oldest first: the redo list. New drawings do not empty it.
+    std::vector<std::shared_ptr<SketchTool>> bufferArray;
+    /// The latest touch and the two before it.
+    std::optional<Point> currentPoint;
+    std::optional<Point> previousPoint1;
+    std::optional<Point> previousPoint2;
+    /// Lies under the drawings.
+    Image backgroundImage;
+    /// The bounds that the geometry of all tools refers to: the last ones that were not empty.
+    std::optional<Rect> lastKnownBounds;
+
+    /// All finished, visible drawings in one bitmap, at the screen's scale; empty while the bounds are.
+    Image image() const { return Image(std::shared_ptr<const Bitmap>(bitmap_)); }
+
+    /// A touch sequence; one that never ended is ended by the next `beginDrawing`. `from` is the touch before `to`. The
+    /// tool follows `drawTool` at the beginning of the sequence.
+    void beginDrawing(Point point);
+    void continueDrawing(Point from, Point to);
+    void endDrawing();
+
+    /// Takes the latest visible drawing (and all that share its id) from one list to the other; nothing when there is none.
+    void undo();
+    void redo();
+    /// Whether there is a drawing to undo or redo at the current time, and whether there is one at all.
+    bool canUndo() const;
+    bool canRedo() const;
+    bool canUndoAll() const { return !pathArray.empty(); }
+    bool canRedoAll() const { return !bufferArray.empty(); }
+    /// Drops the tool in progress, all drawings and all undone ones, for good.
+    void clear();
+    /// Begins anew on a background.
+    void loadImage(const Image& image, ImageRenderingMode mode);
+
+    /// Brings the bitmap up to date: with `redraw` it shows the background and the visible drawings, without it the tool in
+    /// progress is added to what it shows already. The tool in progress is otherwise left to `draw`, so that its alpha
+    /// counts once. Returns whether the picture has changed; if so the view needs display. May be called for every frame: a
+    /// rebuild that would give the same picture is skipped, one that uncovers further drawings on top draws only those.
+    bool updateCacheImage(bool redraw);
+    /// Draws the bitmap and the tool in progress into the current graphics context, inside `rect`.
+    void draw(const Rect& rect) override;
+
+    /// Everything that is stored: both lists with their points, the selected tool, width, colour and alpha.
+    JSON stackJSON() const;
+    /// Replaces both lists and the settings by stored ones, for the current bounds. What cannot be read is skipped and
+    /// logged, one line for each place.
+    void loadStack(const JSON& stack);
+
+protected:
+    void boundsDidChange(const Rect& old) override;
+
+private:
+    using Tools = std::vector<std::shared_ptr<SketchTool>>;
+    /// Says which tools are visible at a moment.
+    struct Filter;
+    /// What the bitmap was drawn from, apart from the drawings.
+    struct Ground {
+        Size size;
+        double scale = 0;
+        Image background;
+        ImageRenderingMode mode = ImageRenderingMode::scale;
+        friend bool operator==(const Ground&, const Ground&) = default;
+    };
+
+    Filter filter() const;
+    std::shared_ptr<SketchTool> makeTool(SketchToolType type) const;
+    void move(Tools& from, Tools& to);
+    bool rebuild(const SketchTool* inProgress, const SketchTool* onTop);
+    void drawGround(const Ground& ground);
+    template <class Draw>
+    void drawIntoBitmap(Draw&& draw);
+    Rect place(const Image& image) const;
+
+    std::shared_ptr<Bitmap> bitmap_;
+    /// False when the bitmap shows more than a rebuild would.
+    bool isBitmapKnown_ = false;
+    Ground ground_;
+    /// The stamps of the drawings in the bitmap, in order.
+    std::vector<std::uint64_t> drawn_;
+};
+
+}  // namespace videoanalysis
