@@ -322,8 +322,9 @@ const std::shared_ptr<MainViewController>& State::mainViewController() const {
 }
 
 Store<State>& mainStore() {
-    static const std::shared_ptr<Store<State>> store = Store<State>::make(reduceMain, State(), {}, true);
-    return *store;
+    // Never destroyed: it lives as long as the process, and what it holds must not outlive the platform's own statics.
+    static const auto* store = new std::shared_ptr<Store<State>>(Store<State>::make(reduceMain, State(), {}, true));
+    return **store;
 }
 
 }  // namespace videoanalysis

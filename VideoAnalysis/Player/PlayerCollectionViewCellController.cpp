@@ -426,10 +426,8 @@ void PlayerCollectionViewCellController::timeDidChange() {
 }
 
 void PlayerCollectionViewCellController::refreshDrawing() {
-    if (const std::shared_ptr<SketchView> sketch = sketchView()) {
-        sketch->updateCacheImage(true);
-        sketch->setNeedsDisplay();
-    }
+    const std::shared_ptr<SketchView> sketch = sketchView();
+    if (sketch && sketch->updateCacheImage(true)) sketch->setNeedsDisplay();
     publishHistory();
 }
 

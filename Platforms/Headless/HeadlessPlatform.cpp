@@ -1,0 +1,105 @@
+#include "Platforms/Headless/HeadlessPlatform.h"
+
+#include <algorithm>
+
+namespace videoanalysis {
+namespace {
+
+/// Takes every drawing command and leaves the bitmap alone.
+class BlankContext final : public graphics::Context {
+public:
+    void saveState() override {}
+    void restoreState() override {}
+    void setStrokeColor(const Color&) override {}
+    void setFillColor(const Color&) override {}
+    void setLineWidth(double) override {}
+    void setLineCap(graphics::LineCap) override {}
+    void setAlpha(double) override {}
+    void setBlendMode(graphics::BlendMode) override {}
+    void setShouldAntialias(bool) override {}
+    void setShadow(Size, double, const Color&) override {}
+    void move(Point) override {}
+    void addLine(Point) override {}
+    void addPath(const graphics::Path&) override {}
+    void strokePath() override {}
+    void fillRect(const Rect&) override {}
+    void strokeRect(const Rect&) override {}
+    void fillEllipse(const Rect&) override {}
+    void strokeEllipse(const Rect&) override {}
+    void clearRect(const Rect&) override {}
+    void clipToRect(const Rect&) override {}
+    void drawImage(const Image&, const Rect&) override {}
+    void flush() override {}
+};
+
+class BlankEngine final : public graphics::Engine {
+public:
+    std::unique_ptr<graphics::Context> makeContext(Bitmap&) override { return std::make_unique<BlankContext>(); }
+};
+
+}  // namespace
+
+// ---- Presentation
+
+void HeadlessPresenter::present(std::shared_ptr<ui::ViewController> presenting, std::shared_ptr<ui::ViewController> presented,
+                                bool animated, ui::ViewController::Completion completion) {
+    presenting->setPresentedViewController(presented);
+    presented->view();
+    queue_.async([this, presented, animated, completion = std::move(completion)]() mutable {
+        presented->viewWillAppear(animated);
+        queue_.async([presented, animated, completion = std::move(completion)] {
+            presented->viewDidAppear(animated);
+            if (completion) completion();
+        });
+    });
+}
+
+void HeadlessPresenter::dismiss(std::shared_ptr<ui::ViewController> viewController, bool animated,
+                                ui::ViewController::Completion completion) {
+    const std::shared_ptr<ui::ViewController> presenting = viewController->presentingViewController();
+    if (presenting) presenting->setPresentedViewController(nullptr);
+    queue_.async([this, viewController, animated, wasPresented = presenting != nullptr,
+                  completion = std::move(completion)]() mutable {
+        if (wasPresented) viewController->viewWillDisappear(animated);
+        queue_.async([viewController, animated, wasPresented, completion = std::move(completion)] {
+            if (wasPresented) viewController->viewDidDisappear(animated);
+            if (completion) completion();
+        });
+    });
+}
+
+void HeadlessPresenter::showOverlay(std::shared_ptr<ui::ViewController> root) {
+    overlays_.push_back(root);
+    queue_.async([this, root] {
+        root->view();
+        root->viewWillAppear(false);
+        queue_.async([root] { root->viewDidAppear(false); });
+    });
+}
+
+void HeadlessPresenter::hideOverlay(std::shared_ptr<ui::ViewController> root) {
+    std::erase(overlays_, root);
+    queue_.async([this, root] {
+        root->viewWillDisappear(false);
+        queue_.async([root] { root->viewDidDisappear(false); });
+    });
+}
+
+// ---- Platform
+
+HeadlessPlatform::HeadlessPlatform(std::unique_ptr<graphics::Engine> graphics)
+    : graphics_(graphics ? std::move(graphics) : std::make_unique<BlankEngine>()) {}
+
+HeadlessPlatform::~HeadlessPlatform() = default;
+
+std::shared_ptr<dispatch::Timer> HeadlessPlatform::scheduleTimer(double interval, bool repeats,
+                                                                 std::function<void()> fire) {
+    return queue.scheduleTimer(interval, repeats, std::move(fire));
+}
+
+double HeadlessPlatform::wallClock() const {
+    constexpr double start = 800000000;  // some day in 2026
+    return start + queue.now();
+}
+
+}  // namespace videoanalysis

@@ -1,0 +1,129 @@
+#pragma once
+// The component's platform in memory: no screen, no files, no threads, and a clock that only moves when it is told to. For
+// tests and tools, the component's own and a host's.
+//
+//     auto platform = std::make_shared<HeadlessPlatform>();
+//     platform->mediaEngine.addClip(URL("clip"));
+//     installPlatform(platform);
+//     ...
+//     platform->advance(0.5);
+
+#include "Platforms/Headless/HeadlessBundle.h"
+#include "Platforms/Headless/HeadlessClock.h"
+#include "Platforms/Headless/HeadlessMedia.h"
+#include "VideoAnalysis/Platform/Graphics.h"
+#include "VideoAnalysis/Platform/Platform.h"
+#include "VideoAnalysis/Platform/Recording.h"
+#include "VideoAnalysis/Platform/UI/Device.h"
+#include "VideoAnalysis/Platform/UI/ViewController.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace videoanalysis {
+
+class HeadlessDevice final : public ui::Device {
+public:
+    ui::DeviceOrientation currentOrientation = ui::DeviceOrientation::portrait;
+    ui::InterfaceIdiom idiom = ui::InterfaceIdiom::phone;
+    int version = 16;
+
+    ui::DeviceOrientation orientation() const override { return currentOrientation; }
+    ui::InterfaceIdiom userInterfaceIdiom() const override { return idiom; }
+    int systemVersion() const override { return version; }
+};
+
+class HeadlessScreen final : public ui::Screen {
+public:
+    Size points{390, 700};
+    double pixelsPerPoint = 1;
+
+    Size size() const override { return points; }
+    double scale() const override { return pixelsPerPoint; }
+};
+
+/// Shows nothing, but calls the appearance callbacks and completions in later turns, as a real one does.
+class HeadlessPresenter final : public ui::Presenter {
+public:
+    explicit HeadlessPresenter(HeadlessMainQueue& queue) : queue_(queue) {}
+
+    void present(std::shared_ptr<ui::ViewController> presenting, std::shared_ptr<ui::ViewController> presented, bool animated,
+                 ui::ViewController::Completion completion) override;
+    void dismiss(std::shared_ptr<ui::ViewController> viewController, bool animated,
+                 ui::ViewController::Completion completion) override;
+    void showOverlay(std::shared_ptr<ui::ViewController> root) override;
+    void hideOverlay(std::shared_ptr<ui::ViewController> root) override;
+
+    /// The overlays that are shown now, the latest last.
+    const std::vector<std::shared_ptr<ui::ViewController>>& overlays() const { return overlays_; }
+
+private:
+    HeadlessMainQueue& queue_;
+    std::vector<std::shared_ptr<ui::ViewController>> overlays_;
+};
+
+/// A recorder whose answers a test decides. Handlers are kept until the test calls them.
+class HeadlessRecorder final : public recording::ScreenRecorder {
+public:
+    bool available = true;
+    bool recording = false;
+    bool microphone = false;
+    std::function<void(recording::Error)> startHandler;
+    std::function<void(recording::Error)> stopHandler;
+    std::function<void(std::shared_ptr<recording::PreviewViewController>, recording::Error)> previewHandler;
+    URL output;
+
+    bool isAvailable() const override { return available; }
+    bool isRecording() const override { return recording; }
+    bool isMicrophoneEnabled() const override { return microphone; }
+    void setMicrophoneEnabled(bool enabled) override { microphone = enabled; }
+    void startRecording(std::function<void(recording::Error)> handler) override { startHandler = std::move(handler); }
+    void stopRecording(const URL& url, std::function<void(recording::Error)> handler) override {
+        output = url;
+        stopHandler = std::move(handler);
+    }
+    void stopRecording(
+        std::function<void(std::shared_ptr<recording::PreviewViewController>, recording::Error)> handler) override {
+        previewHandler = std::move(handler);
+    }
+};
+
+class HeadlessPlatform final : public Platform {
+public:
+    /// Draws through `graphics`; without one nothing is drawn.
+    explicit HeadlessPlatform(std::unique_ptr<graphics::Engine> graphics = nullptr);
+    ~HeadlessPlatform() override;
+
+    HeadlessMainQueue queue;
+    HeadlessDevice headlessDevice;
+    HeadlessScreen screen;
+    HeadlessBundle headlessBundle;
+    HeadlessPresenter headlessPresenter{queue};
+    HeadlessMedia mediaEngine{queue};
+    HeadlessRecorder recorder;
+    std::string directory = "/tmp";
+    /// Every line of the debug log so far.
+    std::vector<std::string> log;
+
+    void drainMainQueue() { queue.drain(); }
+    void advance(double seconds) { queue.advance(seconds); }
+
+    dispatch::MainQueue& mainQueue() override { return queue; }
+    std::shared_ptr<dispatch::Timer> scheduleTimer(double interval, bool repeats, std::function<void()> fire) override;
+    double wallClock() const override;
+    const ui::Device& device() const override { return headlessDevice; }
+    const ui::Screen& mainScreen() const override { return screen; }
+    ui::Bundle& bundle() override { return headlessBundle; }
+    ui::Presenter& presenter() override { return headlessPresenter; }
+    media::Engine& media() override { return mediaEngine; }
+    graphics::Engine& graphics() override { return *graphics_; }
+    recording::ScreenRecorder& screenRecorder() override { return recorder; }
+    std::string temporaryDirectory() const override { return directory; }
+    void debugLog(std::string_view line) override { log.emplace_back(line); }
+
+private:
+    std::unique_ptr<graphics::Engine> graphics_;
+};
+
+}  // namespace videoanalysis
