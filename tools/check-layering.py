@@ -8,7 +8,8 @@ import re
 import sys
 
 QT = r"<Q\w|<Qt\w*/|\"Q[A-Z]\w+\"|\bmoc_|\.moc\b"
-FFMPEG = r"[<\"]lib(av\w+|sw\w+|yuv)\b|[<\"]libyuv\.h"
+FFMPEG = r"[<\"]lib(av\w+|sw\w+)/"
+YUV = r"[<\"]libyuv\b"
 CAIRO = r"[<\"]cairo"
 OUTER = r"[<\"](?:\.\./)*(Platforms|Host|Tests|Benchmarks|Fuzz)/"
 
@@ -16,11 +17,11 @@ UPPER_ROOMS = r"\"VideoAnalysis/(?!JSON/|Store/|Platform/)"
 
 # Folder: what its files may not include, as expressions on what follows "#include".
 RULES = {
-    "VideoAnalysis": [OUTER, QT, FFMPEG, CAIRO, r"<(format|ranges)>"],
+    "VideoAnalysis": [OUTER, QT, FFMPEG, YUV, CAIRO, r"<(format|ranges)>"],
     "VideoAnalysis/JSON": [UPPER_ROOMS],
     "VideoAnalysis/Store": [UPPER_ROOMS],
     "VideoAnalysis/Platform": [UPPER_ROOMS],
-    "Platforms/Headless": [r"\"(Host|Tests|Benchmarks|Fuzz)/", r"\"Platforms/(?!Headless)", QT, FFMPEG, CAIRO],
+    "Platforms/Headless": [r"\"(Host|Tests|Benchmarks|Fuzz)/", r"\"Platforms/(?!Headless)", QT, FFMPEG, YUV, CAIRO],
     "Platforms/FFmpeg": [r"\"(Host|Tests|Benchmarks|Fuzz)/", r"\"Platforms/(?!FFmpeg)", QT, CAIRO],
     "Platforms/Cairo": [r"\"(Host|Tests|Benchmarks|Fuzz)/", r"\"Platforms/(?!Cairo)", QT, FFMPEG],
     "Platforms/QtQuick": [r"\"(Host|Tests|Benchmarks|Fuzz)/", r"\"Platforms/(?!QtQuick)", FFMPEG, CAIRO],
