@@ -1,0 +1,125 @@
+#include "Platforms/FFmpeg/ClipFile.h"
+
+extern "C" {
+#include <libavutil/dict.h>
+}
+
+#include <sys/stat.h>
+
+#include <limits>
+
+namespace videoanalysis::media {
+namespace {
+
+int isCancelled(void* flag) { return static_cast<const std::atomic<bool>*>(flag)->load(std::memory_order_relaxed) ? 1 : 0; }
+
+/// What the library is asked to open for `url`, and the protocols that takes; false for a scheme that is not read.
+bool locationOf(const URL& url, std::string& location, const char*& protocols) {
+    const std::string& text = url.absoluteString();
+    const std::string path = url.path();
+    if (!path.empty()) {
+        location = "file:" + path;
+        protocols = "file";
+    } else if (text.starts_with("http://")) {
+        location = text;
+        protocols = "http,tcp";
+    } else if (text.starts_with("https://")) {
+        location = text;
+        protocols = "https,tls,tcp";
+    } else {
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+std::unique_ptr<ClipFile> ClipFile::open(const URL& url, Content content, const std::atomic<bool>& cancelled,
+                                         std::string& error) {
+    std::string location;
+    const char* protocols = nullptr;
+    if (!locationOf(url, location, protocols)) {
+        error = "not a file or web address";
+        return nullptr;
+    }
+    // Opening a pipe or a device would wait for somebody to write to it.
+    struct stat attributes {};
+    const std::string path = url.path();
+    if (!path.empty() && stat(path.c_str(), &attributes) == 0 && !S_ISREG(attributes.st_mode)) {
+        error = "not a file";
+        return nullptr;
+    }
+
+    std::unique_ptr<ClipFile> file(new ClipFile);
+    const AVIOInterruptCB interrupt{isCancelled, const_cast<std::atomic<bool>*>(&cancelled)};
+    AVDictionary* options = nullptr;
+    av_dict_set(&options, "protocol_whitelist", protocols, 0);
+    AVIOContext* io = nullptr;
+    int result = avio_open2(&io, location.c_str(), AVIO_FLAG_READ, &interrupt, &options);
+    av_dict_free(&options);
+    file->io_.reset(io);
+    if (result < 0) {
+        error = libraryError(result);
+        return nullptr;
+    }
+
+    AVFormatContext* format = avformat_alloc_context();
+    if (!format) {
+        error = "out of memory";
+        return nullptr;
+    }
+    format->pb = io;
+    format->interrupt_callback = interrupt;
+    // Some containers give decoding times only; the library derives the presentation times from the picture types.
+    format->flags |= AVFMT_FLAG_GENPTS;
+    // What a playlist or a reference inside the file names is opened through a protocol; none is allowed.
+    av_dict_set(&options, "protocol_whitelist", "none", 0);
+    // The name is not passed on: the content decides what it is, not the extension.
+    result = avformat_open_input(&format, nullptr, nullptr, &options);
+    av_dict_free(&options);
+    if (result < 0) {
+        error = libraryError(result);
+        return nullptr;
+    }
+    file->format_.reset(format);
+    result = avformat_find_stream_info(format, nullptr);
+    if (result < 0) {
+        error = libraryError(result);
+        return nullptr;
+    }
+
+    const AVMediaType type = content == Content::video ? AVMEDIA_TYPE_VIDEO : AVMEDIA_TYPE_AUDIO;
+    const int number = av_find_best_stream(format, type, -1, -1, nullptr, 0);
+    if (number < 0 || (format->streams[number]->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) {
+        error = content == Content::video ? "it has no video" : "it has no sound";
+        return nullptr;
+    }
+    for (unsigned i = 0; i < format->nb_streams; ++i) {
+        format->streams[i]->discard = static_cast<int>(i) == number ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+    }
+    file->stream_ = format->streams[number];
+    return file;
+}
+
+int ClipFile::read(AVPacket* packet) {
+    while (true) {
+        const int result = av_read_frame(format_.get(), packet);
+        if (result < 0) return result;
+        if (packet->stream_index == stream_->index) return 0;
+        av_packet_unref(packet);
+    }
+}
+
+bool ClipFile::seek(std::int64_t timestamp) {
+    return av_seek_frame(format_.get(), stream_->index, timestamp, AVSEEK_FLAG_BACKWARD) >= 0;
+}
+
+bool ClipFile::seekToBeginning() {
+    constexpr std::int64_t lowest = std::numeric_limits<std::int64_t>::min();
+    constexpr std::int64_t highest = std::numeric_limits<std::int64_t>::max();
+    const std::int64_t start = stream_->start_time != AV_NOPTS_VALUE ? stream_->start_time : 0;
+    return avformat_seek_file(format_.get(), stream_->index, lowest, start, highest, 0) >= 0 ||
+           av_seek_frame(format_.get(), stream_->index, 0, AVSEEK_FLAG_BYTE) >= 0;
+}
+
+}  // namespace videoanalysis::media

@@ -1,0 +1,43 @@
+#pragma once
+// One open clip: the demultiplexer and its video and audio streams. The frame loader, the index scan and the sound each
+// open one of their own, so that none disturbs another's reading position.
+
+#include "Platforms/FFmpeg/LibraryHandles.h"
+#include "VideoAnalysis/Platform/URL.h"
+
+#include <atomic>
+#include <memory>
+#include <string>
+
+namespace videoanalysis::media {
+
+/// Used by one thread at a time.
+class ClipFile {
+public:
+    enum class Content { video, audio };
+
+    /// Opens `url` (a path, a file URL, or http / https) and selects the stream of `content`, all others being skipped.
+    /// Nothing but `url` itself is ever opened, whatever the file refers to. Blocks; returns early when `cancelled` becomes
+    /// true, which must outlive the result. Null on failure, with the reason in `error`.
+    static std::unique_ptr<ClipFile> open(const URL& url, Content content, const std::atomic<bool>& cancelled,
+                                          std::string& error);
+
+    AVFormatContext* format() const { return format_.get(); }
+    AVStream* stream() const { return stream_; }
+
+    /// The next packet of the selected stream, in decoding order. 0, or the library's error: AVERROR_EOF at the end.
+    int read(AVPacket* packet);
+    /// Puts the reading position at or before the key frame for `timestamp` (stream time base), or at the beginning of the
+    /// file when the container cannot seek there. False when even that fails.
+    bool seek(std::int64_t timestamp);
+    bool seekToBeginning();
+
+private:
+    ClipFile() = default;
+
+    IOContextHandle io_;  // before the format context, which reads through it until it is closed
+    FormatContextHandle format_;
+    AVStream* stream_ = nullptr;
+};
+
+}  // namespace videoanalysis::media

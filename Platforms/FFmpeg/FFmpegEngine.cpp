@@ -1,0 +1,36 @@
+#include "Platforms/FFmpeg/FFmpegEngine.h"
+
+#include "Platforms/FFmpeg/EngineCore.h"
+#include "Platforms/FFmpeg/FFmpegPlayer.h"
+#include "Platforms/FFmpeg/FFmpegPlayerItem.h"
+#include "Platforms/FFmpeg/Playback.h"
+#include "VideoAnalysis/Platform/FatalError.h"
+
+extern "C" {
+#include <libavutil/log.h>
+}
+
+namespace videoanalysis::media {
+
+FFmpegEngine::FFmpegEngine(FFmpegOptions options) : core_(std::make_shared<EngineCore>(options)) {
+    // A damaged clip makes the libraries print a line for every packet; the engine tells in one what is wrong.
+    av_log_set_level(AV_LOG_QUIET);
+}
+
+FFmpegEngine::~FFmpegEngine() = default;
+
+std::shared_ptr<PlayerItem> FFmpegEngine::makePlayerItem(const URL& url) {
+    return std::make_shared<FFmpegPlayerItem>(Playback::open(core_, url));
+}
+
+std::shared_ptr<Player> FFmpegEngine::makePlayer(std::shared_ptr<PlayerItem> item) {
+    const auto own = std::dynamic_pointer_cast<FFmpegPlayerItem>(item);
+    if (!own) fatalError("A player was asked for with an item of another engine");
+    return std::make_shared<FFmpegPlayer>(own);
+}
+
+const FFmpegOptions& FFmpegEngine::options() const { return core_->options; }
+
+CacheStatistics FFmpegEngine::cacheStatistics() const { return core_->cache->statistics(); }
+
+}  // namespace videoanalysis::media

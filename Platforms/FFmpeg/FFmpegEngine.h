@@ -1,0 +1,42 @@
+#pragma once
+// The media engine: opens clips with the FFmpeg libraries and shows every frame of them exactly, backward as smoothly as
+// forward. A host's platform returns one from `Platform::media`.
+
+#include "Platforms/FFmpeg/FrameCache.h"
+#include "VideoAnalysis/Platform/Media.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+namespace videoanalysis::media {
+
+struct EngineCore;
+
+struct FFmpegOptions {
+    std::size_t cacheBudget = std::size_t{512} << 20;  ///< bytes of decoded frames, all players together
+    int decoderThreads = 0;                            ///< of each clip; 0 for as many as the machine has cores
+    std::int64_t maxPixels = std::int64_t{8192} * 4608;  ///< clips with larger pictures are refused
+    double prefetchDelay = 0.12;  ///< seconds without a request after which the neighbours of a frame sought are decoded
+
+    friend bool operator==(const FFmpegOptions&, const FFmpegOptions&) = default;
+};
+
+/// Main thread. Items and players may outlive the engine.
+class FFmpegEngine : public Engine {
+public:
+    explicit FFmpegEngine(FFmpegOptions options = {});
+    ~FFmpegEngine() override;
+
+    std::shared_ptr<PlayerItem> makePlayerItem(const URL& url) override;
+    std::shared_ptr<Player> makePlayer(std::shared_ptr<PlayerItem> item) override;
+
+    const FFmpegOptions& options() const;
+    /// Any thread.
+    CacheStatistics cacheStatistics() const;
+
+private:
+    std::shared_ptr<EngineCore> core_;
+};
+
+}  // namespace videoanalysis::media

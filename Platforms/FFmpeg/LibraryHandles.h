@@ -1,0 +1,38 @@
+#pragma once
+// Owners for the objects of the media libraries, and their error texts. The media engine's own files include it; nobody
+// else needs to.
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/error.h>
+#include <libavutil/frame.h>
+}
+
+#include <memory>
+#include <string>
+
+namespace videoanalysis::media {
+
+struct LibraryDeleter {
+    void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
+    void operator()(AVFormatContext* context) const { avformat_close_input(&context); }
+    void operator()(AVIOContext* context) const { avio_closep(&context); }
+    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
+    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+};
+
+using CodecContextHandle = std::unique_ptr<AVCodecContext, LibraryDeleter>;
+using FormatContextHandle = std::unique_ptr<AVFormatContext, LibraryDeleter>;
+using IOContextHandle = std::unique_ptr<AVIOContext, LibraryDeleter>;
+using FrameHandle = std::unique_ptr<AVFrame, LibraryDeleter>;
+using PacketHandle = std::unique_ptr<AVPacket, LibraryDeleter>;
+
+/// The library's one-line text for a negative return value.
+inline std::string libraryError(int code) {
+    char text[AV_ERROR_MAX_STRING_SIZE] = {};
+    av_strerror(code, text, sizeof text);
+    return text;
+}
+
+}  // namespace videoanalysis::media
