@@ -1,0 +1,296 @@
+#include "Tests/Support/ComponentTest.h"
+#include "VideoAnalysis/Player/GesturedScrollView.h"
+
+namespace videoanalysis {
+namespace {
+
+using PlayerController = PlayerCollectionViewCellController;
+
+class PlayerControllerTest : public ComponentTest {
+protected:
+    PlayerControllerTest() {
+        store().dispatch(AddMediaAction(clip("a", {50, {1, 10}, {640, 360}})));
+        store().dispatch(AddMediaAction(clip("b", {50, {1, 10}, {360, 640}})));
+        show();
+    }
+    const PlayerController::LocalState& local(std::size_t index) { return players()[index]->localStore->state(); }
+    void drag(std::size_t index, const std::vector<Point>& points) {
+        const auto& pan = players()[index]->cell()->playerScrollView.lock()->customPanGestureRecognizer();
+        pan->update(ui::GestureState::began, points.front());
+        for (const Point& point : points) pan->update(ui::GestureState::changed, point);
+        pan->update(ui::GestureState::ended, points.back());
+    }
+    static std::string image(const std::weak_ptr<ui::Button>& button) { return button.lock()->image().name(); }
+};
+
+TEST_F(PlayerControllerTest, ButtonsWorkThroughTheStores) {
+    tap(hudOf(0).playPauseButton);
+    platform->advance(0.55);
+    EXPECT_TRUE(local(0).isMediaPlaying);
+    EXPECT_EQ(image(hudOf(0).playPauseButton), "pause.fill");
+    EXPECT_EQ(frameOf(0), 5);
+    EXPECT_EQ(frameOf(1), 0);
+    EXPECT_FLOAT_EQ(hudOf(0).seekbar.lock()->value(), 0.1F);
+    EXPECT_EQ(hudOf(0).positionLabel.lock()->text(), "0:00.50 · 5");
+
+    tap(hudOf(0).forwardButton);
+    platform->drainMainQueue();
+    EXPECT_EQ(frameOf(0), 6);
+    EXPECT_EQ(image(hudOf(0).playPauseButton), "play.fill");
+    platform->advance(1);
+    EXPECT_EQ(frameOf(0), 6) << "paused it stays";
+    tap(hudOf(0).rewindButton);
+    tap(hudOf(0).rewindButton);
+    platform->drainMainQueue();
+    EXPECT_EQ(frameOf(0), 4);
+    EXPECT_EQ(hudOf(0).positionLabel.lock()->text(), "0:00.40 · 4");
+}
+
+TEST_F(PlayerControllerTest, TheLockAddressesEveryPlayer) {
+    store().dispatch(SetPlaybackLockStateAction(true));
+    platform->drainMainQueue();
+    EXPECT_TRUE(hudOf(0).mediaControlView.lock()->isHidden());
+    EXPECT_EQ(hudOf(0).seekbar.lock()->alpha(), 0);
+    EXPECT_FALSE(hudOf(1).mediaControlView.lock()->isHidden());
+    tap(hudOf(1).forwardButton);
+    EXPECT_EQ(frameOf(0), 1);
+    EXPECT_EQ(frameOf(1), 1);
+
+    // The end of one stops all.
+    playerOf(0).currentItem()->step(45);
+    tap(hudOf(1).playPauseButton);
+    platform->advance(0.65);
+    EXPECT_FALSE(local(0).isMediaPlaying || local(1).isMediaPlaying);
+    EXPECT_EQ(frameOf(0), 0) << "rewound";
+    EXPECT_EQ(playerOf(1).rate(), 0.0F);
+}
+
+TEST_F(PlayerControllerTest, ALongPressRepeatsUntilItEnds) {
+    const auto press = hudOf(0).forwardButton.lock()->longPressGestureRecognizer;
+    press->update(ui::GestureState::began, {});
+    press->update(ui::GestureState::began, {});
+    platform->advance(0.24);
+    EXPECT_EQ(frameOf(0), 0);
+    platform->advance(0.3);
+    EXPECT_EQ(frameOf(0), 20);
+    press->update(ui::GestureState::cancelled, {});
+    platform->advance(0.25);
+    EXPECT_EQ(frameOf(0), 30) << "a cancelled press goes on";
+    press->update(ui::GestureState::ended, {});
+    platform->advance(1);
+    EXPECT_EQ(frameOf(0), 30);
+
+    const auto back = hudOf(0).rewindButton.lock()->longPressGestureRecognizer;
+    back->update(ui::GestureState::began, {});
+    store().dispatch(SetPlaybackLockStateAction(true));  // read again at each tick
+    playerOf(1).currentItem()->step(30);
+    platform->advance(0.25);
+    EXPECT_EQ(frameOf(0), 20);
+    EXPECT_EQ(frameOf(1), 20);
+    back->update(ui::GestureState::ended, {});
+}
+
+TEST_F(PlayerControllerTest, RatesAreReadFromTitlesAndWrittenAsTitles) {
+    EXPECT_EQ(PlayerController::rateFromTitle("1.5x"), 1.5F);
+    EXPECT_EQ(PlayerController::rateFromTitle("x 0.25 x"), 0.25F);
+    EXPECT_EQ(PlayerController::rateFromTitle("fast"), 1.0F);
+    EXPECT_EQ(PlayerController::rateFromTitle("1.2.3x"), 1.0F);
+    EXPECT_EQ(PlayerController::titleForRate(1), "1x");
+    EXPECT_EQ(PlayerController::titleForRate(1.5F), "1.5x");
+    EXPECT_EQ(PlayerController::titleForRate(0.25F), "0.25x");
+    EXPECT_EQ(PlayerController::titleForRate(0.333F), "0.33x");
+
+    auto& hud = hudOf(0);
+    const auto container = hud.playbackRateSelectorContainerView.lock();
+    tap(hud.videoPlayRateSelectorButton);
+    EXPECT_EQ(container->alpha(), 1);
+    tap(hud.videoPlaybackSpeedButtons[2]);
+    platform->drainMainQueue();
+    EXPECT_EQ(container->alpha(), 0);
+    EXPECT_EQ(local(0).playbackRate, 0.5F);
+    EXPECT_EQ(local(1).playbackRate, 1.0F);
+    EXPECT_EQ(hud.videoPlayRateSelectorButton.lock()->title(), "0.5x");
+    tap(hud.playPauseButton);
+    platform->drainMainQueue();
+    EXPECT_EQ(playerOf(0).rate(), 0.5F);
+}
+
+TEST_F(PlayerControllerTest, TheSeekBarFollowsPlaybackAndNeverFightsTheFinger) {
+    const auto slider = hudOf(0).seekbar.lock();
+    slider->sendActions(ui::ControlEvent::touchDown);
+    slider->setValue(0.5F);
+    slider->sendActions(ui::ControlEvent::valueChanged);
+    platform->drainMainQueue();
+    EXPECT_EQ(frameOf(0), 25);
+    slider->setValue(0.52F);  // the finger moves on while ticks arrive
+    playerOf(0).currentItem()->step(1);
+    platform->drainMainQueue();
+    EXPECT_EQ(slider->value(), 0.52F);
+    slider->sendActions(ui::ControlEvent::touchUpInside);
+    playerOf(0).currentItem()->step(4);
+    platform->drainMainQueue();
+    EXPECT_FLOAT_EQ(slider->value(), 0.6F);
+    slider->setValue(1);
+    slider->sendActions(ui::ControlEvent::valueChanged);
+    EXPECT_EQ(frameOf(0), 49) << "the end of the bar is the last frame";
+}
+
+TEST_F(PlayerControllerTest, FillModesMoveThePictureAndTheSketchCoversIt) {
+    const auto video = players()[0]->cell()->playerView.lock();
+    const Rect bounds = video->bounds();
+    EXPECT_EQ(sketchOf(0).frame(), video->pictureRect());
+    EXPECT_NEAR(sketchOf(0).frame().size.width / sketchOf(0).frame().size.height, 640.0 / 360, 1e-9);
+    tap(hudOf(0).changeFillModeButton);
+    platform->drainMainQueue();
+    EXPECT_EQ(video->playerLayer().videoGravity(), media::VideoGravity::resizeAspectFill);
+    EXPECT_EQ(sketchOf(0).frame(), video->pictureRect());
+    EXPECT_GE(sketchOf(0).frame().size.height, bounds.size.height - 1e-9);
+    tap(hudOf(0).changeFillModeButton);
+    platform->drainMainQueue();
+    EXPECT_EQ(sketchOf(0).frame(), bounds);
+}
+
+TEST_F(PlayerControllerTest, DrawingsBelongToTheFrameTheyWereMadeOn) {
+    store().dispatch(SetDrawingToolTypeAction(SketchToolType::line, false));
+    store().dispatch(CellVideoSeekToTimeAction({}, {}, media::Time(7, 10), 0));
+    platform->drainMainQueue();
+    const Rect picture = sketchOf(0).frame();
+    drag(0, {picture.center(), {picture.midX() + 10, picture.midY() + 10}});
+    platform->drainMainQueue();
+    ASSERT_EQ(sketchOf(0).pathArray.size(), 1U);
+    EXPECT_EQ(sketchOf(0).pathArray[0]->lineColor(), Color::rgb255(0, 230, 118)) << "the selected tool's colour";
+    EXPECT_TRUE(local(0).canUndo);
+    EXPECT_TRUE(hudOf(0).undoButton.lock()->isEnabled());
+    EXPECT_FALSE(hudOf(1).undoButton.lock()->isEnabled());
+
+    tap(hudOf(0).rewindButton);
+    platform->drainMainQueue();
+    EXPECT_FALSE(hudOf(0).undoButton.lock()->isEnabled()) << "one frame earlier it is not there";
+    EXPECT_TRUE(hudOf(0).clearButton.lock()->isEnabled());
+    tap(hudOf(0).forwardButton);
+    platform->drainMainQueue();
+    EXPECT_TRUE(hudOf(0).undoButton.lock()->isEnabled());
+
+    tap(hudOf(0).undoButton);
+    platform->drainMainQueue();
+    EXPECT_TRUE(local(0).canRedo && !local(0).canUndo);
+    tap(hudOf(0).redoButton);
+    tap(hudOf(0).clearButton);
+    platform->drainMainQueue();
+    EXPECT_FALSE(hudOf(0).clearButton.lock()->isEnabled());
+}
+
+TEST_F(PlayerControllerTest, OnlyAMovementInsideThePictureDraws) {
+    const Rect picture = sketchOf(0).frame();
+    drag(0, {picture.center()});
+    EXPECT_FALSE(sketchOf(0).canUndoAll()) << "a still touch leaves nothing";
+    ASSERT_GT(picture.origin.y, 4);
+    drag(0, {{picture.midX(), picture.origin.y - 2}, picture.center()});
+    EXPECT_FALSE(sketchOf(0).canUndoAll());
+    EXPECT_EQ(platform->log.back(), "touch point is not in sketch view location");
+
+    players()[0]->cell()->playerScrollView.lock()->tap();
+    platform->drainMainQueue();
+    EXPECT_FALSE(screenState().isHUDVisible);
+    EXPECT_TRUE(hudOf(0).shadowViews[0].lock()->isHidden());
+    EXPECT_TRUE(hudOf(1).shadowViews[0].lock()->isHidden());
+}
+
+TEST_F(PlayerControllerTest, TheObserverTicksOncePerFrameOrOncePerSecond) {
+    EXPECT_EQ(playerOf(0).timeObserverIntervals(), std::vector{media::Time(1, 10)});
+    store().dispatch(UpdateMediaAction(0, {URL("file:///missing"), {}}));
+    platform->advance(1);
+    EXPECT_EQ(playerOf(0).timeObserverCount(), 0U) << "a clip that fails is not observed";
+    EXPECT_EQ(hudOf(0).positionLabel.lock()->text(), "");
+    tap(hudOf(0).forwardButton);
+    tap(hudOf(1).forwardButton);
+    EXPECT_EQ(frameOf(1), 1) << "the other player goes on";
+}
+
+TEST_F(PlayerControllerTest, DeletingAndReplacingAreTheHostsDecision) {
+    tap(hudOf(0).deleteButton);
+    tap(hudOf(0).replaceButton);
+    EXPECT_EQ(store().state().media->size(), 2U) << "without a host nothing happens";
+    const auto delegate = std::make_shared<RecordingDelegate>();
+    store().dispatch(SetConfigurationAction({true, true, {}, {}, delegate}));
+    tap(hudOf(1).replaceButton);
+    EXPECT_EQ(delegate->calls, std::vector<std::string>{"media 1"});
+    delegate->mediaCompletion(clip("c"));
+    EXPECT_EQ(store().state().media->at(1).url, URL("file:///c"));
+    tap(hudOf(0).deleteButton);
+    delegate->deleteCompletion();
+    EXPECT_EQ(store().state().media->size(), 1U);
+}
+
+TEST_F(PlayerControllerTest, ALateFirstLoadOfARemovedPlayerFindsNothingToDo) {
+    store().dispatch(UpdateMediaAction(1, clip("c")));
+    platform->advance(0.1);  // displayed, its first load is still to come
+    store().dispatch(RemoveMediaAction(1));
+    platform->advance(1);
+    EXPECT_EQ(players().size(), 1U);
+}
+
+// ---- The video view alone
+
+class VideoViewTest : public ComponentTest {
+protected:
+    VideoViewTest() { view->delegate = listener; }
+    struct Listener : VideoViewDelegate {
+        int ready = 0;
+        int finished = 0;
+        void playerReadyToPlayFor(VideoView&) override { ++ready; }
+        void playbackDidFinishFor(VideoView&) override { ++finished; }
+    };
+    void open(VideoView::Repeat repeat) {
+        view->setRepeat(repeat);
+        view->setURL(clip("v", {5, {1, 10}, {100, 100}}).url);
+        platform->drainMainQueue();
+    }
+    HeadlessPlayer& player() { return dynamic_cast<HeadlessPlayer&>(*view->player()); }
+
+    const std::shared_ptr<Listener> listener = std::make_shared<Listener>();
+    const std::shared_ptr<VideoView> view = std::make_shared<VideoView>(Rect(0, 0, 200, 100));
+};
+
+TEST_F(VideoViewTest, OncePlaysToTheEndAndReports) {
+    open(VideoView::Repeat::once);
+    EXPECT_EQ(listener->ready, 1);
+    EXPECT_EQ(view->pictureRect(), Rect(50, 0, 100, 100));
+    view->player()->play();
+    platform->advance(2);
+    EXPECT_EQ(listener->finished, 1);
+    EXPECT_EQ(player().rate(), 0.0F);
+    EXPECT_EQ(player().currentFrame()->index(), 0);
+}
+
+TEST_F(VideoViewTest, ALoopGoesOnAndResumesAfterAStall) {
+    open(VideoView::Repeat::loop);
+    view->player()->play();
+    platform->advance(2);
+    EXPECT_EQ(listener->finished, 0);
+    EXPECT_EQ(player().rate(), 1.0F);
+    player().pause();
+    platform->drainMainQueue();
+    EXPECT_EQ(player().rate(), 1.0F) << "a stall is resumed";
+    dynamic_cast<HeadlessItem&>(*player().currentItem()).isBufferEmpty = true;
+    player().pause();
+    platform->drainMainQueue();
+    EXPECT_EQ(player().rate(), 0.0F) << "but not while there is nothing to play";
+}
+
+TEST_F(VideoViewTest, AFailureAndANewClipEndTheObservations) {
+    open(VideoView::Repeat::loop);
+    view->player()->play();
+    dynamic_cast<HeadlessItem&>(*player().currentItem()).post(media::PlayerItem::Event::failedToPlayToEnd);
+    platform->drainMainQueue();
+    EXPECT_EQ(player().rate(), 0.0F);
+    open(VideoView::Repeat::once);
+    EXPECT_EQ(listener->ready, 2);
+    view->setURL({});
+    EXPECT_EQ(view->player(), nullptr);
+    view->setContentMode(ui::ContentMode::scaleToFill);
+    EXPECT_EQ(view->playerLayer().videoGravity(), media::VideoGravity::resize);
+}
+
+}  // namespace
+}  // namespace videoanalysis
