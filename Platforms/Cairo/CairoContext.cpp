@@ -1,9 +1,13 @@
 #include "Platforms/Cairo/CairoContext.h"
 
 #include "Platforms/Cairo/GaussianBlur.h"
+#include "Platforms/Cairo/RoundStroke.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdint>
+#include <utility>
 
 namespace videoanalysis::graphics {
 namespace {
@@ -11,8 +15,6 @@ namespace {
 /// Cairo's coordinates are 24.8 fixed-point numbers; this leaves room for line widths.
 constexpr double maximumPixel = 1e6;
 constexpr double maximumSigma = 128;
-/// Longer strokes are painted in parts: Cairo's time and memory for one stroke grow faster than its length.
-constexpr std::size_t segmentsPerPart = 1000;
 
 /// `value` within the limits; the lower one for what is not a number.
 double limited(double value, double low, double high) { return value > low ? std::min(value, high) : low; }
@@ -46,6 +48,77 @@ cairo_surface_t* surfaceOn(const Bitmap& bitmap) {
                                                static_cast<int>(bitmap.bytesPerRow()));
 }
 
+/// As Cairo rounds a colour, so that a stroke and a shape in one colour match.
+std::uint32_t premultiplied(const Color& color, double alpha) {
+    const auto component = [](double value) {
+        return std::min(static_cast<std::uint32_t>(unit(value) * 65536), std::uint32_t{65535}) >> 8U;
+    };
+    return component(alpha) << 24U | component(unit(color.red) * alpha) << 16U |
+           component(unit(color.green) * alpha) << 8U | component(unit(color.blue) * alpha);
+}
+
+/// a * b / 255, rounded.
+std::uint32_t product(std::uint32_t a, std::uint32_t b) {
+    const std::uint32_t value = a * b + 128;
+    return (value + (value >> 8U)) >> 8U;
+}
+
+template <class Blend>
+std::uint32_t eachChannel(std::uint32_t source, std::uint32_t target, const Blend& blend) {
+    std::uint32_t result = 0;
+    for (unsigned shift = 0; shift < 32; shift += 8)
+        result |= std::min(blend(source >> shift & 0xFFU, target >> shift & 0xFFU), 255U) << shift;
+    return result;
+}
+
+std::uint32_t over(std::uint32_t source, std::uint32_t target) {
+    const std::uint32_t rest = 255 - (source >> 24U);
+    return eachChannel(source, target, [&](std::uint32_t s, std::uint32_t t) { return s + product(t, rest); });
+}
+
+std::uint32_t screened(std::uint32_t source, std::uint32_t target) {
+    return eachChannel(source, target, [](std::uint32_t s, std::uint32_t t) { return s + t - product(s, t); });
+}
+
+/// Pixels of a box, a bit each.
+class PixelSet {
+public:
+    explicit PixelSet(PixelBox box)
+        : box_(box), wordsPerRow_((static_cast<std::size_t>(box.width()) + 63) / 64),
+          words_(wordsPerRow_ * static_cast<std::size_t>(box.height())) {}
+
+    /// Adds a run of at least one pixel inside the box.
+    void insert(int y, int left, int right) {
+        const auto first = static_cast<unsigned>(left - box_.left);
+        const auto last = static_cast<unsigned>(right - box_.left) - 1;
+        std::uint64_t* row = words_.data() + static_cast<std::size_t>(y - box_.top) * wordsPerRow_;
+        const std::uint64_t fromFirst = ~std::uint64_t{0} << first % 64;
+        const std::uint64_t toLast = ~std::uint64_t{0} >> (63 - last % 64);
+        if (first / 64 == last / 64) {
+            row[first / 64] |= fromFirst & toLast;
+            return;
+        }
+        row[first / 64] |= fromFirst;
+        for (unsigned word = first / 64 + 1; word < last / 64; ++word) row[word] = ~std::uint64_t{0};
+        row[last / 64] |= toLast;
+    }
+
+    /// Calls `action(x, y)` for every pixel, row by row.
+    template <class Action>
+    void forEach(Action&& action) const {
+        const std::uint64_t* word = words_.data();
+        for (int y = box_.top; y < box_.bottom; ++y)
+            for (std::size_t i = 0; i < wordsPerRow_; ++i, ++word)
+                for (std::uint64_t bits = *word; bits != 0; bits &= bits - 1)
+                    action(box_.left + static_cast<int>(i) * 64 + std::countr_zero(bits), y);
+    }
+
+private:
+    PixelBox box_;
+    std::size_t wordsPerRow_;
+    std::vector<std::uint64_t> words_;
+};
+
 /// True when every sub-path is a single line or curve.
 bool hasNoJoins(const Path& path) {
     const std::vector<Path::Element>& elements = path.elements();
@@ -57,7 +130,7 @@ bool hasNoJoins(const Path& path) {
 }  // namespace
 
 CairoContext::CairoContext(Bitmap& bitmap)
-    : scale_(bitmap.scale), surface_(surfaceOn(bitmap)), cairo_(cairo_create(surface_.get())) {
+    : bitmap_(bitmap), scale_(bitmap.scale), surface_(surfaceOn(bitmap)), cairo_(cairo_create(surface_.get())) {
     cairo_scale(cairo_.get(), scale_, scale_);
     state_.clip = {0, 0, bitmap.width, bitmap.height};
 }
@@ -82,7 +155,7 @@ void CairoContext::setShadow(Size offset, double blur, const Color& color) {
     state_.shadowColor = color;
 }
 
-CairoContext::PixelBox CairoContext::pixelsOf(const Rect& rect) const {
+PixelBox CairoContext::pixelsOf(const Rect& rect) const {
     // What exceeds a pixel by a rounding error only does not touch it.
     constexpr double error = 1e-6;
     const auto pixel = [&](double value) { return static_cast<int>(limited(value, -maximumPixel, maximumPixel)); };
@@ -108,50 +181,51 @@ void CairoContext::setUp(cairo_t* cairo) const {
     cairo_set_line_join(cairo, CAIRO_LINE_JOIN_MITER);
 }
 
-void CairoContext::paint(const Color& color, const Rect& extents, const Paint& shape, bool overlapsItself) {
-    const bool clears = state_.blendMode == BlendMode::clear;
-    const double alpha = unit(color.alpha) * unit(state_.alpha);
-    if (alpha == 0 && !clears) return;
-
+template <class MakeMask>
+void CairoContext::paintShadow(PixelBox extents, double alpha, MakeMask&& makeMask) {
+    const double shadowAlpha = alpha * unit(state_.shadowColor.alpha);
+    if (shadowAlpha == 0 || state_.blendMode == BlendMode::clear) return;
     const double sigma = limited(state_.shadowBlur / 2 * scale_, 0, maximumSigma);
-    const Point offset{std::round(limited(state_.shadowOffset.width * scale_, -maximumPixel, maximumPixel)),
-                       std::round(limited(state_.shadowOffset.height * scale_, -maximumPixel, maximumPixel))};
-    const bool hasShadow = !clears && unit(state_.shadowColor.alpha) > 0 && (sigma > 0 || offset != Point{});
-    const PixelBox box = pixelsOf(extents);
-    const auto within = [](const PixelBox& a, const PixelBox& b) {
-        return PixelBox{std::max(a.left, b.left), std::max(a.top, b.top), std::min(a.right, b.right),
-                        std::min(a.bottom, b.bottom)};
+    const auto pixels = [&](double points) {
+        return static_cast<int>(std::round(limited(points * scale_, -maximumPixel, maximumPixel)));
     };
-    if (hasShadow) {
-        const int reach = gaussianBlurReach(sigma);
-        const int dx = static_cast<int>(offset.x);
-        const int dy = static_cast<int>(offset.y);
-        const auto grownBy = [](const PixelBox& a, int x, int y) {
-            return PixelBox{a.left - x, a.top - y, a.right + x, a.bottom + y};
-        };
-        const PixelBox lit{state_.clip.left - dx, state_.clip.top - dy, state_.clip.right - dx, state_.clip.bottom - dy};
-        const PixelBox shadowBox = within(grownBy(box, reach, reach), grownBy(lit, reach, reach));
-        if (!shadowBox.isEmpty()) {
-            const Surface mask = makeMask(shadowBox, shape);
-            cairo_surface_flush(mask.get());
-            if (unsigned char* data = cairo_image_surface_get_data(mask.get()))
-                gaussianBlur(data, shadowBox.right - shadowBox.left, shadowBox.bottom - shadowBox.top,
-                             cairo_image_surface_get_stride(mask.get()), sigma);
-            cairo_surface_mark_dirty(mask.get());
-            paintMask(mask, {shadowBox.left + offset.x, shadowBox.top + offset.y}, state_.shadowColor,
-                      alpha * unit(state_.shadowColor.alpha));
-        }
-    }
+    const int dx = pixels(state_.shadowOffset.width);
+    const int dy = pixels(state_.shadowOffset.height);
+    if (sigma == 0 && dx == 0 && dy == 0) return;
 
-    const bool countsOnce = !overlapsItself || clears ||
-                            (!state_.antialiases && alpha == 1 && state_.blendMode == BlendMode::normal);
-    if (!countsOnce) {
-        const PixelBox visible = within(box, state_.clip);
-        if (!visible.isEmpty())
-            paintMask(makeMask(visible, shape), {static_cast<double>(visible.left), static_cast<double>(visible.top)},
-                      color, alpha);
-        return;
-    }
+    const int reach = gaussianBlurReach(sigma);
+    const PixelBox box = extents.grownBy(reach).within(state_.clip.movedBy(-dx, -dy).grownBy(reach));
+    if (box.isEmpty()) return;
+    const Surface mask(cairo_image_surface_create(CAIRO_FORMAT_A8, box.width(), box.height()));
+    unsigned char* coverage = cairo_image_surface_get_data(mask.get());
+    if (!coverage) return;
+    const std::ptrdiff_t stride = cairo_image_surface_get_stride(mask.get());
+    makeMask(mask.get(), box);
+    cairo_surface_flush(mask.get());
+    gaussianBlur(coverage, box.width(), box.height(), stride, sigma);
+    cairo_surface_mark_dirty(mask.get());
+
+    cairo_t* cairo = cairo_.get();
+    const Color& color = state_.shadowColor;
+    cairo_save(cairo);
+    cairo_identity_matrix(cairo);
+    cairo_set_operator(cairo, cairoOperator(state_.blendMode));
+    cairo_set_source_rgba(cairo, unit(color.red), unit(color.green), unit(color.blue), shadowAlpha);
+    cairo_mask_surface(cairo, mask.get(), box.left + dx, box.top + dy);
+    cairo_restore(cairo);
+}
+
+void CairoContext::paint(const Color& color, const Rect& extents, const Paint& shape) {
+    const double alpha = unit(color.alpha) * unit(state_.alpha);
+    if (alpha == 0 && state_.blendMode != BlendMode::clear) return;
+    paintShadow(pixelsOf(extents), alpha, [&](cairo_surface_t* mask, PixelBox box) {
+        const Cairo cairo(cairo_create(mask));
+        cairo_translate(cairo.get(), -box.left, -box.top);
+        cairo_scale(cairo.get(), scale_, scale_);
+        setUp(cairo.get());
+        cairo_set_source_rgba(cairo.get(), 0, 0, 0, 1);
+        shape(cairo.get());
+    });
     cairo_t* cairo = cairo_.get();
     setUp(cairo);
     cairo_set_operator(cairo, cairoOperator(state_.blendMode));
@@ -159,84 +233,83 @@ void CairoContext::paint(const Color& color, const Rect& extents, const Paint& s
     shape(cairo);
 }
 
-CairoContext::Surface CairoContext::makeMask(PixelBox box, const Paint& shape) const {
-    Surface mask(cairo_image_surface_create(CAIRO_FORMAT_A8, box.right - box.left, box.bottom - box.top));
-    const Cairo cairo(cairo_create(mask.get()));
-    cairo_translate(cairo.get(), -box.left, -box.top);
-    cairo_scale(cairo.get(), scale_, scale_);
-    setUp(cairo.get());
-    cairo_set_source_rgba(cairo.get(), 0, 0, 0, 1);
-    shape(cairo.get());
-    return mask;
-}
-
-void CairoContext::paintMask(const Surface& mask, Point origin, const Color& color, double alpha) {
-    cairo_t* cairo = cairo_.get();
-    cairo_save(cairo);
-    cairo_identity_matrix(cairo);
-    cairo_set_operator(cairo, cairoOperator(state_.blendMode));
-    cairo_set_source_rgba(cairo, unit(color.red), unit(color.green), unit(color.blue), alpha);
-    cairo_mask_surface(cairo, mask.get(), origin.x, origin.y);
-    cairo_restore(cairo);
-}
-
-void CairoContext::addPathTo(cairo_t* cairo, const Path& path, std::size_t firstElement, std::size_t lastElement,
-                             std::size_t& point) const {
-    const std::vector<Point>& points = path.points();
+void CairoContext::addPathTo(cairo_t* cairo, const Path& path) const {
+    const Point* point = path.points().data();
     Point current;
-    bool isInside = false;
-    const auto moveTo = [&](Point to) {
-        // A sub-path that begins where the last one ends goes on with it: fewer caps to draw, and the same picture wherever
-        // this is called with round caps and joins.
-        if (isInside && to == current && cairo_get_line_join(cairo) == CAIRO_LINE_JOIN_ROUND) return;
-        cairo_move_to(cairo, to.x, to.y);
-        current = to;
-        isInside = true;
-    };
-    for (std::size_t i = firstElement; i < lastElement; ++i) {
-        const Path::Element element = path.elements()[i];
-        if (element == Path::Element::move) {
-            moveTo(place(points[point++]));
-            continue;
-        }
-        // A part may begin in the middle of a sub-path.
-        if (!isInside && point > 0) moveTo(place(points[point - 1]));
-        if (element == Path::Element::line) {
-            current = place(points[point++]);
-            cairo_line_to(cairo, current.x, current.y);
-        } else {
-            const Point control = place(points[point]);
-            const Point end = place(points[point + 1]);
-            point += 2;
-            const auto third = [&](Point from) {
+    for (const Path::Element element : path.elements()) {
+        if (element == Path::Element::quadCurve) {
+            const Point control = place(*point++);
+            const Point end = place(*point++);
+            const auto towardsControl = [&](Point from) {
                 return Point{from.x + (control.x - from.x) * 2 / 3, from.y + (control.y - from.y) * 2 / 3};
             };
-            const Point control1 = third(current);
-            const Point control2 = third(end);
+            const Point control1 = towardsControl(current);
+            const Point control2 = towardsControl(end);
             cairo_curve_to(cairo, control1.x, control1.y, control2.x, control2.y, end.x, end.y);
             current = end;
+        } else {
+            current = place(*point++);
+            (element == Path::Element::move ? cairo_move_to : cairo_line_to)(cairo, current.x, current.y);
         }
     }
 }
 
 void CairoContext::strokePath() {
     const Path path = std::exchange(path_, {});
-    const bool canJoin = state_.lineCap == LineCap::round && hasNoJoins(path);
-    const std::size_t count = path.elements().size();
-    // Only where sub-paths are joined does a cut between two segments show nothing.
-    const std::size_t partLength = canJoin ? 2 * segmentsPerPart : std::max<std::size_t>(count, 1);
-    const auto stroke = [&](cairo_t* cairo) {
-        if (canJoin) cairo_set_line_join(cairo, CAIRO_LINE_JOIN_ROUND);
-        std::size_t point = 0;
-        for (std::size_t first = 0; first < count; first += partLength) {
-            cairo_new_path(cairo);
-            addPathTo(cairo, path, first, std::min(first + partLength, count), point);
-            cairo_stroke(cairo);
-        }
-    };
+    if (path.isEmpty()) return;
+    if (!state_.antialiases && state_.lineCap == LineCap::round && hasNoJoins(path)) {
+        paintRoundStroke(path);
+        return;
+    }
     // Cairo's miter limit is ten half line widths.
-    const double reach = state_.lineWidth * (canJoin ? 0.5 : 5) + 1;
-    paint(state_.strokeColor, grown(path.boundingBox(), reach), stroke, partLength < count);
+    paint(state_.strokeColor, grown(path.boundingBox(), state_.lineWidth * 5 + 1), [&](cairo_t* cairo) {
+        addPathTo(cairo, path);
+        cairo_stroke(cairo);
+    });
+}
+
+void CairoContext::paintRoundStroke(const Path& path) {
+    const Color& color = state_.strokeColor;
+    const bool clears = state_.blendMode == BlendMode::clear;
+    const double alpha = unit(color.alpha) * unit(state_.alpha);
+    if (alpha == 0 && !clears) return;
+    const double radius = limited(state_.lineWidth * scale_, 0, maximumPixel) / 2;
+    const Path pixelPath = path.mapped([&](Point point) {
+        const Point placed = place(point);
+        return Point{placed.x * scale_, placed.y * scale_};
+    });
+
+    const Rect box = grown(pixelPath.boundingBox(), radius + 1);
+    const PixelBox extents{static_cast<int>(box.minX()), static_cast<int>(box.minY()), static_cast<int>(box.maxX()) + 1,
+                           static_cast<int>(box.maxY()) + 1};
+    paintShadow(extents, alpha, [&](cairo_surface_t* mask, PixelBox maskBox) {
+        unsigned char* coverage = cairo_image_surface_get_data(mask);
+        const std::ptrdiff_t stride = cairo_image_surface_get_stride(mask);
+        RoundStroke(pixelPath, radius, maskBox).forEachSpan([&](int y, int left, int right) {
+            std::fill_n(coverage + (y - maskBox.top) * stride + (left - maskBox.left), right - left, 0xFF);
+        });
+    });
+
+    const PixelBox visible = extents.within(state_.clip);
+    if (visible.isEmpty()) return;
+    cairo_surface_flush(surface_.get());
+    const RoundStroke stroke(pixelPath, radius, visible);
+    const auto row = [&](int y) { return bitmap_.pixels.data() + static_cast<std::ptrdiff_t>(y) * bitmap_.width; };
+    const std::uint32_t pixel = premultiplied(color, alpha);
+    if (clears || (alpha == 1 && state_.blendMode == BlendMode::normal)) {
+        const std::uint32_t value = clears ? 0 : pixel;
+        stroke.forEachSpan([&](int y, int left, int right) { std::fill(row(y) + left, row(y) + right, value); });
+    } else {
+        // Where pieces overlap and the stroke crosses itself, alpha must count once: first find the pixels, then blend each.
+        PixelSet pixels(visible);
+        stroke.forEachSpan([&](int y, int left, int right) { pixels.insert(y, left, right); });
+        const bool screens = state_.blendMode == BlendMode::screen;
+        pixels.forEach([&](int x, int y) {
+            std::uint32_t& target = row(y)[x];
+            target = screens ? screened(pixel, target) : over(pixel, target);
+        });
+    }
+    cairo_surface_mark_dirty(surface_.get());
 }
 
 void CairoContext::fillRect(const Rect& rect) {
@@ -297,7 +370,7 @@ void CairoContext::clearRect(const Rect& rect) {
     cairo_save(cairo);
     cairo_identity_matrix(cairo);
     cairo_set_operator(cairo, CAIRO_OPERATOR_CLEAR);
-    cairo_rectangle(cairo, box.left, box.top, box.right - box.left, box.bottom - box.top);
+    cairo_rectangle(cairo, box.left, box.top, box.width(), box.height());
     cairo_fill(cairo);
     cairo_restore(cairo);
 }
@@ -305,14 +378,13 @@ void CairoContext::clearRect(const Rect& rect) {
 void CairoContext::clipToRect(const Rect& rect) {
     const PixelBox box = pixelsOf(rect);
     PixelBox& clip = state_.clip;
-    clip = {std::max(clip.left, box.left), std::max(clip.top, box.top), std::min(clip.right, box.right),
-            std::min(clip.bottom, box.bottom)};
-    if (clip.isEmpty()) clip = {0, 0, 0, 0};
+    clip = clip.within(box);
+    if (clip.isEmpty()) clip = {};
     cairo_t* cairo = cairo_.get();
     cairo_matrix_t matrix;
     cairo_get_matrix(cairo, &matrix);
     cairo_identity_matrix(cairo);
-    cairo_rectangle(cairo, clip.left, clip.top, clip.right - clip.left, clip.bottom - clip.top);
+    cairo_rectangle(cairo, clip.left, clip.top, clip.width(), clip.height());
     cairo_clip(cairo);
     cairo_set_matrix(cairo, &matrix);
 }

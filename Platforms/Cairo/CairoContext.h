@@ -1,6 +1,7 @@
 #pragma once
 // A graphics context on Cairo. Made by the Cairo engine only.
 
+#include "Platforms/Cairo/PixelBox.h"
 #include "VideoAnalysis/Platform/Graphics.h"
 
 #include <cairo.h>
@@ -46,11 +47,6 @@ public:
     void flush() override { cairo_surface_flush(surface_.get()); }
 
 private:
-    /// Whole pixels.
-    struct PixelBox {
-        int left, top, right, bottom;
-        bool isEmpty() const { return left >= right || top >= bottom; }
-    };
     struct State {
         Color strokeColor;
         Color fillColor;
@@ -62,7 +58,7 @@ private:
         Size shadowOffset;
         double shadowBlur = 0;
         Color shadowColor = Color::clear();
-        PixelBox clip{};
+        PixelBox clip;
     };
     template <auto destroy>
     struct Destroy {
@@ -77,15 +73,17 @@ private:
     Point place(Point point) const;
     Rect place(const Rect& rect) const;
     void setUp(cairo_t* cairo) const;
-    /// Paints a shape in `color`, with its shadow under it. `extents`, in points, hold the shape; one that paints a pixel more
-    /// than once goes through a mask, so that alpha counts once.
-    void paint(const Color& color, const Rect& extents, const Paint& shape, bool overlapsItself = false);
-    Surface makeMask(PixelBox box, const Paint& shape) const;
-    void paintMask(const Surface& mask, Point origin, const Color& color, double alpha);
-    void addPathTo(cairo_t* cairo, const Path& path, std::size_t firstElement, std::size_t lastElement,
-                   std::size_t& point) const;
+    /// Paints a shape in `color`, with its shadow under it. `extents`, in points, hold the shape.
+    void paint(const Color& color, const Rect& extents, const Paint& shape);
+    /// Calls `makeMask(box)` for the part of the shape in `extents` whose shadow can show, and paints the shadow.
+    template <class MakeMask>
+    void paintShadow(PixelBox extents, double alpha, MakeMask&& makeMask);
+    /// The pixels of `path`, stroked round and without antialiasing.
+    void paintRoundStroke(const Path& path);
+    void addPathTo(cairo_t* cairo, const Path& path) const;
     void addEllipseTo(cairo_t* cairo, const Rect& rect) const;
 
+    Bitmap& bitmap_;
     double scale_;
     Surface surface_;
     Cairo cairo_;

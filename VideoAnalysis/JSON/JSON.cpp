@@ -179,9 +179,8 @@ const JSON& JSON::operator[](std::size_t index) const {
 }
 
 const JSON& JSON::operator[](std::string_view key) const {
-    if (error()) return *this;
     const Dictionary* members = dictionary();
-    if (!members) return unknown(JSONError::Kind::wrongType);
+    if (!members) return error() ? *this : unknown(JSONError::Kind::wrongType);
     const auto found = lowerBound(*members, key);
     return found != members->end() && found->key == key ? found->value : unknown(JSONError::Kind::notExist);
 }

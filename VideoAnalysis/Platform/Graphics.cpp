@@ -47,12 +47,6 @@ Rect Path::boundingBox() const {
     return {low.x, low.y, high.x - low.x, high.y - low.y};
 }
 
-Path Path::scaled(double sx, double sy) const {
-    Path result = *this;
-    for (Point& point : result.points_) point = {point.x * sx, point.y * sy};
-    return result;
-}
-
 Context* currentContext() { return current; }
 
 CurrentContextScope::CurrentContextScope(Context& context) : previous_(current) { current = &context; }

@@ -21,14 +21,28 @@ public:
     /// Without a current point the line starts where it ends.
     void addLine(Point to);
     void addQuadCurve(Point control, Point to);
+    /// Makes room for what is about to be appended.
+    void reserve(std::size_t elements, std::size_t points) {
+        elements_.reserve(elements);
+        points_.reserve(points);
+    }
     /// Appends the elements of `other` unchanged.
     void append(const Path& other);
 
     bool isEmpty() const { return elements_.empty(); }
     /// The box of all points, control points included; the zero rectangle for an empty path.
     Rect boundingBox() const;
+    /// Every point replaced by what `transform` makes of it.
+    template <class Transform>
+    Path mapped(const Transform& transform) const {
+        Path result = *this;
+        for (Point& point : result.points_) point = transform(point);
+        return result;
+    }
     /// Every coordinate multiplied by (sx, sy).
-    Path scaled(double sx, double sy) const;
+    Path scaled(double sx, double sy) const {
+        return mapped([&](Point point) { return Point{point.x * sx, point.y * sy}; });
+    }
 
     /// The elements in order; a move and a line take one point of `points()`, a curve two (control, end).
     const std::vector<Element>& elements() const { return elements_; }

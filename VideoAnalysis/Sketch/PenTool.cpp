@@ -69,6 +69,7 @@ void PenTool::setTouchPoints(const std::vector<Point>& points) {
     Path path;
     // A single touch draws nothing, but it is kept.
     if (points.size() == 1) path.move(points.front());
+    path.reserve(points.size() * elementsPerSegment, points.size() * pointsPerSegment);
     for (std::size_t i = 1; i < points.size(); ++i) {
         const Point previous1 = points[i - 1];
         const Point previous2 = i > 1 ? points[i - 2] : previous1;

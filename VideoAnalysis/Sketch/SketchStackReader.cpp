@@ -81,18 +81,22 @@ SketchStackReader::readDrawings(const JSON& stack, std::string_view key,
         const JSON& drawing = (*drawings)[i];
         place_.assign(key).append("[").append(std::to_string(i)).append("]");
         const JSON& configuration = drawing["configuration"];
-        const std::string* word = drawing["type"].string();
-        std::optional<SketchToolType> type = word ? toolType(*word) : std::nullopt;
-        if (!drawing.dictionary() || !configuration.dictionary()) {
-            drawing.dictionary() ? noteUnreadable(configuration, "configuration") : noteUnreadable(drawing, {});
+        if (!drawing.dictionary()) {
+            noteUnreadable(drawing, {});
             continue;
         }
-        if (!type) {
+        if (!configuration.dictionary()) {
+            noteUnreadable(configuration, "configuration");
+            continue;
+        }
+        const std::string* word = drawing["type"].string();
+        const std::optional<SketchToolType> named = word ? toolType(*word) : std::nullopt;
+        if (!named) {
             noteUnreadable(drawing["type"], "type");
             continue;
         }
-        if (type == SketchToolType::pen && configuration["ios"]["eraser"].boolean() == true) type = SketchToolType::eraser;
-        const std::shared_ptr<SketchTool> tool = makeTool(*type);
+        const bool isEraser = *named == SketchToolType::pen && configuration["ios"]["eraser"].boolean() == true;
+        const std::shared_ptr<SketchTool> tool = makeTool(isEraser ? SketchToolType::eraser : *named);
         place_ += ".configuration";
         readConfiguration(configuration, *tool);
         tools.push_back(tool);
