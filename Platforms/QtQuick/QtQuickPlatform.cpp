@@ -1,0 +1,169 @@
+#include "Platforms/QtQuick/QtQuickPlatform.h"
+
+#include "Platforms/QtQuick/DebugLog.h"
+#include "Platforms/QtQuick/QmlBundle.h"
+#include "Platforms/QtQuick/QtMainQueue.h"
+#include "Platforms/QtQuick/QtPresenter.h"
+#include "VideoAnalysis/Platform/Graphics.h"
+#include "VideoAnalysis/Platform/Media.h"
+#include "VideoAnalysis/Platform/Recording.h"
+#include "VideoAnalysis/Platform/UI/Device.h"
+
+#include <QCoreApplication>
+#include <QPointer>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <algorithm>
+#include <chrono>
+#include <optional>
+#include <utility>
+
+namespace videoanalysis {
+namespace {
+
+constexpr double secondsTo2001 = 978307200;  // from 1970
+
+class QtTimer : public dispatch::Timer, public std::enable_shared_from_this<QtTimer> {
+public:
+    QtTimer(double interval, bool repeats, std::function<void()> fire) : fire_(std::move(fire)) {
+        timer_.setTimerType(Qt::PreciseTimer);
+        timer_.setSingleShot(!repeats);
+        timer_.setInterval(static_cast<int>(std::clamp(interval, 0.0, 1e6) * 1000));
+        timer_.callOnTimeout([this] {
+            const std::shared_ptr<QtTimer> keepAlive = shared_from_this();
+            if (timer_.isSingleShot()) self_.reset();
+            fire_();
+        });
+    }
+
+    void start() {
+        self_ = shared_from_this();
+        timer_.start();
+    }
+    bool isValid() const override { return self_ != nullptr; }
+    void invalidate() override {
+        timer_.stop();
+        self_.reset();
+    }
+
+private:
+    QTimer timer_;
+    std::function<void()> fire_;
+    std::shared_ptr<QtTimer> self_;  ///< while it is valid: nobody else need keep it
+};
+
+/// The window stands for the device, its contents for the screen.
+class WindowDevice : public ui::Device, public ui::Screen {
+public:
+    explicit WindowDevice(QQuickWindow& window) : window_(&window) {}
+
+    ui::DeviceOrientation orientation() const override {
+        const Size size = this->size();
+        return size.width > size.height ? ui::DeviceOrientation::landscapeLeft : ui::DeviceOrientation::portrait;
+    }
+    ui::InterfaceIdiom userInterfaceIdiom() const override { return ui::InterfaceIdiom::desktop; }
+    /// Recordings end in a file, not in a preview.
+    int systemVersion() const override { return 14; }
+
+    Size size() const override {
+        return window_ ? Size{window_->contentItem()->width(), window_->contentItem()->height()} : Size{};
+    }
+    double scale() const override { return window_ ? window_->effectiveDevicePixelRatio() : 1; }
+
+private:
+    QPointer<QQuickWindow> window_;
+};
+
+class UnavailableRecorder : public recording::ScreenRecorder {
+public:
+    bool isAvailable() const override { return false; }
+    bool isRecording() const override { return false; }
+    bool isMicrophoneEnabled() const override { return isMicrophoneEnabled_; }
+    void setMicrophoneEnabled(bool enabled) override { isMicrophoneEnabled_ = enabled; }
+
+    void startRecording(std::function<void(recording::Error)> handler) override { answer(std::move(handler)); }
+    void stopRecording(const URL&, std::function<void(recording::Error)> handler) override { answer(std::move(handler)); }
+    void stopRecording(
+        std::function<void(std::shared_ptr<recording::PreviewViewController>, recording::Error)> handler) override {
+        answer([handler = std::move(handler)](const recording::Error& error) { handler(nullptr, error); });
+    }
+
+private:
+    static void answer(std::function<void(recording::Error)> handler) {
+        dispatch::mainQueue().async(
+            [handler = std::move(handler)] { handler("The screen cannot be recorded on this platform"); });
+    }
+
+    bool isMicrophoneEnabled_ = false;
+};
+
+}  // namespace
+
+struct QtQuickPlatform::Parts {
+    Parts(QQuickWindow& window, std::unique_ptr<media::Engine> media, std::unique_ptr<graphics::Engine> graphics,
+          QQmlEngine* engine)
+        : media(std::move(media)), graphics(std::move(graphics)), device(window),
+          ownEngine(engine ? nullptr : std::make_unique<QQmlEngine>()), bundle(engine ? *engine : *ownEngine),
+          presenter(std::make_unique<QtPresenter>(window)) {
+        QObject::connect(qApp, &QCoreApplication::aboutToQuit, &mainQueue, [this] { close(); });
+    }
+
+    /// Everything of Qt that must not outlive the application.
+    void close() {
+        bundle.close();
+        ownEngine.reset();
+    }
+
+    QtMainQueue mainQueue;
+    std::unique_ptr<media::Engine> media;
+    std::unique_ptr<graphics::Engine> graphics;
+    WindowDevice device;
+    UnavailableRecorder recorder;
+    std::unique_ptr<QQmlEngine> ownEngine;
+    QmlBundle bundle;
+    std::unique_ptr<QtPresenter> presenter;
+    std::optional<QTemporaryDir> temporaryDirectory;
+};
+
+QtQuickPlatform::QtQuickPlatform(QQuickWindow& window, std::unique_ptr<media::Engine> media,
+                                 std::unique_ptr<graphics::Engine> graphics, QQmlEngine* engine)
+    : parts_(std::make_unique<Parts>(window, std::move(media), std::move(graphics), engine)) {}
+
+QtQuickPlatform::~QtQuickPlatform() = default;
+
+std::shared_ptr<ui::ViewController> QtQuickPlatform::viewController(QQuickItem& item) {
+    return QtPresenter::makeViewController(item);
+}
+
+dispatch::MainQueue& QtQuickPlatform::mainQueue() { return parts_->mainQueue; }
+
+std::shared_ptr<dispatch::Timer> QtQuickPlatform::scheduleTimer(double interval, bool repeats, std::function<void()> fire) {
+    const auto timer = std::make_shared<QtTimer>(interval, repeats, std::move(fire));
+    timer->start();
+    return timer;
+}
+
+double QtQuickPlatform::wallClock() const {
+    const std::chrono::duration<double> since1970 = std::chrono::system_clock::now().time_since_epoch();
+    return since1970.count() - secondsTo2001;
+}
+
+const ui::Device& QtQuickPlatform::device() const { return parts_->device; }
+const ui::Screen& QtQuickPlatform::mainScreen() const { return parts_->device; }
+ui::Bundle& QtQuickPlatform::bundle() { return parts_->bundle; }
+ui::Presenter& QtQuickPlatform::presenter() { return *parts_->presenter; }
+media::Engine& QtQuickPlatform::media() { return *parts_->media; }
+graphics::Engine& QtQuickPlatform::graphics() { return *parts_->graphics; }
+recording::ScreenRecorder& QtQuickPlatform::screenRecorder() { return parts_->recorder; }
+
+std::string QtQuickPlatform::temporaryDirectory() const {
+    if (!parts_->temporaryDirectory) parts_->temporaryDirectory.emplace();
+    return parts_->temporaryDirectory->isValid() ? parts_->temporaryDirectory->path().toStdString() : std::string();
+}
+
+void QtQuickPlatform::debugLog(std::string_view line) {
+    qCDebug(videoAnalysisLog).noquote() << QString::fromUtf8(line.data(), static_cast<qsizetype>(line.size()));
+}
+
+}  // namespace videoanalysis

@@ -1,0 +1,60 @@
+#pragma once
+// What the component runs on in a Qt Quick window. A host makes one with its engines for media and drawing, installs it, and
+// gets from it the controller of its own screen, over which it presents an analysis:
+//
+//     auto platform = std::make_shared<videoanalysis::QtQuickPlatform>(
+//         window, std::make_unique<videoanalysis::media::FFmpegEngine>(),
+//         std::make_unique<videoanalysis::graphics::CairoEngine>());
+//     videoanalysis::installPlatform(platform);
+//     videoanalysis::VideoAnalysisController analysis({{videoanalysis::URL::fileURL("a.mp4"), {}}}, configuration);
+//     analysis.present(platform->viewController(*startScreen), videoanalysis::ui::ModalPresentationStyle::fullScreen);
+
+#include "VideoAnalysis/Platform/Platform.h"
+
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QQuickWindow>
+
+#include <memory>
+
+namespace videoanalysis {
+
+namespace ui {
+class ViewController;
+}
+
+/// Main thread, unless `Platform` says otherwise. What it shows is gone when the application quits (`aboutToQuit`) or with
+/// the platform, whichever comes first; the platform itself may stay installed for longer.
+class QtQuickPlatform : public Platform {
+public:
+    /// `window` stands for the screen: the analysis fills it, and its shape says how the device is held (wider than tall:
+    /// landscape). It must outlive what is presented in it. `engine` (not owned, may be null for one of the platform's own)
+    /// must outlive the platform.
+    QtQuickPlatform(QQuickWindow& window, std::unique_ptr<media::Engine> media, std::unique_ptr<graphics::Engine> graphics,
+                    QQmlEngine* engine = nullptr);
+    ~QtQuickPlatform() override;
+
+    /// A controller that stands for a screen of the host's own, shown by `item`. While an analysis is presented over it in
+    /// full screen, the item is invisible.
+    std::shared_ptr<ui::ViewController> viewController(QQuickItem& item);
+
+    dispatch::MainQueue& mainQueue() override;
+    std::shared_ptr<dispatch::Timer> scheduleTimer(double interval, bool repeats, std::function<void()> fire) override;
+    double wallClock() const override;
+    const ui::Device& device() const override;
+    const ui::Screen& mainScreen() const override;
+    ui::Bundle& bundle() override;
+    ui::Presenter& presenter() override;
+    media::Engine& media() override;
+    graphics::Engine& graphics() override;
+    recording::ScreenRecorder& screenRecorder() override;
+    std::string temporaryDirectory() const override;
+    void debugLog(std::string_view line) override;
+
+private:
+    struct Parts;
+
+    const std::unique_ptr<Parts> parts_;
+};
+
+}  // namespace videoanalysis

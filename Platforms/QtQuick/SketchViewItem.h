@@ -1,0 +1,32 @@
+#pragma once
+// The item of a sketch view: it keeps the pixels of the drawings and lets the view draw again only what has changed.
+
+#include "Platforms/QtQuick/ViewItem.h"
+#include "VideoAnalysis/Platform/Image.h"
+
+namespace videoanalysis {
+
+/// "SketchView" in QML; the component places it over the picture. Main thread.
+class SketchViewItem : public ViewItem {
+    Q_OBJECT
+
+public:
+    explicit SketchViewItem(QQuickItem* parent = nullptr);
+
+    void viewNeedsDisplay(ui::View& view, const Rect& rect) override;
+
+protected:
+    void updatePolish() override;
+    QSGNode* updatePaintNode(QSGNode* node, UpdatePaintNodeData* data) override;
+    void geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) override;
+    void itemChange(ItemChange change, const ItemChangeData& value) override;
+
+private:
+    void makeBitmap();
+
+    Bitmap bitmap_;
+    Rect dirty_;
+    bool isTextureOld_ = true;
+};
+
+}  // namespace videoanalysis

@@ -1,0 +1,48 @@
+#pragma once
+// The item of a slider: a press anywhere on it takes the thumb there, a drag moves it, the arrow keys step it.
+// `Resources/Controls/` gives it its look.
+
+#include "Platforms/QtQuick/ControlItem.h"
+
+namespace videoanalysis {
+
+/// "Slider" in QML. Main thread.
+class SliderItem : public ControlItem {
+    Q_OBJECT
+    /// Where the thumb stands, 0...1 of its way.
+    Q_PROPERTY(double position READ thumbPosition NOTIFY valueChanged)
+    Q_PROPERTY(double value READ value NOTIFY valueChanged)
+    /// How far from both ends the thumb's way begins, in points.
+    Q_PROPERTY(double inset MEMBER inset_)
+
+public:
+    explicit SliderItem(QQuickItem* parent = nullptr);
+
+    ui::ControlEvent actionEvent() const override { return ui::ControlEvent::valueChanged; }
+    double thumbPosition() const;
+    double value() const { return slider() ? static_cast<double>(slider()->value()) : 0; }
+
+    void viewDidChange(ui::View& view, ui::Property property) override;
+
+    /// Moves the thumb by `fraction` of its way, as the user's doing.
+    Q_INVOKABLE void step(double fraction);
+
+Q_SIGNALS:
+    void valueChanged();
+
+protected:
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseUngrabEvent() override;
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    ui::Slider* slider() const { return static_cast<ui::Slider*>(view()); }
+    void moveThumb(double position);
+    void endTracking(ui::ControlEvent event);
+
+    double inset_ = 0;
+};
+
+}  // namespace videoanalysis

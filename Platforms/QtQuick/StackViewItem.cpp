@@ -1,0 +1,57 @@
+#include "Platforms/QtQuick/StackViewItem.h"
+
+#include "Platforms/QtQuick/ButtonItem.h"
+
+#include <algorithm>
+#include <functional>
+
+namespace videoanalysis {
+namespace {
+
+class LaidOutStackView : public ui::StackView {
+public:
+    std::function<void()> layOut;
+
+protected:
+    void layoutSubviews() override {
+        if (observer() && layOut) layOut();
+    }
+};
+
+}  // namespace
+
+StackViewItem::StackViewItem(QQuickItem* parent) : ViewItem(std::make_shared<LaidOutStackView>(), parent) {
+    static_cast<LaidOutStackView*>(view())->layOut = [this] { layOut(); };
+}
+
+void StackViewItem::itemChange(ItemChange change, const ItemChangeData& value) {
+    if (change == ItemChildAddedChange) {
+        if (const auto* button = qobject_cast<ButtonItem*>(value.item)) {
+            connect(button, &QQuickItem::visibleChanged, this, [this] {
+                if (view()) view()->setNeedsLayout();
+            });
+        }
+    }
+    ViewItem::itemChange(change, value);
+}
+
+void StackViewItem::componentComplete() {
+    ViewItem::componentComplete();
+    layOut();
+}
+
+void StackViewItem::layOut() {
+    double bottom = 0;
+    double widest = 0;
+    for (QQuickItem* child : childItems()) {
+        auto* button = qobject_cast<ButtonItem*>(child);
+        if (!button || button->view()->isHidden()) continue;
+        if (bottom > 0) bottom += spacing_;
+        button->setY(bottom);
+        bottom += button->height();
+        widest = std::max(widest, button->width());
+    }
+    setImplicitSize(widest, bottom);
+}
+
+}  // namespace videoanalysis

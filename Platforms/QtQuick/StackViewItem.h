@@ -1,0 +1,28 @@
+#pragma once
+// The item of a stack view: its buttons stand below one another, hidden ones take no room. It lays out when the component
+// asks for it, so that what is read after a layout is true at once.
+
+#include "Platforms/QtQuick/ViewItem.h"
+
+namespace videoanalysis {
+
+/// "StackView" in QML; its implicit size is that of the visible buttons. Other children stand where they like. Main thread.
+class StackViewItem : public ViewItem {
+    Q_OBJECT
+    /// Points between two buttons.
+    Q_PROPERTY(double spacing MEMBER spacing_)
+
+public:
+    explicit StackViewItem(QQuickItem* parent = nullptr);
+
+protected:
+    void itemChange(ItemChange change, const ItemChangeData& value) override;
+    void componentComplete() override;
+
+private:
+    void layOut();
+
+    double spacing_ = 0;
+};
+
+}  // namespace videoanalysis

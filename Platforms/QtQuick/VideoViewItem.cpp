@@ -1,0 +1,125 @@
+#include "Platforms/QtQuick/VideoViewItem.h"
+
+#include "VideoAnalysis/Platform/Media.h"
+#include "VideoAnalysis/Player/VideoView.h"
+
+#include <QImage>
+#include <QQuickWindow>
+#include <QSGImageNode>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace videoanalysis {
+namespace {
+
+/// Hands the bitmap over to an image, without a copy of the pixels.
+QImage opaqueImage(Bitmap bitmap) {
+    auto* owned = new Bitmap(std::move(bitmap));
+    return QImage(reinterpret_cast<uchar*>(owned->pixels.data()), owned->width, owned->height, owned->bytesPerRow(),
+                  QImage::Format_RGB32, [](void* pixels) { delete static_cast<Bitmap*>(pixels); }, owned);
+}
+
+}  // namespace
+
+VideoViewItem::VideoViewItem(QQuickItem* parent) : ViewItem(std::make_shared<VideoView>(), parent) {
+    setFlag(ItemHasContents);
+    videoView()->playerLayer().changeObserver = [this] { followLayer(); };
+}
+
+VideoViewItem::~VideoViewItem() {
+    if (videoView()) videoView()->playerLayer().changeObserver = nullptr;
+}
+
+VideoView* VideoViewItem::videoView() const { return static_cast<VideoView*>(view()); }
+
+void VideoViewItem::followLayer() {
+    update();
+    const std::shared_ptr<media::Player>& player = videoView()->player();
+    if (player_ == player) return;
+    player_ = player;
+    hasBrokenOff_ = false;
+    frameObservation_.reset();
+    itemObservation_.reset();
+    if (player_) {
+        frameObservation_ = player_->observeFrame([this] {
+            update();
+            if (status_ != Status::ready) updateStatus();
+        });
+        itemObservation_ = player_->currentItem()->observe([this](media::PlayerItem::Event event) {
+            if (event == media::PlayerItem::Event::failedToPlayToEnd) hasBrokenOff_ = true;
+            updateStatus();
+            update();  // the picture's place depends on its size, which is known by now
+        });
+    }
+    updateStatus();
+}
+
+void VideoViewItem::updateStatus() {
+    const auto find = [this] {
+        if (!player_) return Status::empty;
+        if (player_->currentItem()->status() == media::ItemStatus::failed) return Status::failed;
+        if (hasBrokenOff_) return Status::brokenOff;
+        return player_->currentFrame() ? Status::ready : Status::loading;
+    };
+    const Status status = find();
+    if (std::exchange(status_, status) != status) Q_EMIT statusChanged();
+}
+
+void VideoViewItem::viewDidChange(ui::View& view, ui::Property property) {
+    if (property == ui::Property::contentMode) {
+        update();
+    } else {
+        ViewItem::viewDidChange(view, property);
+    }
+}
+
+void VideoViewItem::geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) {
+    ViewItem::geometryChange(newGeometry, oldGeometry);
+    update();
+}
+
+void VideoViewItem::itemChange(ItemChange change, const ItemChangeData& value) {
+    if (change == ItemDevicePixelRatioHasChanged) update();
+    ViewItem::itemChange(change, value);
+}
+
+QSGNode* VideoViewItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
+    auto* node = static_cast<QSGImageNode*>(old);
+    const std::shared_ptr<const media::VideoFrame> frame = player_ ? player_->currentFrame() : nullptr;
+    if (!frame || !videoView() || width() <= 0 || height() <= 0) {
+        delete node;
+        shownFrame_.reset();
+        return nullptr;
+    }
+    // The picture's rectangle on the grid of the screen's pixels, so that it is painted pixel by pixel.
+    const double scale = window()->effectiveDevicePixelRatio();
+    const QPointF corner = mapToScene({});
+    const auto onGrid = [&](double origin, double position) { return std::round((origin + position) * scale); };
+    const Rect picture = videoView()->pictureRect();
+    const double left = onGrid(corner.x(), picture.minX());
+    const double top = onGrid(corner.y(), picture.minY());
+    const QSize size(static_cast<int>(std::max(onGrid(corner.x(), picture.maxX()) - left, 1.0)),
+                     static_cast<int>(std::max(onGrid(corner.y(), picture.maxY()) - top, 1.0)));
+    if (!node) {
+        node = window()->createImageNode();
+        node->setOwnsTexture(true);
+        node->setFiltering(QSGTexture::Nearest);
+        shownFrame_.reset();
+    }
+    if (frame != shownFrame_ || size != shownSize_) {
+        node->setTexture(window()->createTextureFromImage(opaqueImage(frame->scaled(size.width(), size.height())),
+                                                          QQuickWindow::TextureIsOpaque));
+        shownFrame_ = frame;
+        shownSize_ = size;
+    }
+    // A picture that fills the view reaches outside; only the part inside is shown.
+    const QRectF whole(QPointF(left, top) / scale - corner, QSizeF(size) / scale);
+    const QRectF inside = whole & boundingRect();
+    node->setRect(inside);
+    node->setSourceRect({(inside.topLeft() - whole.topLeft()) * scale, inside.size() * scale});
+    return node;
+}
+
+}  // namespace videoanalysis

@@ -1,0 +1,63 @@
+#pragma once
+// The item of a video view: it paints the frame that the view's player shows, scaled to the pixels of the screen, and says
+// in what state the clip is, so that the layout can stand in for a picture that is not there.
+
+#include "Platforms/QtQuick/ViewItem.h"
+
+#include <memory>
+
+namespace videoanalysis {
+
+class VideoView;
+namespace media {
+class Player;
+class VideoFrame;
+}  // namespace media
+
+/// "VideoView" in QML. Main thread.
+class VideoViewItem : public ViewItem {
+    Q_OBJECT
+    Q_PROPERTY(Status status READ status NOTIFY statusChanged)
+
+public:
+    enum class Status {
+        empty,      ///< no clip
+        loading,    ///< a clip whose first picture is not there yet
+        ready,
+        failed,     ///< the clip cannot be read
+        brokenOff,  ///< playback has come to a point where the clip cannot be read any further
+    };
+    Q_ENUM(Status)
+
+    explicit VideoViewItem(QQuickItem* parent = nullptr);
+    ~VideoViewItem() override;
+
+    Status status() const { return status_; }
+
+    void viewDidChange(ui::View& view, ui::Property property) override;
+
+Q_SIGNALS:
+    void statusChanged();
+
+protected:
+    QSGNode* updatePaintNode(QSGNode* node, UpdatePaintNodeData* data) override;
+    void geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) override;
+    void itemChange(ItemChange change, const ItemChangeData& value) override;
+
+private:
+    VideoView* videoView() const;
+    void followLayer();
+    void updateStatus();
+
+    std::shared_ptr<media::Player> player_;
+    std::shared_ptr<void> frameObservation_;
+    std::shared_ptr<void> itemObservation_;
+    Status status_ = Status::empty;
+    bool hasBrokenOff_ = false;
+
+    /// What the texture shows, so that the same picture is not scaled twice.
+    std::shared_ptr<const media::VideoFrame> shownFrame_;
+    QSize shownSize_;
+};
+
+}  // namespace videoanalysis

@@ -1,0 +1,99 @@
+#pragma once
+// The Qt Quick item that stands for one view of the component: it shows the view's properties, and where the layout puts the
+// item becomes the view's frame. The QML files are made of these; every other item of this folder derives from it.
+
+#include "VideoAnalysis/Platform/UI/View.h"
+
+#include <QColor>
+#include <QQuickItem>
+#include <QString>
+#include <QVariantAnimation>
+
+#include <memory>
+
+namespace videoanalysis {
+
+QColor toQColor(const Color& color);
+
+/// "View" in QML. Main thread.
+class ViewItem : public QQuickItem, public ui::ViewObserver {
+    Q_OBJECT
+    /// The name by which a controller or cell gets hold of the view; several, separated by blanks, for a view that is
+    /// several outlets. Views may share a name.
+    Q_PROPERTY(QString outlet MEMBER outlet_)
+    Q_PROPERTY(int tag READ tag WRITE setTag)
+    /// Keeps presses from reaching what lies below.
+    Q_PROPERTY(bool solid READ isSolid WRITE setSolid)
+    /// The view's alpha; QML sets only the first value. `opacity` follows it.
+    Q_PROPERTY(double alpha READ alpha WRITE setAlpha NOTIFY alphaChanged)
+    /// What the component says, whether or not something above is hidden as well. `visible` follows it.
+    Q_PROPERTY(bool hidden READ isHidden NOTIFY hiddenChanged)
+    Q_PROPERTY(QColor tintColor READ tintColor NOTIFY tintColorChanged)
+    Q_PROPERTY(QColor backgroundColor READ backgroundColor NOTIFY backgroundColorChanged)
+
+public:
+    explicit ViewItem(QQuickItem* parent = nullptr);
+    ~ViewItem() override;
+
+    /// Null once the view has gone before its item.
+    ui::View* view() const { return view_; }
+    bool isOutlet(const QString& name) const { return outlet_.split(QLatin1Char(' ')).contains(name); }
+    /// For the root of a scene, whose view owns the item: the item does not own the view any more.
+    std::shared_ptr<ui::View> releaseView();
+    /// The view is going away; the item only waits for its deletion.
+    void detach();
+
+    int tag() const { return view_ ? view_->tag() : 0; }
+    void setTag(int tag) { view_->setTag(tag); }
+    bool isSolid() const { return isSolid_; }
+    void setSolid(bool solid);
+    double alpha() const { return view_ ? view_->alpha() : 0; }
+    void setAlpha(double alpha) { view_->setAlpha(alpha); }
+    bool isHidden() const { return !view_ || view_->isHidden(); }
+    QColor tintColor() const;
+    QColor backgroundColor() const;
+
+    /// False takes the item from the screen without touching the view: its cell is not in sight.
+    void setInSight(bool inSight);
+    /// The component places the view (a cell by its layout, the drawings over the picture): the item follows its frame.
+    void setPlacedByView() { isPlacedByView_ = true; }
+    /// Puts the item where the view's frame is.
+    void moveToFrame();
+    /// How far the items inside are scrolled, in points.
+    virtual QPointF contentOffset() const { return {}; }
+
+    void viewDidChange(ui::View& view, ui::Property property) override;
+
+Q_SIGNALS:
+    void alphaChanged();
+    void hiddenChanged();
+    void tintColorChanged();
+    void backgroundColorChanged();
+
+protected:
+    /// For an item of a special kind of view.
+    ViewItem(std::shared_ptr<ui::View> view, QQuickItem* parent);
+
+    void geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) override;
+    void mousePressEvent(QMouseEvent* event) override;
+
+private:
+    QPointF superviewOffset() const;
+    void updateFrame();
+    void updateVisibility();
+    void followAlpha();
+
+    std::shared_ptr<ui::View> ownedView_;
+    ui::View* view_;
+    QString outlet_;
+    bool isSolid_ = false;
+    bool isInSight_ = true;
+    bool isPlacedByView_ = false;
+    bool isTellingFrame_ = false;
+    QVariantAnimation* fade_ = nullptr;
+};
+
+/// The item of a view, for views that one of the scenes made; null for others.
+ViewItem* itemOf(const ui::View& view);
+
+}  // namespace videoanalysis

@@ -1,0 +1,199 @@
+// The storyboard of the analysis: the screen with the players, and the overlay with the controls over it.
+import QtQuick
+import VideoAnalysis
+import "Controls"
+
+Storyboard {
+    Scene {
+        identifier: "MainViewController"
+        initial: true
+
+        View {
+            id: main
+            solid: true
+
+            Rectangle {
+                anchors.fill: parent
+                color: main.backgroundColor
+            }
+            Notice {
+                anchors.centerIn: parent
+                glyph: "film"
+                text: qsTr("Add a clip to begin")
+                visible: players.count === 0
+            }
+            CollectionView {
+                id: players
+                outlet: "playersCollectionView"
+                layout: "players"
+                anchors.fill: parent
+            }
+        }
+    }
+
+    Scene {
+        identifier: "OverlayViewController"
+
+        View {
+            id: overlay
+
+            CollectionView {
+                outlet: "playersCollectionView"
+                layout: "players"
+                anchors.fill: parent
+            }
+
+            View {
+                id: topBarBackground
+                outlet: "topBarBackgroundView visibleViews"
+                solid: true
+                width: parent.width
+                height: 52
+
+                Rectangle {
+                    anchors.fill: parent
+                    color: topBarBackground.backgroundColor
+                }
+            }
+            View {
+                id: topBar
+                outlet: "topBarView visibleViews"
+                width: parent.width
+                height: 52
+
+                GlyphButton {
+                    outlet: "closeButton"
+                    action: "handleDiscardAndClose:"
+                    hint: qsTr("Close")
+                    glyph: "close"
+                    x: 12
+                    anchors.verticalCenter: parent.verticalCenter
+                }
+                Row {
+                    anchors.right: parent.right
+                    anchors.rightMargin: 12
+                    anchors.verticalCenter: parent.verticalCenter
+                    spacing: 8
+
+                    GlyphButton {
+                        outlet: "lockPlaybackButton"
+                        action: "handlePlaybackLockToggle:"
+                        hint: qsTr("Play both together")
+                        glyph: "unlock"
+                    }
+                    GlyphButton {
+                        outlet: "addButton"
+                        action: "handleMediaAddition:"
+                        hint: qsTr("Add a clip to compare")
+                        glyph: "Compare"
+                    }
+                }
+            }
+
+            View {
+                id: strip
+                outlet: "drawingShapeView visibleViews"
+                solid: true
+                x: 12
+                anchors.verticalCenter: parent.verticalCenter
+                width: 52
+                height: tools.implicitHeight + toggle.height + 3 * 4
+
+                readonly property bool isEmpty: tools.hidden
+
+                Rectangle {
+                    anchors.fill: parent
+                    radius: 10
+                    color: strip.backgroundColor
+                    visible: !strip.isEmpty
+                }
+                StackView {
+                    id: tools
+                    outlet: "drawingToolsStackView"
+                    spacing: 8
+                    x: 4
+                    y: 4
+                    width: 44
+                    height: implicitHeight
+
+                    GlyphButton {
+                        outlet: "drawingToolButtons"
+                        action: "tapOnPen:"
+                        tag: 0
+                        hint: qsTr("Pen")
+                        glyph: "pen"
+                        ringColor: tintColor
+                    }
+                    GlyphButton {
+                        outlet: "drawingToolButtons"
+                        action: "tapOnLine:"
+                        tag: 2
+                        hint: qsTr("Line")
+                        glyph: "line"
+                        ringColor: tintColor
+                    }
+                    GlyphButton {
+                        outlet: "drawingToolButtons"
+                        action: "tapOnArrow:"
+                        tag: 3
+                        hint: qsTr("Arrow")
+                        glyph: "arrow"
+                        ringColor: tintColor
+                    }
+                    GlyphButton {
+                        outlet: "drawingToolButtons"
+                        action: "tapOnRect:"
+                        tag: 4
+                        hint: qsTr("Rectangle")
+                        glyph: "rectangle"
+                        ringColor: tintColor
+                    }
+                    GlyphButton {
+                        outlet: "drawingToolButtons"
+                        action: "tapOnCircle:"
+                        tag: 6
+                        hint: qsTr("Ellipse")
+                        glyph: "ellipse"
+                        ringColor: tintColor
+                    }
+                    ImageView {
+                        id: marker
+                        outlet: "arrowImage"
+                        glyph: "marker"
+                        x: 52
+                        width: 12
+                        height: 12
+
+                        Icon {
+                            anchors.fill: parent
+                            image: marker.image
+                            color: marker.tintColor
+                        }
+                    }
+                }
+                Item {
+                    id: toggle
+                    x: 4
+                    anchors.bottom: parent.bottom
+                    anchors.bottomMargin: 4
+                    width: 44
+                    height: 44
+                    visible: !strip.isEmpty
+
+                    GlyphButton {
+                        outlet: "expandToolbarButton"
+                        action: "handleToolbarExpand:"
+                        hint: qsTr("Show all tools")
+                        glyph: "expand"
+                    }
+                    GlyphButton {
+                        outlet: "collapseToolbarButton"
+                        action: "handleToolbarCollapse:"
+                        hint: qsTr("Show the chosen tool only")
+                        glyph: "collapse"
+                    }
+                }
+            }
+        }
+    }
+}

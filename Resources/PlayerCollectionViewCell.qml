@@ -1,0 +1,57 @@
+// One player: its picture, the drawings over it, and what stands there while there is no picture.
+import QtQuick
+import VideoAnalysis
+import "Controls"
+
+PlayerCell {
+    id: cell
+
+    GesturedScrollView {
+        outlet: "playerScrollView"
+        anchors.fill: parent
+
+        VideoView {
+            id: video
+            outlet: "playerView"
+            anchors.fill: parent
+
+            Notice {
+                anchors.centerIn: parent
+                visible: video.status !== VideoView.ready && video.status !== VideoView.brokenOff
+                glyph: {
+                    switch (video.status) {
+                    case VideoView.failed: return "film_failed"
+                    case VideoView.loading: return "hourglass"
+                    default: return "film"
+                    }
+                }
+                text: {
+                    switch (video.status) {
+                    case VideoView.failed: return qsTr("This clip cannot be shown")
+                    case VideoView.loading: return qsTr("Opening the clip")
+                    default: return qsTr("No clip yet")
+                    }
+                }
+            }
+        }
+        SketchView {
+            outlet: "sketchView"
+        }
+        Rectangle {
+            anchors.centerIn: parent
+            width: brokenOff.width + 32
+            height: brokenOff.height + 32
+            radius: 10
+            color: Theme.panel
+            visible: video.status === VideoView.brokenOff
+
+            Notice {
+                id: brokenOff
+                anchors.centerIn: parent
+                width: 220
+                glyph: "film_broken"
+                text: qsTr("The clip breaks off here")
+            }
+        }
+    }
+}
