@@ -1,4 +1,4 @@
-# Warnings, the compiler cache and the precompiled-header rules that all targets of this project share.
+# Warnings and the compiler cache, for all targets of this project.
 
 set(videoAnalysisWarnings -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Woverloaded-virtual)
 
@@ -13,10 +13,5 @@ endfunction()
 find_program(CCACHE_PROGRAM ccache)
 mark_as_advanced(CCACHE_PROGRAM)
 if(CCACHE_PROGRAM AND PROJECT_IS_TOP_LEVEL AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-    # The settings that let the cache work together with precompiled headers.
-    set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env
-        CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime ${CCACHE_PROGRAM})
-    if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
-        add_compile_options(-fpch-preprocess)
-    endif()
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
 endif()
