@@ -58,11 +58,12 @@ bool ClipDecoder::start(std::int64_t startPacket) {
     return true;
 }
 
-bool ClipDecoder::canGoOnTo(std::int64_t frame) const {
+bool ClipDecoder::canGoOnTo(std::int64_t frame, std::int64_t keepFrom) const {
     if (runStart_ < 0 || frame <= lastFrame_ || frame < firstFrame_) return false;
     if (frame < passedOverBefore_ && index_->packetOfFrame(frame) < nextPacket_) return false;
     constexpr std::int64_t packetsWorthASeek = 16;
-    return index_->startPacketFor(frame) <= nextPacket_ + packetsWorthASeek;
+    const std::int64_t next = std::min(std::max(keepFrom, lastFrame_ + 1), frame);
+    return index_->startPacketFor(next) <= nextPacket_ + packetsWorthASeek;
 }
 
 bool ClipDecoder::reach(std::int64_t startPacket) {

@@ -28,8 +28,8 @@ public:
     /// `canGoOnTo` is false until the next `start`.
     void endRun() { runStart_ = -1; }
     /// Whether going on from here gives `frame`, in time to be worth it: false when its packet has been passed over, or
-    /// when a later key frame is much nearer.
-    bool canGoOnTo(std::int64_t frame) const;
+    /// when nothing before `keepFrom` is wanted and a later key frame is much nearer to that.
+    bool canGoOnTo(std::int64_t frame, std::int64_t keepFrom) const;
     /// The next packet to be decoded, in decoding order.
     std::int64_t nextPacket() const { return nextPacket_; }
     /// The frame that `next` returned last in this run, or the one before the run's first.

@@ -237,13 +237,15 @@ FrameLoader::Goal FrameLoader::backwardGoal(std::int64_t missing, std::int64_t l
 }
 
 void FrameLoader::pursue(const Goal& goal) {
-    if (decoder_->canGoOnTo(goal.frame)) {
-        runKeepFrom_ = goal.isJump ? goal.keepFrom : std::min(runKeepFrom_, goal.keepFrom);
+    const std::int64_t keepFrom = goal.isJump ? goal.keepFrom : std::min(runKeepFrom_, goal.keepFrom);
+    const bool isRetry = retriedFrame_ == goal.frame;  // from farther back than usual, so not to be cut short
+    if (decoder_->canGoOnTo(goal.frame, isRetry ? 0 : keepFrom)) {
+        runKeepFrom_ = keepFrom;
     } else {
         runKeepFrom_ = goal.keepFrom;
         lastPicture_ = nullptr;
         std::int64_t startPacket = decodedIndex_->startPacketFor(goal.keepFrom);
-        if (retriedFrame_ == goal.frame) startPacket = decodedIndex_->startPacketBefore(startPacket);
+        if (isRetry) startPacket = decodedIndex_->startPacketBefore(startPacket);
         if (!decoder_->start(startPacket)) {
             handleMissing(goal, cache_->nearest(clip_, goal.frame), decodedIndex_->frameCount(), true);
             return;
@@ -276,6 +278,7 @@ void FrameLoader::take(FrameHandle picture, std::int64_t number) {
     auto frame = std::make_shared<const DecodedFrame>(shared, orientation, pixelAspect, number, time);
     frameBytes_ = frame->byteCount();
     lastPicture_ = frame;
+    newestPicture_ = frame;
     cache_->insert(clip_, frame);
     {
         const std::lock_guard lock(mutex_);
@@ -301,7 +304,9 @@ void FrameLoader::take(FrameHandle picture, std::int64_t number) {
 
 void FrameLoader::handleMissing(const Goal& goal, std::shared_ptr<const DecodedFrame> standIn, std::int64_t upTo,
                                 bool isUnreadable) {
-    if (frameBytes_ == 0 && !standIn) {
+    if (isStopping_) return;  // which makes reading fail
+    if (!standIn) standIn = newestPicture_;
+    if (!standIn) {
         tell(&News::openingError, "none of its pictures can be decoded");
         decoder_ = nullptr;
         return;

@@ -121,7 +121,8 @@ private:
     std::int64_t runKeepFrom_ = 0;
     std::size_t frameBytes_ = 0;  // 0 until the first picture
     std::int64_t packetsWithoutPicture_ = 0;
-    std::shared_ptr<const DecodedFrame> lastPicture_;  // of this run
+    std::shared_ptr<const DecodedFrame> lastPicture_;    // of this run
+    std::shared_ptr<const DecodedFrame> newestPicture_;  // of any run
     std::int64_t retriedFrame_ = -1;
     bool hasToldOfUnreadable_ = false;
     bool hasToldOfDamage_ = false;

@@ -52,7 +52,9 @@ void Playback::later(std::function<void(Playback&)> work) {
     });
 }
 
-void Playback::log(const std::string& line) const { debugLog(url_.absoluteString() + ": " + line); }
+void Playback::logDamage(const std::string& what) {
+    if (!std::exchange(hasLoggedDamage_, true)) debugLog("Playing " + url_.absoluteString() + " as far as it goes: " + what);
+}
 
 // News
 
@@ -60,7 +62,7 @@ void Playback::takeNews() {
     FrameLoader::News news = loader_->takeNews();
     if (!news.openingError.empty()) fail(news.openingError);
     if (status_ == ItemStatus::failed) return;
-    if (!news.damage.empty()) log(news.damage);
+    if (!news.damage.empty()) logDamage(news.damage);
     if (news.index) {
         index_ = std::move(news.index);
         resolveDeferred();
@@ -76,7 +78,7 @@ void Playback::takeNews() {
     }
     if (news.frame && isPending_ && news.request == request_) finishRequest(news.frame);
     if (!news.readingError.empty()) {
-        log(news.readingError);
+        logDamage(news.readingError);
         if (rate_ != 0) {
             changeRate(0);
             later([](Playback& self) { self.events.call(PlayerItem::Event::failedToPlayToEnd); });

@@ -78,7 +78,8 @@ private:
     void later(std::function<void(Playback&)> work);
     void takeNews();
     void fail(const std::string& reason);
-    void log(const std::string& line) const;
+    /// One line for each clip: the first thing that is wrong with it.
+    void logDamage(const std::string& what);
 
     void resolveDeferred();
     void goTo(std::int64_t frame, Travel travel);
@@ -118,6 +119,7 @@ private:
     std::int64_t request_ = 0;
     Completion completion_;
     bool hasPlayer_ = false;
+    bool hasLoggedDamage_ = false;
 
     float rate_ = 0;
     bool isAtEnd_ = false;

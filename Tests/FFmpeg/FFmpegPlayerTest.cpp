@@ -1,0 +1,247 @@
+// A player on real clips: opening, stepping, seeking, playing and what it tells of them.
+
+#include "FFmpeg/MediaTest.h"
+
+#include <cmath>
+#include <optional>
+#include <random>
+#include <vector>
+
+namespace videoanalysis::media {
+namespace {
+
+using PlayerTest = MediaTest;
+
+TEST_F(PlayerTest, OpensInTheBackgroundAndThenKnowsTheClip) {
+    const auto item = engine->makePlayerItem(clip("h264.mp4"));
+    const auto player = engine->makePlayer(item);
+    EXPECT_EQ(item->status(), ItemStatus::unknown);
+    EXPECT_EQ(compare(item->duration(), Time::zero()), 0);
+    EXPECT_TRUE(item->videoTracks().empty());
+    EXPECT_TRUE(item->isPlaybackBufferEmpty());
+    EXPECT_EQ(player->currentFrame(), nullptr);
+
+    std::vector<PlayerItem::Event> events;
+    int frames = 0;
+    const auto eventToken = item->observe([&](PlayerItem::Event event) { events.push_back(event); });
+    const auto frameToken = player->observeFrame([&] { ++frames; });
+    ASSERT_TRUE(turnUntil([&] { return !events.empty(); }));
+    EXPECT_EQ(events.front(), PlayerItem::Event::statusChanged);
+    EXPECT_EQ(item->status(), ItemStatus::readyToPlay);
+    EXPECT_EQ(compare(item->duration(), Time(4, 1)), 0);
+    ASSERT_EQ(item->videoTracks().size(), 1U);
+    EXPECT_EQ(compare(item->videoTracks()[0].minFrameDuration, Time(1, 30)), 0);
+    EXPECT_EQ(item->presentationSize(), Size(640, 360));
+    EXPECT_FALSE(item->isPlaybackBufferEmpty());
+    EXPECT_EQ(shownNumber(*player), 0);
+    ASSERT_TRUE(turnUntil([&] { return frames > 0; }));
+    EXPECT_EQ(compare(player->currentTime(), Time::zero()), 0);
+}
+
+TEST_F(PlayerTest, StepsByAnyCountFromTheFrameAskedForLast) {
+    const auto player = openReady("h264.mp4");
+    const auto item = player->currentItem();
+    EXPECT_FALSE(item->canStepBackward());
+    ASSERT_TRUE(stepTo(*player, 1, 1));
+    EXPECT_EQ(shownNumber(*player), 1);
+    EXPECT_EQ(compare(player->currentTime(), Time(1, 30)), 0);
+    EXPECT_TRUE(item->canStepBackward());
+
+    // Nobody waits for the frames in between.
+    for (int i = 0; i < 7; ++i) item->step(10);
+    item->step(-3);
+    ASSERT_TRUE(turnUntil([&] { return player->currentFrame()->index() == 68; }));
+    EXPECT_EQ(shownNumber(*player), 68);
+
+    ASSERT_TRUE(stepTo(*player, 1'000'000'000'000, 119));
+    EXPECT_EQ(shownNumber(*player), 119);
+    EXPECT_FALSE(item->canStepForward());
+    for (int expected = 118; expected >= 0; --expected) {
+        ASSERT_TRUE(stepTo(*player, -1, expected));
+        ASSERT_EQ(shownNumber(*player), expected);
+    }
+    item->step(-5);
+    turnFor(0.02);
+    EXPECT_EQ(shownNumber(*player), 0);
+}
+
+TEST_F(PlayerTest, SeeksToTheFrameThatCoversTheTimeAndOvertakes) {
+    const auto player = openReady("h264.mp4");
+    EXPECT_TRUE(seekTo(*player, Time(50, 30)));
+    EXPECT_EQ(shownNumber(*player), 50);
+    EXPECT_TRUE(seekTo(*player, Time(50 * 1000 + 999, 30 * 1000)));
+    EXPECT_EQ(shownNumber(*player), 50);
+    EXPECT_TRUE(seekTo(*player, Time(-7, 1)));
+    EXPECT_EQ(shownNumber(*player), 0);
+    EXPECT_TRUE(seekTo(*player, Time(1000, 1)));
+    EXPECT_EQ(shownNumber(*player), 119);
+    EXPECT_FALSE(seekTo(*player, Time()));
+
+    std::vector<bool> results;
+    const auto completion = [&](bool finished) { results.push_back(finished); };
+    player->seek(Time(20, 30), Time::zero(), Time::zero(), completion);
+    player->seek(Time(90, 30), Time::zero(), Time::zero(), completion);
+    player->currentItem()->step(-2);
+    EXPECT_TRUE(results.empty());
+    ASSERT_TRUE(turnUntil([&] { return player->currentFrame()->index() == 88; }));
+    EXPECT_EQ(results, (std::vector<bool>{false, false}));
+
+    // Within the tolerance a frame that is there already will do.
+    EXPECT_TRUE(seekTo(*player, Time(60, 30)));
+    std::optional<bool> finished;
+    player->seek(Time(61, 30), Time(1, 2), Time(1, 2), [&](bool isFinished) { finished = isFinished; });
+    ASSERT_TRUE(turnUntil([&] { return finished.has_value(); }));
+    EXPECT_NEAR(player->currentTime().seconds(), 61 / 30.0, 0.5);
+}
+
+TEST_F(PlayerTest, RequestsBeforeTheClipIsOpenAreKept) {
+    const auto player = engine->makePlayer(engine->makePlayerItem(clip("h264.mp4")));
+    player->seek(Time(2, 1), Time::zero(), Time::zero());
+    player->currentItem()->step(-1);
+    player->currentItem()->step(-1);
+    ASSERT_TRUE(turnUntil([&] { return player->currentItem()->status() == ItemStatus::readyToPlay; }));
+    EXPECT_EQ(shownNumber(*player), 58);
+}
+
+TEST_F(PlayerTest, PlaysAtItsRateShowingEveryFrameAndStopsAtTheEnd) {
+    const auto player = openReady("h264.mp4");
+    const auto item = player->currentItem();
+    std::vector<int> shown;
+    std::vector<PlayerItem::Event> events;
+    std::vector<float> rates;
+    const auto frameToken = player->observeFrame([&] { shown.push_back(shownNumber(*player)); });
+    const auto eventToken = item->observe([&](PlayerItem::Event event) { events.push_back(event); });
+    const auto rateToken = player->observeRate([&] { rates.push_back(player->rate()); });
+    ASSERT_TRUE(seekTo(*player, Time(60, 30)));
+    shown.clear();
+
+    player->setRate(2);
+    EXPECT_EQ(player->rate(), 2);
+    const auto start = std::chrono::steady_clock::now();
+    ASSERT_TRUE(turnUntil([&] { return !events.empty(); }));
+    const double elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    EXPECT_NEAR(elapsed, 1.0, 0.1);
+    EXPECT_EQ(events, std::vector{PlayerItem::Event::playedToEnd});
+    EXPECT_EQ(rates, (std::vector<float>{2, 0}));
+    EXPECT_EQ(compare(player->currentTime(), item->duration()), 0);
+    EXPECT_EQ(shownNumber(*player), 119);
+    ASSERT_GT(shown.size(), 40U);
+    for (std::size_t i = 1; i < shown.size(); ++i) ASSERT_GT(shown[i], shown[i - 1]);
+
+    // Pausing keeps the picture that is seen, and its time.
+    ASSERT_TRUE(seekTo(*player, Time::zero()));
+    player->setRate(100);
+    EXPECT_EQ(player->rate(), 8);
+    player->setRate(0.01F);
+    EXPECT_EQ(player->rate(), 0.1F);
+    player->play();
+    turnFor(0.5);
+    EXPECT_GT(player->currentTime().seconds(), 0.3);
+    player->pause();
+    const int paused = shownNumber(*player);
+    EXPECT_EQ(compare(player->currentTime(), Time(paused, 30)), 0);
+    turnFor(0.1);
+    EXPECT_EQ(shownNumber(*player), paused);
+    ASSERT_TRUE(stepTo(*player, -1, paused - 1));
+}
+
+TEST_F(PlayerTest, TimeObserversFireWhilePlayingAndOnEveryJumpWhilePaused) {
+    const auto player = openReady("h264.mp4");
+    std::vector<double> everyFrame;
+    std::vector<double> everySecond;
+    auto frameToken = player->addPeriodicTimeObserver(Time(1, 30), [&](const Time& t) { everyFrame.push_back(t.seconds()); });
+    auto secondToken = player->addPeriodicTimeObserver(Time(1, 1), [&](const Time& t) { everySecond.push_back(t.seconds()); });
+    ASSERT_TRUE(stepTo(*player, 1, 1));
+    ASSERT_TRUE(seekTo(*player, Time(15, 30)));
+    turnFor(0.01);
+    EXPECT_EQ(everyFrame, (std::vector<double>{1 / 30.0, 0.5}));
+    EXPECT_EQ(everySecond, everyFrame);
+
+    everyFrame.clear();
+    everySecond.clear();
+    player->setRate(2);
+    ASSERT_TRUE(turnUntil([&] { return player->currentTime().seconds() > 2.25; }));
+    EXPECT_GT(everyFrame.size(), 45U);
+    EXPECT_LT(everyFrame.size(), 56U);
+    EXPECT_EQ(everySecond.size(), 2U);
+
+    // A removed observer is not called for what has happened already.
+    const std::size_t count = everyFrame.size();
+    player->pause();
+    player->currentItem()->step(5);
+    player->removeTimeObserver(frameToken);
+    turnFor(0.1);
+    EXPECT_EQ(everyFrame.size(), count);
+}
+
+TEST_F(PlayerTest, NothingOfAReleasedPlayerIsCalled) {
+    auto player = openReady("h264.mp4");
+    auto item = player->currentItem();
+    bool isReleased = false;
+    int lateCalls = 0;
+    const auto count = [&] { lateCalls += isReleased ? 1 : 0; };
+    const auto frameToken = player->observeFrame(count);
+    const auto rateToken = player->observeRate(count);
+    const auto timeToken = player->addPeriodicTimeObserver(Time(1, 30), [&](const Time&) { count(); });
+    player->play();
+    turnFor(0.1);
+    player->seek(Time(3, 1), Time::zero(), Time::zero(), [&](bool) { count(); });
+    player->seek(Time(1, 1), Time::zero(), Time::zero(), [&](bool) { count(); });
+    isReleased = true;
+    player = nullptr;
+    turnFor(0.1);
+    EXPECT_EQ(lateCalls, 0);
+
+    // Items go on without the engine; everything may go while it works.
+    engine = nullptr;
+    item->step(30);
+    turnFor(0.001);
+    item = nullptr;
+    turnFor(0.01);
+}
+
+TEST_F(PlayerTest, WhatCannotBePlayedFailsWithOneLine) {
+    for (const char* name : {"nonexistent.mp4", "text.mp4", "empty.mp4", "audio-only.mp4", "."}) {
+        platform->log.clear();
+        const auto player = engine->makePlayer(engine->makePlayerItem(clip(name)));
+        const auto item = player->currentItem();
+        std::vector<PlayerItem::Event> events;
+        const auto token = item->observe([&](PlayerItem::Event event) { events.push_back(event); });
+        std::optional<bool> finished;
+        player->seek(Time(1, 1), Time::zero(), Time::zero(), [&](bool isFinished) { finished = isFinished; });
+        player->play();
+        ASSERT_TRUE(turnUntil([&] { return !events.empty(); })) << name;
+        EXPECT_EQ(item->status(), ItemStatus::failed) << name;
+        EXPECT_EQ(finished, false) << name;
+        EXPECT_EQ(player->rate(), 0) << name;
+        player->play();
+        item->step(3);
+        turnFor(0.01);
+        ASSERT_EQ(platform->log.size(), 1U) << name;
+        EXPECT_EQ(platform->log[0], item->errorDescription());
+        EXPECT_NE(platform->log[0].find(name), std::string::npos);
+    }
+    const auto player = open(URL("concat:a|b"));
+    EXPECT_EQ(player->currentItem()->status(), ItemStatus::failed);
+}
+
+TEST_F(PlayerTest, AClipThatBreaksOffKeepsItsLastGoodPicture) {
+    const auto player = openReady("truncated.mp4");
+    const auto item = player->currentItem();
+    item->step(119);
+    ASSERT_TRUE(turnUntil([&] { return !item->canStepForward(); }));
+    ASSERT_TRUE(turnUntil([&] { return player->currentFrame()->index() > 30; }));
+    const int last = shownNumber(*player);
+    EXPECT_GT(last, 30);
+    EXPECT_LT(last, 119);
+    ASSERT_EQ(platform->log.size(), 1U);
+    EXPECT_NE(platform->log[0].find("breaks off"), std::string::npos) << platform->log[0];
+    std::vector<PlayerItem::Event> events;
+    const auto token = item->observe([&](PlayerItem::Event event) { events.push_back(event); });
+    player->play();
+    ASSERT_TRUE(turnUntil([&] { return !events.empty(); }));
+    EXPECT_EQ(shownNumber(*player), last);
+}
+
+}  // namespace
+}  // namespace videoanalysis::media
