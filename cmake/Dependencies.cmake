@@ -5,7 +5,7 @@ find_package(nlohmann_json 3.11 REQUIRED)
 if(NOT VIDEOANALYSIS_COMPONENT_ONLY)
     find_package(Threads REQUIRED)
     find_package(LibYuv REQUIRED)
-    find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Qml Quick QuickControls2 Multimedia Svg)
+    find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Qml Quick QuickControls2 Multimedia Svg Test)
     find_package(PkgConfig REQUIRED)
     pkg_check_modules(VIDEOANALYSIS_CAIRO REQUIRED IMPORTED_TARGET cairo>=1.16)
     pkg_check_modules(VIDEOANALYSIS_FFMPEG REQUIRED IMPORTED_TARGET

@@ -1,0 +1,211 @@
+#include "Host/HeadlessRun.h"
+
+#include "Host/HostApplication.h"
+#include "Host/ScreenDriver.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTextStream>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <numbers>
+#include <utility>
+
+namespace videoanalysis::host {
+namespace {
+
+constexpr int badInput = 2;
+constexpr int screenFailed = 1;
+constexpr int framesToPlay = 12;
+
+void complain(const QString& line) { std::fprintf(stderr, "video-analysis: %s\n", qPrintable(line)); }
+
+/// A wave across the middle of a picture, `height` (0...1) from its top.
+std::vector<QPointF> wave(const QRectF& picture, double height) {
+    constexpr int steps = 40;
+    std::vector<QPointF> points;
+    for (int i = 0; i <= steps; ++i) {
+        const double along = static_cast<double>(i) / steps;
+        points.emplace_back(picture.left() + picture.width() * (0.3 + 0.4 * along),
+                            picture.top() + picture.height() * (height + 0.06 * std::sin(along * 2 * std::numbers::pi)));
+    }
+    return points;
+}
+
+/// One run on an open window.
+class Session {
+public:
+    Session(HostApplication& host, QTextStream& log) : host_(host), driver_(host.window()), log_(log) { timer_.start(); }
+
+    /// Whether the screen did all that was asked of it.
+    bool work(std::size_t clipCount) {
+        const auto hasOpened = [&] { return driver_.playerCount() == clipCount; };
+        if (!driver_.wait(hasOpened)) return fail("the screen does not appear");
+        const auto isSettled = [&](std::size_t index) {
+            const auto player = driver_.player(index);
+            const auto status = player ? player->currentItem()->status() : media::ItemStatus::unknown;
+            return status == media::ItemStatus::failed || (player && player->currentFrame());
+        };
+        for (std::size_t index = 0; index < clipCount; ++index) {
+            if (!driver_.wait([&] { return isSettled(index); }, 30000)) return fail("a clip does not get ready");
+            if (driver_.player(index)->currentFrame()) players_.push_back(index);
+        }
+        settle();
+        note("opened");
+
+        for (const std::size_t index : players_) {
+            press("playPauseButton", index);
+            driver_.wait([&] { return driver_.frameIndex(index).value_or(0) >= framesToPlay || isAtRest(index); }, 5000);
+        }
+        for (const std::size_t index : players_) {
+            if (!isAtRest(index)) press("playPauseButton", index);
+        }
+        settle();
+        note("played and paused");
+
+        for (const std::size_t index : players_) {
+            for (const char* step : {"forwardButton", "forwardButton", "forwardButton", "rewindButton"}) {
+                press(step, index);
+                settle();
+                note(QStringLiteral("player %1: %2").arg(index + 1).arg(QLatin1String(step)));
+            }
+        }
+
+        for (const std::size_t index : players_) {
+            const QRectF picture = driver_.pictureOf(index);
+            const auto draw = [&](double height) {
+                const std::vector<QPointF> points = wave(picture, height);
+                const QImage before = grab();
+                if (index == 0) {
+                    driver_.drawWithMouse(points);
+                } else {
+                    driver_.drawWithTouch(points);
+                }
+                settle();
+                note(QStringLiteral("player %1: drew with the %2, %3 pixels changed")
+                         .arg(index + 1)
+                         .arg(index == 0 ? QStringLiteral("mouse") : QStringLiteral("finger"))
+                         .arg(changedPixels(before, grab(), picture)));
+            };
+            draw(0.35);
+            draw(0.5);
+            const QImage drawn = grab();
+            press("undoButton", index);
+            settle();
+            note(QStringLiteral("player %1: undid one, %2 pixels changed")
+                     .arg(index + 1)
+                     .arg(changedPixels(drawn, grab(), picture)));
+            draw(0.65);
+        }
+        return isFine_;
+    }
+
+    QImage grab() const { return driver_.grab(); }
+
+private:
+    bool fail(const char* what) {
+        log_ << "failed: " << what << '\n';
+        complain(QLatin1String(what));
+        return isFine_ = false;
+    }
+
+    bool isAtRest(std::size_t index) const { return driver_.player(index)->rate() == 0; }
+
+    void press(const char* name, std::size_t index) {
+        if (!driver_.click(QLatin1String(name), index)) fail(name);
+    }
+
+    /// Waits until the pictures stay what they are.
+    void settle() const {
+        std::vector<std::optional<std::int64_t>> before;
+        for (int quiet = 0; quiet < 5;) {
+            driver_.wait(20);
+            std::vector<std::optional<std::int64_t>> now;
+            for (const std::size_t index : players_) now.push_back(driver_.frameIndex(index));
+            quiet = now == before ? quiet + 1 : 0;
+            before = std::move(now);
+            if (std::any_of(players_.begin(), players_.end(), [&](std::size_t index) { return !isAtRest(index); })) return;
+        }
+    }
+
+    /// How many pixels of the picture differ.
+    int changedPixels(const QImage& before, const QImage& after, const QRectF& picture) const {
+        const double scale = host_.window().effectiveDevicePixelRatio();
+        const QRect pixels = QRectF(picture.topLeft() * scale, picture.size() * scale).toRect() & before.rect() & after.rect();
+        int count = 0;
+        for (int y = pixels.top(); y <= pixels.bottom(); ++y) {
+            for (int x = pixels.left(); x <= pixels.right(); ++x) count += before.pixel(x, y) != after.pixel(x, y);
+        }
+        return count;
+    }
+
+    /// What has happened, and the frame numbers: by the player's account, and as the pixels of the window say.
+    void note(const QString& what) {
+        log_ << QStringLiteral("%1 s  %2").arg(static_cast<double>(timer_.elapsed()) / 1000, 7, 'f', 3).arg(what);
+        const QImage window = grab();
+        for (const std::size_t index : players_) {
+            const auto shown = driver_.shownFrameNumber(index, window);
+            log_ << QStringLiteral("; player %1 frame %2").arg(index + 1).arg(driver_.frameIndex(index).value_or(-1));
+            if (shown) log_ << QStringLiteral(" (window shows %1)").arg(*shown);
+        }
+        log_ << '\n';
+        log_.flush();
+    }
+
+    HostApplication& host_;
+    ScreenDriver driver_;
+    QTextStream& log_;
+    QElapsedTimer timer_;
+    std::vector<std::size_t> players_;  ///< those with a picture
+    bool isFine_ = true;
+};
+
+JSON stacksOf(const HostApplication& host) {
+    JSON players = JSON::array({});
+    for (const VideoAnalysisController::Object& media : host.analysis()->currentMedia()) {
+        JSON player;
+        player.set("url", media.url.absoluteString());
+        player.set("stack", media.stack.value_or(JSON()));
+        players.append(std::move(player));
+    }
+    JSON result;
+    result.set("players", std::move(players));
+    return result;
+}
+
+}  // namespace
+
+int HeadlessRun::run(const QStringList& clips, const QString& folder) {
+    const QDir directory(folder);
+    QFile log(directory.filePath(QStringLiteral("session.log")));
+    QFile stack(directory.filePath(QStringLiteral("stack.json")));
+    QFile screen(directory.filePath(QStringLiteral("screen.png")));
+    constexpr auto mode = QIODevice::WriteOnly | QIODevice::Truncate;
+    if (!QDir().mkpath(folder) || !log.open(mode) || !stack.open(mode) || !screen.open(mode)) {
+        complain(QStringLiteral("cannot write into %1").arg(folder));
+        return badInput;
+    }
+    QTextStream text(&log);
+    bool someFailed = false;
+    const auto host = std::make_shared<HostApplication>(clips.isEmpty() ? HostApplication::sampleClips() : clips,
+                                                        [&](const QString& line) {
+                                                            complain(line);
+                                                            text << "clip failed: " << line << '\n';
+                                                            someFailed = true;
+                                                        });
+    host->show();
+    host->openAnalysis();
+    Session session(*host, text);
+    const bool isFine = session.work(static_cast<std::size_t>(host->clipNames().size()));
+    const bool isWritten = session.grab().save(&screen, "PNG") && stack.write(stacksOf(*host).serialized().c_str()) > 0;
+    text.flush();
+    if (!isWritten) complain(QStringLiteral("cannot write into %1").arg(folder));
+    if (!isFine) return screenFailed;
+    return someFailed || !isWritten ? badInput : 0;
+}
+
+}  // namespace videoanalysis::host

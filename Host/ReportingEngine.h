@@ -1,0 +1,40 @@
+#pragma once
+// A media engine that watches the clips of another one and tells the host of those that cannot be played, once for each. The
+// program puts it between the platform and the real engine.
+
+#include "VideoAnalysis/Platform/Media.h"
+
+#include <functional>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace videoanalysis::host {
+
+/// Main thread.
+class ReportingEngine : public media::Engine {
+public:
+    /// `report` receives the clip and why it failed, one line.
+    using Report = std::function<void(const URL& url, const std::string& reason)>;
+
+    ReportingEngine(std::unique_ptr<media::Engine> engine, Report report);
+
+    std::shared_ptr<media::PlayerItem> makePlayerItem(const URL& url) override;
+    std::shared_ptr<media::Player> makePlayer(std::shared_ptr<media::PlayerItem> item) override;
+
+private:
+    void check(const media::PlayerItem& item, media::PlayerItem::Event event);
+
+    struct Watch {
+        std::weak_ptr<media::PlayerItem> item;
+        std::shared_ptr<void> observation;
+    };
+
+    std::unique_ptr<media::Engine> engine_;
+    Report report_;
+    std::vector<Watch> watches_;
+    std::set<std::string> reported_;
+};
+
+}  // namespace videoanalysis::host

@@ -1,0 +1,124 @@
+// The program's own screen: its clips and a way into their analysis. The sheet that asks for another clip lies over
+// everything, the analysis included.
+import QtQuick
+import QtQuick.Dialogs
+
+Item {
+    id: root
+
+    Rectangle {
+        objectName: "startScreen"
+        anchors.fill: parent
+        color: "#14161a"
+
+        Column {
+            anchors.centerIn: parent
+            width: Math.min(parent.width - 48, 420)
+            spacing: 16
+
+            Text {
+                width: parent.width
+                text: qsTr("Video analysis")
+                color: "white"
+                font.pixelSize: 28
+                font.weight: Font.DemiBold
+            }
+            Text {
+                width: parent.width
+                text: qsTr("Two clips, frame by frame, with room to draw.")
+                color: "#aab0bb"
+                font.pixelSize: 15
+                wrapMode: Text.Wrap
+                bottomPadding: 8
+            }
+            Repeater {
+                model: host.clipNames
+
+                Rectangle {
+                    required property string modelData
+
+                    width: parent.width
+                    height: 52
+                    radius: 10
+                    color: "#1f232a"
+
+                    Text {
+                        anchors.fill: parent
+                        anchors.leftMargin: 16
+                        anchors.rightMargin: 16
+                        verticalAlignment: Text.AlignVCenter
+                        text: parent.modelData
+                        elide: Text.ElideMiddle
+                        color: "white"
+                        font.pixelSize: 15
+                    }
+                }
+            }
+            SheetButton {
+                objectName: "openButton"
+                width: parent.width
+                text: qsTr("Open the analysis")
+                isMain: true
+                onClicked: host.openAnalysis()
+            }
+        }
+    }
+
+    Rectangle {
+        objectName: "mediaSheet"
+        parent: root.parent
+        anchors.fill: parent
+        z: 100000
+        color: "#b0000000"
+        visible: host.choosing
+
+        MouseArea {
+            anchors.fill: parent
+            onClicked: host.cancelChoice()
+        }
+        Rectangle {
+            anchors.centerIn: parent
+            width: Math.min(parent.width - 48, 320)
+            height: choices.height + 32
+            radius: 10
+            color: "#1f232a"
+
+            MouseArea { anchors.fill: parent }
+            Column {
+                id: choices
+                x: 16
+                y: 16
+                width: parent.width - 32
+                spacing: 8
+
+                Text {
+                    text: qsTr("Which clip?")
+                    color: "white"
+                    font.pixelSize: 15
+                    bottomPadding: 4
+                }
+                SheetButton {
+                    objectName: "sampleButton"
+                    width: parent.width
+                    text: qsTr("The sample clip")
+                    onClicked: host.chooseSample()
+                }
+                SheetButton {
+                    width: parent.width
+                    text: qsTr("A file…")
+                    onClicked: fileDialog.open()
+                }
+                SheetButton {
+                    width: parent.width
+                    text: qsTr("Cancel")
+                    onClicked: host.cancelChoice()
+                }
+            }
+        }
+        FileDialog {
+            id: fileDialog
+            nameFilters: [qsTr("Videos (*.mp4 *.mov *.m4v *.mkv *.webm *.avi)"), qsTr("All files (*)")]
+            onAccepted: host.chooseFile(selectedFile)
+        }
+    }
+}

@@ -1,0 +1,41 @@
+// video-analysis [--headless DIR] [CLIP [CLIP]]
+
+#include "Host/CommandLine.h"
+#include "Host/HeadlessRun.h"
+#include "Host/HostApplication.h"
+
+#include <QGuiApplication>
+#include <QTimer>
+
+#include <cstdio>
+
+using namespace videoanalysis::host;
+
+int main(int argc, char** argv) {
+    const bool isHeadless = CommandLine::isHeadless(argc, argv);
+    if (isHeadless) qputenv("QT_QPA_PLATFORM", "offscreen");
+    // Every position of a finger counts for a stroke, not only one for each frame of the screen.
+    qputenv("QML_NO_TOUCH_COMPRESSION", "1");
+    const QGuiApplication application(argc, argv);
+    QGuiApplication::setApplicationName(QStringLiteral("video-analysis"));
+
+    const CommandLine commandLine = CommandLine::parse(QGuiApplication::arguments());
+    if (!commandLine.message.isEmpty()) {
+        std::fprintf(commandLine.exitStatus ? stderr : stdout, "%s\n", qPrintable(commandLine.message.trimmed()));
+        return commandLine.exitStatus;
+    }
+    if (isHeadless) {
+        // Inside the event loop, as on a display: so it ends in the same way.
+        QTimer::singleShot(0, [&] {
+            QGuiApplication::exit(HeadlessRun::run(commandLine.clips, commandLine.outputFolder));
+        });
+        return QGuiApplication::exec();
+    }
+
+    const auto host = std::make_shared<HostApplication>(
+        commandLine.clips.isEmpty() ? HostApplication::sampleClips() : commandLine.clips,
+        [](const QString& line) { std::fprintf(stderr, "video-analysis: %s\n", qPrintable(line)); });
+    host->show();
+    host->openAnalysis();
+    return QGuiApplication::exec();
+}
