@@ -89,7 +89,7 @@ public:
     }
 };
 
-class HeadlessPlatform final : public Platform {
+class HeadlessPlatform : public Platform {
 public:
     /// Draws through `graphics`; without one nothing is drawn.
     explicit HeadlessPlatform(std::unique_ptr<graphics::Engine> graphics = nullptr);

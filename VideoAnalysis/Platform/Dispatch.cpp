@@ -4,6 +4,12 @@
 
 namespace videoanalysis::dispatch {
 
+MainQueue::MainQueue() {
+    constexpr std::size_t usualBurst = 256;  // blocks, so that ordinary traffic never allocates
+    waiting_.reserve(usualBurst);
+    running_.reserve(usualBurst);
+}
+
 void MainQueue::async(Block block) {
     bool wasEmpty;
     {

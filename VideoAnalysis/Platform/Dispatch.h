@@ -99,6 +99,8 @@ public:
 /// when it began, and blocks posted meanwhile belong to the next one. The platform runs the turns.
 class MainQueue : public Queue {
 public:
+    MainQueue();
+
     void async(Block block) final;
 
     /// Runs one turn and says whether there was anything to run. Main thread; called from inside a block of the queue it
