@@ -35,7 +35,9 @@ HostApplication::HostApplication(const QStringList& clips, std::function<void(co
 
     auto engine = std::make_unique<ReportingEngine>(
         std::make_unique<media::FFmpegEngine>(), [report = std::move(report)](const URL& url, const std::string& reason) {
-            report(QStringLiteral("%1: %2").arg(nameOf(url), QString::fromStdString(reason)));
+            const QString text = QString::fromStdString(reason);
+            const bool namesClip = reason.find(url.absoluteString()) != std::string::npos;
+            report(namesClip ? text : QStringLiteral("%1: %2").arg(nameOf(url), text));
         });
     platform_ = std::make_shared<QtQuickPlatform>(view_, std::move(engine), std::make_unique<graphics::CairoEngine>());
     installPlatform(platform_);

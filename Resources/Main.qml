@@ -38,6 +38,7 @@ Storyboard {
             id: overlay
 
             CollectionView {
+                id: controls
                 outlet: "playersCollectionView"
                 layout: "players"
                 anchors.fill: parent
@@ -95,11 +96,16 @@ Storyboard {
                 outlet: "drawingShapeView visibleViews"
                 solid: true
                 x: 12
-                anchors.verticalCenter: parent.verticalCenter
+                // Half-way down; where players are stacked, half-way between the top bar and the upper one's controls.
+                y: areStacked ? barHeight + Math.max(12, (parent.height / 2 - hudHeight - barHeight - height) / 2)
+                              : (parent.height - height) / 2
                 width: 52
                 height: tools.implicitHeight + toggle.height + 3 * 4
 
                 readonly property bool isEmpty: tools.hidden
+                readonly property bool areStacked: controls.count > 1 && parent.height >= parent.width
+                readonly property real barHeight: topBar.height
+                readonly property real hudHeight: parent.width < 448 ? 152 : 100
 
                 Rectangle {
                     anchors.fill: parent
@@ -160,12 +166,18 @@ Storyboard {
                         id: marker
                         outlet: "arrowImage"
                         glyph: "marker"
-                        x: 52
-                        width: 12
-                        height: 12
+                        x: 54
+                        width: 16
+                        height: 16
 
+                        Rectangle {
+                            anchors.fill: parent
+                            radius: 8
+                            color: Theme.panel
+                        }
                         Icon {
                             anchors.fill: parent
+                            anchors.margins: 2
                             image: marker.image
                             color: marker.tintColor
                         }

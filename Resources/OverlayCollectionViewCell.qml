@@ -19,7 +19,7 @@ OverlayCell {
             solid: true
             anchors.right: parent.right
             anchors.rightMargin: 12
-            y: 64
+            y: cell.y < 52 ? 64 : 12 // below the top bar, where that is
             width: clipButtons.width
             height: 44
 
@@ -85,7 +85,7 @@ OverlayCell {
                     anchors.verticalCenter: parent.verticalCenter
                     text: position.text
                     color: Theme.ink
-                    font.pixelSize: 13
+                    font.pixelSize: hud.isNarrow ? 13 : 15
                 }
             }
 
@@ -176,6 +176,8 @@ OverlayCell {
                 anchors.fill: parent
                 radius: 10
                 color: Theme.panel
+                border.width: 1 / Screen.devicePixelRatio
+                border.color: Qt.alpha(Theme.ink, 0.2)
             }
             Grid {
                 id: grid

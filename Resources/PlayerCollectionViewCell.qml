@@ -17,18 +17,18 @@ PlayerCell {
 
             Notice {
                 anchors.centerIn: parent
-                visible: video.status !== VideoView.ready && video.status !== VideoView.brokenOff
+                visible: video.status !== VideoView.Ready && video.status !== VideoView.BrokenOff
                 glyph: {
                     switch (video.status) {
-                    case VideoView.failed: return "film_failed"
-                    case VideoView.loading: return "hourglass"
+                    case VideoView.Failed: return "film_failed"
+                    case VideoView.Loading: return "hourglass"
                     default: return "film"
                     }
                 }
                 text: {
                     switch (video.status) {
-                    case VideoView.failed: return qsTr("This clip cannot be shown")
-                    case VideoView.loading: return qsTr("Opening the clip")
+                    case VideoView.Failed: return qsTr("This clip cannot be shown")
+                    case VideoView.Loading: return qsTr("Opening the clip")
                     default: return qsTr("No clip yet")
                     }
                 }
@@ -43,7 +43,7 @@ PlayerCell {
             height: brokenOff.height + 32
             radius: 10
             color: Theme.panel
-            visible: video.status === VideoView.brokenOff
+            visible: video.status === VideoView.BrokenOff
 
             Notice {
                 id: brokenOff

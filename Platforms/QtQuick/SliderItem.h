@@ -13,7 +13,7 @@ class SliderItem : public ControlItem {
     Q_PROPERTY(double position READ thumbPosition NOTIFY valueChanged)
     Q_PROPERTY(double value READ value NOTIFY valueChanged)
     /// How far from both ends the thumb's way begins, in points.
-    Q_PROPERTY(double inset MEMBER inset_)
+    Q_PROPERTY(double inset MEMBER inset_ NOTIFY insetChanged)
 
 public:
     explicit SliderItem(QQuickItem* parent = nullptr);
@@ -29,6 +29,7 @@ public:
 
 Q_SIGNALS:
     void valueChanged();
+    void insetChanged();
 
 protected:
     void mousePressEvent(QMouseEvent* event) override;

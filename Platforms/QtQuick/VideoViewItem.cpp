@@ -45,7 +45,7 @@ void VideoViewItem::followLayer() {
     if (player_) {
         frameObservation_ = player_->observeFrame([this] {
             update();
-            if (status_ != Status::ready) updateStatus();
+            if (status_ != Status::Ready) updateStatus();
         });
         itemObservation_ = player_->currentItem()->observe([this](media::PlayerItem::Event event) {
             if (event == media::PlayerItem::Event::failedToPlayToEnd) hasBrokenOff_ = true;
@@ -58,10 +58,10 @@ void VideoViewItem::followLayer() {
 
 void VideoViewItem::updateStatus() {
     const auto find = [this] {
-        if (!player_) return Status::empty;
-        if (player_->currentItem()->status() == media::ItemStatus::failed) return Status::failed;
-        if (hasBrokenOff_) return Status::brokenOff;
-        return player_->currentFrame() ? Status::ready : Status::loading;
+        if (!player_) return Status::Empty;
+        if (player_->currentItem()->status() == media::ItemStatus::failed) return Status::Failed;
+        if (hasBrokenOff_) return Status::BrokenOff;
+        return player_->currentFrame() ? Status::Ready : Status::Loading;
     };
     const Status status = find();
     if (std::exchange(status_, status) != status) Q_EMIT statusChanged();

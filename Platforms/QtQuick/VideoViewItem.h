@@ -20,12 +20,13 @@ class VideoViewItem : public ViewItem {
     Q_PROPERTY(Status status READ status NOTIFY statusChanged)
 
 public:
+    /// Named as QML asks for it.
     enum class Status {
-        empty,      ///< no clip
-        loading,    ///< a clip whose first picture is not there yet
-        ready,
-        failed,     ///< the clip cannot be read
-        brokenOff,  ///< playback has come to a point where the clip cannot be read any further
+        Empty,      ///< no clip
+        Loading,    ///< a clip whose first picture is not there yet
+        Ready,
+        Failed,     ///< the clip cannot be read
+        BrokenOff,  ///< playback has come to a point where the clip cannot be read any further
     };
     Q_ENUM(Status)
 
@@ -52,7 +53,7 @@ private:
     std::shared_ptr<media::Player> player_;
     std::shared_ptr<void> frameObservation_;
     std::shared_ptr<void> itemObservation_;
-    Status status_ = Status::empty;
+    Status status_ = Status::Empty;
     bool hasBrokenOff_ = false;
 
     /// What the texture shows, so that the same picture is not scaled twice.
