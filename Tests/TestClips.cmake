@@ -31,4 +31,30 @@ file(MAKE_DIRECTORY "${testClips}")
 file(WRITE "${testClips}/text.mp4" "This is not a video, whatever its name says.\n")
 file(WRITE "${testClips}/empty.mp4" "")
 
+# One of each way in which clips are stored, for walks of steps and seeks: small pictures, 120 frames at 30 a second.
+function(add_walk_clip NAME)
+    add_test_clip(${NAME} --style plain --size 320x180 --frames 120 --tone none ${ARGN})
+    set(testClipFiles ${testClipFiles} PARENT_SCOPE)
+endfunction()
+
+add_walk_clip(gop1.mp4 -- -g 1)
+add_walk_clip(gop250.mp4 --frames 300 -- -g 250 -bf 3)
+add_walk_clip(open-group.mp4 -- -g 30 -keyint_min 30 -bf 3 -x264-params open-gop=1:scenecut=0)
+add_walk_clip(hevc.mp4 -- -c:v libx265 -g 30 -x265-params log-level=none:pools=1:frame-threads=1)
+add_walk_clip(vp9.webm -- -c:v libvpx-vp9 -g 60 -deadline good -cpu-used 8 -auto-alt-ref 1 -lag-in-frames 16 -b:v 300k)
+add_walk_clip(mpeg4.avi -- -c:v mpeg4 -bf 2 -g 30 -q:v 3)
+add_walk_clip(mjpeg.avi -- -c:v mjpeg -pix_fmt yuvj420p -q:v 3)
+add_walk_clip(h264.mkv -- -g 30 -bf 3)
+add_walk_clip(offset.ts -- -g 30 -bf 3 -x264-params open-gop=1 -output_ts_offset 10)
+add_walk_clip(offset.mp4 -- -g 30 -bf 3 -output_ts_offset 0.5)
+set(variable -vf "scale=out_color_matrix=bt709:out_range=tv,settb=1/90000,setpts=N*3000+1500*mod(N*N\\,7)/6-1000*eq(mod(N\\,11)\\,0)+20000"
+    -fps_mode passthrough -enc_time_base 1/90000)
+add_walk_clip(variable.mp4 -- -g 30 -bf 3 ${variable} -video_track_timescale 90000)
+add_walk_clip(variable.mkv -- -g 30 -bf 3 ${variable})
+# Cut without encoding again: an edit list hides the frames from the key frame to the cut, here 30 to 38.
+add_derived_test_clip(edited.mp4 h264.mp4 ${ffmpeg} -ss 1.3 -i FROM -c copy TO)
+add_derived_test_clip(rotated.mp4 h264.mp4 ${ffmpeg} -i FROM -c copy -an -metadata:s:v rotate=90 TO)
+# Begins in the middle of a group: its first frames refer to some that are not there.
+add_derived_test_clip(cut.ts offset.ts sh -c "tail -c +$((188 * 61 + 1)) \"$1\" > \"$2\"" sh FROM TO)
+
 add_custom_target(test-clips DEPENDS ${testClipFiles})

@@ -50,6 +50,7 @@ bool ClipDecoder::start(std::int64_t startPacket) {
         isReached = file_->seek(index_->timestampOfPacket(earlier)) && reach(startPacket);
     }
     if (!isReached) isReached = file_->seekToBeginning() && reach(startPacket);
+    if (!isReached) isReached = file_->seekToFirstByte() && reach(startPacket);
     if (!isReached) return false;
     runStart_ = startPacket;
     nextPacket_ = startPacket;

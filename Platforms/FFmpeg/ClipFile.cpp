@@ -115,11 +115,10 @@ bool ClipFile::seek(std::int64_t timestamp) {
 }
 
 bool ClipFile::seekToBeginning() {
-    constexpr std::int64_t lowest = std::numeric_limits<std::int64_t>::min();
-    constexpr std::int64_t highest = std::numeric_limits<std::int64_t>::max();
-    const std::int64_t start = stream_->start_time != AV_NOPTS_VALUE ? stream_->start_time : 0;
-    return avformat_seek_file(format_.get(), stream_->index, lowest, start, highest, 0) >= 0 ||
-           av_seek_frame(format_.get(), stream_->index, 0, AVSEEK_FLAG_BYTE) >= 0;
+    return av_seek_frame(format_.get(), stream_->index, std::numeric_limits<std::int64_t>::min() / 2,
+                         AVSEEK_FLAG_BACKWARD) >= 0;
 }
+
+bool ClipFile::seekToFirstByte() { return av_seek_frame(format_.get(), stream_->index, 0, AVSEEK_FLAG_BYTE) >= 0; }
 
 }  // namespace videoanalysis::media

@@ -27,10 +27,13 @@ public:
 
     /// The next packet of the selected stream, in decoding order. 0, or the library's error: AVERROR_EOF at the end.
     int read(AVPacket* packet);
-    /// Puts the reading position at or before the key frame for `timestamp` (stream time base), or at the beginning of the
-    /// file when the container cannot seek there. False when even that fails.
+    /// Puts the reading position near the key frame for `timestamp` (stream time base), at or before it in most containers.
+    /// False when the container cannot.
     bool seek(std::int64_t timestamp);
+    /// Before all time stamps, for containers with an index.
     bool seekToBeginning();
+    /// For containers that can be read from anywhere.
+    bool seekToFirstByte();
 
 private:
     ClipFile() = default;
