@@ -127,7 +127,7 @@ void CollectionView::layoutDidInvalidate() {
 }
 
 void CollectionView::layoutSubviews() {
-    if (!layout_) return;
+    if (!layout_ || bounds().isEmpty()) return;  // it is laid out once there is room to show something
     if (std::exchange(mustReload_, false)) {
         while (!visible_.empty()) retire(visible_.back().indexPath);
     }
@@ -179,30 +179,38 @@ void CollectionView::checkCounts(const char* operation) {
 void CollectionView::updateVisibleCells() {
     const auto source = dataSource();
     if (!source || bounds().isEmpty()) return;
-    const std::vector<LayoutAttributes> wanted = layout_->layoutAttributesForElements(visibleRect());
+    wanted_.clear();
+    layout_->appendLayoutAttributesForElements(visibleRect(), wanted_);
 
-    bool hasChanged = false;
-    for (std::size_t i = visible_.size(); i-- > 0;) {
-        const IndexPath& indexPath = visible_[i].indexPath;
-        const bool stays = std::any_of(wanted.begin(), wanted.end(),
-                                       [&](const LayoutAttributes& w) { return w.indexPath == indexPath; });
-        if (!stays) {
-            retire(indexPath);
-            hasChanged = true;
+    // Both lists run in the same order, so that the next one wanted is nearly always the next one there.
+    next_.clear();
+    std::size_t expected = 0;
+    std::size_t kept = 0;
+    for (const LayoutAttributes& attributes : wanted_) {
+        std::size_t found = expected;
+        if (found >= visible_.size() || visible_[found].indexPath != attributes.indexPath) {
+            for (found = 0; found < visible_.size() && visible_[found].indexPath != attributes.indexPath;) ++found;
+        }
+        next_.push_back({attributes.indexPath, nullptr});
+        if (found < visible_.size()) {
+            next_.back().cell = std::move(visible_[found].cell);
+            expected = found + 1;
+            ++kept;
         }
     }
-    for (const LayoutAttributes& attributes : wanted) {
-        std::shared_ptr<CollectionViewCell> cell = cellForItem(attributes.indexPath);
-        const bool isNew = !cell;
-        if (isNew) cell = source->cellForItemAt(*this, attributes.indexPath);
-        cell->setFrame(attributes.frame);
+    const bool hasChanged = kept != visible_.size() || kept != wanted_.size();
+    for (const VisibleCell& left : visible_) {
+        if (left.cell) retire(left);
+    }
+    visible_.swap(next_);
+    for (std::size_t i = 0; i < visible_.size(); ++i) {
+        VisibleCell& visible = visible_[i];
+        const bool isNew = !visible.cell;
+        if (isNew) visible.cell = source->cellForItemAt(*this, visible.indexPath);
+        visible.cell->setFrame(wanted_[i].frame);
         if (!isNew) continue;
-        addSubview(cell);
-        const auto place = std::lower_bound(visible_.begin(), visible_.end(), attributes.indexPath,
-                                            [](const VisibleCell& a, const IndexPath& b) { return a.indexPath < b; });
-        visible_.insert(place, {attributes.indexPath, cell});
-        hasChanged = true;
-        if (const auto listener = collectionViewDelegate()) listener->willDisplay(*this, *cell, attributes.indexPath);
+        addSubview(visible.cell);
+        if (const auto listener = collectionViewDelegate()) listener->willDisplay(*this, *visible.cell, visible.indexPath);
     }
     if (hasChanged) notify(Property::visibleCells);
 }
@@ -213,8 +221,12 @@ void CollectionView::retire(const IndexPath& indexPath) {
     if (found == visible_.end()) return;
     const VisibleCell gone = std::move(*found);
     visible_.erase(found);
-    gone.cell->removeFromSuperview();
+    retire(gone);
     notify(Property::visibleCells);
+}
+
+void CollectionView::retire(const VisibleCell& gone) {
+    gone.cell->removeFromSuperview();
     if (const auto listener = collectionViewDelegate()) listener->didEndDisplaying(*this, *gone.cell, gone.indexPath);
     if (gone.cell->reuseIdentifier().empty()) return;
     gone.cell->prepareForReuse();

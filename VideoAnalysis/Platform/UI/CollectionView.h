@@ -49,6 +49,8 @@ public:
     virtual void didEndDisplaying(CollectionView&, CollectionViewCell&, const IndexPath&) {}
     virtual void didSelectItemAt(CollectionView&, const IndexPath&) {}
     virtual std::optional<Size> sizeForItemAt(CollectionView&, CollectionViewLayout&, const IndexPath&) { return {}; }
+    /// The one size that all items have; the layout then asks for none of them. Absent when sizes differ.
+    virtual std::optional<Size> uniformItemSize(CollectionView&, CollectionViewLayout&) { return {}; }
     virtual std::optional<double> minimumLineSpacingForSectionAt(CollectionView&, CollectionViewLayout&, std::int64_t) {
         return {};
     }
@@ -66,9 +68,9 @@ public:
     void setCollectionViewLayout(std::shared_ptr<CollectionViewLayout> layout);
     const std::shared_ptr<CollectionViewLayout>& collectionViewLayout() const { return layout_; }
 
-    void setDataSource(std::weak_ptr<CollectionViewDataSource> dataSource);
+    virtual void setDataSource(std::weak_ptr<CollectionViewDataSource> dataSource);
     std::shared_ptr<CollectionViewDataSource> dataSource() const { return dataSource_.lock(); }
-    void setCollectionViewDelegate(std::weak_ptr<CollectionViewDelegate> delegate);
+    virtual void setCollectionViewDelegate(std::weak_ptr<CollectionViewDelegate> delegate);
     std::shared_ptr<CollectionViewDelegate> collectionViewDelegate() const { return collectionDelegate_.lock(); }
 
     bool isPrefetchingEnabled() const { return isPrefetchingEnabled_; }
@@ -116,6 +118,7 @@ private:
     void updateVisibleCells();
     /// Takes the item's cell off the screen and keeps it for another item.
     void retire(const IndexPath& indexPath);
+    void retire(const VisibleCell& gone);
 
     std::shared_ptr<CollectionViewLayout> layout_;
     std::weak_ptr<CollectionViewDataSource> dataSource_;
@@ -128,6 +131,9 @@ private:
     bool isLayoutValid_ = false;
     bool mustReload_ = false;
     std::vector<VisibleCell> visible_;
+    // Kept between updates so that one which brings no new cell does not allocate.
+    std::vector<LayoutAttributes> wanted_;
+    std::vector<VisibleCell> next_;
 };
 
 }  // namespace videoanalysis::ui

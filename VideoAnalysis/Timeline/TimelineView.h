@@ -1,0 +1,74 @@
+#pragma once
+// The ruler under a player: an endless row of ticks that a person drags to go through the video frame by frame. It turns the
+// way of its centre into signed steps for its delegate, the player's controller, and knows nothing of video time.
+
+#include "VideoAnalysis/Platform/UI/CollectionView.h"
+#include "VideoAnalysis/Platform/UI/View.h"
+#include "VideoAnalysis/Timeline/InfiniteCollectionView.h"
+
+#include <memory>
+
+namespace videoanalysis {
+
+class TimelineViewDelegate {
+public:
+    virtual ~TimelineViewDelegate() = default;
+    /// `steps` is a whole number, negative for backward; `isDragging` says that a finger or its fling moves the ruler.
+    virtual void timelineViewDidScrollBy(double steps, bool isDragging) = 0;
+    /// True when ticks further right are later frames.
+    virtual bool defaultScrubbingDirection() const = 0;
+};
+
+/// One tick: exactly one of its two lines is visible.
+class TimelineCollectionViewCell : public ui::CollectionViewCell {
+public:
+    const std::shared_ptr<ui::View> lineView = std::make_shared<ui::View>();
+    const std::shared_ptr<ui::View> shortLineView = std::make_shared<ui::View>();
+
+    void configure(bool isLong, const Color& color);
+    bool isLong() const { return !lineView->isHidden(); }
+    /// Of the line that is visible.
+    const Color& color() const { return (isLong() ? lineView : shortLineView)->backgroundColor(); }
+};
+
+class TimelineView : public ui::View {
+public:
+    static constexpr double cellWidth = 8.0;  // points
+
+    TimelineView();
+    ~TimelineView() override;
+
+    std::weak_ptr<TimelineViewDelegate> delegate;
+    /// Set by the owner to ignore one programmatic update.
+    bool skipNextUpdate = false;
+
+    const std::shared_ptr<InfiniteCollectionView>& collectionView() const { return collectionView_; }
+    /// True while the user's finger or the following deceleration moves the strip. Only then it scrubs.
+    bool canDrag() const { return canDrag_; }
+    /// Cells per unit of length.
+    double multiplier() const { return multiplier_; }
+    /// The length of the content in units.
+    double length() const { return length_; }
+    /// Takes effect with the next `reload`. Finite values; others are fatal when the cells are counted.
+    void setContent(double multiplier, double length);
+    /// Counts and makes the cells anew.
+    void reload();
+
+protected:
+    void boundsDidChange(const Rect& old) override;
+
+private:
+    class Content;
+    friend class Content;
+
+    std::int64_t numberOfItems() const;
+    void scrub(std::int64_t from, std::int64_t to);
+
+    bool canDrag_ = false;
+    double multiplier_ = 1.0;
+    double length_ = 0;
+    std::shared_ptr<InfiniteCollectionView> collectionView_;
+    std::shared_ptr<Content> content_;
+};
+
+}  // namespace videoanalysis
