@@ -2,13 +2,18 @@
 
 set(videoAnalysisWarnings -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Woverloaded-virtual)
 
-# Gives TARGET the project's warnings, without passing them on to whoever links it. Presets make them errors.
-function(videoanalysis_warnings TARGET)
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
     # A constructor's parameter may carry its member's name; g++ counts that as shadowing unless only locals are looked at.
     # And g++ 12 takes the value of an empty std::optional for something that is read, and sees overlapping copies in an
     # optimised `"text" + string` (its bug 105329).
-    target_compile_options(${TARGET} PRIVATE ${videoAnalysisWarnings} $<$<CXX_COMPILER_ID:GNU>:-Wshadow=local>
-        $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized> $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict> $<$<NOT:$<CXX_COMPILER_ID:GNU>>:-Wshadow>)
+    set(compilerWarnings -Wshadow=local -Wno-maybe-uninitialized -Wno-restrict)
+else()
+    set(compilerWarnings -Wshadow)
+endif()
+
+# Gives TARGET the project's warnings, without passing them on to whoever links it. Presets make them errors.
+function(videoanalysis_warnings TARGET)
+    target_compile_options(${TARGET} PRIVATE ${videoAnalysisWarnings} ${compilerWarnings})
 endfunction()
 
 find_program(CCACHE_PROGRAM ccache)

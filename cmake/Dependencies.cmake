@@ -15,7 +15,6 @@ endif()
 
 if(VIDEOANALYSIS_TESTS)
     find_package(GTest 1.12 REQUIRED)
-    find_package(Qt6 6.4 REQUIRED COMPONENTS Test)
     find_package(Python3 REQUIRED COMPONENTS Interpreter)
     find_program(LIBCXX_COMPILER clang++-14)
     mark_as_advanced(LIBCXX_COMPILER)
