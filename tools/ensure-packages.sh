@@ -9,6 +9,7 @@ buildPackages="cmake ninja-build g++ pkg-config nlohmann-json3-dev libcairo2-dev
 # What its screen needs while it runs. The modules do not depend on one another: each is named.
 runPackages="qml6-module-qtquick qml6-module-qtquick-window qml6-module-qtqml-workerscript qml6-module-qtquick-controls
     qml6-module-qtquick-templates qml6-module-qtquick-layouts qml6-module-qtquick-shapes qml6-module-qtmultimedia
+    qml6-module-qtquick-dialogs qml6-module-qt-labs-folderlistmodel
     libqt6svg6 fonts-dejavu-core"
 
 testPackages="libgtest-dev clang-14 libc++-14-dev libc++abi-14-dev python3"
