@@ -51,6 +51,7 @@ set(variable -vf "scale=out_color_matrix=bt709:out_range=tv,settb=1/90000,setpts
     -fps_mode passthrough -enc_time_base 1/90000)
 add_walk_clip(variable.mp4 -- -g 30 -bf 3 ${variable} -video_track_timescale 90000)
 add_walk_clip(variable.mkv -- -g 30 -bf 3 ${variable})
+add_walk_clip(one-frame.mp4 --frames 1 --)
 # Cut without encoding again: an edit list hides the frames from the key frame to the cut, here 30 to 38.
 add_derived_test_clip(edited.mp4 h264.mp4 ${ffmpeg} -ss 1.3 -i FROM -c copy TO)
 add_derived_test_clip(rotated.mp4 h264.mp4 ${ffmpeg} -i FROM -c copy -an -metadata:s:v rotate=90 TO)

@@ -216,7 +216,7 @@ std::optional<FrameLoader::Goal> FrameLoader::nextGoal(std::optional<Clock::time
     const std::int64_t lowest = std::max<std::int64_t>(playhead_ - behind, 0);
     for (const bool goesBack : {isBackward, !isBackward}) {
         const std::int64_t missing = cache_->firstMissing(clip_, playhead_, goesBack ? lowest : highest);
-        if (goesBack && missing >= lowest) return backwardGoal(missing, lowest);
+        if (goesBack && missing >= lowest && missing <= playhead_) return backwardGoal(missing, lowest);
         if (!goesBack && missing <= highest) return Goal{missing, missing, false};
     }
     return std::nullopt;

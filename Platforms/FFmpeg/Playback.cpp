@@ -53,7 +53,10 @@ void Playback::later(std::function<void(Playback&)> work) {
 }
 
 void Playback::logDamage(const std::string& what) {
-    if (!std::exchange(hasLoggedDamage_, true)) debugLog("Playing " + url_.absoluteString() + " as far as it goes: " + what);
+    if (damage_.empty()) damage_ = what;
+    // Whether the clip can be played at all is not known before.
+    if (status_ != ItemStatus::readyToPlay || std::exchange(hasLoggedDamage_, true)) return;
+    debugLog("Playing " + url_.absoluteString() + " as far as it goes: " + damage_);
 }
 
 // News
@@ -220,6 +223,7 @@ void Playback::finishRequest(const std::shared_ptr<const DecodedFrame>& frame) {
     if (status_ == ItemStatus::unknown) {
         status_ = ItemStatus::readyToPlay;
         size_ = frame->size();
+        if (!damage_.empty()) logDamage(damage_);
         later([](Playback& self) { self.events.call(PlayerItem::Event::statusChanged); });
     }
     show(frame);

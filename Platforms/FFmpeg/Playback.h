@@ -119,6 +119,7 @@ private:
     std::int64_t request_ = 0;
     Completion completion_;
     bool hasPlayer_ = false;
+    std::string damage_;
     bool hasLoggedDamage_ = false;
 
     float rate_ = 0;
