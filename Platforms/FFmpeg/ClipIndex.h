@@ -31,6 +31,8 @@ public:
     std::int64_t frameCount() const { return static_cast<std::int64_t>(frames_.size()); }
     /// Seconds a tick.
     AVRational timeBase() const { return timeBase_; }
+    /// The first frame's time stamp in the stream.
+    std::int64_t zeroTimestamp() const { return zero_; }
     /// From the first frame to the end of the last one known, more than 0.
     std::int64_t durationTicks() const { return frames_.back().ticks + lastDuration_; }
     /// The shortest distance between two frames known; of a single frame its duration.

@@ -7,15 +7,17 @@
 #include "Platforms/FFmpeg/ThreadKeeper.h"
 
 #include <memory>
+#include <utility>
 
 namespace videoanalysis::media {
 
 struct EngineCore {
-    explicit EngineCore(const FFmpegOptions& options)
-        : options(options), cache(std::make_shared<FrameCache>(options.cacheBudget)) {}
+    EngineCore(const FFmpegOptions& options, std::shared_ptr<AudioSink> audioSink)
+        : options(options), cache(std::make_shared<FrameCache>(options.cacheBudget)), audioSink(std::move(audioSink)) {}
 
     const FFmpegOptions options;
     const std::shared_ptr<FrameCache> cache;
+    const std::shared_ptr<AudioSink> audioSink;  // null for silence
     SteadyTimer timer;
     ThreadKeeper threads;
 };

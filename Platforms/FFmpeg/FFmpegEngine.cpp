@@ -10,9 +10,12 @@ extern "C" {
 #include <libavutil/log.h>
 }
 
+#include <utility>
+
 namespace videoanalysis::media {
 
-FFmpegEngine::FFmpegEngine(FFmpegOptions options) : core_(std::make_shared<EngineCore>(options)) {
+FFmpegEngine::FFmpegEngine(FFmpegOptions options, std::shared_ptr<AudioSink> audioSink)
+    : core_(std::make_shared<EngineCore>(options, std::move(audioSink))) {
     // A damaged clip makes the libraries print a line for every packet; the engine tells in one what is wrong.
     av_log_set_level(AV_LOG_QUIET);
 }

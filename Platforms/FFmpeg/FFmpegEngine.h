@@ -2,6 +2,7 @@
 // The media engine: opens clips with the FFmpeg libraries and shows every frame of them exactly, backward as smoothly as
 // forward. A host's platform returns one from `Platform::media`.
 
+#include "Platforms/FFmpeg/AudioSink.h"
 #include "Platforms/FFmpeg/FrameCache.h"
 #include "VideoAnalysis/Platform/Media.h"
 
@@ -25,7 +26,8 @@ struct FFmpegOptions {
 /// Main thread. Items and players may outlive the engine.
 class FFmpegEngine : public Engine {
 public:
-    explicit FFmpegEngine(FFmpegOptions options = {});
+    /// Clips are silent without an `audioSink`.
+    explicit FFmpegEngine(FFmpegOptions options = {}, std::shared_ptr<AudioSink> audioSink = nullptr);
     ~FFmpegEngine() override;
 
     std::shared_ptr<PlayerItem> makePlayerItem(const URL& url) override;

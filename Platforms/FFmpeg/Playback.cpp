@@ -44,6 +44,7 @@ Playback::Playback(std::shared_ptr<EngineCore> core, const URL& url)
 Playback::~Playback() {
     poster_->close();
     loader_->stop();
+    if (sound_) sound_->close();
 }
 
 void Playback::later(std::function<void(Playback&)> work) {
@@ -175,7 +176,7 @@ void Playback::beginRequest(Completion completion) {
     hasOvertaken_ = isPending_;
     isPending_ = true;
     isAtEnd_ = false;
-    clockStart_.reset();
+    stopClock();
     ++request_;
     ++tickNumber_;
 }
@@ -265,7 +266,7 @@ void Playback::changeRate(float rate) {
     rate_ = rate;
     ++tickNumber_;
     if (isClockRunning()) {
-        clockStart_.reset();
+        stopClock();
         // Paused, the time is that of the picture that is seen.
         if (rate == 0) {
             asked_ = shown_->index();
@@ -289,7 +290,20 @@ void Playback::startClock(std::int64_t ticks) {
     for (const auto& entry : timeObservers_) {
         if (const auto observer = entry.lock()) observer->lastInterval = intervalAt(*observer, index_->timeOfTicks(ticks));
     }
+    if (core_->audioSink) {
+        if (!sound_) {
+            const double zero = static_cast<double>(index_->zeroTimestamp()) * av_q2d(index_->timeBase());
+            sound_ = std::make_shared<SoundPlayer>(url_, zero, core_->audioSink);
+            core_->threads.start([sound = sound_] { sound->run(); });
+        }
+        sound_->play(*clockStart_, index_->timeOfTicks(ticks).seconds(), rate_, pitchAlgorithm_);
+    }
     tick();
+}
+
+void Playback::stopClock() {
+    clockStart_.reset();
+    if (sound_) sound_->stop();
 }
 
 void Playback::tick() {

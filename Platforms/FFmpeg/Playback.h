@@ -6,6 +6,7 @@
 #include "Platforms/FFmpeg/FrameLoader.h"
 #include "Platforms/FFmpeg/MainPoster.h"
 #include "Platforms/FFmpeg/ObserverList.h"
+#include "Platforms/FFmpeg/SoundPlayer.h"
 #include "VideoAnalysis/Platform/Media.h"
 
 #include <cstdint>
@@ -91,6 +92,7 @@ private:
 
     std::int64_t momentAt(Clock::time_point now) const;
     void startClock(std::int64_t ticks);
+    void stopClock();
     bool isClockRunning() const { return clockStart_.has_value(); }
     void changeRate(float rate);
     void tick();
@@ -104,6 +106,7 @@ private:
     const URL url_;
     const std::shared_ptr<MainPoster> poster_;
     std::shared_ptr<FrameLoader> loader_;
+    std::shared_ptr<SoundPlayer> sound_;  // null until the clip is played, or for silence
 
     ItemStatus status_ = ItemStatus::unknown;
     std::string error_;
