@@ -46,8 +46,14 @@ std::size_t characterLength(std::string_view text) {
 
 void writeString(std::string& text, std::string_view value) {
     constexpr std::string_view hexadecimal = "0123456789abcdef";
+    const auto isPlain = [](char c) { return c >= 0x20 && c < 0x7F && c != '"' && c != '\\'; };
     text += '"';
     for (std::size_t i = 0; i < value.size();) {
+        std::size_t plainEnd = i;
+        while (plainEnd < value.size() && isPlain(value[plainEnd])) ++plainEnd;
+        text.append(value, i, plainEnd - i);
+        i = plainEnd;
+        if (i == value.size()) break;
         const char c = value[i];
         const std::size_t length = characterLength(value.substr(i));
         if (length == 0) {
@@ -73,6 +79,11 @@ void writeString(std::string& text, std::string_view value) {
 void writeNumber(std::string& text, double value) {
     if (!std::isfinite(value))
         throw JSONError(JSONError::Kind::unsupportedType, "JSON text cannot express an infinity or not-a-number");
+    if (value == 0 && std::signbit(value)) {
+        // As an integer it would lose its sign.
+        text += "-0.0";
+        return;
+    }
     std::array<char, 32> digits;
     const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), value);
     text.append(digits.data(), result.ptr);
@@ -92,21 +103,29 @@ std::string_view JSONError::name(Kind kind) {
     return {};
 }
 
-JSON::JSON(std::string value) : value_(std::make_shared<const std::string>(std::move(value))) {}
+JSON::JSON(std::string value) : type_(Type::string) {
+    Text text;
+    text.reserve(1);
+    text.push_back(std::move(value));
+    new (&content_.text) Text(std::move(text));
+}
 
-JSON::JSON(Array elements) : value_(std::make_shared<Array>(std::move(elements))) {}
-
-JSON::JSON(Dictionary members) {
-    const auto isLess = [](const Member& a, const Member& b) { return a.key < b.key; };
+JSON::JSON(Dictionary members) : type_(Type::dictionary) {
     const auto isOutOfOrder = [](const Member& a, const Member& b) { return !(a.key < b.key); };
     if (std::adjacent_find(members.begin(), members.end(), isOutOfOrder) != members.end()) {
-        std::stable_sort(members.begin(), members.end(), isLess);
-        // Of equal keys the last stays: unique keeps the first, so it runs from the back.
-        const auto kept = std::unique(members.rbegin(), members.rend(),
-                                      [](const Member& a, const Member& b) { return a.key == b.key; });
-        members.erase(members.begin(), kept.base());
+        Member* const first = members.mutableData();
+        Member* const last = first + members.size();
+        std::stable_sort(first, last, [](const Member& a, const Member& b) { return a.key < b.key; });
+        // Of equal keys the last stays.
+        Member* kept = first;
+        for (Member* member = first; member != last; ++member) {
+            if (member + 1 != last && member->key == (member + 1)->key) continue;
+            if (kept != member) *kept = std::move(*member);
+            ++kept;
+        }
+        members.truncate(static_cast<std::size_t>(kept - first));
     }
-    value_ = std::make_shared<Dictionary>(std::move(members));
+    new (&content_.dictionary) Dictionary(std::move(members));
 }
 
 JSON JSON::dictionary(std::initializer_list<Member> members) { return JSON(Dictionary(members)); }
@@ -117,43 +136,6 @@ std::string JSON::serialized() const {
     return text;
 }
 
-JSON::Type JSON::type() const {
-    switch (value_.index()) {
-    case 0: return Type::null;
-    case 1: return Type::unknown;
-    case 2: return Type::boolean;
-    case 3: return Type::number;
-    case 4: return Type::string;
-    case 5: return Type::array;
-    default: return Type::dictionary;
-    }
-}
-
-std::optional<double> JSON::number() const {
-    const double* value = std::get_if<double>(&value_);
-    return value ? std::optional(*value) : std::nullopt;
-}
-
-std::optional<bool> JSON::boolean() const {
-    const bool* value = std::get_if<bool>(&value_);
-    return value ? std::optional(*value) : std::nullopt;
-}
-
-const std::string* JSON::string() const {
-    const auto* value = std::get_if<std::shared_ptr<const std::string>>(&value_);
-    return value ? value->get() : nullptr;
-}
-
-const JSON::Array* JSON::array() const {
-    const auto* value = std::get_if<std::shared_ptr<Array>>(&value_);
-    return value ? value->get() : nullptr;
-}
-
-const JSON::Dictionary* JSON::dictionary() const {
-    const auto* value = std::get_if<std::shared_ptr<Dictionary>>(&value_);
-    return value ? value->get() : nullptr;
-}
-
 std::size_t JSON::size() const {
     if (const Array* elements = array()) return elements->size();
     if (const Dictionary* members = dictionary()) return members->size();
@@ -161,9 +143,9 @@ std::size_t JSON::size() const {
 }
 
 const JSON& JSON::unknown(JSONError::Kind kind) {
-    static const JSON indexOutOfBounds(Unknown{JSONError::Kind::indexOutOfBounds});
-    static const JSON notExist(Unknown{JSONError::Kind::notExist});
-    static const JSON wrongType(Unknown{JSONError::Kind::wrongType});
+    static const JSON indexOutOfBounds(JSONError::Kind::indexOutOfBounds);
+    static const JSON notExist(JSONError::Kind::notExist);
+    static const JSON wrongType(JSONError::Kind::wrongType);
     switch (kind) {
     case JSONError::Kind::indexOutOfBounds: return indexOutOfBounds;
     case JSONError::Kind::notExist: return notExist;
@@ -181,34 +163,25 @@ const JSON& JSON::operator[](std::size_t index) const {
 const JSON& JSON::operator[](std::string_view key) const {
     const Dictionary* members = dictionary();
     if (!members) return error() ? *this : unknown(JSONError::Kind::wrongType);
-    const auto found = lowerBound(*members, key);
-    return found != members->end() && found->key == key ? found->value : unknown(JSONError::Kind::notExist);
-}
-
-std::optional<JSONError::Kind> JSON::error() const {
-    const Unknown* value = std::get_if<Unknown>(&value_);
-    return value ? std::optional(value->kind) : std::nullopt;
-}
-
-JSON::Array& JSON::mutableArray() {
-    auto& elements = std::get<std::shared_ptr<Array>>(value_);
-    if (elements.use_count() > 1) elements = std::make_shared<Array>(*elements);
-    return *elements;
-}
-
-JSON::Dictionary& JSON::mutableDictionary() {
-    auto& members = std::get<std::shared_ptr<Dictionary>>(value_);
-    if (members.use_count() > 1) members = std::make_shared<Dictionary>(*members);
-    return *members;
+    // A few keys are compared faster than searched.
+    constexpr std::size_t few = 8;
+    const Member* found = members->size() > few ? lowerBound(*members, key) : members->begin();
+    const Member* const last = members->size() > few ? found + (found != members->end() ? 1 : 0) : members->end();
+    for (; found != last; ++found)
+        if (found->key == key) return found->value;
+    return unknown(JSONError::Kind::notExist);
 }
 
 JSON& JSON::member(std::string_view key) {
-    if (isNull()) value_ = std::make_shared<Dictionary>();
+    if (isNull()) *this = JSON(Dictionary());
     if (!dictionary()) throwWrongType("a member is set in a JSON value that is not a dictionary");
-    Dictionary& members = mutableDictionary();
-    auto place = lowerBound(members, key);
-    if (place == members.end() || place->key != key) place = members.insert(place, Member{std::string(key), {}});
-    return place->value;
+    Dictionary* members = &content_.dictionary;
+    const auto place = lowerBound(*members, key) - members->begin();
+    const bool isNew = place == static_cast<std::ptrdiff_t>(members->size()) || (*members)[place].key != key;
+    if (isNew) members->push_back({std::string(key), {}});
+    Member* const all = members->mutableData();
+    if (isNew) std::rotate(all + place, all + members->size() - 1, all + members->size());
+    return all[place].value;
 }
 
 void JSON::set(std::string_view key, JSON value) { member(key) = std::move(value); }
@@ -224,13 +197,13 @@ void JSON::set(std::size_t index, JSON value) {
     if (index >= size())
         throw JSONError(JSONError::Kind::indexOutOfBounds,
                         "element " + std::to_string(index) + " of " + std::to_string(size()) + " is set");
-    mutableArray()[index] = std::move(value);
+    content_.array.mutableData()[index] = std::move(value);
 }
 
 void JSON::append(JSON value) {
-    if (isNull()) value_ = std::make_shared<Array>();
+    if (isNull()) *this = JSON(Array());
     if (!array()) throwWrongType("an element is added to a JSON value that is not an array");
-    mutableArray().push_back(std::move(value));
+    content_.array.push_back(std::move(value));
 }
 
 void JSON::merge(const JSON& other) {
@@ -242,73 +215,78 @@ void JSON::merge(const JSON& other) {
 
 void JSON::merge(const JSON& other, int depth) {
     if (depth > maximumDepth) throwTooDeep();
-    if (const Array* added = other.array(); added && array()) {
-        // Held, because `other` may be this very value.
-        const JSON source = other;
-        Array& elements = mutableArray();
-        elements.insert(elements.end(), source.array()->begin(), source.array()->end());
-    } else if (other.dictionary() && dictionary()) {
-        const JSON source = other;
+    if (array() && other.array()) {
+        // A copy, because `other` may be this very value.
+        const Array added = *other.array();
+        content_.array.reserve(size() + added.size());
+        for (const JSON& element : added) content_.array.push_back(element);
+    } else if (dictionary() && other.dictionary()) {
+        const Dictionary added = *other.dictionary();
         Dictionary merged;
-        Dictionary& mine = mutableDictionary();
-        merged.reserve(mine.size() + source.size());
-        auto own = mine.begin();
-        for (const Member& theirs : *source.dictionary()) {
-            for (; own != mine.end() && own->key < theirs.key; ++own) merged.push_back(std::move(*own));
-            if (own != mine.end() && own->key == theirs.key) {
+        merged.reserve(size() + added.size());
+        Member* own = content_.dictionary.mutableData();
+        Member* const ownEnd = own + size();
+        for (const Member& theirs : added) {
+            while (own != ownEnd && own->key < theirs.key) merged.push_back(std::move(*own++));
+            if (own != ownEnd && own->key == theirs.key) {
                 own->value.merge(theirs.value, depth + 1);
                 merged.push_back(std::move(*own++));
             } else {
                 merged.push_back(theirs);
             }
         }
-        std::move(own, mine.end(), std::back_inserter(merged));
-        mine = std::move(merged);
+        while (own != ownEnd) merged.push_back(std::move(*own++));
+        content_.dictionary = std::move(merged);
     } else {
         *this = other;
     }
 }
 
 void JSON::write(std::string& text, int depth) const {
-    if (const double* number = std::get_if<double>(&value_)) {
-        writeNumber(text, *number);
-    } else if (const std::string* characters = string()) {
-        writeString(text, *characters);
-    } else if (const bool* flag = std::get_if<bool>(&value_)) {
-        text += *flag ? "true" : "false";
-    } else if (isNull()) {
-        text += "null";
-    } else if (error()) {
+    switch (type_) {
+    case Type::number: writeNumber(text, content_.number); break;
+    case Type::string: writeString(text, *string()); break;
+    case Type::boolean: text += content_.boolean ? "true" : "false"; break;
+    case Type::null: text += "null"; break;
+    case Type::unknown:
         throw JSONError(JSONError::Kind::unsupportedType, "JSON text cannot express an unknown value");
-    } else {
+    case Type::array: {
         if (depth == maximumDepth) throwTooDeep();
-        if (const Array* elements = array()) {
-            text += '[';
-            for (std::size_t i = 0; i < elements->size(); ++i) {
-                if (i > 0) text += ',';
-                (*elements)[i].write(text, depth + 1);
-            }
-            text += ']';
-        } else {
-            const Dictionary& members = *dictionary();
-            text += '{';
-            for (std::size_t i = 0; i < members.size(); ++i) {
-                if (i > 0) text += ',';
-                writeString(text, members[i].key);
-                text += ':';
-                members[i].value.write(text, depth + 1);
-            }
-            text += '}';
+        char separator = '[';
+        for (const JSON& element : content_.array) {
+            text += std::exchange(separator, ',');
+            element.write(text, depth + 1);
         }
+        text += content_.array.empty() ? "[]" : "]";
+        break;
+    }
+    case Type::dictionary: {
+        if (depth == maximumDepth) throwTooDeep();
+        char separator = '{';
+        for (const Member& member : content_.dictionary) {
+            text += std::exchange(separator, ',');
+            writeString(text, member.key);
+            text += ':';
+            member.value.write(text, depth + 1);
+        }
+        text += content_.dictionary.empty() ? "{}" : "}";
+        break;
+    }
     }
 }
 
 bool operator==(const JSON& a, const JSON& b) {
-    if (a.type() != b.type()) return false;
-    if (const JSON::Array* elements = a.array()) return elements == b.array() || *elements == *b.array();
-    if (const JSON::Dictionary* members = a.dictionary()) return members == b.dictionary() || *members == *b.dictionary();
-    if (const std::string* characters = a.string()) return *characters == *b.string();
-    return a.number() == b.number() && a.boolean() == b.boolean() && a.error() == b.error();
+    if (a.type_ != b.type_) return false;
+    switch (a.type_) {
+    case JSON::Type::number: return a.content_.number == b.content_.number;
+    case JSON::Type::string: return a.content_.text == b.content_.text;
+    case JSON::Type::boolean: return a.content_.boolean == b.content_.boolean;
+    case JSON::Type::array: return a.content_.array == b.content_.array;
+    case JSON::Type::dictionary: return a.content_.dictionary == b.content_.dictionary;
+    case JSON::Type::unknown: return a.content_.error == b.content_.error;
+    case JSON::Type::null: return true;
+    }
+    return false;
 }
 
 }  // namespace videoanalysis

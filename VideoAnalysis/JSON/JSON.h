@@ -2,17 +2,18 @@
 // A JSON value of any type, and its text. A media item's stored drawings travel in one; the sketch view writes and reads
 // them, the state and the host only carry them.
 
+#include "VideoAnalysis/JSON/SharedArray.h"
+
 #include <cstddef>
 #include <initializer_list>
 #include <memory>
+#include <new>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <type_traits>
 #include <utility>
-#include <variant>
-#include <vector>
 
 namespace videoanalysis {
 
@@ -38,14 +39,14 @@ private:
 };
 
 /// A value: copies share their content until one of them is changed, so that copying costs the same whatever its size.
-/// Not to be used on two threads at a time.
+/// Copies may be used on different threads, one value on one thread at a time.
 class JSON {
 public:
     enum class Type { number, string, boolean, array, dictionary, null, unknown };
     struct Member;
-    using Array = std::vector<JSON>;
-    /// Sorted by key (by bytes), every key once.
-    using Dictionary = std::vector<Member>;
+    using Array = SharedArray<JSON>;
+    /// In a value: sorted by key (by bytes), every key once.
+    using Dictionary = SharedArray<Member>;
 
     /// How many arrays and dictionaries may lie in one another.
     static constexpr int maximumDepth = 512;
@@ -56,20 +57,36 @@ public:
     template <class T>
         requires std::is_arithmetic_v<T>
     JSON(T value) {
-        if constexpr (std::is_same_v<T, bool>)
-            value_ = value;
-        else
-            value_ = static_cast<double>(value);
+        if constexpr (std::is_same_v<T, bool>) {
+            type_ = Type::boolean;
+            content_.boolean = value;
+        } else {
+            type_ = Type::number;
+            content_.number = static_cast<double>(value);
+        }
     }
     /// UTF-8; bytes that are not are replaced when the value is written as text.
     JSON(std::string value);
     JSON(std::string_view value) : JSON(std::string(value)) {}
     JSON(const char* value) : JSON(std::string(value)) {}
-    JSON(Array elements);
+    JSON(Array elements) : type_(Type::array) { new (&content_.array) Array(std::move(elements)); }
     /// Members in any order; of several with one key the last counts.
     JSON(Dictionary members);
     static JSON array(std::initializer_list<JSON> elements) { return JSON(Array(elements)); }
     static JSON dictionary(std::initializer_list<Member> members);
+
+    JSON(const JSON& other) : type_(other.type_) { take(other); }
+    JSON(JSON&& other) noexcept : type_(other.type_) { take(std::move(other)); }
+    JSON& operator=(const JSON& other) { return *this = JSON(other); }
+    JSON& operator=(JSON&& other) noexcept {
+        // Moved out first: the other may be a part of this value.
+        JSON taken(std::move(other));
+        destroy();
+        type_ = taken.type_;
+        take(std::move(taken));
+        return *this;
+    }
+    ~JSON() { destroy(); }
 
     /// Reads a whole text (UTF-8). Throws `invalidJSON`, with the byte position in the message, or `elementTooDeep`.
     static JSON parse(std::string_view text);
@@ -77,15 +94,19 @@ public:
     /// Throws `unsupportedType` or `elementTooDeep`.
     std::string serialized() const;
 
-    Type type() const;
-    bool isNull() const { return std::holds_alternative<std::monostate>(value_); }
+    Type type() const { return type_; }
+    bool isNull() const { return type_ == Type::null; }
 
     /// The content, or nothing when the value is of another type. Pointers live until the value is changed or destroyed.
-    std::optional<double> number() const;
-    std::optional<bool> boolean() const;
-    const std::string* string() const;
-    const Array* array() const;
-    const Dictionary* dictionary() const;
+    std::optional<double> number() const {
+        return type_ == Type::number ? std::optional(content_.number) : std::nullopt;
+    }
+    std::optional<bool> boolean() const {
+        return type_ == Type::boolean ? std::optional(content_.boolean) : std::nullopt;
+    }
+    const std::string* string() const { return type_ == Type::string ? content_.text.data() : nullptr; }
+    const Array* array() const { return type_ == Type::array ? &content_.array : nullptr; }
+    const Dictionary* dictionary() const { return type_ == Type::dictionary ? &content_.dictionary : nullptr; }
     /// Elements or members; 0 for everything else.
     std::size_t size() const;
 
@@ -94,7 +115,9 @@ public:
     const JSON& operator[](std::size_t index) const;
     const JSON& operator[](std::string_view key) const;
     /// Why a value is unknown; nothing for all others.
-    std::optional<JSONError::Kind> error() const;
+    std::optional<JSONError::Kind> error() const {
+        return type_ == Type::unknown ? std::optional(content_.error) : std::nullopt;
+    }
 
     /// Replaces or adds a member. Null becomes a dictionary; throws `wrongType` for anything else.
     void set(std::string_view key, JSON value);
@@ -113,21 +136,48 @@ public:
     friend bool operator==(const JSON& a, const JSON& b);
 
 private:
-    struct Unknown {
-        JSONError::Kind kind;
+    /// Text is an array of one string: so it is shared like the others, and a value takes two words.
+    using Text = SharedArray<std::string>;
+    union Content {
+        double number;
+        bool boolean;
+        JSONError::Kind error;
+        Text text;
+        Array array;
+        Dictionary dictionary;
+
+        Content() : number(0) {}
+        ~Content() {}
     };
-    explicit JSON(Unknown unknown) : value_(unknown) {}
+
+    explicit JSON(JSONError::Kind error) : type_(Type::unknown) { content_.error = error; }
     static const JSON& unknown(JSONError::Kind kind);
 
-    Array& mutableArray();
-    Dictionary& mutableDictionary();
+    /// Makes the content that `type_` says from another value of this type.
+    template <class Other>
+    void take(Other&& other) {
+        switch (type_) {
+        case Type::number: content_.number = other.content_.number; break;
+        case Type::boolean: content_.boolean = other.content_.boolean; break;
+        case Type::unknown: content_.error = other.content_.error; break;
+        case Type::string: new (&content_.text) Text(std::forward<Other>(other).content_.text); break;
+        case Type::array: new (&content_.array) Array(std::forward<Other>(other).content_.array); break;
+        case Type::dictionary: new (&content_.dictionary) Dictionary(std::forward<Other>(other).content_.dictionary); break;
+        case Type::null: break;
+        }
+    }
+    void destroy() {
+        if (type_ == Type::string) std::destroy_at(&content_.text);
+        if (type_ == Type::array) std::destroy_at(&content_.array);
+        if (type_ == Type::dictionary) std::destroy_at(&content_.dictionary);
+    }
+
     JSON& member(std::string_view key);
     void merge(const JSON& other, int depth);
     void write(std::string& text, int depth) const;
 
-    std::variant<std::monostate, Unknown, bool, double, std::shared_ptr<const std::string>, std::shared_ptr<Array>,
-                 std::shared_ptr<Dictionary>>
-        value_;
+    Type type_ = Type::null;
+    Content content_;
 };
 
 struct JSON::Member {

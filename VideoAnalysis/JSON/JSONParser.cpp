@@ -8,7 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
-#include <iterator>
+#include <vector>
 
 namespace videoanalysis {
 namespace {
@@ -16,7 +16,7 @@ namespace {
 /// Builds values bottom up: what a container holds waits on `values_` until the container ends.
 class Builder final : public nlohmann::json_sax<nlohmann::json> {
 public:
-    bool null() override { return add({}); }
+    bool null() override { return add(nullptr); }
     bool boolean(bool value) override { return add(value); }
     bool number_integer(std::int64_t value) override { return add(value); }
     bool number_unsigned(std::uint64_t value) override { return add(value); }
@@ -30,33 +30,41 @@ public:
         return true;
     }
     bool end_object() override {
-        const std::size_t first = starts_.back();
+        // As many keys as values wait: those of the inner objects are gone.
+        const std::size_t count = values_.size() - starts_.back();
+        JSON* value = values_.data() + starts_.back();
+        std::string* key = keys_.data() + keys_.size() - count;
         JSON::Dictionary members;
-        members.reserve(values_.size() - first);
-        // Every value of the object has a key, and those of the inner ones are gone.
-        std::size_t key = keys_.size() - (values_.size() - first);
-        for (std::size_t i = first; i < values_.size(); ++i)
-            members.push_back({std::move(keys_[key++]), std::move(values_[i])});
-        keys_.resize(keys_.size() - members.size());
+        members.reserve(count);
+        for (std::size_t i = 0; i < count; ++i) members.emplace_back(std::move(*key++), std::move(*value++));
+        keys_.resize(keys_.size() - count);
         return end(JSON(std::move(members)));
     }
 
     bool start_array(std::size_t) override { return start(); }
     bool end_array() override {
-        const auto first = values_.begin() + static_cast<std::ptrdiff_t>(starts_.back());
-        return end(JSON(JSON::Array(std::make_move_iterator(first), std::make_move_iterator(values_.end()))));
+        const std::size_t first = starts_.back();
+        JSON::Array elements;
+        elements.reserve(values_.size() - first);
+        for (std::size_t i = first; i < values_.size(); ++i) elements.emplace_back(std::move(values_[i]));
+        return end(JSON(std::move(elements)));
     }
 
     bool parse_error(std::size_t position, const std::string&, const nlohmann::json::exception& error) override {
-        throw JSONError(JSONError::Kind::invalidJSON,
-                        "invalid JSON at byte " + std::to_string(position) + ": " + error.what());
+        // "[the parser's own code] what is wrong; where the text may be very long".
+        std::string_view message = error.what();
+        if (const std::size_t code = message.find("] "); code != std::string_view::npos) message.remove_prefix(code + 2);
+        constexpr std::size_t longest = 200;
+        throw JSONError(JSONError::Kind::invalidJSON, "invalid JSON at byte " + std::to_string(position) + ": " +
+                                                          std::string(message.substr(0, longest)));
     }
 
     JSON result() { return std::move(values_.front()); }
 
 private:
-    bool add(JSON value) {
-        values_.push_back(std::move(value));
+    template <class Value>
+    bool add(Value&& value) {
+        values_.emplace_back(std::forward<Value>(value));
         return true;
     }
     bool start() {

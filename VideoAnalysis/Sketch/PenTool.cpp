@@ -87,7 +87,15 @@ void PenTool::setPath(Path path) {
 
 void PenTool::updatePath(const Rect& from, const Rect& to) {
     if (from.isEmpty() || to.isEmpty()) return;
+    const bool keepsPercentages = storedStamp_ == stamp() && storedSize_ == from.size;
     setPath(path().scaled(to.size.width / from.size.width, to.size.height / from.size.height));
+    if (keepsPercentages) setStoredPoints(storedPoints_, to.size);
+}
+
+void PenTool::setStoredPoints(JSON points, Size size) const {
+    storedPoints_ = std::move(points);
+    storedSize_ = size;
+    storedStamp_ = stamp();
 }
 
 void PenTool::addPathTo(graphics::Context& context) const {
@@ -157,17 +165,20 @@ JSON PenTool::jsonValue(Size size, bool withPoints, JSON systemMembers) const {
     JSON configuration = commonConfiguration("#000000");
     configuration.set("ios", std::move(systemMembers));
     if (withPoints && !size.isEmpty()) {
-        JSON::Array points;
-        const std::vector<Point> touches = touchPoints();
-        points.reserve(touches.size());
-        for (const Point touch : touches) {
-            JSON::Dictionary point;
-            point.reserve(2);
-            point.push_back({"x", storableNumber(touch.x / size.width * 100)});
-            point.push_back({"y", storableNumber(touch.y / size.height * 100)});
-            points.emplace_back(std::move(point));
+        if (storedStamp_ != stamp() || storedSize_ != size) {
+            JSON::Array points;
+            const std::vector<Point> touches = touchPoints();
+            points.reserve(touches.size());
+            for (const Point touch : touches) {
+                JSON::Dictionary point;
+                point.reserve(2);
+                point.emplace_back("x", storableNumber(touch.x / size.width * 100));
+                point.emplace_back("y", storableNumber(touch.y / size.height * 100));
+                points.emplace_back(std::move(point));
+            }
+            setStoredPoints(std::move(points), size);
         }
-        configuration.set("points", JSON(std::move(points)));
+        configuration.set("points", storedPoints_);
     }
     return JSON::dictionary({{"type", "pen"}, {"configuration", std::move(configuration)}});
 }

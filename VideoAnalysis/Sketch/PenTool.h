@@ -22,6 +22,8 @@ public:
     std::vector<Point> touchPoints() const;
     /// Replaces the stroke by one through these touches, built segment by segment as if they had just been made.
     void setTouchPoints(const std::vector<Point>& points);
+    /// Tells that `points` is the stored form, for a view of `size`, of the stroke as it is now.
+    void setStoredPoints(JSON points, Size size) const;
 
     void setPath(graphics::Path path) override;
     void updatePath(const Rect& from, const Rect& to) override;
@@ -43,6 +45,11 @@ private:
     bool isMadeOfSegments_ = true;
     /// The boxes of runs of segments, from the first on, for finding those near a region quickly. Filled when needed.
     mutable std::vector<Rect> blocks_;
+    /// The stored points of the stroke as it was at `storedStamp_`. Kept, and shared with every stored stack that holds them,
+    /// because a stack is written with each new drawing.
+    mutable JSON storedPoints_;
+    mutable Size storedSize_;
+    mutable std::uint64_t storedStamp_ = 0;
 };
 
 }  // namespace videoanalysis

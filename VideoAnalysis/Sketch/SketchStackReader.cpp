@@ -159,10 +159,11 @@ void SketchStackReader::readPoints(const JSON& points, SketchTool& tool) {
         touches.reserve(elements->size());
         for (const JSON& element : *elements)
             if (const std::optional<Point> touch = readPoint(element, "x", "y")) touches.push_back(*touch);
-        const std::size_t lost = elements->size() - touches.size();
-        if (lost > 0)
-            note("points", std::to_string(lost) + " of " + std::to_string(elements->size()) + " cannot be read");
         pen->setTouchPoints(touches);
+        if (const std::size_t lost = elements->size() - touches.size(); lost > 0)
+            note("points", std::to_string(lost) + " of " + std::to_string(elements->size()) + " cannot be read");
+        else
+            pen->setStoredPoints(points, size_);
     } else if (auto* shape = dynamic_cast<TwoPointTool*>(&tool)) {
         const std::optional<Point> start = readPoint(points[0], "startX", "startY");
         const std::optional<Point> end = readPoint(points[0], "endX", "endY");

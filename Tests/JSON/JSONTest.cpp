@@ -1,0 +1,199 @@
+#include "VideoAnalysis/JSON/JSON.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <random>
+#include <string>
+
+namespace videoanalysis {
+namespace {
+
+using Kind = JSONError::Kind;
+
+/// The kind of the error that `action` throws; nothing when it throws none.
+template <class Action>
+std::optional<Kind> errorOf(const Action& action) {
+    try {
+        action();
+    } catch (const JSONError& error) {
+        EXPECT_STRNE(error.what(), "");
+        return error.kind();
+    }
+    return std::nullopt;
+}
+
+TEST(JSON, ReadsEveryTypeAndWritesItBack) {
+    const std::string text =
+        R"({"array":[1,-2.5,1e+300,[]],"empty":{},"false":false,"null":null,"text":"é\"\\\n€😀","true":true})";
+    const JSON value = JSON::parse(R"(  {"text":"\u00e9\"\\\n\u20ac\ud83d\ude00", "null":null,"true":true,"false":false,)"
+                                   R"( "empty" : {}, "array":[1,-2.5,1E300,[ ]]} )");
+    EXPECT_EQ(value["text"].type(), JSON::Type::string);
+    EXPECT_EQ(*value["text"].string(), "é\"\\\n€😀");
+    EXPECT_EQ(value["array"][1].number(), -2.5);
+    EXPECT_EQ(value["true"].boolean(), true);
+    EXPECT_EQ(value["false"].boolean(), false);
+    EXPECT_TRUE(value["null"].isNull());
+    EXPECT_EQ(value["empty"].type(), JSON::Type::dictionary);
+    EXPECT_EQ(value.size(), 6U);
+    EXPECT_EQ(value["array"].size(), 4U);
+    EXPECT_EQ(value.serialized(),
+              R"({"array":[1,-2.5,1e+300,[]],"empty":{},"false":false,"null":null,"text":"é\"\\\u000a€😀","true":true})");
+    EXPECT_EQ(JSON::parse(text), value);
+
+    // An accessor of another type gives nothing, and a number is not a flag.
+    EXPECT_FALSE(value["text"].number());
+    EXPECT_FALSE(value["array"][0].boolean());
+    EXPECT_FALSE(value["true"].number());
+    EXPECT_EQ(value["array"].dictionary(), nullptr);
+    EXPECT_EQ(value["empty"].array(), nullptr);
+}
+
+TEST(JSON, NumbersAreShortAndReadBackAsTheSameValue) {
+    EXPECT_EQ(JSON::array({0, 4.0, 0.1, -1e-7, 1e21, 1.0 / 3}).serialized(),
+              "[0,4,0.1,-1e-07,1e+21,0.3333333333333333]");
+    std::mt19937_64 generator(1);
+    for (int i = 0; i < 2000; ++i) {
+        const std::uint64_t bits = generator();
+        const auto number = std::bit_cast<double>(bits);
+        if (!std::isfinite(number)) continue;
+        EXPECT_EQ(JSON::parse(JSON(number).serialized()).number(), number);
+    }
+    for (const double number : {std::numeric_limits<double>::denorm_min(), std::numeric_limits<double>::max(), -0.0}) {
+        const double read = *JSON::parse(JSON(number).serialized()).number();
+        EXPECT_EQ(read, number);
+        EXPECT_EQ(std::signbit(read), std::signbit(number));
+    }
+}
+
+TEST(JSON, SubscriptsTellWhyThereIsNothing) {
+    const JSON value = JSON::dictionary({{"list", JSON::array({"first"})}, {"number", 3}});
+    EXPECT_EQ(*value["list"][0].string(), "first");
+    EXPECT_EQ(value["list"][1].error(), Kind::indexOutOfBounds);
+    EXPECT_EQ(value["none"].error(), Kind::notExist);
+    EXPECT_EQ(value["number"]["none"].error(), Kind::wrongType);
+    EXPECT_EQ(value[0].error(), Kind::wrongType);
+    EXPECT_EQ(value["none"].type(), JSON::Type::unknown);
+    // The first reason is carried on.
+    EXPECT_EQ(value["none"][7]["further"].error(), Kind::notExist);
+    EXPECT_FALSE(value["number"].error());
+
+    JSON::Dictionary many;
+    for (int i = 0; i < 100; ++i) many.push_back({"key" + std::to_string(i), i});
+    const JSON large(many);
+    for (int i = 0; i < 100; ++i) EXPECT_EQ(large["key" + std::to_string(i)].number(), i);
+    for (const char* absent : {"", "key", "key100", "key55x", "zzz"}) EXPECT_EQ(large[absent].error(), Kind::notExist);
+}
+
+TEST(JSON, ErrorsHaveTheirKindsAndNames) {
+    const JSON list = JSON::array({1});
+    EXPECT_EQ(errorOf([] { JSON(std::nan("")).serialized(); }), Kind::unsupportedType);
+    EXPECT_EQ(errorOf([] { JSON::array({std::numeric_limits<double>::infinity()}).serialized(); }), Kind::unsupportedType);
+    EXPECT_EQ(errorOf([&] { list[5].serialized(); }), Kind::unsupportedType);
+    EXPECT_EQ(errorOf([&] { JSON(list).set(std::size_t{1}, 2); }), Kind::indexOutOfBounds);
+    EXPECT_EQ(errorOf([&] { JSON(list).set("key", 2); }), Kind::wrongType);
+    EXPECT_EQ(errorOf([] { JSON("text").append(2); }), Kind::wrongType);
+    EXPECT_EQ(errorOf([] { JSON("text").set(std::size_t{0}, 2); }), Kind::wrongType);
+    EXPECT_EQ(errorOf([&] { JSON(list).merge(JSON::dictionary({})); }), Kind::wrongType);
+    for (const char* text : {"", "  ", "{", "[1,]", "{\"a\":1,}", "nul", "[1] 2", "01", "\"\n\"", "\"\\ud800\"", "NaN",
+                             "1e999", "'a'", "\"\xff\"", "\"\xc0\xaf\"", "\"\xed\xa0\x80\"", "[\0]"})
+        EXPECT_EQ(errorOf([&] { JSON::parse(text); }), Kind::invalidJSON) << text;
+
+    EXPECT_EQ(JSONError::name(Kind::unsupportedType), "unsupportedType");
+    EXPECT_EQ(JSONError::name(Kind::indexOutOfBounds), "indexOutOfBounds");
+    EXPECT_EQ(JSONError::name(Kind::elementTooDeep), "elementTooDeep");
+    EXPECT_EQ(JSONError::name(Kind::wrongType), "wrongType");
+    EXPECT_EQ(JSONError::name(Kind::notExist), "notExist");
+    EXPECT_EQ(JSONError::name(Kind::invalidJSON), "invalidJSON");
+}
+
+TEST(JSON, AnErrorSaysWhereInOneShortLine) {
+    try {
+        JSON::parse("[1, 2, \"" + std::string(100'000, 'x') + "\" oops]");
+        FAIL();
+    } catch (const JSONError& error) {
+        const std::string message = error.what();
+        EXPECT_NE(message.find("byte 10001"), std::string::npos) << message.substr(0, 200);
+        EXPECT_LT(message.size(), 300U);
+        EXPECT_EQ(message.find('\n'), std::string::npos);
+    }
+}
+
+TEST(JSON, NestingIsLimitedNotFatal) {
+    const auto nested = [](int depth) { return std::string(depth, '[') + std::string(depth, ']'); };
+    EXPECT_EQ(JSON::parse(nested(JSON::maximumDepth)).serialized(), nested(JSON::maximumDepth));
+    EXPECT_EQ(errorOf([&] { JSON::parse(nested(JSON::maximumDepth + 1)); }), Kind::elementTooDeep);
+    EXPECT_EQ(errorOf([] { JSON::parse(std::string(5'000'000, '[')); }), Kind::elementTooDeep);
+
+    JSON tower;
+    for (int i = 0; i <= JSON::maximumDepth; ++i) tower = JSON::dictionary({{"a", tower}});
+    EXPECT_EQ(errorOf([&] { tower.serialized(); }), Kind::elementTooDeep);
+    JSON copy = JSON::parse(R"({"a":{"a":1}})");
+    EXPECT_NO_THROW(copy.merge(tower));
+    const JSON before = tower;
+    EXPECT_EQ(errorOf([&] { tower.merge(before); }), Kind::elementTooDeep);
+    EXPECT_EQ(tower, before);
+}
+
+TEST(JSON, CopiesAreIndependent) {
+    JSON original = JSON::dictionary({{"list", JSON::array({1, 2})}, {"name", "a"}});
+    const JSON kept = original;
+    original.set({"deep", "er"}, true);
+    original.set("name", "b");
+    JSON list = original["list"];
+    list.append(3);
+    list.set(std::size_t{0}, "one");
+    EXPECT_EQ(kept.serialized(), R"({"list":[1,2],"name":"a"})");
+    EXPECT_EQ(original.serialized(), R"({"deep":{"er":true},"list":[1,2],"name":"b"})");
+    EXPECT_EQ(list.serialized(), R"(["one",2,3])");
+    EXPECT_EQ(errorOf([&] { original.set({"name", "er"}, 1); }), Kind::wrongType);
+
+    // A value may become a part of itself.
+    JSON self = kept;
+    self.set("self", self);
+    EXPECT_EQ(self["self"], kept);
+    self.merge(self);
+    EXPECT_EQ(self["list"].serialized(), "[1,2,1,2]");
+    list.append(list);
+    EXPECT_EQ(list.serialized(), R"(["one",2,3,["one",2,3]])");
+    list.append(list[0]);
+    EXPECT_EQ(*list[4].string(), "one");
+}
+
+TEST(JSON, MergeTakesOverMembers) {
+    JSON value = JSON::parse(R"({"a":1,"b":{"c":[1],"d":2},"e":"text"})");
+    value.merge(JSON::parse(R"({"0":null,"b":{"c":[2,3],"x":4},"e":5,"z":6})"));
+    EXPECT_EQ(value.serialized(), R"({"0":null,"a":1,"b":{"c":[1,2,3],"d":2,"x":4},"e":5,"z":6})");
+    JSON number = 1;
+    number.merge(2);
+    EXPECT_EQ(number, JSON(2));
+}
+
+TEST(JSON, MembersAreEqualInAnyOrderAndTheLastOfAKeyCounts) {
+    EXPECT_EQ(JSON::parse(R"({"a":1,"b":2})"), JSON::parse(R"({"b":2,"a":1})"));
+    EXPECT_EQ(JSON::parse(R"({"b":0,"a":1,"a":2,"b":3,"a":4})").serialized(), R"({"a":4,"b":3})");
+    EXPECT_NE(JSON(1), JSON("1"));
+    EXPECT_NE(JSON(1), JSON(true));
+    EXPECT_NE(JSON(), JSON(false));
+    EXPECT_NE(JSON::array({1}), JSON::array({1, 2}));
+
+    // A hundred thousand members with few keys take no more than sorting them.
+    std::string text = "{";
+    for (int i = 0; i < 100'000; ++i) text += "\"k" + std::to_string(i % 50'000) + "\":" + std::to_string(i) + ",";
+    text.back() = '}';
+    const JSON large = JSON::parse(text);
+    EXPECT_EQ(large.size(), 50'000U);
+    EXPECT_EQ(large["k7"].number(), 50'007);
+}
+
+TEST(JSON, TextThatIsNotUTF8IsReplacedNotWritten) {
+    EXPECT_EQ(JSON("a\xff" "b\xc3(\xe2\x82\xf0\x9f\x98\x80").serialized(), "\"a\uFFFDb\uFFFD(\uFFFD\uFFFD😀\"");
+    EXPECT_EQ(JSON(std::string("\0\x1f\x7f", 3)).serialized(), "\"\\u0000\\u001f\x7f\"");
+}
+
+}  // namespace
+}  // namespace videoanalysis
