@@ -242,6 +242,15 @@ void FrameLoader::pursue(const Goal& goal) {
     if (decoder_->canGoOnTo(goal.frame, isRetry ? 0 : keepFrom)) {
         runKeepFrom_ = keepFrom;
     } else {
+        // Time stamps may contradict the order of the packets so much that no beginning leads to the frame.
+        constexpr int mostStarts = 4;
+        startsForGoal_ = startedFor_ == goal.frame ? startsForGoal_ + 1 : 1;
+        startedFor_ = goal.frame;
+        if (startsForGoal_ > mostStarts) {
+            retriedFrame_ = goal.frame;
+            handleMissing(goal, cache_->nearest(clip_, goal.frame), goal.frame + 1, false);
+            return;
+        }
         runKeepFrom_ = goal.keepFrom;
         lastPicture_ = nullptr;
         std::int64_t startPacket = decodedIndex_->startPacketFor(goal.keepFrom);

@@ -124,6 +124,8 @@ private:
     std::shared_ptr<const DecodedFrame> lastPicture_;    // of this run
     std::shared_ptr<const DecodedFrame> newestPicture_;  // of any run
     std::int64_t retriedFrame_ = -1;
+    std::int64_t startedFor_ = -1;
+    int startsForGoal_ = 0;
     bool hasToldOfUnreadable_ = false;
     bool hasToldOfDamage_ = false;
     Clock::time_point lastPreview_;
