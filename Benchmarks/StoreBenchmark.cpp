@@ -9,6 +9,7 @@
 #include <QCoreApplication>
 #include <QObject>
 
+#include <array>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -58,10 +59,10 @@ struct Fixture {
     std::vector<std::shared_ptr<Subscriber>> subscribers;
 
     explicit Fixture(int count) {
-        static constexpr Part BenchState::*parts[] = {&BenchState::first, &BenchState::second, &BenchState::third};
+        static constexpr std::array<Part BenchState::*, 3> parts = {&BenchState::first, &BenchState::second, &BenchState::third};
         for (int i = 0; i < count; ++i) {
             subscribers.push_back(std::make_shared<Subscriber>());
-            store->subscribe(subscribers.back(), [&](auto& whole) { return whole.select(parts[i % 3]); });
+            store->subscribe(subscribers.back(), [part = parts[static_cast<std::size_t>(i % 3)]](auto& whole) { return whole.select(part); });
         }
         deliver();
     }

@@ -12,6 +12,7 @@
 #include "Platforms/QtQuick/SliderItem.h"
 #include "Platforms/QtQuick/StackViewItem.h"
 #include "Platforms/QtQuick/StoryboardScene.h"
+#include "Platforms/QtQuick/TimelineViewItem.h"
 #include "Platforms/QtQuick/VideoViewItem.h"
 #include "VideoAnalysis/Platform/UI/ViewController.h"
 #include "VideoAnalysis/Screen/MainViewController.h"
@@ -45,6 +46,7 @@ void registerTypes() {
         qmlRegisterType<PlayerCellItem>(uri, 1, 0, "PlayerCell");
         qmlRegisterType<OverlayCellItem>(uri, 1, 0, "OverlayCell");
         qmlRegisterType<HUDViewItem>(uri, 1, 0, "HUDView");
+        qmlRegisterType<TimelineViewItem>(uri, 1, 0, "Timeline");
         qmlRegisterType<IconItem>(uri, 1, 0, "Icon");
         qmlRegisterType<StoryboardScene>(uri, 1, 0, "Scene");
         qmlRegisterType<StoryboardDocument>(uri, 1, 0, "Storyboard");

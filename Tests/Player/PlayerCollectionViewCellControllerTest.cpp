@@ -1,6 +1,8 @@
 #include "Tests/Support/ComponentTest.h"
 #include "VideoAnalysis/Player/GesturedScrollView.h"
 
+#include <cmath>
+
 namespace videoanalysis {
 namespace {
 
@@ -228,6 +230,30 @@ TEST_F(PlayerControllerTest, ALateFirstLoadOfARemovedPlayerFindsNothingToDo) {
     store().dispatch(RemoveMediaAction(1));
     platform->advance(1);
     EXPECT_EQ(players().size(), 1U);
+}
+
+TEST_F(PlayerControllerTest, TheRulersStepsBecomeFrameSteps) {
+    const auto ruler = hudOf(0).timelineView.lock();
+    ruler->setFrame({0, 0, 300, 44});
+    platform->drainMainQueue();
+    const auto scroll = [&](double points) {
+        const auto& strip = ruler->collectionView();
+        strip->setContentOffset({strip->contentOffset().x + points, 0});
+    };
+    ruler->collectionView()->beginDragging();
+    scroll(96);
+    EXPECT_EQ(frameOf(0), 12);
+    scroll(-16);
+    EXPECT_EQ(frameOf(0), 10);
+    EXPECT_EQ(frameOf(1), 0);
+    store().dispatch(SetPlaybackLockStateAction(true));
+    scroll(8);
+    EXPECT_EQ(frameOf(0), 11);
+    EXPECT_EQ(frameOf(1), 1);
+    players()[0]->localStore->dispatch(PlayerController::SetScrubbingDirectionStateAction(false));
+    scroll(8);
+    EXPECT_EQ(frameOf(0), 10) << "the other direction";
+    EXPECT_DEATH(players()[0]->timelineViewDidScrollBy(std::nan(""), true), "not finite");
 }
 
 // ---- The video view alone

@@ -6,6 +6,8 @@
 #include "VideoAnalysis/Player/GesturedScrollView.h"
 #include "VideoAnalysis/Player/PlayerCollectionViewCell.h"
 #include "VideoAnalysis/Player/PlayerCollectionViewCellHUDView.h"
+#include "VideoAnalysis/Player/Throttle.h"
+#include "VideoAnalysis/Timeline/InfiniteDataSources.h"
 
 #include <cmath>
 #include <cstdio>
@@ -18,6 +20,9 @@ namespace {
 constexpr double selectorAnimation = 0.33;  // seconds
 constexpr double longPressInterval = 0.25;  // seconds
 constexpr std::int64_t longPressSteps = 10;
+constexpr double timelineDelay = 0.5;  // seconds
+constexpr double timelineMultiplier = 1;
+constexpr double timelineLength = 100;
 
 /// "0:03.47 · 104": minutes, seconds and hundredths, then the frame's number.
 std::string positionText(double seconds, std::int64_t frame) {
@@ -39,7 +44,8 @@ std::shared_ptr<PlayerCollectionViewCellController> PlayerCollectionViewCellCont
 
 PlayerCollectionViewCellController::PlayerCollectionViewCellController(Private, VideoAnalysisController::Object media,
                                                                        std::int64_t index)
-    : index(index), localStore(Store<LocalState>::make(cell::reduce, LocalState(), {}, true)), media_(std::move(media)) {}
+    : index(index), localStore(Store<LocalState>::make(cell::reduce, LocalState(), {}, true)),
+      timelineViewThrottler(Throttle::make(timelineDelay, dispatch::mainQueue())), media_(std::move(media)) {}
 
 PlayerCollectionViewCellController::~PlayerCollectionViewCellController() {
     removePeriodicTimeObserver();
@@ -81,6 +87,7 @@ void PlayerCollectionViewCellController::setOverlayCell(const std::shared_ptr<Ov
     if (!view) return;
     view->removeAllActions();
     wire(*view);
+    setUpTimeline();
     updatePosition();
     localStore->subscribe(shared_from_this());
 }
@@ -411,6 +418,28 @@ void PlayerCollectionViewCellController::setUpPeriodicTimeObserver() {
         if (const auto controller = weak.lock()) controller->timeDidChange();
     });
     updateSeekBar();
+}
+
+void PlayerCollectionViewCellController::setUpTimeline() {
+    const auto view = hud();
+    const auto ruler = view ? view->timelineView.lock() : nullptr;
+    if (!ruler) return;
+    ruler->delegate = weak_from_this();
+    ruler->setContent(timelineMultiplier, timelineLength);
+    ruler->reload();
+}
+
+void PlayerCollectionViewCellController::timelineViewDidScrollBy(double steps, bool) {
+    const std::int64_t count = truncated(steps, "A scrub of the timeline");
+    if (count >= 0) {
+        mainStore().dispatch(PerformCellVideoSeekForwardAction(addressedIndex(), count));
+    } else {
+        mainStore().dispatch(PerformCellVideoSeekBackwardAction(addressedIndex(), count));
+    }
+}
+
+bool PlayerCollectionViewCellController::defaultScrubbingDirection() const {
+    return localStore->state().defaultScrubbingDirection;
 }
 
 void PlayerCollectionViewCellController::removePeriodicTimeObserver() {

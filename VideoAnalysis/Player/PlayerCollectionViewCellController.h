@@ -10,6 +10,7 @@
 #include "VideoAnalysis/Player/VideoView.h"
 #include "VideoAnalysis/Sketch/SketchView.h"
 #include "VideoAnalysis/Store/Store.h"
+#include "VideoAnalysis/Timeline/TimelineView.h"
 
 #include <cstdint>
 #include <memory>
@@ -23,12 +24,14 @@ class Timer;
 class OverlayCollectionViewCell;
 class PlayerCollectionViewCell;
 class PlayerCollectionViewCellHUDView;
+class Throttle;
 
 /// Main thread.
 class PlayerCollectionViewCellController : public std::enable_shared_from_this<PlayerCollectionViewCellController>,
                                            public StoreSubscriber<cell::LocalState>,
                                            public SketchViewDelegate,
-                                           public VideoViewDelegate {
+                                           public VideoViewDelegate,
+                                           public TimelineViewDelegate {
     struct Private {};
 
 public:
@@ -58,6 +61,10 @@ public:
     /// The screen over which this controller presents.
     std::weak_ptr<ui::ViewController> presenteeViewController;
     const std::shared_ptr<Store<LocalState>> localStore;
+    /// Reserved for updates of the ruler; nothing passes through it.
+    const std::shared_ptr<Throttle> timelineViewThrottler;
+    /// Reserved for the ruler.
+    static constexpr float timelineViewScalingFactor = 1000.0F;
 
     /// The item with its drawings as they are now: those on the sketch view once they have been loaded, until then the stack
     /// that was given.
@@ -109,6 +116,10 @@ public:
     void playerReadyToPlayFor(VideoView& videoView) override;
     void playbackDidFinishFor(VideoView& videoView) override;
 
+    /// The ruler's steps become frame steps. Fatal for a count that is not finite or does not fit.
+    void timelineViewDidScrollBy(double steps, bool isDragging) override;
+    bool defaultScrubbingDirection() const override;
+
 private:
     std::optional<std::int64_t> addressedIndex() const;
     std::shared_ptr<SketchView> sketchView() const;
@@ -121,6 +132,7 @@ private:
     void setUpTool();
     void wire(PlayerCollectionViewCellHUDView& hud);
     void setUpPeriodicTimeObserver();
+    void setUpTimeline();
     void timeDidChange();
     void refreshDrawing();
     void updateSeekBar();

@@ -1,5 +1,7 @@
 #include "VideoAnalysis/Player/PlayerCollectionViewCellHUDView.h"
 
+#include "VideoAnalysis/Timeline/TimelineView.h"
+
 #include <sstream>
 
 namespace videoanalysis {
@@ -14,6 +16,7 @@ void PlayerCollectionViewCellHUDView::connectOutlets(ui::Outlets& outlets) {
     outlets.connect("replaceButton", replaceButton);
     outlets.connect("leftButtonsView", leftButtonsView);
     outlets.connect("mediaControlView", mediaControlView);
+    outlets.connect("timelineView", timelineView);
     outlets.connect("changeFillModeButton", changeFillModeButton);
     outlets.connect("seekbar", seekbar);
     outlets.connect("rewindButton", rewindButton);
@@ -39,6 +42,7 @@ void PlayerCollectionViewCellHUDView::removeAllActions() {
     }
     for (const auto& outlet : videoPlaybackSpeedButtons) forget(outlet);
     if (const auto slider = seekbar.lock()) slider->removeAllActions();
+    if (const auto ruler = timelineView.lock()) ruler->delegate.reset();
 }
 
 std::string OverlayCollectionViewCell::description() const {

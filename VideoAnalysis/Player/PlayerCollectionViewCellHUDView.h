@@ -24,6 +24,7 @@ public:
     std::weak_ptr<ui::Button> replaceButton;
     std::weak_ptr<ui::View> leftButtonsView;
     std::weak_ptr<ui::View> mediaControlView;
+    std::weak_ptr<TimelineView> timelineView;
     std::weak_ptr<ui::Button> changeFillModeButton;
     std::weak_ptr<ui::Slider> seekbar;
     std::weak_ptr<ui::Button> rewindButton;
