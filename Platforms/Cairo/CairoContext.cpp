@@ -397,7 +397,10 @@ Rect CairoContext::clipBoundingBox() const {
 void CairoContext::drawImage(const Image& image, const Rect& rect) {
     const std::shared_ptr<const Bitmap>& bitmap = image.bitmap();
     const Rect target = place(rect);
-    if (!bitmap || bitmap->width == 0 || bitmap->height == 0 || target.isEmpty()) return;
+    // Cairo cannot undo a scale that is next to nothing, and would not draw again.
+    constexpr double tiny = 1e-3;
+    if (!bitmap || bitmap->width == 0 || bitmap->height == 0) return;
+    if (target.size.width * scale_ < tiny || target.size.height * scale_ < tiny) return;
     const Surface source(surfaceOn(*bitmap));
     // A bitmap is rounded up to whole pixels: one of this very size is copied pixel by pixel, not stretched by a fraction.
     const Point origin{target.origin.x * scale_, target.origin.y * scale_};

@@ -1,0 +1,345 @@
+#include "Platforms/Cairo/CairoEngine.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <random>
+#include <vector>
+
+namespace videoanalysis::graphics {
+namespace {
+
+constexpr Color red{1, 0, 0, 1};
+
+/// A bitmap and its context.
+struct Canvas {
+    Bitmap bitmap;
+    std::unique_ptr<Context> context;
+
+    Canvas(int width, int height, double scale = 1)
+        : bitmap(width, height, scale), context(CairoEngine().makeContext(bitmap)) {}
+
+    std::uint32_t pixel(int x, int y) {
+        context->flush();
+        return bitmap.pixels[static_cast<std::size_t>(y) * static_cast<std::size_t>(bitmap.width) +
+                             static_cast<std::size_t>(x)];
+    }
+    int alpha(int x, int y) { return static_cast<int>(pixel(x, y) >> 24U); }
+    int channel(int x, int y, int shift) { return static_cast<int>(pixel(x, y) >> shift & 0xFFU); }
+};
+
+Path polyline(const std::vector<Point>& points) {
+    Path path;
+    for (std::size_t i = 1; i < points.size(); ++i) {
+        path.move(points[i - 1]);
+        path.addLine(points[i]);
+    }
+    return path;
+}
+
+void strokeRound(Context& context, const Path& path, double width) {
+    context.setShouldAntialias(false);
+    context.setLineCap(LineCap::round);
+    context.setLineWidth(width);
+    context.addPath(path);
+    context.strokePath();
+}
+
+/// The distance from `p` to a curve, found by trying many of its points.
+double distanceToCurve(Point p, Point from, Point control, Point to) {
+    double nearest = std::numeric_limits<double>::infinity();
+    for (int i = 0; i <= 400; ++i) {
+        const double t = i / 400.0;
+        const double x = (1 - t) * (1 - t) * from.x + 2 * t * (1 - t) * control.x + t * t * to.x;
+        const double y = (1 - t) * (1 - t) * from.y + 2 * t * (1 - t) * control.y + t * t * to.y;
+        nearest = std::min(nearest, std::hypot(p.x - x, p.y - y));
+    }
+    return nearest;
+}
+
+TEST(CairoEngine, FreehandStrokesColourThePixelsNearTheirCurve) {
+    std::mt19937 generator(3);
+    std::uniform_real_distribution<double> coordinate(-5, 45);
+    for (const double scale : {1.0, 1.5}) {
+        for (int round = 0; round < 60; ++round) {
+            const Point from{coordinate(generator), coordinate(generator)};
+            const Point control{coordinate(generator), coordinate(generator)};
+            const Point to{coordinate(generator), coordinate(generator)};
+            const double width = 1 + round % 7;
+            Path path;
+            path.move(from);
+            path.addQuadCurve(control, to);
+            Canvas canvas(static_cast<int>(40 * scale), static_cast<int>(40 * scale), scale);
+            canvas.context->setStrokeColor(red);
+            strokeRound(*canvas.context, path, width);
+            for (int y = 0; y < canvas.bitmap.height; ++y) {
+                for (int x = 0; x < canvas.bitmap.width; ++x) {
+                    const double distance = distanceToCurve({(x + 0.5) / scale, (y + 0.5) / scale}, from, control, to);
+                    const double margin = (distance - width / 2) * scale;
+                    const std::uint32_t pixel = canvas.pixel(x, y);
+                    if (std::abs(margin) < 0.2) continue;
+                    ASSERT_EQ(pixel, margin < 0 ? 0xFFFF0000U : 0U) << x << " " << y << " round " << round;
+                }
+            }
+        }
+    }
+}
+
+TEST(CairoEngine, AlphaCountsOnceWhereAStrokeCrossesItself) {
+    const Path crossing = polyline({{10, 10}, {50, 50}, {50, 10}, {10, 50}, {10, 10}, {50, 50}});
+    for (const BlendMode mode : {BlendMode::normal, BlendMode::screen}) {
+        Canvas canvas(60, 60);
+        canvas.context->setStrokeColor(red);
+        canvas.context->setAlpha(0.5);
+        canvas.context->setBlendMode(mode);
+        strokeRound(*canvas.context, crossing, 6);
+        const std::uint32_t once = canvas.pixel(30, 30);
+        EXPECT_NEAR(static_cast<int>(once >> 24U), 128, 1);
+        for (std::size_t i = 0; i < canvas.bitmap.pixels.size(); ++i)
+            EXPECT_TRUE(canvas.bitmap.pixels[i] == 0 || canvas.bitmap.pixels[i] == once) << i;
+    }
+    // With square ends Cairo strokes; the same holds.
+    Canvas canvas(60, 60);
+    canvas.context->setStrokeColor(red);
+    canvas.context->setAlpha(0.5);
+    canvas.context->setLineWidth(6);
+    canvas.context->setLineCap(LineCap::square);
+    canvas.context->addPath(crossing);
+    canvas.context->strokePath();
+    EXPECT_EQ(canvas.pixel(30, 30), canvas.pixel(20, 20));
+    EXPECT_NEAR(canvas.alpha(30, 30), 128, 1);
+}
+
+TEST(CairoEngine, AStrokeIsTheSamePieceByPiece) {
+    std::mt19937 generator(5);
+    std::uniform_real_distribution<double> coordinate(0, 80);
+    Path path;
+    for (int i = 0; i < 30; ++i) {
+        path.move({coordinate(generator), coordinate(generator)});
+        path.addQuadCurve({coordinate(generator), coordinate(generator)}, {coordinate(generator), coordinate(generator)});
+    }
+    const auto draw = [&](Canvas& canvas) {
+        canvas.context->setStrokeColor({0.2, 0.4, 0.6, 1});
+        canvas.context->setAlpha(0.7);
+        canvas.context->setShadow({}, 3, {1, 1, 0, 1});
+        strokeRound(*canvas.context, path, 4);
+    };
+    Canvas whole(80, 80);
+    draw(whole);
+    Canvas pieces(80, 80);
+    for (double y = 0; y < 80; y += 16) {
+        for (double x = 0; x < 80; x += 20) {
+            pieces.context->saveState();
+            pieces.context->clipToRect({x, y, 20, 16});
+            EXPECT_EQ(pieces.context->clipBoundingBox(), (Rect{x, y, 20, 16}));
+            draw(pieces);
+            pieces.context->restoreState();
+        }
+    }
+    EXPECT_EQ(whole.bitmap.pixels, pieces.bitmap.pixels);
+    EXPECT_EQ(pieces.context->clipBoundingBox(), (Rect{0, 0, 80, 80}));
+}
+
+TEST(CairoEngine, ErasingMakesHolesAndNeverColour) {
+    Canvas canvas(40, 20);
+    canvas.context->setFillColor({0.5, 0.25, 1, 0.8});
+    canvas.context->fillRect({0, 0, 20, 20});
+    canvas.context->saveState();
+    canvas.context->setBlendMode(BlendMode::clear);
+    canvas.context->setStrokeColor(red);
+    canvas.context->setAlpha(0);
+    strokeRound(*canvas.context, polyline({{5, 10}, {35, 10}}), 6);
+    canvas.context->restoreState();
+    for (int y = 8; y < 12; ++y)
+        for (int x = 3; x < 37; ++x) EXPECT_EQ(canvas.pixel(x, y), 0U);
+    EXPECT_GT(canvas.alpha(10, 3), 200);
+    EXPECT_GT(canvas.alpha(1, 1), 200);
+    EXPECT_EQ(canvas.pixel(30, 3), 0U);
+}
+
+TEST(CairoEngine, AShadowIsTheGaussianOfItsShape) {
+    // A wide bar: across it the shadow falls off like the error function.
+    for (const double scale : {1.0, 2.0}) {
+        for (const double blur : {2.0, 3.2, 10.0, 25.0}) {
+            Canvas canvas(static_cast<int>(120 * scale), static_cast<int>(120 * scale), scale);
+            canvas.context->setShadow({}, blur, {0, 0, 1, 1});
+            canvas.context->setStrokeColor(red);
+            strokeRound(*canvas.context, polyline({{-50, 60}, {170, 60}}), 20);
+            const double sigma = blur / 2;
+            for (int y = static_cast<int>(71 * scale); y < canvas.bitmap.height; ++y) {
+                const double fromMiddle = (y + 0.5) / scale - 60;
+                const auto below = [&](double edge) { return 0.5 * std::erfc((fromMiddle - edge) / sigma / std::sqrt(2)); };
+                const double expected = below(10) - below(-10);
+                EXPECT_NEAR(canvas.alpha(static_cast<int>(60 * scale), y), 255 * expected, 5) << "blur " << blur << " y " << y;
+                EXPECT_EQ(canvas.channel(static_cast<int>(60 * scale), y, 16), 0);
+            }
+            EXPECT_EQ(canvas.pixel(static_cast<int>(60 * scale), static_cast<int>(60 * scale)), 0xFFFF0000U);
+        }
+    }
+}
+
+TEST(CairoEngine, ShadowsFollowOffsetAlphaAndState) {
+    Canvas canvas(60, 60);
+    canvas.context->saveState();
+    canvas.context->setShadow({20, 10}, 0, {0, 1, 0, 0.5});
+    canvas.context->setAlpha(0.5);
+    canvas.context->setFillColor(red);
+    canvas.context->fillRect({5, 5, 10, 10});
+    canvas.context->restoreState();
+    EXPECT_NEAR(canvas.alpha(30, 20), 64, 2);
+    EXPECT_NEAR(canvas.channel(30, 20, 8), 64, 2);
+    EXPECT_NEAR(canvas.alpha(10, 10), 128, 2);
+    // After the state is restored nothing of it is left.
+    canvas.context->setFillColor(red);
+    canvas.context->fillRect({5, 40, 10, 10});
+    EXPECT_EQ(canvas.pixel(10, 45), 0xFFFF0000U);
+    EXPECT_EQ(canvas.pixel(30, 55), 0U);
+}
+
+TEST(CairoEngine, ScreenBrightens) {
+    Canvas canvas(20, 20);
+    canvas.context->setFillColor({0.5, 0.2, 0, 1});
+    canvas.context->fillRect({0, 0, 20, 20});
+    canvas.context->setBlendMode(BlendMode::screen);
+    canvas.context->setStrokeColor({0.5, 0.5, 0.5, 1});
+    strokeRound(*canvas.context, polyline({{0, 10}, {20, 10}}), 6);
+    EXPECT_NEAR(canvas.channel(10, 10, 16), 255 * 0.75, 2);
+    EXPECT_NEAR(canvas.channel(10, 10, 8), 255 * 0.6, 2);
+    EXPECT_NEAR(canvas.channel(10, 10, 0), 255 * 0.5, 2);
+    // The same by Cairo's own hand.
+    canvas.context->setFillColor({0.5, 0.5, 0.5, 1});
+    canvas.context->fillRect({0, 0, 20, 4});
+    for (const int shift : {0, 8, 16, 24}) EXPECT_NEAR(canvas.channel(10, 2, shift), canvas.channel(10, 10, shift), 1);
+}
+
+TEST(CairoEngine, ShapesAreNormalisedAndAntialiased) {
+    Canvas canvas(40, 40);
+    canvas.context->setFillColor(red);
+    canvas.context->fillRect({30, 20, -20, -10});
+    EXPECT_EQ(canvas.pixel(11, 11), 0xFFFF0000U);
+    EXPECT_EQ(canvas.pixel(29, 19), 0xFFFF0000U);
+    EXPECT_EQ(canvas.pixel(31, 15), 0U);
+    canvas.context->fillEllipse({35, 38, -30, -14});
+    EXPECT_EQ(canvas.pixel(20, 31), 0xFFFF0000U);
+    EXPECT_EQ(canvas.pixel(6, 25), 0U);
+    int soft = 0;
+    for (int y = 24; y < 38; ++y)
+        for (int x = 5; x < 35; ++x) soft += canvas.alpha(x, y) > 0 && canvas.alpha(x, y) < 255;
+    EXPECT_GT(soft, 20);
+
+    Canvas outline(40, 40);
+    outline.context->setStrokeColor(red);
+    outline.context->setLineWidth(4);
+    outline.context->strokeRect({30, 30, -20, -20});
+    EXPECT_EQ(outline.pixel(20, 20), 0U);
+    // Sharp corners, two points outside.
+    EXPECT_EQ(outline.pixel(8, 8), 0xFFFF0000U);
+    EXPECT_EQ(outline.pixel(31, 31), 0xFFFF0000U);
+    outline.context->strokeEllipse({10, 20, 20, 0});
+    EXPECT_EQ(outline.pixel(20, 20), 0xFFFF0000U);
+}
+
+TEST(CairoEngine, ClearingAndClippingTakeWholePixels) {
+    Canvas canvas(20, 20);
+    canvas.context->setFillColor(red);
+    canvas.context->setBlendMode(BlendMode::screen);
+    canvas.context->fillRect({0, 0, 20, 20});
+    canvas.context->clearRect({4.9, 4.9, 5.2, 5.2});
+    int cleared = 0;
+    for (const std::uint32_t pixel : canvas.bitmap.pixels) cleared += pixel == 0;
+    EXPECT_EQ(cleared, 7 * 7);
+    canvas.context->saveState();
+    canvas.context->clipToRect({4.9, 4.9, 5.2, 5.2});
+    canvas.context->clipToRect({0, 0, 100, 8});
+    EXPECT_EQ(canvas.context->clipBoundingBox(), (Rect{4, 4, 7, 4}));
+    canvas.context->fillRect({0, 0, 20, 20});
+    canvas.context->clipToRect({100, 100, 5, 5});
+    strokeRound(*canvas.context, polyline({{0, 0}, {20, 20}}), 30);
+    canvas.context->restoreState();
+    cleared = 0;
+    for (const std::uint32_t pixel : canvas.bitmap.pixels) cleared += pixel == 0;
+    EXPECT_EQ(cleared, 7 * 3);
+}
+
+TEST(CairoEngine, ImagesOfTheSizeOfTheirPlaceAreCopiedExactly) {
+    std::mt19937 generator(1);
+    for (const double scale : {1.0, 2.0}) {
+        // A view of 30.4 points has a bitmap of 31 (or 61) pixels.
+        const Size place{30.4, 20.7};
+        auto source = std::make_shared<Bitmap>(static_cast<int>(std::ceil(place.width * scale)),
+                                               static_cast<int>(std::ceil(place.height * scale)), scale);
+        for (std::uint32_t& pixel : source->pixels) pixel = 0xFF000000U | generator();
+        Canvas canvas(source->width, source->height, scale);
+        canvas.context->drawImage(Image(source), {{}, place});
+        canvas.context->flush();
+        EXPECT_EQ(canvas.bitmap.pixels, source->pixels);
+    }
+    auto corners = std::make_shared<Bitmap>(2, 1, 1);
+    corners->pixels = {0xFFFF0000U, 0xFF0000FFU};
+    Canvas canvas(40, 20);
+    canvas.context->setAlpha(0.5);
+    canvas.context->drawImage(Image(corners), {0, 0, 40, 10});
+    EXPECT_NEAR(canvas.channel(2, 5, 16), 128, 2);
+    EXPECT_NEAR(canvas.channel(37, 5, 0), 128, 2);
+    EXPECT_NEAR(canvas.alpha(0, 0), 128, 2);
+    EXPECT_EQ(canvas.pixel(20, 12), 0U);
+    // What is no bitmap draws nothing.
+    canvas.context->drawImage(Image::named("close"), {0, 0, 40, 20});
+    canvas.context->drawImage(Image(), {0, 0, 40, 20});
+    EXPECT_EQ(canvas.pixel(20, 12), 0U);
+}
+
+TEST(CairoEngine, AnyNumberIsBearable) {
+    const double nan = std::nan("");
+    const double infinity = std::numeric_limits<double>::infinity();
+    const std::vector<double> strange{nan, infinity, -infinity, 1e308, -1e308, 1e9, 0, -0.0, 5e-324};
+    Canvas canvas(16, 16, 2);
+    Context& context = *canvas.context;
+    for (const double a : strange) {
+        for (const double b : strange) {
+            context.saveState();
+            for (const bool isPen : {true, false}) {
+                context.setShouldAntialias(!isPen);
+                context.setLineCap(isPen ? LineCap::round : LineCap::square);
+                context.setStrokeColor({a, b, a, b});
+                context.setFillColor({b, a, b, a});
+                context.setShadow({a, b}, a, {b, b, b, 1});
+                context.setAlpha(b);
+                context.setLineWidth(a);
+                Path path;
+                path.move({a, b});
+                path.addQuadCurve({b, a}, {5, 5});
+                path.addLine({b, b});
+                context.addPath(path);
+                context.strokePath();
+                path = {};
+                path.move({a, b});
+                path.addQuadCurve({b, a}, {5, 5});
+                context.addPath(path);
+                context.setLineWidth(4);
+                context.strokePath();
+                const Rect rect{a, b, b, a};
+                context.fillRect(rect);
+                context.strokeRect(rect);
+                context.fillEllipse(rect);
+                context.strokeEllipse(rect);
+                context.clearRect(rect);
+                context.drawImage(Image(std::make_shared<Bitmap>(3, 3, 1)), rect);
+                context.clipToRect(rect);
+            }
+            context.restoreState();
+        }
+    }
+    context.restoreState();
+    // It still draws.
+    context.clearRect({0, 0, 8, 8});
+    context.setFillColor(red);
+    context.fillRect({0, 0, 8, 8});
+    EXPECT_EQ(canvas.pixel(3, 3), 0xFFFF0000U);
+}
+
+}  // namespace
+}  // namespace videoanalysis::graphics
