@@ -14,7 +14,8 @@ namespace {
 
 /// Cairo's coordinates are 24.8 fixed-point numbers; this leaves room for line widths.
 constexpr double maximumPixel = 1e6;
-constexpr double maximumSigma = 128;
+/// As for a line 160 pixels wide: wider ones keep this glow, and the mask stays near the size of the picture.
+constexpr double maximumSigma = 64;
 
 /// `value` within the limits; the lower one for what is not a number.
 double limited(double value, double low, double high) { return value > low ? std::min(value, high) : low; }

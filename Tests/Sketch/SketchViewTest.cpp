@@ -1,0 +1,511 @@
+#include "VideoAnalysis/Sketch/SketchView.h"
+
+#include "Platforms/Cairo/CairoEngine.h"
+#include "Platforms/Headless/HeadlessPlatform.h"
+#include "VideoAnalysis/Sketch/ArrowTool.h"
+#include "VideoAnalysis/Sketch/EraserTool.h"
+#include "VideoAnalysis/Sketch/PenTool.h"
+#include "VideoAnalysis/Sketch/RectTool.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace videoanalysis {
+namespace {
+
+/// Counts the contexts that are asked for: each is a bitmap drawn into.
+class CountingEngine final : public graphics::Engine {
+public:
+    explicit CountingEngine(int& count) : count_(count) {}
+    std::unique_ptr<graphics::Context> makeContext(Bitmap& bitmap) override {
+        ++count_;
+        return cairo_.makeContext(bitmap);
+    }
+
+private:
+    int& count_;
+    graphics::CairoEngine cairo_;
+};
+
+class Owner final : public SketchViewDelegate {
+public:
+    double time = 0;
+    bool isTimeBased = true;
+    std::vector<std::string> calls;
+    /// Asked at the end of a stroke.
+    std::function<void(SketchView&)> didEnd;
+
+    double currentTime() const override { return time; }
+    bool isTimeBasedDrawingsEnabled() const override { return isTimeBased; }
+    void drawViewWillBeginDraw(SketchView& view, SketchTool& tool) override {
+        calls.push_back("begin " + std::to_string(view.pathArray.size()) + (view.currentTool.get() == &tool ? " current" : ""));
+    }
+    void drawViewDidEndDraw(SketchView& view, SketchTool& tool) override {
+        calls.push_back("end " + std::to_string(view.pathArray.size()) + (view.currentTool.get() == &tool ? " current" : ""));
+        if (didEnd) didEnd(view);
+    }
+};
+
+class DirtyRegions final : public ui::ViewObserver {
+public:
+    std::vector<Rect> regions;
+    void viewDidChange(ui::View&, ui::Property) override {}
+    void viewNeedsDisplay(ui::View&, const Rect& rect) override { regions.push_back(rect); }
+};
+
+class SketchViewTest : public testing::Test {
+protected:
+    SketchViewTest() {
+        installPlatform(platform);
+        view->sketchViewDelegate = owner;
+    }
+    ~SketchViewTest() override { installPlatform(nullptr); }
+
+    void drag(const std::vector<Point>& points) {
+        view->beginDrawing(points.front());
+        for (std::size_t i = 1; i < points.size(); ++i) view->continueDrawing(points[i - 1], points[i]);
+        view->endDrawing();
+    }
+    /// Draws a horizontal line at height `y` and returns it.
+    std::shared_ptr<SketchTool> line(double y) {
+        view->drawTool = SketchToolType::line;
+        drag({{10, y}, {90, y}});
+        return view->pathArray.back();
+    }
+    /// What a person sees: the view drawn into its own transparent layer.
+    std::vector<std::uint32_t> picture(SketchView& shown) {
+        Bitmap layer(static_cast<int>(shown.bounds().size.width), static_cast<int>(shown.bounds().size.height), 1);
+        const auto context = graphics::CairoEngine().makeContext(layer);
+        const graphics::CurrentContextScope scope(*context);
+        shown.draw(shown.bounds());
+        context->flush();
+        return layer.pixels;
+    }
+    std::uint32_t seen(int x, int y) {
+        return picture(*view)[static_cast<std::size_t>(y) * static_cast<std::size_t>(view->bounds().size.width) +
+                              static_cast<std::size_t>(x)];
+    }
+    bool isSeen(int y) { return seen(50, y) != 0; }
+
+    int contexts = 0;
+    std::shared_ptr<HeadlessPlatform> platform =
+        std::make_shared<HeadlessPlatform>(std::make_unique<CountingEngine>(contexts));
+    std::shared_ptr<Owner> owner = std::make_shared<Owner>();
+    std::shared_ptr<SketchView> view = std::make_shared<SketchView>(Rect{0, 0, 100, 100});
+};
+
+TEST_F(SketchViewTest, BeginsEmpty) {
+    EXPECT_EQ(view->lineAlpha, 1);
+    EXPECT_EQ(view->lineWidth, 4);
+    EXPECT_EQ(view->lineColor, Color::black());
+    EXPECT_EQ(view->drawTool, SketchToolType::pen);
+    EXPECT_EQ(view->drawingPenType, PenType::normal);
+    EXPECT_EQ(view->drawMode, ImageRenderingMode::scale);
+    EXPECT_EQ(view->backgroundColor(), Color::clear());
+    EXPECT_FALSE(view->currentTool || view->currentPoint || view->previousPoint1 || view->previousPoint2);
+    EXPECT_TRUE(view->image().isEmpty() && view->stampImage.isEmpty() && view->backgroundImage.isEmpty());
+    EXPECT_FALSE(view->canUndo() || view->canRedo() || view->canUndoAll() || view->canRedoAll());
+    view->undo();
+    view->redo();
+    view->continueDrawing({1, 1}, {2, 2});
+    EXPECT_TRUE(view->pathArray.empty());
+    EXPECT_FALSE(view->currentPoint);
+}
+
+TEST_F(SketchViewTest, ATouchSequenceBecomesADrawing) {
+    view->lineWidth = 6;
+    view->lineColor = {1, 0, 0, 1};
+    view->lineAlpha = 0.5;
+    view->drawingPenType = PenType::blur;
+    owner->time = 2;
+    view->beginDrawing({10, 10});
+    ASSERT_EQ(view->pathArray.size(), 1U);
+    EXPECT_EQ(view->pathArray.front(), view->currentTool);
+    EXPECT_EQ(view->currentTool->time(), 0);
+    EXPECT_EQ(owner->calls, std::vector<std::string>{"begin 0 current"});
+    const auto pen = std::dynamic_pointer_cast<PenTool>(view->currentTool);
+    ASSERT_TRUE(pen);
+    EXPECT_EQ(pen->lineWidth(), 6);
+    EXPECT_EQ(pen->lineColor(), (Color{1, 0, 0, 1}));
+    EXPECT_EQ(pen->lineAlpha(), 0.5);
+    EXPECT_EQ(pen->drawingPenType(), PenType::blur);
+
+    // A change of the selected tool is for the next sequence.
+    view->drawTool = SketchToolType::arrow;
+    view->continueDrawing({10, 10}, {20, 10});
+    EXPECT_EQ(*view->previousPoint2, (Point{10, 10}));
+    EXPECT_EQ(*view->previousPoint1, (Point{10, 10}));
+    EXPECT_EQ(*view->currentPoint, (Point{20, 10}));
+    view->continueDrawing({20, 10}, {20, 30});
+    EXPECT_EQ(*view->previousPoint2, (Point{10, 10}));
+    EXPECT_EQ(pen->touchPoints(), (std::vector<Point>{{10, 10}, {20, 10}, {20, 30}}));
+    view->endDrawing();
+    EXPECT_EQ(pen->time(), 2);
+    EXPECT_FALSE(view->currentTool);
+    EXPECT_EQ(owner->calls.back(), "end 1 current");
+
+    // A sequence that never ended is ended by the next one.
+    view->beginDrawing({1, 1});
+    view->continueDrawing({1, 1}, {50, 60});
+    owner->time = 3;
+    view->beginDrawing({2, 2});
+    ASSERT_EQ(view->pathArray.size(), 3U);
+    EXPECT_EQ(view->pathArray[1]->time(), 3);
+    EXPECT_EQ(view->currentTool, view->pathArray[2]);
+    const auto& arrow = dynamic_cast<ArrowTool&>(*view->pathArray[1]);
+    EXPECT_EQ(arrow.firstPoint(), (Point{1, 1}));
+    EXPECT_EQ(arrow.lastPoint(), (Point{50, 60}));
+}
+
+TEST_F(SketchViewTest, WithoutADelegateStrokesCarryTheWallClock) {
+    view->sketchViewDelegate.reset();
+    const double time = line(50)->time();
+    EXPECT_NEAR(time, platform->wallClock(), 1);
+    EXPECT_GT(time, 1e8);
+    EXPECT_TRUE(isSeen(50));
+    // With a player that reaches no such time it is hidden.
+    view->sketchViewDelegate = owner;
+    owner->time = 100'000;
+    EXPECT_TRUE(view->updateCacheImage(true));
+    EXPECT_FALSE(isSeen(50));
+    EXPECT_FALSE(view->canUndo());
+    EXPECT_TRUE(view->canUndoAll());
+}
+
+TEST_F(SketchViewTest, ATranslucentStrokeCountsOnceWhileItIsDrawnAndAfter) {
+    view->lineColor = {1, 0, 0, 1};
+    view->lineAlpha = 0.5;
+    view->lineWidth = 10;
+    view->beginDrawing({10, 50});
+    for (const double x : {50.0, 90.0, 50.0, 10.0, 50.0, 90.0}) view->continueDrawing(*view->currentPoint, {x, 50});
+    const std::uint32_t live = seen(50, 50);
+    EXPECT_NEAR(static_cast<int>(live >> 24U), 128, 1);
+    // Rebuilding with every frame in the middle of the stroke does not bake it in.
+    view->updateCacheImage(true);
+    view->continueDrawing({90, 50}, {50, 50});
+    view->updateCacheImage(true);
+    EXPECT_EQ(seen(50, 50), live);
+    // The owner sees it once too, although it is in the list and current.
+    owner->didEnd = [&](SketchView& ended) { EXPECT_EQ(ended.image().bitmap()->pixels[50 * 100 + 50], live); };
+    view->endDrawing();
+    EXPECT_EQ(seen(50, 50), live);
+    EXPECT_EQ(owner->calls.size(), 2U);
+
+    // Without redraw the tool in progress is added to what is there; the next rebuild takes it out again.
+    view->beginDrawing({10, 20});
+    view->continueDrawing({10, 20}, {90, 20});
+    view->continueDrawing({90, 20}, {10, 20});
+    EXPECT_EQ(view->image().bitmap()->pixels[20 * 100 + 30], 0U);
+    EXPECT_TRUE(view->updateCacheImage(false));
+    EXPECT_NE(view->image().bitmap()->pixels[20 * 100 + 30], 0U);
+    EXPECT_TRUE(view->updateCacheImage(true));
+    EXPECT_EQ(view->image().bitmap()->pixels[20 * 100 + 30], 0U);
+}
+
+TEST_F(SketchViewTest, TheEraserMakesHolesLiveAndFinished) {
+    view->lineColor = {0, 0, 1, 1};
+    view->drawTool = SketchToolType::rectangleFill;
+    drag({{80, 80}, {20, 20}});
+    EXPECT_EQ(seen(50, 50), 0xFF0000FFU);
+    view->drawTool = SketchToolType::eraser;
+    view->beginDrawing({0, 50});
+    view->continueDrawing({0, 50}, {50, 50});
+    view->continueDrawing({50, 50}, {100, 50});
+    EXPECT_EQ(seen(50, 50), 0U);
+    view->endDrawing();
+    EXPECT_EQ(seen(50, 50), 0U);
+    EXPECT_EQ(seen(10, 50), 0U);
+    EXPECT_EQ(seen(50, 60), 0xFF0000FFU);
+    view->undo();
+    EXPECT_EQ(seen(50, 50), 0xFF0000FFU);
+}
+
+TEST_F(SketchViewTest, OneDrawingLeavesNothingForTheNext) {
+    view->drawingPenType = PenType::neon;
+    view->lineAlpha = 0.3;
+    view->lineColor = {0, 1, 0, 1};
+    drag({{10, 20}, {50, 20}, {90, 20}});
+    EXPECT_EQ(seen(40, 20), 0xFFFFFFFFU);
+    view->lineAlpha = 1;
+    view->lineColor = {1, 0, 0, 1};
+    line(70);
+    EXPECT_EQ(seen(50, 70), 0xFFFF0000U);
+    // No glow, and not half a colour over another.
+    EXPECT_EQ(seen(50, 75), 0U);
+}
+
+TEST_F(SketchViewTest, UndoAndRedoFollowTheTime) {
+    for (const double time : {1.0, 2.0, 3.0}) {
+        owner->time = time;
+        line(time * 20);
+    }
+    const auto first = view->pathArray[0], second = view->pathArray[1], third = view->pathArray[2];
+    owner->time = 0.5;
+    EXPECT_TRUE(view->updateCacheImage(true));
+    EXPECT_FALSE(isSeen(20));
+    EXPECT_FALSE(view->canUndo());
+    EXPECT_TRUE(view->canUndoAll());
+    view->undo();
+    EXPECT_EQ(view->pathArray.size(), 3U);
+
+    // Visible from its very moment on: at 2 seconds the second is, and is the one to undo.
+    owner->time = 2;
+    view->updateCacheImage(true);
+    EXPECT_TRUE(isSeen(20) && isSeen(40) && !isSeen(60));
+    view->undo();
+    EXPECT_EQ(view->pathArray, (std::vector{first, third}));
+    EXPECT_EQ(view->bufferArray, std::vector{second});
+    EXPECT_TRUE(isSeen(20) && !isSeen(40));
+    owner->time = 1.5;
+    EXPECT_FALSE(view->canRedo());
+    EXPECT_TRUE(view->canRedoAll());
+    view->redo();
+    EXPECT_EQ(view->bufferArray.size(), 1U);
+    owner->isTimeBased = false;
+    EXPECT_TRUE(view->canRedo());
+    view->updateCacheImage(true);
+    EXPECT_TRUE(isSeen(60));
+
+    // A new drawing leaves the undone one redoable, and redo puts it on top.
+    line(80);
+    view->redo();
+    EXPECT_EQ(view->pathArray.back(), second);
+    EXPECT_FALSE(view->canRedoAll());
+    EXPECT_TRUE(isSeen(40));
+    view->undo();
+    view->clear();
+    EXPECT_FALSE(view->canRedoAll() || view->canUndoAll());
+    EXPECT_FALSE(isSeen(20));
+}
+
+TEST_F(SketchViewTest, DrawingsOfOneIdGoTogether) {
+    line(20)->setId("same");
+    const auto other = line(40);
+    line(60)->setId("same");
+    view->undo();
+    EXPECT_EQ(view->pathArray, std::vector{other});
+    EXPECT_EQ(view->bufferArray.size(), 1U);
+    EXPECT_FALSE(isSeen(20));
+    EXPECT_FALSE(isSeen(60));
+}
+
+TEST_F(SketchViewTest, EverythingThatStartsAnewDropsTheToolInProgress) {
+    const auto begin = [&] {
+        view->beginDrawing({10, 10});
+        view->continueDrawing({10, 10}, {90, 90});
+    };
+    begin();
+    view->undo();
+    EXPECT_FALSE(view->currentTool);
+    EXPECT_TRUE(view->pathArray.empty());
+    // The rest of the touch sequence draws nothing, and nobody is told of an end.
+    view->continueDrawing({90, 90}, {10, 90});
+    view->endDrawing();
+    EXPECT_EQ(owner->calls, std::vector<std::string>{"begin 0 current"});
+    view->beginDrawing({1, 1});
+    view->redo();
+    EXPECT_FALSE(view->currentTool);
+    begin();
+    view->clear();
+    EXPECT_FALSE(view->currentTool);
+    begin();
+    view->loadImage(Image(), ImageRenderingMode::scale);
+    EXPECT_FALSE(view->currentTool);
+    EXPECT_TRUE(view->pathArray.empty());
+}
+
+TEST_F(SketchViewTest, DrawingsKeepTheirPlaceWhenTheBoundsChange) {
+    view->drawTool = SketchToolType::rectangleStroke;
+    drag({{20, 20}, {60, 80}});
+    view->drawTool = SketchToolType::pen;
+    drag({{10, 10}, {20, 40}, {50, 60}});
+    view->undo();
+    view->setFrame({0, 0, 200, 50});
+    const auto& rectangle = dynamic_cast<RectTool&>(*view->pathArray[0]);
+    EXPECT_EQ(rectangle.firstPoint(), (Point{40, 10}));
+    EXPECT_EQ(rectangle.lastPoint(), (Point{120, 40}));
+    EXPECT_EQ(dynamic_cast<PenTool&>(*view->bufferArray[0]).touchPoints(), (std::vector<Point>{{20, 5}, {40, 20}, {100, 30}}));
+    EXPECT_EQ(view->image().size(), (Size{200, 50}));
+    EXPECT_NE(seen(40, 20), 0U);
+
+    // A view that was folded away for a moment goes on from its last real bounds.
+    view->setFrame({0, 0, 0, 50});
+    EXPECT_TRUE(view->image().isEmpty());
+    EXPECT_FALSE(view->updateCacheImage(true));
+    view->setFrame({0, 0, 0, 0});
+    view->setFrame({30, 30, 100, 100});
+    EXPECT_EQ(rectangle.firstPoint(), (Point{20, 20}));
+    EXPECT_EQ(rectangle.lastPoint(), (Point{60, 80}));
+    EXPECT_EQ(*view->lastKnownBounds, (Rect{0, 0, 100, 100}));
+    EXPECT_NE(seen(20, 50), 0U);
+    // A move alone changes nothing.
+    const int before = contexts;
+    view->setFrame({0, 0, 100, 100});
+    EXPECT_EQ(contexts, before);
+}
+
+TEST_F(SketchViewTest, ABackgroundLiesUnderTheDrawings) {
+    auto background = std::make_shared<Bitmap>(50, 50, 1);
+    std::fill(background->pixels.begin(), background->pixels.end(), 0xFF00FF00U);
+    line(90);
+    view->loadImage(Image(background), ImageRenderingMode::scale);
+    EXPECT_FALSE(view->canUndoAll());
+    EXPECT_EQ(seen(99, 99), 0xFF00FF00U);
+    view->loadImage(Image(background), ImageRenderingMode::original);
+    EXPECT_EQ(seen(49, 49), 0xFF00FF00U);
+    EXPECT_EQ(seen(51, 51), 0U);
+    line(25);
+    EXPECT_EQ(seen(30, 25), 0xFF000000U);
+    view->clear();
+    EXPECT_EQ(seen(30, 25), 0xFF00FF00U);
+}
+
+TEST_F(SketchViewTest, OnlyTheRegionOfANewSegmentIsDisplayed) {
+    DirtyRegions dirty;
+    view->setObserver(&dirty);
+    view->beginDrawing({50, 50});
+    EXPECT_TRUE(dirty.regions.empty());
+    view->continueDrawing({50, 50}, {54, 58});
+    EXPECT_EQ(dirty.regions, (std::vector<Rect>{{42, 42, 2 + 16, 4 + 16}}));
+    view->endDrawing();
+    EXPECT_EQ(dirty.regions.back(), view->bounds());
+    dirty.regions.clear();
+    view->drawTool = SketchToolType::line;
+    view->beginDrawing({50, 50});
+    view->continueDrawing({50, 50}, {54, 58});
+    EXPECT_EQ(dirty.regions, (std::vector<Rect>{view->bounds()}));
+    view->setObserver(nullptr);
+}
+
+TEST_F(SketchViewTest, RegionByRegionAStrokeLooksLikeItsWhole) {
+    std::mt19937 generator(11);
+    std::uniform_real_distribution<double> step(-9, 9);
+    for (const PenType type : {PenType::normal, PenType::blur, PenType::neon}) {
+        view->clear();
+        view->drawingPenType = type;
+        view->lineAlpha = 0.6;
+        DirtyRegions dirty;
+        view->setObserver(&dirty);
+        Bitmap layer(100, 100, 1);
+        const auto context = graphics::CairoEngine().makeContext(layer);
+        view->updateCacheImage(true);
+        view->beginDrawing({50, 50});
+        Point point{50, 50};
+        for (int i = 0; i < 150; ++i) {
+            const Point next{std::clamp(point.x + step(generator), 0.0, 100.0),
+                             std::clamp(point.y + step(generator), 0.0, 100.0)};
+            dirty.regions.clear();
+            view->continueDrawing(point, next);
+            point = next;
+            const graphics::CurrentContextScope scope(*context);
+            for (const Rect& region : dirty.regions) {
+                context->clearRect(region);
+                view->draw(region);
+            }
+        }
+        context->flush();
+        EXPECT_EQ(layer.pixels, picture(*view)) << static_cast<int>(type);
+        view->endDrawing();
+        EXPECT_EQ(layer.pixels, picture(*view)) << static_cast<int>(type);
+        view->setObserver(nullptr);
+    }
+}
+
+TEST_F(SketchViewTest, ARebuildThatChangesNothingDrawsNothing) {
+    for (const double time : {1.0, 2.0, 3.0}) {
+        owner->time = time;
+        line(time * 20);
+    }
+    const auto draws = [&] {
+        const int before = contexts;
+        const bool hasChanged = view->updateCacheImage(true);
+        EXPECT_EQ(hasChanged, contexts != before);
+        return hasChanged;
+    };
+    EXPECT_FALSE(draws());
+    owner->time = 100;
+    EXPECT_FALSE(draws());
+    owner->time = 2.5;
+    EXPECT_TRUE(draws());
+    EXPECT_FALSE(draws());
+    view->pathArray[0]->setLineColor({1, 1, 0, 1});
+    EXPECT_TRUE(draws());
+    EXPECT_EQ(seen(50, 20), 0xFFFFFF00U);
+    std::swap(view->pathArray[0], view->pathArray[1]);
+    EXPECT_TRUE(draws());
+    view->drawMode = ImageRenderingMode::original;
+    EXPECT_TRUE(draws());
+    platform->screen.pixelsPerPoint = 2;
+    EXPECT_TRUE(draws());
+    EXPECT_EQ(view->image().bitmap()->width, 200);
+    EXPECT_FALSE(draws());
+    // Whoever keeps an earlier picture keeps it as it was.
+    const std::shared_ptr<const Bitmap> kept = view->image().bitmap();
+    const std::vector<std::uint32_t> pixels = kept->pixels;
+    owner->time = 3;
+    EXPECT_TRUE(draws());
+    EXPECT_EQ(kept->pixels, pixels);
+    EXPECT_NE(view->image().bitmap()->pixels, pixels);
+}
+
+TEST_F(SketchViewTest, WhatIsShownIsAlwaysAFullRebuild) {
+    std::mt19937 generator(17);
+    const auto random = [&](int count) { return static_cast<int>(generator() % static_cast<unsigned>(count)); };
+    const auto point = [&] { return Point{random(1000) / 10.0, random(1000) / 10.0}; };
+    auto background = std::make_shared<Bitmap>(40, 40, 1);
+    std::fill(background->pixels.begin(), background->pixels.end(), 0x80004000U);
+    int skipped = 0;
+    for (int step = 0; step < 1500; ++step) {
+        switch (random(14)) {
+        case 0:
+        case 1:
+        case 2:
+            view->drawTool = static_cast<SketchToolType>(random(8));
+            view->drawingPenType = static_cast<PenType>(random(3));
+            view->lineColor = {random(2) * 1.0, random(2) * 1.0, random(2) * 0.5, 1};
+            view->lineAlpha = random(3) / 2.0;
+            view->lineWidth = 1 + random(9);
+            view->beginDrawing(point());
+            break;
+        case 3:
+        case 4:
+            if (view->currentPoint) view->continueDrawing(*view->currentPoint, point());
+            break;
+        case 5: view->endDrawing(); break;
+        case 6: view->undo(); break;
+        case 7: view->redo(); break;
+        case 8: owner->time = random(40); break;
+        case 9: owner->isTimeBased = random(4) > 0; break;
+        case 10:
+            if (random(6) == 0) view->setFrame({0, 0, 60.0 + random(60), 60.0 + random(60)});
+            break;
+        case 11:
+            if (!view->pathArray.empty()) view->pathArray[generator() % view->pathArray.size()]->setLineAlpha(random(3) / 2.0);
+            break;
+        case 12:
+            if (random(20) == 0) view->loadImage(Image(background), static_cast<ImageRenderingMode>(random(2)));
+            break;
+        case 13: owner->time += 1; break;
+        }
+        if (!view->updateCacheImage(true)) ++skipped;
+
+        // The same drawings in a view that has never drawn before. The two share the tools.
+        SketchView fresh;
+        fresh.sketchViewDelegate = owner;
+        fresh.backgroundImage = view->backgroundImage;
+        fresh.drawMode = view->drawMode;
+        fresh.setFrame(view->frame());
+        fresh.pathArray = view->pathArray;
+        fresh.currentTool = view->currentTool;
+        fresh.updateCacheImage(true);
+        ASSERT_EQ(picture(*view), picture(fresh)) << "step " << step;
+    }
+    EXPECT_GT(skipped, 200);
+}
+
+}  // namespace
+}  // namespace videoanalysis
