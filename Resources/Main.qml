@@ -96,16 +96,18 @@ Storyboard {
                 outlet: "drawingShapeView visibleViews"
                 solid: true
                 x: 12
-                // Half-way down; where players are stacked, half-way between the top bar and the upper one's controls.
-                y: areStacked ? barHeight + Math.max(12, (parent.height / 2 - hudHeight - barHeight - height) / 2)
-                              : (parent.height - height) / 2
-                width: 52
-                height: tools.implicitHeight + toggle.height + 3 * 4
+                // Half-way down; where players are stacked, half-way between the top bar and the upper one's controls. Where
+                // that is not high enough, the strip lies.
+                y: isFlat ? topBar.height + 8
+                   : areStacked ? topBar.height + Math.max(2, (parent.height / 2 - hudHeight - topBar.height - height) / 2)
+                   : (parent.height - height) / 2
+                width: isFlat ? tools.implicitWidth + toggle.width + 3 * 4 : 52
+                height: isFlat ? 52 : tools.implicitHeight + toggle.height + 3 * 4
 
                 readonly property bool isEmpty: tools.hidden
                 readonly property bool areStacked: controls.count > 1 && parent.height >= parent.width
-                readonly property real barHeight: topBar.height
-                readonly property real hudHeight: parent.width < 448 ? 152 : 100
+                readonly property bool isFlat: areStacked && parent.height / 2 - hudHeight - topBar.height < 120
+                readonly property real hudHeight: parent.width < 448 ? 200 : 148
 
                 Rectangle {
                     anchors.fill: parent
@@ -117,9 +119,10 @@ Storyboard {
                     id: tools
                     outlet: "drawingToolsStackView"
                     spacing: 8
+                    horizontal: strip.isFlat
                     x: 4
                     y: 4
-                    width: 44
+                    width: implicitWidth
                     height: implicitHeight
 
                     GlyphButton {
@@ -174,10 +177,12 @@ Storyboard {
                             anchors.fill: parent
                             radius: 8
                             color: Theme.panel
+                            visible: !strip.isFlat
                         }
                         Icon {
                             anchors.fill: parent
                             anchors.margins: 2
+                            visible: !strip.isFlat
                             image: marker.image
                             color: marker.tintColor
                         }
@@ -185,9 +190,9 @@ Storyboard {
                 }
                 Item {
                     id: toggle
-                    x: 4
-                    anchors.bottom: parent.bottom
-                    anchors.bottomMargin: 4
+                    x: parent.width - 48
+                    y: parent.height - 48
+                    rotation: strip.isFlat ? -90 : 0
                     width: 44
                     height: 44
                     visible: !strip.isEmpty

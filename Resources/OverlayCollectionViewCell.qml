@@ -56,7 +56,7 @@ OverlayCell {
             solid: true
             anchors.bottom: parent.bottom
             width: parent.width
-            height: rows.y + rows.height + 8
+            height: rows.y + rows.height + (hud.hasMediaControls ? 52 : 8)
 
             Rectangle {
                 anchors.fill: parent
@@ -117,45 +117,57 @@ OverlayCell {
                         glyph: "clear"
                     }
                 }
-                View {
-                    outlet: "mediaControlView"
-                    anchors.fill: parent
-
-                    Row {
-                        x: hud.isNarrow ? 0 : Math.max((parent.width - width) / 2, history.width + 16)
-                        spacing: 8
-
-                        GlyphButton {
-                            outlet: "rewindButton"
-                            hint: qsTr("One frame back")
-                            glyph: "step_back"
-                        }
-                        GlyphButton {
-                            outlet: "playPauseButton"
-                            hint: qsTr("Play or pause")
-                            glyph: "play.fill"
-                        }
-                        GlyphButton {
-                            outlet: "forwardButton"
-                            hint: qsTr("One frame forward")
-                            glyph: "step_forward"
-                        }
-                    }
-                    GlyphButton {
-                        id: rate
-                        outlet: "videoPlayRateSelectorButton"
-                        hint: qsTr("Playback rate")
-                        anchors.right: parent.right
-                        anchors.rightMargin: 52
-                        anchors.bottom: parent.bottom
-                    }
-                }
                 GlyphButton {
                     outlet: "changeFillModeButton"
                     hint: qsTr("How the picture fills its place")
                     glyph: "fill_mode"
                     anchors.right: parent.right
                     anchors.bottom: parent.bottom
+                }
+            }
+            View {
+                outlet: "mediaControlView"
+                y: rows.y
+                width: parent.width
+                height: parent.height - y
+
+                Row {
+                    x: hud.isNarrow ? 12 : Math.max((parent.width - width) / 2, history.width + 28)
+                    spacing: 8
+
+                    GlyphButton {
+                        outlet: "rewindButton"
+                        hint: qsTr("One frame back")
+                        glyph: "step_back"
+                    }
+                    GlyphButton {
+                        outlet: "playPauseButton"
+                        hint: qsTr("Play or pause")
+                        glyph: "play.fill"
+                    }
+                    GlyphButton {
+                        outlet: "forwardButton"
+                        hint: qsTr("One frame forward")
+                        glyph: "step_forward"
+                    }
+                }
+                GlyphButton {
+                    id: rate
+                    outlet: "videoPlayRateSelectorButton"
+                    hint: qsTr("Playback rate")
+                    anchors.right: parent.right
+                    anchors.rightMargin: 64
+                    y: rows.height - height
+                }
+                Timeline {
+                    outlet: "timelineView"
+                    y: rows.height + 4
+                    width: parent.width
+                    height: 44
+                    markColor: Theme.accent
+
+                    Accessible.role: Accessible.ScrollBar
+                    Accessible.name: qsTr("Frame by frame")
                 }
             }
         }

@@ -50,6 +50,7 @@ struct QtPresenter::Screen {
     std::weak_ptr<ui::ViewController> presenting;  ///< none for an overlay
     QPointer<QQuickItem> item;
     ui::ViewController::Completion completion;
+    bool isOverlay = false;
     bool isAnimated = false;
     bool willAppearIsDone = false;
     bool didAppearIsDone = false;
@@ -129,6 +130,7 @@ void QtPresenter::showOverlay(std::shared_ptr<ui::ViewController> root) {
     if (find(root)) return;
     auto screen = std::make_shared<Screen>();
     screen->controller = std::move(root);
+    screen->isOverlay = true;
     appear(screen, true);
 }
 
@@ -144,10 +146,9 @@ void QtPresenter::appear(const std::shared_ptr<Screen>& screen, bool animated) {
         screen->item = itemOf(*screen->controller);  // loads the view
         screen->willAppear();
         if (screen->item && self->window_) {
-            const bool isOverlay = screen->presenting.expired();
             screen->item->setParentItem(self->window_->contentItem());
             screen->item->setSize(self->window_->contentItem()->size());
-            screen->item->setZ(isOverlay ? overlayLayer : screenLayer);
+            screen->item->setZ(screen->isOverlay ? overlayLayer : screenLayer);
             screen->item->setOpacity(animated ? 0 : 1);
             screen->item->setVisible(true);
             fade(*screen->item, 1, animated);

@@ -40,18 +40,23 @@ void StackViewItem::componentComplete() {
     layOut();
 }
 
+void StackViewItem::setHorizontal(bool horizontal) {
+    isHorizontal_ = horizontal;
+    layOut();
+}
+
 void StackViewItem::layOut() {
-    double bottom = 0;
+    double end = 0;
     double widest = 0;
     for (QQuickItem* child : childItems()) {
         auto* button = qobject_cast<ButtonItem*>(child);
         if (!button || button->view()->isHidden()) continue;
-        if (bottom > 0) bottom += spacing_;
-        button->setY(bottom);
-        bottom += button->height();
-        widest = std::max(widest, button->width());
+        if (end > 0) end += spacing_;
+        button->setPosition(isHorizontal_ ? QPointF(end, 0) : QPointF(0, end));
+        end += isHorizontal_ ? button->width() : button->height();
+        widest = std::max(widest, isHorizontal_ ? button->height() : button->width());
     }
-    setImplicitSize(widest, bottom);
+    setImplicitSize(isHorizontal_ ? end : widest, isHorizontal_ ? widest : end);
 }
 
 }  // namespace videoanalysis

@@ -1,5 +1,5 @@
 #pragma once
-// The item of a stack view: its buttons stand below one another, hidden ones take no room. It lays out when the component
+// The item of a stack view: its buttons stand below or beside one another, hidden ones take no room. It lays out when the component
 // asks for it, so that what is read after a layout is true at once.
 
 #include "Platforms/QtQuick/ViewItem.h"
@@ -11,9 +11,14 @@ class StackViewItem : public ViewItem {
     Q_OBJECT
     /// Points between two buttons.
     Q_PROPERTY(double spacing MEMBER spacing_)
+    /// Beside one another.
+    Q_PROPERTY(bool horizontal READ isHorizontal WRITE setHorizontal)
 
 public:
     explicit StackViewItem(QQuickItem* parent = nullptr);
+
+    bool isHorizontal() const { return isHorizontal_; }
+    void setHorizontal(bool horizontal);
 
 protected:
     void itemChange(ItemChange change, const ItemChangeData& value) override;
@@ -23,6 +28,7 @@ private:
     void layOut();
 
     double spacing_ = 0;
+    bool isHorizontal_ = false;
 };
 
 }  // namespace videoanalysis
