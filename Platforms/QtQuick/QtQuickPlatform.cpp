@@ -53,7 +53,7 @@ private:
     std::shared_ptr<QtTimer> self_;  ///< while it is valid: nobody else need keep it
 };
 
-/// The window stands for the device, its contents for the screen.
+/// The window stands for the device and its screen.
 class WindowDevice : public ui::Device, public ui::Screen {
 public:
     explicit WindowDevice(QQuickWindow& window) : window_(&window) {}
@@ -67,7 +67,7 @@ public:
     int systemVersion() const override { return 14; }
 
     Size size() const override {
-        return window_ ? Size{window_->contentItem()->width(), window_->contentItem()->height()} : Size{};
+        return window_ ? Size{static_cast<double>(window_->width()), static_cast<double>(window_->height())} : Size{};
     }
     double scale() const override { return window_ ? window_->effectiveDevicePixelRatio() : 1; }
 

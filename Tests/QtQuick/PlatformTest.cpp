@@ -1,0 +1,155 @@
+#include "Platforms/QtQuick/QtQuickPlatform.h"
+
+#include "Host/ScreenDriver.h"
+#include "Platforms/Cairo/CairoEngine.h"
+#include "Platforms/FFmpeg/FFmpegEngine.h"
+#include "VideoAnalysis/Platform/Dispatch.h"
+#include "VideoAnalysis/Platform/Recording.h"
+#include "VideoAnalysis/Platform/UI/Device.h"
+#include "VideoAnalysis/Platform/UI/ViewController.h"
+
+#include <QQuickWindow>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace videoanalysis {
+namespace {
+
+using host::ScreenDriver;
+
+class QtQuickPlatformTest : public testing::Test {
+protected:
+    void SetUp() override {
+        window.resize(800, 600);
+        platform = std::make_shared<QtQuickPlatform>(window, std::make_unique<media::FFmpegEngine>(),
+                                                     std::make_unique<graphics::CairoEngine>());
+        installPlatform(platform);
+    }
+
+    QQuickWindow window;
+    std::shared_ptr<QtQuickPlatform> platform;
+};
+
+TEST_F(QtQuickPlatformTest, PostsFromAnyThreadRunInOrderOnTheMainThread) {
+    std::vector<int> order;
+    const auto mainThread = std::this_thread::get_id();
+    std::thread([&] {
+        dispatch::mainQueue().asyncAfter(0.05, [&] {
+            EXPECT_EQ(std::this_thread::get_id(), mainThread);
+            order.push_back(3);
+        });
+        for (int i = 0; i < 3; ++i) {
+            dispatch::mainQueue().async([&, i] {
+                EXPECT_EQ(std::this_thread::get_id(), mainThread);
+                order.push_back(i);
+            });
+        }
+    }).join();
+    EXPECT_TRUE(order.empty());
+    EXPECT_TRUE(ScreenDriver::wait([&] { return order.size() == 4; }));
+    EXPECT_EQ(order, (std::vector<int>{0, 1, 2, 3}));
+}
+
+// A chain that never ends must not keep the window from its events.
+TEST_F(QtQuickPlatformTest, AnEndlessChainOfPostsLeavesRoomForTimers) {
+    bool goOn = true;
+    long hops = 0;
+    std::function<void()> hop = [&] {
+        ++hops;
+        if (goOn) dispatch::mainQueue().async([&] { hop(); });
+    };
+    dispatch::mainQueue().async([&] { hop(); });
+    int ticks = 0;
+    const auto timer = platform->scheduleTimer(0.005, true, [&] { ++ticks; });
+    EXPECT_TRUE(ScreenDriver::wait([&] { return ticks >= 5; }, 3000));
+    EXPECT_GT(hops, 1000) << "and the chain goes on meanwhile";
+    goOn = false;
+    timer->invalidate();
+    EXPECT_FALSE(timer->isValid());
+    ScreenDriver::wait(30);
+    const int stopped = ticks;
+    ScreenDriver::wait(30);
+    EXPECT_EQ(ticks, stopped);
+}
+
+TEST_F(QtQuickPlatformTest, AnswersForItsSurroundings) {
+    EXPECT_EQ(platform->device().orientation(), ui::DeviceOrientation::landscapeLeft);
+    window.resize(600, 800);
+    ScreenDriver::wait(10);
+    EXPECT_EQ(platform->device().orientation(), ui::DeviceOrientation::portrait);
+    EXPECT_EQ(platform->mainScreen().size(), (Size{600, 800}));
+
+    const std::string folder = platform->temporaryDirectory();
+    EXPECT_TRUE(std::filesystem::is_directory(folder));
+    EXPECT_EQ(platform->temporaryDirectory(), folder);
+
+    recording::Error error;
+    EXPECT_FALSE(platform->screenRecorder().isAvailable());
+    platform->screenRecorder().startRecording([&](recording::Error answer) { error = answer; });
+    EXPECT_FALSE(error) << "answers come later";
+    EXPECT_TRUE(ScreenDriver::wait([&] { return error.has_value(); }));
+}
+
+/// Writes down what happens to it.
+class Diary : public ui::ViewController {
+public:
+    std::vector<std::string> entries;
+
+    void viewDidLoad() override { entries.emplace_back("loaded"); }
+    void viewWillAppear(bool) override { entries.emplace_back("will appear"); }
+    void viewDidAppear(bool) override { entries.emplace_back("did appear"); }
+    void viewWillDisappear(bool) override { entries.emplace_back("will disappear"); }
+    void viewDidDisappear(bool) override { entries.emplace_back("did disappear"); }
+};
+
+// The window is never shown here: appearance must not depend on frames being painted.
+TEST_F(QtQuickPlatformTest, AppearanceIsToldOnceInOrderAndNeverFromInsideTheCall) {
+    const auto start = platform->viewController(*window.contentItem());
+    for (const bool animated : {true, false}) {
+        SCOPED_TRACE(animated);
+        const auto diary = std::make_shared<Diary>();
+        start->present(diary, animated, [&] { diary->entries.emplace_back("presented"); });
+        EXPECT_TRUE(diary->entries.empty());
+        EXPECT_EQ(start->presentedViewController(), diary);
+        EXPECT_TRUE(ScreenDriver::wait([&] { return diary->entries.size() == 4; }));
+        diary->dismiss(animated, [&] { diary->entries.emplace_back("dismissed"); });
+        EXPECT_EQ(diary->entries.size(), 4U);
+        EXPECT_TRUE(ScreenDriver::wait([&] { return diary->entries.size() == 7; }));
+        ScreenDriver::wait(250);
+        EXPECT_EQ(diary->entries, (std::vector<std::string>{"loaded", "will appear", "did appear", "presented",
+                                                            "will disappear", "did disappear", "dismissed"}));
+        EXPECT_EQ(start->presentedViewController(), nullptr);
+    }
+}
+
+TEST_F(QtQuickPlatformTest, ADismissalInTheMiddleOfAPresentationCompletesBoth) {
+    const auto start = platform->viewController(*window.contentItem());
+    const auto first = std::make_shared<Diary>();
+    const auto second = std::make_shared<Diary>();
+    start->present(first, true, [&] { first->entries.emplace_back("presented"); });
+    first->dismiss(true, [&] { first->entries.emplace_back("dismissed"); });
+    start->present(second, true, {});  // over the one that is on its way out
+    EXPECT_TRUE(ScreenDriver::wait([&] { return second->entries.size() == 3 && first->entries.size() >= 6; }));
+    ScreenDriver::wait(250);
+    EXPECT_EQ(std::count(first->entries.begin(), first->entries.end(), "presented"), 1);
+    EXPECT_EQ(first->entries.back(), "dismissed");
+    EXPECT_EQ(std::count(first->entries.begin(), first->entries.end(), "did appear"), 1);
+    EXPECT_EQ(std::count(first->entries.begin(), first->entries.end(), "did disappear"), 1);
+    EXPECT_EQ(second->entries.back(), "did appear");
+
+    bool hasCompleted = false;
+    first->dismiss(true, [&] { hasCompleted = true; });  // it is not on the screen
+    EXPECT_FALSE(hasCompleted);
+    EXPECT_TRUE(ScreenDriver::wait([&] { return hasCompleted; }));
+    second->dismiss(false, {});
+    ScreenDriver::wait(30);
+    EXPECT_EQ(second->entries.back(), "did disappear");
+}
+
+}  // namespace
+}  // namespace videoanalysis

@@ -1,0 +1,139 @@
+#include "QtQuick/OpenScreen.h"
+
+#include "VideoAnalysis/Platform/Media.h"
+
+#include <QtTest/QTest>
+
+namespace videoanalysis {
+namespace {
+
+class PlaybackTest : public OpenScreen {
+protected:
+    void SetUp() override { open({clip("h264.mp4"), clip("h264.mp4")}); }
+};
+
+// The number in the pixels of the window, not only the player's word for it, follows every control.
+TEST_F(PlaybackTest, PlayingPausingAndSteppingShowExactlyTheFramesTheySay) {
+    EXPECT_EQ(shownFrame(0), 0);
+    EXPECT_EQ(shownFrame(1), 0);
+
+    ASSERT_TRUE(screen->click("playPauseButton", 0));
+    ASSERT_TRUE(screen->wait([&] { return screen->frameIndex(0).value_or(0) >= 10; }));
+    ASSERT_TRUE(screen->click("playPauseButton", 0));
+    ASSERT_TRUE(screen->wait([&] { return screen->player(0)->rate() == 0; }));
+    settle();
+    const std::int64_t paused = *screen->frameIndex(0);
+    EXPECT_EQ(shownFrame(0), paused);
+
+    for (int i = 0; i < 3; ++i) ASSERT_TRUE(screen->click("forwardButton", 0));
+    waitForFrame(0, paused + 3);
+    ASSERT_TRUE(screen->click("rewindButton", 0));
+    waitForFrame(0, paused + 2);
+    settle();
+    EXPECT_EQ(shownFrame(0), paused + 2);
+    EXPECT_EQ(shownFrame(1), 0) << "the other player stays where it is";
+}
+
+TEST_F(PlaybackTest, HoldingTheStepButtonRunsInTensAndItsReleaseIsNoFurtherStep) {
+    const QPoint button = host::ScreenDriver::rectOf(screen->item("forwardButton", 1)).center().toPoint();
+    QTest::mousePress(&host->window(), Qt::LeftButton, {}, button);
+    ASSERT_TRUE(screen->wait([&] { return screen->frameIndex(1).value_or(0) >= 20; }));
+    QTest::mouseRelease(&host->window(), Qt::LeftButton, {}, button);
+    settle();
+    const std::int64_t released = *screen->frameIndex(1);
+    EXPECT_EQ(released % 10, 0);
+    screen->wait(400);
+    EXPECT_EQ(screen->frameIndex(1), released);
+    EXPECT_EQ(shownFrame(1), released);
+}
+
+TEST_F(PlaybackTest, TheSeekBarTakesThePictureWhereItsThumbIsDragged) {
+    const QRectF bar = host::ScreenDriver::rectOf(screen->item("seekbar", 0));
+    screen->drawWithMouse({{bar.left() + 20, bar.center().y()}, {bar.center().x(), bar.center().y()}});
+    ASSERT_TRUE(screen->wait([&] { return std::abs(screen->frameIndex(0).value_or(0) - 60) <= 1; }));
+    settle();
+    EXPECT_EQ(shownFrame(0), screen->frameIndex(0));
+    EXPECT_EQ(screen->frameIndex(1), 0);
+}
+
+TEST_F(PlaybackTest, LockedPlayersMoveTogetherAndOnlyTheLastKeepsItsMediaControls) {
+    EXPECT_EQ(screen->items("seekbar").size(), 2U);
+    ASSERT_TRUE(screen->click("lockPlaybackButton"));
+    ASSERT_TRUE(screen->wait([&] { return screen->items("seekbar").size() == 1; }));
+    ASSERT_TRUE(screen->click("forwardButton"));
+    ASSERT_TRUE(screen->click("forwardButton"));
+    waitForFrame(0, 2);
+    waitForFrame(1, 2);
+    settle();
+    EXPECT_EQ(shownFrame(0), 2);
+    EXPECT_EQ(shownFrame(1), 2);
+}
+
+TEST_F(PlaybackTest, ARateIsChosenInAPanelThatTakesNoPressesWhileItIsAway) {
+    const auto selector = [&](std::size_t index) { return screen->item("videoPlayRateSelectorButton", index); };
+    EXPECT_TRUE(screen->items("videoPlaybackSpeedButtons").empty());
+    ASSERT_TRUE(screen->click("videoPlayRateSelectorButton", 0));
+    ASSERT_TRUE(screen->wait([&] { return screen->items("videoPlaybackSpeedButtons").size() == 7; }));
+    screen->wait(400);
+    ASSERT_TRUE(screen->click("videoPlaybackSpeedButtons", 2));
+    EXPECT_TRUE(screen->wait([&] { return selector(0)->property("title") == "0.5x"; }));
+    EXPECT_TRUE(screen->wait([&] { return screen->items("videoPlaybackSpeedButtons").empty(); }));
+    EXPECT_EQ(selector(1)->property("title"), "1x");
+
+    ASSERT_TRUE(screen->click("playPauseButton", 0));
+    EXPECT_TRUE(screen->wait([&] { return screen->player(0)->rate() == 0.5F; }));
+}
+
+TEST_F(PlaybackTest, TheKeyboardReachesTheControls) {
+    QQuickItem* forward = screen->item("forwardButton", 0);
+    forward->forceActiveFocus(Qt::TabFocusReason);
+    EXPECT_TRUE(forward->property("focusVisible").toBool());
+    QTest::keyClick(&host->window(), Qt::Key_Space);
+    waitForFrame(0, 1);
+    QTest::keyClick(&host->window(), Qt::Key_Tab);
+    EXPECT_FALSE(forward->property("focusVisible").toBool());
+    ASSERT_TRUE(screen->click("forwardButton", 0));
+    EXPECT_FALSE(forward->property("focusVisible").toBool()) << "the ring is for the keyboard only";
+}
+
+// The picture may fill its place, in which case it is cut off at its cell and does not reach into the neighbour's.
+TEST_F(PlaybackTest, TheFillModeChangesThePictureNotItsNeighbour) {
+    const QRectF fitted = screen->pictureOf(0);
+    const QImage before = screen->grab();
+    ASSERT_TRUE(screen->click("changeFillModeButton", 0));
+    ASSERT_TRUE(screen->wait([&] { return screen->pictureOf(0).height() > fitted.height() * 1.5; }));
+    settle();
+    const QImage after = screen->grab();
+    EXPECT_GT(screen->pictureOf(0).width(), 1000);
+    const QRect neighbour = screen->pictureOf(1).toAlignedRect().adjusted(2, 0, -2, 0);
+    EXPECT_EQ(after.copy(neighbour), before.copy(neighbour));
+    EXPECT_NE(after.pixelColor(320, 150), before.pixelColor(320, 150)) << "what was empty above the picture is filled";
+}
+
+class BrokenClipTest : public OpenScreen {};
+
+TEST_F(BrokenClipTest, AClipThatCannotBeReadIsReportedOnceAndLeavesTheOtherAlone) {
+    for (const char* name : {"text.mp4", "empty.mp4", "audio-only.mp4", "missing.mp4"}) {
+        SCOPED_TRACE(name);
+        reports.clear();
+        open({clip(name), clip("h264.mp4")});
+        EXPECT_EQ(reports.size(), 1);
+        EXPECT_TRUE(reports.value(0).contains(QLatin1String(name)));
+        EXPECT_FALSE(reports.value(0).contains(QLatin1Char('\n')));
+        // The first player's cell shows its notice instead of a blank rectangle.
+        const QImage window = screen->grab();
+        const QRect middle(QPoint(320, 400) - QPoint(150, 60), QSize(300, 120));
+        int bright = 0;
+        for (int y = middle.top(); y <= middle.bottom(); ++y) {
+            for (int x = middle.left(); x <= middle.right(); ++x) bright += window.pixelColor(x, y).lightness() > 100;
+        }
+        EXPECT_GT(bright, 200);
+        ASSERT_TRUE(screen->click("forwardButton", 1));
+        waitForFrame(1, 1);
+        EXPECT_EQ(shownFrame(1), 1);
+        close();
+    }
+}
+
+}  // namespace
+}  // namespace videoanalysis
