@@ -117,6 +117,7 @@ Item {
         }
         FileDialog {
             id: fileDialog
+            parentWindow: root.Window.window
             nameFilters: [qsTr("Videos (*.mp4 *.mov *.m4v *.mkv *.webm *.avi)"), qsTr("All files (*)")]
             onAccepted: host.chooseFile(selectedFile)
         }

@@ -101,18 +101,20 @@ Storyboard {
                 y: isFlat ? topBar.height + 8
                    : areStacked ? topBar.height + Math.max(2, (parent.height / 2 - hudHeight - topBar.height - height) / 2)
                    : (parent.height - height) / 2
-                width: isFlat ? tools.implicitWidth + toggle.width + 3 * 4 : 52
+                width: !isFlat ? 52 : coversClipButtons ? parent.width - 24 : flatWidth
                 height: isFlat ? 52 : tools.implicitHeight + toggle.height + 3 * 4
 
                 readonly property bool isEmpty: tools.hidden
                 readonly property bool areStacked: controls.count > 1 && parent.height >= parent.width
                 readonly property bool isFlat: areStacked && parent.height / 2 - hudHeight - topBar.height < 120
+                readonly property real flatWidth: tools.implicitWidth + toggle.width + 3 * 4
+                readonly property bool coversClipButtons: isFlat && flatWidth > parent.width - 24 - 104
                 readonly property real hudHeight: parent.width < 448 ? 200 : 148
 
                 Rectangle {
                     anchors.fill: parent
                     radius: 10
-                    color: strip.backgroundColor
+                    color: strip.coversClipButtons ? Theme.ground : strip.backgroundColor
                     visible: !strip.isEmpty
                 }
                 StackView {

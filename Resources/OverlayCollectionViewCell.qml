@@ -74,8 +74,8 @@ OverlayCell {
                 id: position
                 outlet: "positionLabel"
                 anchors.right: parent.right
-                anchors.rightMargin: 16
-                y: hud.isNarrow ? rows.y : seekbar.y
+                anchors.rightMargin: hud.hasMediaControls ? 16 : 64
+                y: hud.isNarrow || !hud.hasMediaControls ? rows.y : seekbar.y
                 width: Math.max(112, positionText.implicitWidth)
                 height: 44
 
