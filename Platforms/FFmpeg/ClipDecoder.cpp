@@ -5,8 +5,8 @@
 
 namespace videoanalysis::media {
 
-std::unique_ptr<ClipDecoder> ClipDecoder::make(std::unique_ptr<ClipFile> file, int threads, std::int64_t maxPixels,
-                                               std::string& error) {
+std::unique_ptr<ClipDecoder> ClipDecoder::make(std::unique_ptr<ClipFile> file, std::shared_ptr<PicturePool> pool, int threads,
+                                               std::int64_t maxPixels, std::string& error) {
     const AVCodecParameters* parameters = file->stream()->codecpar;
     const AVCodec* codec = avcodec_find_decoder(parameters->codec_id);
     if (!codec) {
@@ -26,12 +26,19 @@ std::unique_ptr<ClipDecoder> ClipDecoder::make(std::unique_ptr<ClipFile> file, i
     context->pkt_timebase = decoder->file_->stream()->time_base;
     context->thread_count = threads;
     context->max_pixels = maxPixels;
+    decoder->pool_ = std::move(pool);
+    decoder->pool_->serve(*context);
     if (result >= 0) result = avcodec_open2(context, codec, nullptr);
     if (result < 0) {
         error = libraryError(result);
         return nullptr;
     }
     return decoder;
+}
+
+ClipDecoder::~ClipDecoder() {
+    codec_ = nullptr;
+    if (pool_) pool_->leave();
 }
 
 bool ClipDecoder::start(std::int64_t startPacket) {

@@ -4,6 +4,7 @@
 
 #include "Platforms/FFmpeg/ClipFile.h"
 #include "Platforms/FFmpeg/ClipIndex.h"
+#include "Platforms/FFmpeg/PicturePool.h"
 
 #include <cstdint>
 #include <memory>
@@ -16,8 +17,12 @@ class ClipDecoder {
 public:
     /// `threads` as for the library: 0 for as many as the machine has cores. `maxPixels` limits a picture's size. Null on
     /// failure, with the reason in `error`.
-    static std::unique_ptr<ClipDecoder> make(std::unique_ptr<ClipFile> file, int threads, std::int64_t maxPixels,
-                                             std::string& error);
+    static std::unique_ptr<ClipDecoder> make(std::unique_ptr<ClipFile> file, std::shared_ptr<PicturePool> pool, int threads,
+                                             std::int64_t maxPixels, std::string& error);
+
+    ClipDecoder(const ClipDecoder&) = delete;
+    ClipDecoder& operator=(const ClipDecoder&) = delete;
+    ~ClipDecoder();
 
     ClipFile& file() { return *file_; }
     /// A longer index of the same clip.
@@ -47,6 +52,7 @@ private:
     bool reach(std::int64_t startPacket);
 
     std::unique_ptr<ClipFile> file_;
+    std::shared_ptr<PicturePool> pool_;  // before the decoder that uses it
     CodecContextHandle codec_;
     PacketHandle packet_;
     bool hasPacket_ = false;  // `packet_` is still to be sent

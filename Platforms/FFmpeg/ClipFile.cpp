@@ -7,6 +7,7 @@ extern "C" {
 #include <sys/stat.h>
 
 #include <limits>
+#include <string_view>
 
 namespace videoanalysis::media {
 namespace {
@@ -28,6 +29,22 @@ bool locationOf(const URL& url, std::string& location, const char*& protocols) {
         protocols = "https,tls,tcp";
     } else {
         return false;
+    }
+    return true;
+}
+
+/// Whether the header says of every stream what decoding takes, so that nothing has to be decoded to find out.
+bool isDescribedByItsHeader(const AVFormatContext& format) {
+    if (!std::string_view(format.iformat->name).starts_with("mov,")) return false;
+    for (unsigned i = 0; i < format.nb_streams; ++i) {
+        const AVCodecParameters& parameters = *format.streams[i]->codecpar;
+        if (parameters.codec_type == AVMEDIA_TYPE_VIDEO &&
+            (parameters.codec_id == AV_CODEC_ID_NONE || parameters.width <= 0 || parameters.height <= 0)) {
+            return false;
+        }
+        if (parameters.codec_type == AVMEDIA_TYPE_AUDIO && (parameters.codec_id == AV_CODEC_ID_NONE || parameters.sample_rate <= 0)) {
+            return false;
+        }
     }
     return true;
 }
@@ -82,10 +99,12 @@ std::unique_ptr<ClipFile> ClipFile::open(const URL& url, Content content, const 
         return nullptr;
     }
     file->format_.reset(format);
-    result = avformat_find_stream_info(format, nullptr);
-    if (result < 0) {
-        error = libraryError(result);
-        return nullptr;
+    if (!isDescribedByItsHeader(*format)) {
+        result = avformat_find_stream_info(format, nullptr);
+        if (result < 0) {
+            error = libraryError(result);
+            return nullptr;
+        }
     }
 
     const AVMediaType type = content == Content::video ? AVMEDIA_TYPE_VIDEO : AVMEDIA_TYPE_AUDIO;

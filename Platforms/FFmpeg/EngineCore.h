@@ -3,6 +3,7 @@
 
 #include "Platforms/FFmpeg/FFmpegEngine.h"
 #include "Platforms/FFmpeg/FrameCache.h"
+#include "Platforms/FFmpeg/PicturePool.h"
 #include "Platforms/FFmpeg/SteadyTimer.h"
 #include "Platforms/FFmpeg/ThreadKeeper.h"
 
@@ -17,6 +18,7 @@ struct EngineCore {
 
     const FFmpegOptions options;
     const std::shared_ptr<FrameCache> cache;
+    const std::shared_ptr<PicturePool> pictures = std::make_shared<PicturePool>();
     const std::shared_ptr<AudioSink> audioSink;  // null for silence
     SteadyTimer timer;
     ThreadKeeper threads;

@@ -1,6 +1,7 @@
 #include "Platforms/FFmpeg/FrameCache.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <utility>
 
 namespace videoanalysis::media {
@@ -17,12 +18,19 @@ void FrameCache::closeClip(ClipNumber clip) {
     clips_.erase(clip);
 }
 
-void FrameCache::setPlayhead(ClipNumber clip, std::int64_t frame, bool isBackward) {
+void FrameCache::setPlayhead(ClipNumber clip, std::int64_t frame, Travel travel) {
     const std::lock_guard lock(mutex_);
     const auto found = clips_.find(clip);
     if (found == clips_.end()) return;
     found->second.playhead = frame;
-    found->second.isBackward = isBackward;
+    found->second.travel = travel;
+    // Going forward, the memory of frames long passed serves the next ones better than fresh memory.
+    auto& frames = found->second.frames;
+    while (travel == Travel::forward && !frames.empty() && frames.begin()->first < frame - framesKeptBehind) {
+        found->second.bytes -= frames.begin()->second->byteCount();
+        frames.erase(frames.begin());
+        ++evictions_;
+    }
 }
 
 void FrameCache::insert(ClipNumber number, std::shared_ptr<const DecodedFrame> frame) {
@@ -40,7 +48,8 @@ void FrameCache::trim(Clip& clip) {
     constexpr std::int64_t weightOfFramesLeftBehind = 4;
     const std::size_t limit = share();
     const auto cost = [&clip](std::int64_t frame) {
-        const std::int64_t ahead = clip.isBackward ? clip.playhead - frame : frame - clip.playhead;
+        if (clip.travel == Travel::none) return std::abs(frame - clip.playhead);
+        const std::int64_t ahead = clip.travel == Travel::backward ? clip.playhead - frame : frame - clip.playhead;
         return ahead >= 0 ? ahead : -ahead * weightOfFramesLeftBehind;
     };
     while (clip.bytes > limit && clip.frames.size() > static_cast<std::size_t>(minFramesPerClip)) {

@@ -12,6 +12,9 @@
 
 namespace videoanalysis::media {
 
+/// Where the frames asked for are going: `none` after a seek.
+enum class Travel { none, forward, backward };
+
 struct CacheStatistics {
     std::size_t budget = 0;  ///< bytes
     std::size_t bytes = 0;   ///< held now
@@ -31,15 +34,18 @@ public:
     /// However small the budget, a clip keeps this many frames: what stepping and playing need to go on at all.
     static constexpr std::int64_t minFramesPerClip = 4;
 
+    /// Going forward, a clip keeps no more than this many frames that it has left behind.
+    static constexpr std::int64_t framesKeptBehind = 64;
+
     explicit FrameCache(std::size_t budget) : budget_(budget) {}
 
     /// A clip's share is the budget divided by the clips that are open.
     ClipNumber openClip();
     void closeClip(ClipNumber clip);
 
-    /// Which frame the clip stands at, and whether it travels backward: the frames farthest from it go first, those that
-    /// it leaves behind before those that it comes to.
-    void setPlayhead(ClipNumber clip, std::int64_t frame, bool isBackward);
+    /// Which frame the clip stands at, and where it travels: the frames farthest from it go first, those that it leaves
+    /// behind before those that it comes to.
+    void setPlayhead(ClipNumber clip, std::int64_t frame, Travel travel);
     /// Puts a frame in and takes out what exceeds the clip's share, which may be that very frame.
     void insert(ClipNumber clip, std::shared_ptr<const DecodedFrame> frame);
     /// Null when it is not there.
@@ -61,7 +67,7 @@ private:
         std::map<std::int64_t, std::shared_ptr<const DecodedFrame>> frames;
         std::size_t bytes = 0;
         std::int64_t playhead = 0;
-        bool isBackward = false;
+        Travel travel = Travel::none;
     };
 
     std::size_t share() const { return budget_ / (clips_.empty() ? 1 : clips_.size()); }

@@ -37,8 +37,9 @@ double pixelAspectOf(AVFormatContext* format, AVStream* stream, AVFrame* picture
 
 }  // namespace
 
-FrameLoader::FrameLoader(URL url, LoaderOptions options, std::shared_ptr<FrameCache> cache, std::function<void()> notify)
-    : url_(std::move(url)), options_(options), cache_(std::move(cache)), clip_(cache_->openClip()),
+FrameLoader::FrameLoader(URL url, LoaderOptions options, std::shared_ptr<FrameCache> cache,
+                         std::shared_ptr<PicturePool> pool, std::function<void()> notify)
+    : url_(std::move(url)), options_(options), cache_(std::move(cache)), pool_(std::move(pool)), clip_(cache_->openClip()),
       notify_(std::move(notify)), requestTime_(Clock::now()) {}
 
 FrameLoader::~FrameLoader() { cache_->closeClip(clip_); }
@@ -66,7 +67,7 @@ void FrameLoader::moveTo(std::int64_t frame, bool isThere, std::int64_t request,
         isPlaying_ = false;
         requestTime_ = Clock::now();
     }
-    cache_->setPlayhead(clip_, frame, travel == Travel::backward);
+    cache_->setPlayhead(clip_, frame, travel);
     changed_.notify_all();
 }
 
@@ -79,7 +80,7 @@ void FrameLoader::playTo(std::int64_t frame, bool isThere) {
         isPlaying_ = true;
         isLate_ = !isThere;
     }
-    cache_->setPlayhead(clip_, frame, false);
+    cache_->setPlayhead(clip_, frame, Travel::forward);
     changed_.notify_all();
 }
 
@@ -88,7 +89,7 @@ void FrameLoader::run() {
     std::string error;
     std::thread scanner([this] { scan(); });
     file = ClipFile::open(url_, ClipFile::Content::video, isStopping_, error);
-    if (file) decoder_ = ClipDecoder::make(std::move(file), options_.decoderThreads, options_.maxPixels, error);
+    if (file) decoder_ = ClipDecoder::make(std::move(file), pool_, options_.decoderThreads, options_.maxPixels, error);
     if (!decoder_) tell(&News::openingError, std::move(error));
 
     while (decoder_ && !isStopping_) {
@@ -207,11 +208,14 @@ std::optional<FrameLoader::Goal> FrameLoader::nextGoal(std::optional<Clock::time
             return std::nullopt;
         }
     }
-    // The cache holds what is behind at a quarter of the worth of what is ahead: both sides must fit in that proportion.
+    // While travelling, the cache holds what is left behind at a quarter of the worth of what is ahead: both sides must fit
+    // in that proportion. After a seek, most of what is decoded is behind: going back is what cannot be done at once.
     const bool isBackward = travel_ == Travel::backward;
     const std::int64_t ahead = travel_ == Travel::forward ? std::min<std::int64_t>(capacity * 2 / 5, 32)
                                                           : std::min<std::int64_t>(capacity / 8, 8);
-    const std::int64_t behind = isBackward ? capacity * 3 / 4 : std::min<std::int64_t>(capacity / 6, 24);
+    const std::int64_t behind = isBackward                 ? capacity * 3 / 4
+                                : travel_ == Travel::none ? capacity * 2 / 5
+                                                          : std::min<std::int64_t>(capacity / 6, 24);
     const std::int64_t highest = std::min(playhead_ + ahead, last);
     const std::int64_t lowest = std::max<std::int64_t>(playhead_ - behind, 0);
     for (const bool goesBack : {isBackward, !isBackward}) {
@@ -223,12 +227,12 @@ std::optional<FrameLoader::Goal> FrameLoader::nextGoal(std::optional<Clock::time
 }
 
 FrameLoader::Goal FrameLoader::backwardGoal(std::int64_t missing, std::int64_t lowest) const {
-    // All frames from the key frame on must be decoded anyway to get this one, so the ones just before it are kept with it.
-    // Close to the playhead few of them, since the one that is waited for comes last.
+    // All frames from the key frame on must be decoded anyway to get this one, so as many as there is room for are kept with
+    // it: another pass over them would cost nearly as much again.
+    constexpr std::int64_t leastKept = 24;
     const std::int64_t groupStart = index_->firstFrameFrom(index_->startPacketFor(missing));
     const std::int64_t way = std::max<std::int64_t>(missing - groupStart, 0);
-    const std::int64_t inReserve = playhead_ - missing;
-    std::int64_t kept = inReserve < 8 ? std::max<std::int64_t>(12, way / 3) : std::max<std::int64_t>(48, way);
+    std::int64_t kept = std::max(leastKept, way + 1);
     if (frameBytes_ != 0) kept = std::min(kept, cache_->capacity(frameBytes_) * 3 / 4);
     std::int64_t keepFrom = std::max(missing - kept + 1, lowest);
     // Reaching into a group before this one pays when the groups are short.
@@ -261,6 +265,7 @@ void FrameLoader::pursue(const Goal& goal) {
         }
     }
 
+    isJumping_ = goal.isJump;
     std::int64_t number = 0;
     const ClipDecoder::Result result = decoder_->next(runKeepFrom_, picture_, number);
     if (result == ClipDecoder::Result::pending) {
@@ -286,9 +291,11 @@ void FrameLoader::take(FrameHandle picture, std::int64_t number) {
     const std::shared_ptr<const AVFrame> shared(picture.release(), LibraryDeleter{});
     auto frame = std::make_shared<const DecodedFrame>(shared, orientation, pixelAspect, number, time);
     frameBytes_ = frame->byteCount();
+    const bool isFirst = lastPicture_ == nullptr;  // of this run
     lastPicture_ = frame;
     newestPicture_ = frame;
-    cache_->insert(clip_, frame);
+    // On a long way to a frame sought, what is passed is not worth the memory; its key frame may be sought again.
+    if (number >= runKeepFrom_ || !isJumping_ || isFirst) cache_->insert(clip_, frame);
     {
         const std::lock_guard lock(mutex_);
         const Clock::time_point now = Clock::now();

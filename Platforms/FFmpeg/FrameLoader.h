@@ -28,9 +28,6 @@ struct LoaderOptions {
     friend bool operator==(const LoaderOptions&, const LoaderOptions&) = default;
 };
 
-/// Where the frames asked for are going: `none` after a seek.
-enum class Travel { none, forward, backward };
-
 class FrameLoader {
 public:
     using Clock = std::chrono::steady_clock;
@@ -53,7 +50,8 @@ public:
     };
 
     /// `notify` is called on the loader's threads, without a lock, when there is news that has not been taken.
-    FrameLoader(URL url, LoaderOptions options, std::shared_ptr<FrameCache> cache, std::function<void()> notify);
+    FrameLoader(URL url, LoaderOptions options, std::shared_ptr<FrameCache> cache, std::shared_ptr<PicturePool> pool,
+                std::function<void()> notify);
     FrameLoader(const FrameLoader&) = delete;
     FrameLoader& operator=(const FrameLoader&) = delete;
     ~FrameLoader();
@@ -97,6 +95,7 @@ private:
     const URL url_;
     const LoaderOptions options_;
     const std::shared_ptr<FrameCache> cache_;
+    const std::shared_ptr<PicturePool> pool_;
     const FrameCache::ClipNumber clip_;
     const std::function<void()> notify_;
     std::atomic<bool> isStopping_{false};
@@ -119,6 +118,7 @@ private:
     std::shared_ptr<const ClipIndex> decodedIndex_;
     FrameHandle picture_;
     std::int64_t runKeepFrom_ = 0;
+    bool isJumping_ = false;
     std::size_t frameBytes_ = 0;  // 0 until the first picture
     std::int64_t packetsWithoutPicture_ = 0;
     std::shared_ptr<const DecodedFrame> lastPicture_;    // of this run

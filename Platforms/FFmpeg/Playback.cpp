@@ -33,7 +33,7 @@ std::shared_ptr<Playback> Playback::open(std::shared_ptr<EngineCore> core, const
     };
     playback->loader_ = std::make_shared<FrameLoader>(
         url, LoaderOptions{options.decoderThreads, options.maxPixels, options.prefetchDelay}, playback->core_->cache,
-        notify);
+        playback->core_->pictures, notify);
     playback->core_->threads.start([loader = playback->loader_] { loader->run(); });
     return playback;
 }

@@ -1,0 +1,273 @@
+// How quickly frames come: stepping back, seeking, opening, two players at once. On high definition at 60 frames a second
+// with 250 frames from one key frame to the next, which is what stepping back is hardest with.
+
+#include "Benchmarks/Benchmark.h"
+#include "Benchmarks/MpvPeer.h"
+#include "Platforms/FFmpeg/ClipDecoder.h"
+#include "Platforms/FFmpeg/FFmpegEngine.h"
+#include "Platforms/Headless/HeadlessPlatform.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace videoanalysis::bench {
+namespace {
+
+using media::FFmpegEngine;
+using media::Player;
+using media::Time;
+
+const std::string longGroups = VIDEOANALYSIS_BENCH_CLIPS_DIR "/long-group.mp4";
+constexpr int rate = 60;
+constexpr int frameCount = 600;
+constexpr double notMeasured = std::numeric_limits<double>::quiet_NaN();
+
+double wallTime() { return now(Clock::wall); }
+
+/// A fresh engine and the main loop that its players live in.
+class Bench {
+public:
+    Bench() { installPlatform(platform_); }
+
+    /// Milliseconds until `isDone`; not a number when that takes more than 30 s.
+    double turnUntil(const std::function<bool()>& isDone) {
+        const double start = wallTime();
+        while (!isDone()) {
+            if (!platform_->queue.runTurn()) std::this_thread::sleep_for(std::chrono::microseconds(50));
+            if (wallTime() - start > 30000) return notMeasured;
+        }
+        return wallTime() - start;
+    }
+    void turnFor(double milliseconds) {
+        const double end = wallTime() + milliseconds;
+        turnUntil([&] { return wallTime() >= end; });
+    }
+    std::shared_ptr<Player> make(const std::string& path) { return engine.makePlayer(engine.makePlayerItem(URL(path))); }
+    std::shared_ptr<Player> open(const std::string& path) {
+        std::shared_ptr<Player> player = make(path);
+        turnUntil([&] { return player->currentItem()->status() != media::ItemStatus::unknown; });
+        return player;
+    }
+    double seek(Player& player, int frame) {
+        player.seek(Time(frame, rate), Time::zero(), Time::zero());
+        return turnUntil([&] { return player.currentFrame()->index() == frame; });
+    }
+
+private:
+    std::shared_ptr<HeadlessPlatform> platform_ = std::make_shared<HeadlessPlatform>();
+
+public:
+    FFmpegEngine engine;
+};
+
+/// Steps all players back `count` frames, one every `interval` milliseconds or as soon as the one before is shown, whichever
+/// is later. The milliseconds from each request to its frame.
+std::vector<double> stepBack(Bench& bench, const std::vector<std::shared_ptr<Player>>& players, int from, int count,
+                             double interval) {
+    std::vector<double> waits;
+    double due = wallTime() + interval;
+    for (int step = 1; step <= count; ++step) {
+        if (interval > 0) bench.turnFor(std::max(due - wallTime(), 0.0));
+        for (const auto& player : players) player->currentItem()->step(-1);
+        waits.push_back(bench.turnUntil([&] {
+            return std::all_of(players.begin(), players.end(),
+                               [&](const auto& player) { return player->currentFrame()->index() == from - step; });
+        }));
+        due = std::max(due + interval, wallTime());
+    }
+    return waits;
+}
+
+double longest(const std::vector<double>& waits) { return *std::max_element(waits.begin(), waits.end()); }
+
+void measureStepping(Report& report, MpvPeer* peer) {
+    {
+        Bench bench;
+        const auto player = bench.open(longGroups);
+        bench.seek(*player, 350);
+        const auto waits = stepBack(bench, {player}, 350, 200, 1000.0 / 30);
+        report.value("back at 30 a second, 95th percentile", percentile(waits, 0.95), "ms", 2);
+        report.value("back at 30 a second, longest stall", longest(waits), "ms", 100);
+    }
+    {
+        Bench bench;
+        const auto player = bench.open(longGroups);
+        bench.seek(*player, 350);
+        const double start = wallTime();
+        const auto waits = stepBack(bench, {player}, 350, 200, 0);
+        const double milliseconds = (wallTime() - start) / 200;
+        if (peer) {
+            peer->open(longGroups);
+            peer->seekExactly(350.0 / rate);
+            std::vector<double> steps;
+            for (int i = 0; i < 8; ++i) steps.push_back(peer->stepBack());
+            report.against("back flat out, each frame", milliseconds, "ms", "mpv", median(steps), 0.01);
+        } else {
+            report.value("back flat out, each frame", milliseconds, "ms");
+        }
+        report.value("back flat out, longest stall", longest(waits), "ms", 400);
+    }
+    {
+        Bench bench;
+        const std::vector players{bench.open(longGroups), bench.open(longGroups)};
+        for (const auto& player : players) bench.seek(*player, 350);
+        report.value("two players back at 15 a second, longest stall",
+                     longest(stepBack(bench, players, 350, 150, 1000.0 / 15)), "ms", 200);
+    }
+}
+
+/// Milliseconds that decoding takes for each frame, one after the other.
+double sequentialDecoding() {
+    std::atomic<bool> isCancelled{false};
+    std::string error;
+    auto scanned = media::ClipFile::open(URL(longGroups), media::ClipFile::Content::video, isCancelled, error);
+    auto file = media::ClipFile::open(URL(longGroups), media::ClipFile::Content::video, isCancelled, error);
+    if (!scanned || !file) return notMeasured;
+    media::ClipIndexBuilder builder(scanned->stream()->time_base, scanned->stream()->avg_frame_rate);
+    const media::PacketHandle packet(av_packet_alloc());
+    while (scanned->read(packet.get()) >= 0) {
+        builder.add(*packet);
+        av_packet_unref(packet.get());
+    }
+    const auto decoder = media::ClipDecoder::make(std::move(file), std::make_shared<media::PicturePool>(), 0, std::int64_t{1} << 30, error);
+    if (!decoder) return notMeasured;
+    decoder->setIndex(builder.snapshot(true));
+    decoder->start(0);
+    media::FrameHandle picture;
+    std::int64_t number = 0;
+    double start = wallTime();
+    int decoded = -20;  // the first ones fill the pipeline
+    while (decoded < 200) {
+        const auto result = decoder->next(0, picture, number);
+        if (result == media::ClipDecoder::Result::frame && ++decoded == 0) start = wallTime();
+        if (result == media::ClipDecoder::Result::end) return notMeasured;
+    }
+    return (wallTime() - start) / 200;
+}
+
+void measureForward(Report& report) {
+    std::vector<double> ours;
+    std::vector<double> bare;
+    for (int round = 0; round < 3; ++round) {
+        bare.push_back(sequentialDecoding());
+        Bench bench;
+        const auto player = bench.open(longGroups);
+        const auto forward = [&](int from, int to) {
+            for (int frame = from; frame <= to; ++frame) {
+                player->currentItem()->step(1);
+                bench.turnUntil([&] { return player->currentFrame()->index() == frame; });
+            }
+        };
+        forward(1, 60);  // beyond what opening has decoded ahead
+        const double start = wallTime();
+        forward(61, 260);
+        ours.push_back((wallTime() - start) / 200);
+    }
+    report.against("forward step", median(ours), "ms", "decoding in sequence", median(bare), 1.1);
+}
+
+void measureSeeking(Report& report, MpvPeer* peer) {
+    std::mt19937 random(7);
+    std::vector<double> ours;
+    std::vector<double> theirs;
+    if (peer) peer->open(longGroups);
+    for (int round = 0; round < 24; ++round) {
+        const int frame = static_cast<int>(random() % frameCount);
+        if (peer) theirs.push_back(peer->seekExactly((frame + 0.5) / rate));
+        Bench bench;  // its cache is empty
+        const auto player = bench.open(longGroups);
+        bench.turnFor(60);
+        ours.push_back(bench.seek(*player, frame));
+    }
+    if (peer) {
+        report.against("exact seek, uncached", median(ours), "ms", "mpv", median(theirs), 1.0);
+    } else {
+        report.value("exact seek, uncached", median(ours), "ms");
+    }
+
+    // A finger drags the bar over the whole clip in two seconds and back: how long no new picture comes.
+    Bench bench;
+    const auto player = bench.open(longGroups);
+    std::vector<double> gaps;
+    double last = wallTime();
+    const auto token = player->observeFrame([&] {
+        gaps.push_back(wallTime() - last);
+        last = wallTime();
+    });
+    const double start = wallTime();
+    while (wallTime() - start < 4000) {
+        const double way = (wallTime() - start) / 2000;
+        player->seek(Time::fromSeconds((way < 1 ? way : 2 - way) * 9.9, 1000), Time::zero(), Time::zero());
+        bench.turnFor(16);
+    }
+    report.value("dragging the bar, 95th percentile between pictures", percentile(gaps, 0.95), "ms", 50);
+}
+
+void measureOpening(Report& report, MpvPeer* peer) {
+    std::vector<double> ours;
+    std::vector<double> theirs;
+    for (int round = 0; round < 9; ++round) {
+        Bench bench;
+        const double start = wallTime();
+        const auto player = bench.make(longGroups);
+        bench.turnUntil([&] { return player->currentFrame() != nullptr; });
+        ours.push_back(wallTime() - start);
+        if (peer) theirs.push_back(peer->open(longGroups));
+    }
+    if (peer) {
+        report.against("open to first picture", median(ours), "ms", "mpv", median(theirs), 1.0);
+    } else {
+        report.value("open to first picture", median(ours), "ms");
+    }
+}
+
+/// Two clips side by side, each picture scaled to what a window shows of it.
+void measurePlaying(Report& report) {
+    constexpr int seconds = 10;
+    constexpr int shownWidth = 640;
+    constexpr int shownHeight = 360;
+    Bench bench;
+    const std::vector players{bench.open(longGroups), bench.open(longGroups)};
+    int onTime = 0;
+    std::vector<std::shared_ptr<void>> tokens;
+    for (const auto& player : players) {
+        tokens.push_back(player->observeFrame([&onTime, &player] {
+            const auto frame = player->currentFrame();
+            frame->scaled(shownWidth, shownHeight);
+            const double late = player->currentTime().seconds() - frame->time().seconds();
+            onTime += late < 1.0 / rate ? 1 : 0;
+        }));
+    }
+    const double processor = now(Clock::allThreads);
+    // Half the speed of a clip of 60 frames a second: 30 a second.
+    for (const auto& player : players) player->setRate(0.5F);
+    bench.turnFor(seconds * 1000);
+    const double used = now(Clock::allThreads) - processor;
+    for (const auto& player : players) player->setRate(0);
+    const double due = 2.0 * 30 * seconds;
+    report.value("two players at 30 a second, frames not in their period", std::max(100 - 100 * onTime / due, 0.0), "%", 1);
+    report.value("two players at 30 a second, processor time", used / (seconds * 1000) * 100, "% of a core");
+}
+
+}  // namespace
+
+BENCHMARK_GROUP(media, "media") {
+    const std::unique_ptr<MpvPeer> peer = MpvPeer::make();
+    if (!peer) std::printf("libmpv is missing: nothing to compare with\n");
+    measureStepping(report, peer.get());
+    measureForward(report);
+    measureSeeking(report, peer.get());
+    measureOpening(report, peer.get());
+    measurePlaying(report);
+}
+
+}  // namespace videoanalysis::bench
