@@ -42,7 +42,8 @@ private:
 /// Copies may be used on different threads, one value on one thread at a time.
 class JSON {
 public:
-    enum class Type { number, string, boolean, array, dictionary, null, unknown };
+    /// Those from string on have content that copies share.
+    enum class Type { number, boolean, null, unknown, string, array, dictionary };
     struct Member;
     using Array = SharedArray<JSON>;
     /// In a value: sorted by key (by bytes), every key once.
@@ -167,6 +168,7 @@ private:
         }
     }
     void destroy() {
+        if (type_ < Type::string) return;
         if (type_ == Type::string) std::destroy_at(&content_.text);
         if (type_ == Type::array) std::destroy_at(&content_.array);
         if (type_ == Type::dictionary) std::destroy_at(&content_.dictionary);

@@ -61,8 +61,15 @@ int SketchStackReader::readInteger(const JSON& object, std::string_view key, int
 }
 
 std::optional<Point> SketchStackReader::readPoint(const JSON& object, std::string_view x, std::string_view y) const {
-    const std::optional<double> percentX = numberIn(object[x], coordinates);
-    const std::optional<double> percentY = numberIn(object[y], coordinates);
+    const JSON::Dictionary* members = object.dictionary();
+    if (!members) return std::nullopt;
+    std::optional<double> percentX;
+    std::optional<double> percentY;
+    // One way through the members: there are two or four, and this is done for every point of a stack.
+    for (const JSON::Member& member : *members) {
+        if (member.key == x) percentX = numberIn(member.value, coordinates);
+        if (member.key == y) percentY = numberIn(member.value, coordinates);
+    }
     if (!percentX || !percentY) return std::nullopt;
     return Point{*percentX / 100 * size_.width, *percentY / 100 * size_.height};
 }
