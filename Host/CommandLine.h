@@ -1,15 +1,16 @@
 #pragma once
-// What the program is asked to do on its command line: `video-analysis [--headless DIR] [CLIP [CLIP]]`. `main` reads it.
+// What the program is asked to do on its command line: `video-analysis [--headless DIR] [CLIP [CLIP]]`. `main` reads
+// it.
 
 #include <QStringList>
 
 namespace videoanalysis::host {
 
 struct CommandLine {
-    QStringList clips;    ///< paths or URLs, at most two; empty for the sample clips
-    QString outputFolder; ///< where a run without a screen leaves its results; empty for a run with one
-    QString message;      ///< one line for the error output, or the text that was asked for; empty when there is work to do
-    int exitStatus = 0;   ///< with a message
+    QStringList clips;     ///< paths or URLs, at most two; empty for the sample clips
+    QString outputFolder;  ///< where a run without a screen leaves its results; empty for a run with one
+    QString message;  ///< one line for the error output, or the text that was asked for; empty when there is work to do
+    int exitStatus = 0;  ///< with a message
 
     /// `arguments` begin with the program's name. An application object must exist.
     static CommandLine parse(const QStringList& arguments);

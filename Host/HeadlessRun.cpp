@@ -31,7 +31,8 @@ std::vector<QPointF> wave(const QRectF& picture, double height) {
     for (int i = 0; i <= steps; ++i) {
         const double along = static_cast<double>(i) / steps;
         points.emplace_back(picture.left() + picture.width() * (0.3 + 0.4 * along),
-                            picture.top() + picture.height() * (height + 0.06 * std::sin(along * 2 * std::numbers::pi)));
+                            picture.top() +
+                                picture.height() * (height + 0.06 * std::sin(along * 2 * std::numbers::pi)));
     }
     return points;
 }
@@ -39,7 +40,9 @@ std::vector<QPointF> wave(const QRectF& picture, double height) {
 /// One run on an open window.
 class Session {
 public:
-    Session(HostApplication& host, QTextStream& log) : host_(host), driver_(host.window()), log_(log) { timer_.start(); }
+    Session(HostApplication& host, QTextStream& log) : host_(host), driver_(host.window()), log_(log) {
+        timer_.start();
+    }
 
     /// Whether the screen did all that was asked of it.
     bool work(std::size_t clipCount) {
@@ -59,7 +62,8 @@ public:
 
         for (const std::size_t index : players_) {
             press("playPauseButton", index);
-            driver_.wait([&] { return driver_.frameIndex(index).value_or(0) >= framesToPlay || isAtRest(index); }, 5000);
+            driver_.wait([&] { return driver_.frameIndex(index).value_or(0) >= framesToPlay || isAtRest(index); },
+                         5000);
         }
         for (const std::size_t index : players_) {
             if (!isAtRest(index)) press("playPauseButton", index);
@@ -128,14 +132,16 @@ private:
             for (const std::size_t index : players_) now.push_back(driver_.frameIndex(index));
             quiet = now == before ? quiet + 1 : 0;
             before = std::move(now);
-            if (std::any_of(players_.begin(), players_.end(), [&](std::size_t index) { return !isAtRest(index); })) return;
+            if (std::any_of(players_.begin(), players_.end(), [&](std::size_t index) { return !isAtRest(index); }))
+                return;
         }
     }
 
     /// How many pixels of the picture differ.
     int changedPixels(const QImage& before, const QImage& after, const QRectF& picture) const {
         const double scale = host_.window().effectiveDevicePixelRatio();
-        const QRect pixels = QRectF(picture.topLeft() * scale, picture.size() * scale).toRect() & before.rect() & after.rect();
+        const QRect pixels =
+            QRectF(picture.topLeft() * scale, picture.size() * scale).toRect() & before.rect() & after.rect();
         int count = 0;
         for (int y = pixels.top(); y <= pixels.bottom(); ++y) {
             for (int x = pixels.left(); x <= pixels.right(); ++x) count += before.pixel(x, y) != after.pixel(x, y);

@@ -34,7 +34,8 @@ HostApplication::HostApplication(const QStringList& clips, std::function<void(co
     for (const QString& clip : clips) clips_.push_back({urlOf(clip), {}});
 
     auto engine = std::make_unique<ReportingEngine>(
-        std::make_unique<media::FFmpegEngine>(), [report = std::move(report)](const URL& url, const std::string& reason) {
+        std::make_unique<media::FFmpegEngine>(),
+        [report = std::move(report)](const URL& url, const std::string& reason) {
             const QString text = QString::fromStdString(reason);
             const bool namesClip = reason.find(url.absoluteString()) != std::string::npos;
             report(namesClip ? text : QStringLiteral("%1: %2").arg(nameOf(url), text));
@@ -56,10 +57,12 @@ HostApplication::HostApplication(const QStringList& clips, std::function<void(co
 HostApplication::~HostApplication() = default;
 
 QStringList HostApplication::sampleClips() {
-    const QDir installed(QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral(VIDEOANALYSIS_INSTALLED_CLIPS_DIR)));
+    const QDir installed(
+        QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral(VIDEOANALYSIS_INSTALLED_CLIPS_DIR)));
     const QDir built(QStringLiteral(VIDEOANALYSIS_SAMPLE_CLIPS_DIR));
     const QDir& folder = built.exists(QStringLiteral("runner.mp4")) ? built : installed;
-    return {folder.absoluteFilePath(QStringLiteral("runner.mp4")), folder.absoluteFilePath(QStringLiteral("serve.mp4"))};
+    return {folder.absoluteFilePath(QStringLiteral("runner.mp4")),
+            folder.absoluteFilePath(QStringLiteral("serve.mp4"))};
 }
 
 void HostApplication::show() { view_.show(); }
@@ -104,7 +107,8 @@ void HostApplication::videoAnalysisControllerDidRequestDiscardAndClose(const std
     completion();
 }
 
-void HostApplication::videoAnalysisControllerDidRequestMedia(const std::shared_ptr<ui::ViewController>&, std::int64_t index,
+void HostApplication::videoAnalysisControllerDidRequestMedia(const std::shared_ptr<ui::ViewController>&,
+                                                             std::int64_t index,
                                                              std::function<void(Object)> completion) {
     choice_ = std::move(completion);
     chosenIndex_ = index;

@@ -1,6 +1,6 @@
 #pragma once
-// The program around the component: a window with a small start screen, from which the analysis of its clips is opened, and
-// the answers to what the analysis asks of its host. Also the example of how to embed the component.
+// The program around the component: a window with a small start screen, from which the analysis of its clips is opened,
+// and the answers to what the analysis asks of its host. Also the example of how to embed the component.
 
 #include "VideoAnalysis/Analysis/VideoAnalysisController.h"
 
@@ -20,8 +20,8 @@ class QtQuickPlatform;
 
 namespace host {
 
-/// Main thread. Make it with `std::make_shared` after the application object; one per process. The start screen's QML sees it
-/// as `host`.
+/// Main thread. Make it with `std::make_shared` after the application object; one per process. The start screen's QML
+/// sees it as `host`.
 class HostApplication : public QObject,
                         public VideoAnalysisControllerDelegate,
                         public std::enable_shared_from_this<HostApplication> {
@@ -60,8 +60,8 @@ public:
                                                         std::function<void()> completion) override;
     void videoAnalysisControllerDidRequestDiscardAndClose(const std::shared_ptr<ui::ViewController>& viewController,
                                                           std::function<void()> completion) override;
-    void videoAnalysisControllerDidRequestMedia(const std::shared_ptr<ui::ViewController>& viewController, std::int64_t index,
-                                                std::function<void(Object)> completion) override;
+    void videoAnalysisControllerDidRequestMedia(const std::shared_ptr<ui::ViewController>& viewController,
+                                                std::int64_t index, std::function<void(Object)> completion) override;
 
 Q_SIGNALS:
     void choosingChanged();

@@ -12,8 +12,8 @@ std::shared_ptr<media::PlayerItem> ReportingEngine::makePlayerItem(const URL& ur
     std::shared_ptr<media::PlayerItem> item = engine_->makePlayerItem(url);
     const std::weak_ptr<media::PlayerItem> weak = item;
     watches_.push_back({weak, item->observe([this, weak](media::PlayerItem::Event event) {
-        if (const auto watched = weak.lock()) check(*watched, event);
-    })});
+                            if (const auto watched = weak.lock()) check(*watched, event);
+                        })});
     return item;
 }
 

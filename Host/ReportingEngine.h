@@ -1,6 +1,6 @@
 #pragma once
-// A media engine that watches the clips of another one and tells the host of those that cannot be played, once for each. The
-// program puts it between the platform and the real engine.
+// A media engine that watches the clips of another one and tells the host of those that cannot be played, once for
+// each. The program puts it between the platform and the real engine.
 
 #include "VideoAnalysis/Platform/Media.h"
 

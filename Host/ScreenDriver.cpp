@@ -113,8 +113,9 @@ std::optional<int> ScreenDriver::shownFrameNumber(std::size_t index, const QImag
     if (picture.isEmpty() || window.isNull()) return {};
     const QImage pixels = window.convertToFormat(QImage::Format_RGB32);
     const double scale = window_->effectiveDevicePixelRatio();
-    return readFrameNumber(pixels.constBits(), pixels.width(), pixels.height(), pixels.bytesPerLine(),
-                           {picture.x() * scale, picture.y() * scale, picture.width() * scale, picture.height() * scale});
+    return readFrameNumber(
+        pixels.constBits(), pixels.width(), pixels.height(), pixels.bytesPerLine(),
+        {picture.x() * scale, picture.y() * scale, picture.width() * scale, picture.height() * scale});
 }
 
 std::optional<std::int64_t> ScreenDriver::frameIndex(std::size_t index) const {

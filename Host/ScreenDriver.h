@@ -5,8 +5,8 @@
 #include "VideoAnalysis/Platform/Media.h"
 
 #include <QImage>
-#include <QPointer>
 #include <QPointF>
+#include <QPointer>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QString>

@@ -26,9 +26,8 @@ int main(int argc, char** argv) {
     }
     if (isHeadless) {
         // Inside the event loop, as on a display: so it ends in the same way.
-        QTimer::singleShot(0, [&] {
-            QGuiApplication::exit(HeadlessRun::run(commandLine.clips, commandLine.outputFolder));
-        });
+        QTimer::singleShot(
+            0, [&] { QGuiApplication::exit(HeadlessRun::run(commandLine.clips, commandLine.outputFolder)); });
         return QGuiApplication::exec();
     }
 

@@ -1,6 +1,6 @@
 #pragma once
-// The item of a button: it turns presses, long presses and the keyboard into the button's actions and holds what its QML look
-// shows. `Resources/Controls/` gives it that look.
+// The item of a button: it turns presses, long presses and the keyboard into the button's actions and holds what its
+// QML look shows. `Resources/Controls/` gives it that look.
 
 #include "Platforms/QtQuick/ControlItem.h"
 #include "VideoAnalysis/Platform/Image.h"

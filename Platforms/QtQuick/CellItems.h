@@ -1,5 +1,6 @@
 #pragma once
-// The items of the two kinds of cells and of the controls inside the second: what the cell templates have at their roots.
+// The items of the two kinds of cells and of the controls inside the second: what the cell templates have at their
+// roots.
 
 #include "Platforms/QtQuick/ViewItem.h"
 #include "VideoAnalysis/Player/PlayerCollectionViewCell.h"

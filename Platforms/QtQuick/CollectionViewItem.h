@@ -1,6 +1,6 @@
 #pragma once
-// The item of a collection view: it shows the items of the cells in sight where the view's layout has put them, less how far
-// the view is scrolled. The players, their controls and the ruler are collections.
+// The item of a collection view: it shows the items of the cells in sight where the view's layout has put them, less
+// how far the view is scrolled. The players, their controls and the ruler are collections.
 
 #include "Platforms/QtQuick/ViewItem.h"
 #include "VideoAnalysis/Platform/UI/CollectionView.h"

@@ -1,6 +1,6 @@
 #pragma once
-// What buttons and sliders share: the selector that an outlet table binds, and the states that the QML look shows (pressed,
-// hovered, focused by the keyboard). `ButtonItem` and `SliderItem` derive from it.
+// What buttons and sliders share: the selector that an outlet table binds, and the states that the QML look shows
+// (pressed, hovered, focused by the keyboard). `ButtonItem` and `SliderItem` derive from it.
 
 #include "Platforms/QtQuick/ViewItem.h"
 #include "VideoAnalysis/Platform/UI/Control.h"

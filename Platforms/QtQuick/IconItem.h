@@ -1,6 +1,6 @@
 #pragma once
-// Shows a picture of the component's resources, coloured, or a bitmap as it is, sharp at every scale of the screen. The QML
-// looks of buttons, markers and placeholders are made with it.
+// Shows a picture of the component's resources, coloured, or a bitmap as it is, sharp at every scale of the screen. The
+// QML looks of buttons, markers and placeholders are made with it.
 
 #include "VideoAnalysis/Platform/Image.h"
 

@@ -50,9 +50,8 @@ void registerTypes() {
         qmlRegisterType<IconItem>(uri, 1, 0, "Icon");
         qmlRegisterType<StoryboardScene>(uri, 1, 0, "Scene");
         qmlRegisterType<StoryboardDocument>(uri, 1, 0, "Storyboard");
-        qmlRegisterSingletonType<ScreenTheme>(uri, 1, 0, "Theme", [](QQmlEngine*, QJSEngine*) -> QObject* {
-            return new ScreenTheme;
-        });
+        qmlRegisterSingletonType<ScreenTheme>(uri, 1, 0, "Theme",
+                                              [](QQmlEngine*, QJSEngine*) -> QObject* { return new ScreenTheme; });
         return true;
     }();
     Q_UNUSED(once)

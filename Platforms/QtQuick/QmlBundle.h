@@ -1,6 +1,6 @@
 #pragma once
-// The component's resources as QML files: it makes a controller or a cell from its file, with the views that stand in it as
-// outlets. `QtQuickPlatform` owns it.
+// The component's resources as QML files: it makes a controller or a cell from its file, with the views that stand in
+// it as outlets. `QtQuickPlatform` owns it.
 
 #include "VideoAnalysis/Platform/UI/Bundle.h"
 

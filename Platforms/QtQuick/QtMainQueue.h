@@ -1,6 +1,6 @@
 #pragma once
-// The main queue on Qt's event loop: posting wakes the loop with one event, whose handler runs turns until the queue is empty
-// or a few milliseconds are used up. `QtQuickPlatform` owns it.
+// The main queue on Qt's event loop: posting wakes the loop with one event, whose handler runs turns until the queue is
+// empty or a few milliseconds are used up. `QtQuickPlatform` owns it.
 
 #include "VideoAnalysis/Platform/Dispatch.h"
 

@@ -164,24 +164,26 @@ void QtPresenter::appear(const std::shared_ptr<Screen>& screen, bool animated) {
     });
 }
 
-void QtPresenter::disappear(const std::shared_ptr<Screen>& screen, bool animated, ui::ViewController::Completion completion) {
+void QtPresenter::disappear(const std::shared_ptr<Screen>& screen, bool animated,
+                            ui::ViewController::Completion completion) {
     std::erase(screens_, screen);
     screen->isLeaving = true;
-    dispatch::mainQueue().async([self = QPointer<QtPresenter>(this), screen, animated, completion = std::move(completion)] {
-        screen->didAppear();
-        screen->hideBelow(false);
-        screen->controller->viewWillDisappear(animated);
-        if (!self) return;
-        if (screen->item) fade(*screen->item, 0, animated);
-        QTimer::singleShot(animated ? fadeMilliseconds : 0, self, [self, screen, animated, completion] {
-            dispatch::mainQueue().async([self, screen, animated, completion] {
-                // Unless it has been shown again meanwhile.
-                if (screen->item && self && !self->find(screen->controller)) screen->item->setParentItem(nullptr);
-                screen->controller->viewDidDisappear(animated);
-                if (completion) completion();
+    dispatch::mainQueue().async(
+        [self = QPointer<QtPresenter>(this), screen, animated, completion = std::move(completion)] {
+            screen->didAppear();
+            screen->hideBelow(false);
+            screen->controller->viewWillDisappear(animated);
+            if (!self) return;
+            if (screen->item) fade(*screen->item, 0, animated);
+            QTimer::singleShot(animated ? fadeMilliseconds : 0, self, [self, screen, animated, completion] {
+                dispatch::mainQueue().async([self, screen, animated, completion] {
+                    // Unless it has been shown again meanwhile.
+                    if (screen->item && self && !self->find(screen->controller)) screen->item->setParentItem(nullptr);
+                    screen->controller->viewDidDisappear(animated);
+                    if (completion) completion();
+                });
             });
         });
-    });
 }
 
 void QtPresenter::windowDidResize() {

@@ -1,6 +1,6 @@
 #pragma once
-// Shows screens in a window, over the item of the host's screen, and the overlay over those. `QtQuickPlatform` owns it; the
-// component's controllers reach it through `present`, `dismiss` and the overlay window.
+// Shows screens in a window, over the item of the host's screen, and the overlay over those. `QtQuickPlatform` owns it;
+// the component's controllers reach it through `present`, `dismiss` and the overlay window.
 
 #include "VideoAnalysis/Platform/UI/ViewController.h"
 
@@ -23,8 +23,8 @@ public:
     /// A controller for a screen of the host's, which `item` fills. Presenting over it hides the item.
     static std::shared_ptr<ui::ViewController> makeViewController(QQuickItem& item);
 
-    void present(std::shared_ptr<ui::ViewController> presenting, std::shared_ptr<ui::ViewController> presented, bool animated,
-                 ui::ViewController::Completion completion) override;
+    void present(std::shared_ptr<ui::ViewController> presenting, std::shared_ptr<ui::ViewController> presented,
+                 bool animated, ui::ViewController::Completion completion) override;
     void dismiss(std::shared_ptr<ui::ViewController> viewController, bool animated,
                  ui::ViewController::Completion completion) override;
     void showOverlay(std::shared_ptr<ui::ViewController> root) override;

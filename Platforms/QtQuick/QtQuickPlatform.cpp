@@ -83,7 +83,9 @@ public:
     void setMicrophoneEnabled(bool enabled) override { isMicrophoneEnabled_ = enabled; }
 
     void startRecording(std::function<void(recording::Error)> handler) override { answer(std::move(handler)); }
-    void stopRecording(const URL&, std::function<void(recording::Error)> handler) override { answer(std::move(handler)); }
+    void stopRecording(const URL&, std::function<void(recording::Error)> handler) override {
+        answer(std::move(handler));
+    }
     void stopRecording(
         std::function<void(std::shared_ptr<recording::PreviewViewController>, recording::Error)> handler) override {
         answer([handler = std::move(handler)](const recording::Error& error) { handler(nullptr, error); });
@@ -138,7 +140,8 @@ std::shared_ptr<ui::ViewController> QtQuickPlatform::viewController(QQuickItem& 
 
 dispatch::MainQueue& QtQuickPlatform::mainQueue() { return parts_->mainQueue; }
 
-std::shared_ptr<dispatch::Timer> QtQuickPlatform::scheduleTimer(double interval, bool repeats, std::function<void()> fire) {
+std::shared_ptr<dispatch::Timer> QtQuickPlatform::scheduleTimer(double interval, bool repeats,
+                                                                std::function<void()> fire) {
     const auto timer = std::make_shared<QtTimer>(interval, repeats, std::move(fire));
     timer->start();
     return timer;

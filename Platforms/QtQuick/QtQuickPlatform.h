@@ -1,6 +1,6 @@
 #pragma once
-// What the component runs on in a Qt Quick window. A host makes one with its engines for media and drawing, installs it, and
-// gets from it the controller of its own screen, over which it presents an analysis:
+// What the component runs on in a Qt Quick window. A host makes one with its engines for media and drawing, installs
+// it, and gets from it the controller of its own screen, over which it presents an analysis:
 //
 //     auto platform = std::make_shared<videoanalysis::QtQuickPlatform>(
 //         window, std::make_unique<videoanalysis::media::FFmpegEngine>(),
@@ -23,19 +23,19 @@ namespace ui {
 class ViewController;
 }
 
-/// Main thread, unless `Platform` says otherwise. What it shows is gone when the application quits (`aboutToQuit`) or with
-/// the platform, whichever comes first; the platform itself may stay installed for longer.
+/// Main thread, unless `Platform` says otherwise. What it shows is gone when the application quits (`aboutToQuit`) or
+/// with the platform, whichever comes first; the platform itself may stay installed for longer.
 class QtQuickPlatform : public Platform {
 public:
-    /// `window` stands for the screen: the analysis fills it, and its shape says how the device is held (wider than tall:
-    /// landscape). It must outlive what is presented in it. `engine` (not owned, may be null for one of the platform's own)
-    /// must outlive the platform.
-    QtQuickPlatform(QQuickWindow& window, std::unique_ptr<media::Engine> media, std::unique_ptr<graphics::Engine> graphics,
-                    QQmlEngine* engine = nullptr);
+    /// `window` stands for the screen: the analysis fills it, and its shape says how the device is held (wider than
+    /// tall: landscape). It must outlive what is presented in it. `engine` (not owned, may be null for one of the
+    /// platform's own) must outlive the platform.
+    QtQuickPlatform(QQuickWindow& window, std::unique_ptr<media::Engine> media,
+                    std::unique_ptr<graphics::Engine> graphics, QQmlEngine* engine = nullptr);
     ~QtQuickPlatform() override;
 
-    /// A controller that stands for a screen of the host's own, shown by `item`. While an analysis is presented over it in
-    /// full screen, the item is invisible.
+    /// A controller that stands for a screen of the host's own, shown by `item`. While an analysis is presented over it
+    /// in full screen, the item is invisible.
     std::shared_ptr<ui::ViewController> viewController(QQuickItem& item);
 
     dispatch::MainQueue& mainQueue() override;

@@ -55,7 +55,8 @@ void SketchViewItem::updatePolish() {
     const double scale = bitmap_.scale;
     const double left = std::floor(dirty_.minX() * scale) / scale;
     const double top = std::floor(dirty_.minY() * scale) / scale;
-    const Rect region(left, top, std::ceil(dirty_.maxX() * scale) / scale - left, std::ceil(dirty_.maxY() * scale) / scale - top);
+    const Rect region(left, top, std::ceil(dirty_.maxX() * scale) / scale - left,
+                      std::ceil(dirty_.maxY() * scale) / scale - top);
     dirty_ = {};
     const auto context = platform().graphics().makeContext(bitmap_);
     const graphics::CurrentContextScope scope(*context);

@@ -1,12 +1,13 @@
 #pragma once
-// The item of a stack view: its buttons stand below or beside one another, hidden ones take no room. It lays out when the component
-// asks for it, so that what is read after a layout is true at once.
+// The item of a stack view: its buttons stand below or beside one another, hidden ones take no room. It lays out when
+// the component asks for it, so that what is read after a layout is true at once.
 
 #include "Platforms/QtQuick/ViewItem.h"
 
 namespace videoanalysis {
 
-/// "StackView" in QML; its implicit size is that of the visible buttons. Other children stand where they like. Main thread.
+/// "StackView" in QML; its implicit size is that of the visible buttons. Other children stand where they like. Main
+/// thread.
 class StackViewItem : public ViewItem {
     Q_OBJECT
     /// Points between two buttons.

@@ -1,5 +1,6 @@
 #pragma once
-// The elements of a storyboard file: `Storyboard` holds `Scene`s, each a controller's name with the layout of its views.
+// The elements of a storyboard file: `Storyboard` holds `Scene`s, each a controller's name with the layout of its
+// views.
 
 #include <QObject>
 #include <QQmlComponent>

@@ -17,8 +17,9 @@ namespace {
 /// Hands the bitmap over to an image, without a copy of the pixels.
 QImage opaqueImage(Bitmap bitmap) {
     auto* owned = new Bitmap(std::move(bitmap));
-    return QImage(reinterpret_cast<uchar*>(owned->pixels.data()), owned->width, owned->height, owned->bytesPerRow(),
-                  QImage::Format_RGB32, [](void* pixels) { delete static_cast<Bitmap*>(pixels); }, owned);
+    return QImage(
+        reinterpret_cast<uchar*>(owned->pixels.data()), owned->width, owned->height, owned->bytesPerRow(),
+        QImage::Format_RGB32, [](void* pixels) { delete static_cast<Bitmap*>(pixels); }, owned);
 }
 
 }  // namespace

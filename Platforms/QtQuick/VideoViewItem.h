@@ -1,6 +1,6 @@
 #pragma once
-// The item of a video view: it paints the frame that the view's player shows, scaled to the pixels of the screen, and says
-// in what state the clip is, so that the layout can stand in for a picture that is not there.
+// The item of a video view: it paints the frame that the view's player shows, scaled to the pixels of the screen, and
+// says in what state the clip is, so that the layout can stand in for a picture that is not there.
 
 #include "Platforms/QtQuick/ViewItem.h"
 
@@ -22,8 +22,8 @@ class VideoViewItem : public ViewItem {
 public:
     /// Named as QML asks for it.
     enum class Status {
-        Empty,      ///< no clip
-        Loading,    ///< a clip whose first picture is not there yet
+        Empty,    ///< no clip
+        Loading,  ///< a clip whose first picture is not there yet
         Ready,
         Failed,     ///< the clip cannot be read
         BrokenOff,  ///< playback has come to a point where the clip cannot be read any further

@@ -9,7 +9,8 @@ namespace videoanalysis {
 
 QColor toQColor(const Color& color) {
     const auto component = [](double value) { return static_cast<float>(qBound(0.0, value, 1.0)); };
-    return QColor::fromRgbF(component(color.red), component(color.green), component(color.blue), component(color.alpha));
+    return QColor::fromRgbF(component(color.red), component(color.green), component(color.blue),
+                            component(color.alpha));
 }
 
 ViewItem* itemOf(const ui::View& view) { return dynamic_cast<ViewItem*>(view.observer()); }

@@ -1,6 +1,7 @@
 #pragma once
-// The Qt Quick item that stands for one view of the component: it shows the view's properties, and where the layout puts the
-// item becomes the view's frame. The QML files are made of these; every other item of this folder derives from it.
+// The Qt Quick item that stands for one view of the component: it shows the view's properties, and where the layout
+// puts the item becomes the view's frame. The QML files are made of these; every other item of this folder derives from
+// it.
 
 #include "VideoAnalysis/Platform/UI/View.h"
 

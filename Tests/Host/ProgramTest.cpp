@@ -22,7 +22,9 @@ struct Outcome {
 
 class ProgramTest : public testing::Test {
 protected:
-    static QString clip(const char* name) { return QStringLiteral(VIDEOANALYSIS_TEST_CLIPS_DIR "/") + QLatin1String(name); }
+    static QString clip(const char* name) {
+        return QStringLiteral(VIDEOANALYSIS_TEST_CLIPS_DIR "/") + QLatin1String(name);
+    }
 
     static Outcome run(const QStringList& arguments) {
         QProcess program;
@@ -32,7 +34,8 @@ protected:
             program.waitForFinished();
             return {-1, QStringLiteral("did not end"), {}};
         }
-        QStringList lines = QString::fromUtf8(program.readAllStandardError()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        QStringList lines =
+            QString::fromUtf8(program.readAllStandardError()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
         lines.removeIf([](const QString& line) { return line.contains(QLatin1String("XDG_RUNTIME_DIR")); });
         return {program.exitStatus() == QProcess::NormalExit ? program.exitCode() : -1, lines.join(QLatin1Char('\n')),
                 QString::fromUtf8(program.readAllStandardOutput())};

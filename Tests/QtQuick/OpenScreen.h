@@ -16,7 +16,9 @@ namespace videoanalysis {
 
 class OpenScreen : public testing::Test {
 protected:
-    static QString clip(const char* name) { return QStringLiteral(VIDEOANALYSIS_TEST_CLIPS_DIR "/") + QLatin1String(name); }
+    static QString clip(const char* name) {
+        return QStringLiteral(VIDEOANALYSIS_TEST_CLIPS_DIR "/") + QLatin1String(name);
+    }
 
     /// Opens the analysis and waits until every clip shows a picture or has failed.
     void open(const QStringList& clips, QSize size = QSize(1280, 800)) {
@@ -34,8 +36,8 @@ protected:
         for (std::size_t index = 0; index < count; ++index) {
             ASSERT_TRUE(screen->wait([&] {
                 const auto player = screen->player(index);
-                return player && (player->currentFrame() ||
-                                  player->currentItem()->status() == media::ItemStatus::failed);
+                return player &&
+                       (player->currentFrame() || player->currentItem()->status() == media::ItemStatus::failed);
             })) << index;
         }
         settle();
