@@ -241,6 +241,8 @@ FrameLoader::Goal FrameLoader::backwardGoal(std::int64_t missing, std::int64_t l
 }
 
 void FrameLoader::pursue(const Goal& goal) {
+    if (startedFor_ != goal.frame) startsForGoal_ = 0;
+    startedFor_ = goal.frame;
     const std::int64_t keepFrom = goal.isJump ? goal.keepFrom : std::min(runKeepFrom_, goal.keepFrom);
     const bool isRetry = retriedFrame_ == goal.frame;  // from farther back than usual, so not to be cut short
     if (decoder_->canGoOnTo(goal.frame, isRetry ? 0 : keepFrom)) {
@@ -248,9 +250,7 @@ void FrameLoader::pursue(const Goal& goal) {
     } else {
         // Time stamps may contradict the order of the packets so much that no beginning leads to the frame.
         constexpr int mostStarts = 4;
-        startsForGoal_ = startedFor_ == goal.frame ? startsForGoal_ + 1 : 1;
-        startedFor_ = goal.frame;
-        if (startsForGoal_ > mostStarts) {
+        if (++startsForGoal_ > mostStarts) {
             retriedFrame_ = goal.frame;
             handleMissing(goal, cache_->nearest(clip_, goal.frame), goal.frame + 1, false);
             return;
@@ -292,6 +292,7 @@ void FrameLoader::take(FrameHandle picture, std::int64_t number) {
     auto frame = std::make_shared<const DecodedFrame>(shared, orientation, pixelAspect, number, time);
     frameBytes_ = frame->byteCount();
     const bool isFirst = lastPicture_ == nullptr;  // of this run
+    if (number == startedFor_) startsForGoal_ = 0;
     lastPicture_ = frame;
     newestPicture_ = frame;
     // On a long way to a frame sought, what is passed is not worth the memory; its key frame may be sought again.

@@ -13,11 +13,6 @@ extern "C" {
 
 namespace videoanalysis::media {
 
-struct PicturePool::Buffer {
-    std::shared_ptr<PicturePool> pool;
-    std::size_t size;
-};
-
 PicturePool::~PicturePool() {
     freeUnused(0);
 }
@@ -96,25 +91,29 @@ AVBufferRef* PicturePool::take(std::size_t size) {
             unused.pop_back();
         } else {
             freeUnused(size);
+            data = static_cast<std::uint8_t*>(std::aligned_alloc(alignment, size));
+            if (!data) return nullptr;
         }
+        used_.emplace(data, size);
+        if (!self_) self_ = shared_from_this();
     }
-    if (!data) data = static_cast<std::uint8_t*>(std::aligned_alloc(alignment, size));
-    if (!data) return nullptr;
-    auto* buffer = new Buffer{shared_from_this(), size};
-    AVBufferRef* reference = av_buffer_create(data, size, &PicturePool::giveBack, buffer, 0);
-    if (!reference) giveBack(buffer, data);
+    AVBufferRef* reference = av_buffer_create(data, size, &PicturePool::giveBack, this, 0);
+    if (!reference) giveBack(this, data);
     return reference;
 }
 
 void PicturePool::giveBack(void* opaque, unsigned char* data) {
-    const std::unique_ptr<Buffer> buffer(static_cast<Buffer*>(opaque));
-    PicturePool& pool = *buffer->pool;
-    const std::lock_guard lock(pool.mutex_);  // released before the buffer, whose pool may go with it
+    auto& pool = *static_cast<PicturePool*>(opaque);
+    std::shared_ptr<PicturePool> last;  // released after the lock
+    const std::lock_guard lock(pool.mutex_);
+    const auto used = pool.used_.find(data);
     if (pool.decoders_ == 0) {
         std::free(data);
     } else {
-        pool.unused_[buffer->size].push_back(data);
+        pool.unused_[used->second].push_back(data);
     }
+    pool.used_.erase(used);
+    if (pool.used_.empty()) last = std::move(pool.self_);
 }
 
 void PicturePool::leave() {

@@ -29,8 +29,6 @@ public:
     void leave();
 
 private:
-    struct Buffer;
-
     static int fill(AVCodecContext* context, AVFrame* picture, int flags);
     static void giveBack(void* opaque, unsigned char* data);
     AVBufferRef* take(std::size_t size);
@@ -40,6 +38,8 @@ private:
     std::mutex mutex_;
     int decoders_ = 0;
     std::map<std::size_t, std::vector<unsigned char*>> unused_;  // by size in bytes
+    std::map<unsigned char*, std::size_t> used_;                 // with their sizes
+    std::shared_ptr<PicturePool> self_;                          // while any is used
 };
 
 }  // namespace videoanalysis::media
