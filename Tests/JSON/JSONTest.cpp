@@ -9,6 +9,8 @@
 #include <optional>
 #include <random>
 #include <string>
+#include <thread>
+#include <vector>
 
 namespace videoanalysis {
 namespace {
@@ -162,6 +164,33 @@ TEST(JSON, CopiesAreIndependent) {
     EXPECT_EQ(list.serialized(), R"(["one",2,3,["one",2,3]])");
     list.append(list[0]);
     EXPECT_EQ(*list[4].string(), "one");
+}
+
+TEST(JSON, PartsOutliveTheWholeOnAnyThread) {
+    std::string text = "[";
+    for (int i = 0; i < 5000; ++i) text += R"({"x":)" + std::to_string(i) + R"(,"name":"a name that is not a short one"},)";
+    text.back() = ']';
+    std::vector<JSON> parts;
+    {
+        const JSON whole = JSON::parse(text);
+        for (std::size_t i = 0; i < whole.size(); i += 100) parts.push_back(whole[i]);
+        parts.push_back(whole[1]["name"]);
+    }
+    // Two threads read, change and drop their copies.
+    const auto use = [copies = parts]() mutable {
+        for (std::size_t i = 0; i + 1 < copies.size(); ++i) {
+            EXPECT_EQ(copies[i]["x"].number(), 100.0 * static_cast<double>(i));
+            copies[i].set("x", JSON::parse("[-1]"));
+            copies[i].set("name", nullptr);
+        }
+        copies.clear();
+    };
+    std::thread first(use);
+    std::thread second(use);
+    first.join();
+    second.join();
+    EXPECT_EQ(parts[3].serialized(), R"({"name":"a name that is not a short one","x":300})");
+    EXPECT_EQ(*parts.back().string(), "a name that is not a short one");
 }
 
 TEST(JSON, MergeTakesOverMembers) {

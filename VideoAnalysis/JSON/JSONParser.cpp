@@ -88,6 +88,7 @@ private:
 }  // namespace
 
 JSON JSON::parse(std::string_view text) {
+    const SharedPages pages;
     Builder builder;
     nlohmann::json::sax_parse(text.data(), text.data() + text.size(), &builder);
     return builder.result();

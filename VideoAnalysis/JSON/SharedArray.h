@@ -2,10 +2,14 @@
 // A growable array whose copies share one block of memory until one of them is changed. The content of JSON values is made
 // of these; a value with a few members costs one allocation.
 
+#include "VideoAnalysis/JSON/SharedPages.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <initializer_list>
+#include <limits>
 #include <memory>
 #include <new>
 #include <type_traits>
@@ -71,7 +75,7 @@ public:
         if (size >= this->size()) return;
         T* all = mutableData();
         std::destroy_n(all + size, block_->size - size);
-        block_->size = size;
+        block_->size = static_cast<std::uint32_t>(size);
     }
 
     friend bool operator==(const SharedArray& a, const SharedArray& b) {
@@ -82,7 +86,8 @@ private:
     struct Block {
         std::atomic<std::uint32_t> references{1};
         std::uint32_t size = 0;
-        std::size_t capacity = 0;
+        std::uint32_t capacity = 0;
+        SharedPages::Page* page = nullptr;
     };
 
     static T* elements(Block* block) {
@@ -90,15 +95,22 @@ private:
         return std::launder(reinterpret_cast<T*>(block + 1));
     }
     static void deallocate(Block* block) {
+        SharedPages::Page* const page = block->page;
         std::destroy_at(block);
-        ::operator delete(block);
+        if (page)
+            SharedPages::release(page);
+        else
+            ::operator delete(block);
     }
     bool isShared() const { return block_->references.load(std::memory_order_acquire) > 1; }
 
-    /// Moves the elements, or copies those that are shared, to a new block. Not more than fit an allocation are asked for.
+    /// Moves the elements, or copies those that are shared, to a new block.
     void reallocate(std::size_t capacity) {
-        auto* block = new (::operator new(sizeof(Block) + capacity * sizeof(T))) Block;
-        block->capacity = capacity;
+        if (capacity > std::numeric_limits<std::uint32_t>::max()) throw std::bad_array_new_length();
+        const SharedPages::Memory memory = SharedPages::allocate(sizeof(Block) + capacity * sizeof(T));
+        auto* block = new (memory.start) Block;
+        block->page = memory.page;
+        block->capacity = static_cast<std::uint32_t>(capacity);
         if (block_) {
             static_assert(std::is_nothrow_move_constructible_v<T>);
             if (isShared())
