@@ -1,6 +1,7 @@
 #pragma once
 // Finds the pixels of a stroke with round caps and joins, without antialiasing: those whose centres lie within half the line
-// width of the path. The Cairo context uses it for freehand strokes, which it paints in less than half of Cairo's own time.
+// width of the path. The Cairo context uses it for freehand strokes: it takes about a third of the time that Cairo takes for
+// the same sub-paths.
 
 #include "Platforms/Cairo/PixelBox.h"
 #include "VideoAnalysis/Platform/Graphics.h"
