@@ -51,7 +51,9 @@ public:
         const double end = wallTime() + milliseconds;
         turnUntil([&] { return wallTime() >= end; });
     }
-    std::shared_ptr<Player> make(const std::string& path) { return engine.makePlayer(engine.makePlayerItem(URL(path))); }
+    std::shared_ptr<Player> make(const std::string& path) {
+        return engine.makePlayer(engine.makePlayerItem(URL(path)));
+    }
     std::shared_ptr<Player> open(const std::string& path) {
         std::shared_ptr<Player> player = make(path);
         turnUntil([&] { return player->currentItem()->status() != media::ItemStatus::unknown; });
@@ -138,7 +140,8 @@ double sequentialDecoding() {
         builder.add(*packet);
         av_packet_unref(packet.get());
     }
-    const auto decoder = media::ClipDecoder::make(std::move(file), std::make_shared<media::PicturePool>(), 0, std::int64_t{1} << 30, error);
+    const auto decoder = media::ClipDecoder::make(std::move(file), std::make_shared<media::PicturePool>(), 0,
+                                                  std::int64_t{1} << 30, error);
     if (!decoder) return notMeasured;
     decoder->setIndex(builder.snapshot(true));
     decoder->start(0);
@@ -254,7 +257,8 @@ void measurePlaying(Report& report) {
     const double used = now(Clock::allThreads) - processor;
     for (const auto& player : players) player->setRate(0);
     const double due = 2.0 * 30 * seconds;
-    report.value("two players at 30 a second, frames not in their period", std::max(100 - 100 * onTime / due, 0.0), "%", 1);
+    report.value("two players at 30 a second, frames not in their period", std::max(100 - 100 * onTime / due, 0.0), "%",
+                 1);
     report.value("two players at 30 a second, processor time", used / (seconds * 1000) * 100, "% of a core");
 }
 

@@ -19,9 +19,16 @@ constexpr double longestWait = 20;  // seconds
 std::unique_ptr<MpvPeer> MpvPeer::make() {
     mpv_handle* handle = mpv_create();
     if (!handle) return nullptr;
-    for (const auto& [name, value] : {std::pair{"vo", "null"}, {"ao", "null"}, {"hwdec", "no"}, {"pause", "yes"},
-                                      {"hr-seek", "yes"}, {"keep-open", "yes"}, {"config", "no"}, {"untimed", "yes"},
-                                      {"vd-lavc-threads", "0"}, {"audio", "no"}}) {
+    for (const auto& [name, value] : {std::pair{"vo", "null"},
+                                      {"ao", "null"},
+                                      {"hwdec", "no"},
+                                      {"pause", "yes"},
+                                      {"hr-seek", "yes"},
+                                      {"keep-open", "yes"},
+                                      {"config", "no"},
+                                      {"untimed", "yes"},
+                                      {"vd-lavc-threads", "0"},
+                                      {"audio", "no"}}) {
         mpv_set_option_string(handle, name, value);
     }
     if (mpv_initialize(handle) < 0) {
@@ -34,7 +41,8 @@ std::unique_ptr<MpvPeer> MpvPeer::make() {
 MpvPeer::~MpvPeer() { mpv_terminate_destroy(handle_); }
 
 double MpvPeer::run(const char* const* command) {
-    while (mpv_wait_event(handle_, 0)->event_id != MPV_EVENT_NONE) {}
+    while (mpv_wait_event(handle_, 0)->event_id != MPV_EVENT_NONE) {
+    }
     const double start = now(Clock::wall);
     auto** arguments = const_cast<const char**>(command);
     if (mpv_command(handle_, arguments) < 0) return failed;

@@ -5,8 +5,8 @@
 
 namespace videoanalysis::media {
 
-std::unique_ptr<ClipDecoder> ClipDecoder::make(std::unique_ptr<ClipFile> file, std::shared_ptr<PicturePool> pool, int threads,
-                                               std::int64_t maxPixels, std::string& error) {
+std::unique_ptr<ClipDecoder> ClipDecoder::make(std::unique_ptr<ClipFile> file, std::shared_ptr<PicturePool> pool,
+                                               int threads, std::int64_t maxPixels, std::string& error) {
     const AVCodecParameters* parameters = file->stream()->codecpar;
     const AVCodec* codec = avcodec_find_decoder(parameters->codec_id);
     if (!codec) {

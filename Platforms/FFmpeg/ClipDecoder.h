@@ -17,8 +17,8 @@ class ClipDecoder {
 public:
     /// `threads` as for the library: 0 for as many as the machine has cores. `maxPixels` limits a picture's size. Null on
     /// failure, with the reason in `error`.
-    static std::unique_ptr<ClipDecoder> make(std::unique_ptr<ClipFile> file, std::shared_ptr<PicturePool> pool, int threads,
-                                             std::int64_t maxPixels, std::string& error);
+    static std::unique_ptr<ClipDecoder> make(std::unique_ptr<ClipFile> file, std::shared_ptr<PicturePool> pool,
+                                             int threads, std::int64_t maxPixels, std::string& error);
 
     ClipDecoder(const ClipDecoder&) = delete;
     ClipDecoder& operator=(const ClipDecoder&) = delete;

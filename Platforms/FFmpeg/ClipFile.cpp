@@ -12,7 +12,9 @@ extern "C" {
 namespace videoanalysis::media {
 namespace {
 
-int isCancelled(void* flag) { return static_cast<const std::atomic<bool>*>(flag)->load(std::memory_order_relaxed) ? 1 : 0; }
+int isCancelled(void* flag) {
+    return static_cast<const std::atomic<bool>*>(flag)->load(std::memory_order_relaxed) ? 1 : 0;
+}
 
 /// What the library is asked to open for `url`, and the protocols that takes; false for a scheme that is not read.
 bool locationOf(const URL& url, std::string& location, const char*& protocols) {
@@ -42,7 +44,8 @@ bool isDescribedByItsHeader(const AVFormatContext& format) {
             (parameters.codec_id == AV_CODEC_ID_NONE || parameters.width <= 0 || parameters.height <= 0)) {
             return false;
         }
-        if (parameters.codec_type == AVMEDIA_TYPE_AUDIO && (parameters.codec_id == AV_CODEC_ID_NONE || parameters.sample_rate <= 0)) {
+        if (parameters.codec_type == AVMEDIA_TYPE_AUDIO &&
+            (parameters.codec_id == AV_CODEC_ID_NONE || parameters.sample_rate <= 0)) {
             return false;
         }
     }

@@ -33,8 +33,8 @@ Time ClipIndex::timeOfTicks(std::int64_t ticks) const {
 
 std::int64_t ClipIndex::ticksAtTime(const Time& time) const {
     if (!time.isValid()) return 0;
-    const std::int64_t ticks = av_rescale_rnd(time.value, timeBase_.den, std::int64_t{timeBase_.num} * time.timescale,
-                                              AV_ROUND_DOWN);
+    const std::int64_t ticks =
+        av_rescale_rnd(time.value, timeBase_.den, std::int64_t{timeBase_.num} * time.timescale, AV_ROUND_DOWN);
     return std::clamp(ticks, -largestTimestamp, largestTimestamp);
 }
 
@@ -49,9 +49,10 @@ std::optional<std::int64_t> ClipIndex::frameWithTimestamp(std::int64_t pts) cons
 std::optional<std::int64_t> ClipIndex::packetWithTimestamps(std::int64_t pts, std::int64_t dts) const {
     if (const auto frame = frameWithTimestamp(pts)) return packetOfFrame(*frame);
     if (!isUsable(dts)) return std::nullopt;
-    const auto found = std::lower_bound(
-        byDecodingTime_.begin(), byDecodingTime_.end(), dts,
-        [this](std::int32_t packet, std::int64_t value) { return packets_[static_cast<std::size_t>(packet)].dts < value; });
+    const auto found = std::lower_bound(byDecodingTime_.begin(), byDecodingTime_.end(), dts,
+                                        [this](std::int32_t packet, std::int64_t value) {
+                                            return packets_[static_cast<std::size_t>(packet)].dts < value;
+                                        });
     if (found == byDecodingTime_.end() || decodingTimestampOfPacket(*found) != dts) return std::nullopt;
     return *found;
 }
@@ -107,11 +108,13 @@ std::shared_ptr<const ClipIndex> ClipIndexBuilder::snapshot(bool isComplete) con
     if (frames.empty()) return nullptr;
     const auto earlier = [](const auto& a, const auto& b) { return a.ticks < b.ticks; };
     std::stable_sort(frames.begin(), frames.end(), earlier);
-    frames.erase(std::unique(frames.begin(), frames.end(), [](const auto& a, const auto& b) { return a.ticks == b.ticks; }),
-                 frames.end());
-    std::stable_sort(index->byDecodingTime_.begin(), index->byDecodingTime_.end(), [this](std::int32_t a, std::int32_t b) {
-        return packets_[static_cast<std::size_t>(a)].dts < packets_[static_cast<std::size_t>(b)].dts;
-    });
+    frames.erase(
+        std::unique(frames.begin(), frames.end(), [](const auto& a, const auto& b) { return a.ticks == b.ticks; }),
+        frames.end());
+    std::stable_sort(index->byDecodingTime_.begin(), index->byDecodingTime_.end(),
+                     [this](std::int32_t a, std::int32_t b) {
+                         return packets_[static_cast<std::size_t>(a)].dts < packets_[static_cast<std::size_t>(b)].dts;
+                     });
 
     index->zero_ = frames.front().ticks;
     std::int64_t shortest = std::numeric_limits<std::int64_t>::max();
@@ -122,7 +125,8 @@ std::shared_ptr<const ClipIndex> ClipIndexBuilder::snapshot(bool isComplete) con
     std::int64_t last = packets_[static_cast<std::size_t>(frames.back().packet)].duration;
     if (last <= 0 || last > largestTimestamp) {
         last = frameRate_.num > 0 && frameRate_.den > 0 ? av_rescale_q(1, av_inv_q(frameRate_), timeBase_) : 0;
-        if (last <= 0) last = frames.size() > 1 ? shortest : std::max<std::int64_t>(av_rescale_q(1, {1, 25}, timeBase_), 1);
+        if (last <= 0)
+            last = frames.size() > 1 ? shortest : std::max<std::int64_t>(av_rescale_q(1, {1, 25}, timeBase_), 1);
     }
     index->lastDuration_ = last;
     index->minFrameTicks_ = frames.size() > 1 ? shortest : last;

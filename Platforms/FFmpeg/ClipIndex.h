@@ -81,9 +81,9 @@ private:
         std::int64_t dts;
     };
 
-    std::vector<Frame> frames_;               // in presentation order
-    std::vector<Packet> packets_;             // in decoding order
-    std::vector<std::int32_t> keyPackets_;    // increasing; the first packet counts as one
+    std::vector<Frame> frames_;                 // in presentation order
+    std::vector<Packet> packets_;               // in decoding order
+    std::vector<std::int32_t> keyPackets_;      // increasing; the first packet counts as one
     std::vector<std::int32_t> byDecodingTime_;  // packets with a decoding time, by that time
     AVRational timeBase_{1, 1};
     std::int64_t zero_ = 0;  // the first frame's time stamp

@@ -13,8 +13,8 @@ namespace videoanalysis::media {
 class DecodedFrame : public VideoFrame {
 public:
     /// `picture` is not changed any more. `pixelAspect` is a pixel's width over its height, positive, before turning.
-    DecodedFrame(std::shared_ptr<const AVFrame> picture, Orientation orientation, double pixelAspect, std::int64_t index,
-                 const Time& time);
+    DecodedFrame(std::shared_ptr<const AVFrame> picture, Orientation orientation, double pixelAspect,
+                 std::int64_t index, const Time& time);
     /// The same picture standing in for another frame that cannot be decoded.
     DecodedFrame(const DecodedFrame& other, std::int64_t index, const Time& time);
 

@@ -15,10 +15,11 @@ namespace videoanalysis::media {
 struct EngineCore;
 
 struct FFmpegOptions {
-    std::size_t cacheBudget = std::size_t{512} << 20;  ///< bytes of decoded frames, all players together
-    int decoderThreads = 0;                            ///< of each clip; 0 for as many as the machine has cores
+    std::size_t cacheBudget = std::size_t{512} << 20;    ///< bytes of decoded frames, all players together
+    int decoderThreads = 0;                              ///< of each clip; 0 for as many as the machine has cores
     std::int64_t maxPixels = std::int64_t{8192} * 4608;  ///< clips with larger pictures are refused
-    double prefetchDelay = 0.12;  ///< seconds without a request after which the neighbours of a frame sought are decoded
+    double prefetchDelay =
+        0.12;  ///< seconds without a request after which the neighbours of a frame sought are decoded
 
     friend bool operator==(const FFmpegOptions&, const FFmpegOptions&) = default;
 };

@@ -11,8 +11,7 @@ namespace videoanalysis::media {
 
 class FFmpegPlayer : public Player {
 public:
-    explicit FFmpegPlayer(std::shared_ptr<FFmpegPlayerItem> item)
-        : item_(item), playback_(item->playback()) {
+    explicit FFmpegPlayer(std::shared_ptr<FFmpegPlayerItem> item) : item_(item), playback_(item->playback()) {
         playback_->attachPlayer();
     }
     /// Playback stops; none of this player's observers and completions is called any more.
@@ -26,7 +25,8 @@ public:
               std::function<void(bool finished)> completion) override {
         playback_->seek(time, toleranceBefore, toleranceAfter, std::move(completion));
     }
-    std::shared_ptr<void> addPeriodicTimeObserver(const Time& interval, std::function<void(const Time&)> observer) override {
+    std::shared_ptr<void> addPeriodicTimeObserver(const Time& interval,
+                                                  std::function<void(const Time&)> observer) override {
         return playback_->addPeriodicTimeObserver(interval, std::move(observer));
     }
     void removeTimeObserver(const std::shared_ptr<void>& token) override { playback_->removeTimeObserver(token); }

@@ -16,8 +16,8 @@ namespace videoanalysis::media {
 enum class Travel { none, forward, backward };
 
 struct CacheStatistics {
-    std::size_t budget = 0;  ///< bytes
-    std::size_t bytes = 0;   ///< held now
+    std::size_t budget = 0;   ///< bytes
+    std::size_t bytes = 0;    ///< held now
     std::int64_t frames = 0;  ///< held now
     std::int64_t clips = 0;   ///< that share the budget now
     std::int64_t hits = 0;    ///< frames asked for that were there

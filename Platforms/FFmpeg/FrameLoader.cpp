@@ -39,8 +39,8 @@ double pixelAspectOf(AVFormatContext* format, AVStream* stream, AVFrame* picture
 
 FrameLoader::FrameLoader(URL url, LoaderOptions options, std::shared_ptr<FrameCache> cache,
                          std::shared_ptr<PicturePool> pool, std::function<void()> notify)
-    : url_(std::move(url)), options_(options), cache_(std::move(cache)), pool_(std::move(pool)), clip_(cache_->openClip()),
-      notify_(std::move(notify)), requestTime_(Clock::now()) {}
+    : url_(std::move(url)), options_(options), cache_(std::move(cache)), pool_(std::move(pool)),
+      clip_(cache_->openClip()), notify_(std::move(notify)), requestTime_(Clock::now()) {}
 
 FrameLoader::~FrameLoader() { cache_->closeClip(clip_); }
 
@@ -213,7 +213,7 @@ std::optional<FrameLoader::Goal> FrameLoader::nextGoal(std::optional<Clock::time
     const bool isBackward = travel_ == Travel::backward;
     const std::int64_t ahead = travel_ == Travel::forward ? std::min<std::int64_t>(capacity * 2 / 5, 32)
                                                           : std::min<std::int64_t>(capacity / 8, 8);
-    const std::int64_t behind = isBackward                 ? capacity * 3 / 4
+    const std::int64_t behind = isBackward                ? capacity * 3 / 4
                                 : travel_ == Travel::none ? capacity * 2 / 5
                                                           : std::min<std::int64_t>(capacity / 6, 24);
     const std::int64_t highest = std::min(playhead_ + ahead, last);
@@ -341,7 +341,8 @@ void FrameLoader::handleMissing(const Goal& goal, std::shared_ptr<const DecodedF
     bool& hasTold = isUnreadable ? hasToldOfUnreadable_ : hasToldOfDamage_;
     if (std::exchange(hasTold, true)) return;
     if (isUnreadable) {
-        tell(&News::readingError, "it cannot be read beyond frame " + std::to_string(std::max<std::int64_t>(goal.frame - 1, 0)));
+        tell(&News::readingError,
+             "it cannot be read beyond frame " + std::to_string(std::max<std::int64_t>(goal.frame - 1, 0)));
     } else {
         tell(&News::damage, "frame " + std::to_string(goal.frame) + " cannot be decoded");
     }

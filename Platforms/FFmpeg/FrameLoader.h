@@ -21,7 +21,7 @@
 namespace videoanalysis::media {
 
 struct LoaderOptions {
-    int decoderThreads = 0;  ///< of each clip; 0 for as many as the machine has cores
+    int decoderThreads = 0;                              ///< of each clip; 0 for as many as the machine has cores
     std::int64_t maxPixels = std::int64_t{8192} * 4608;  ///< larger pictures are refused
     double prefetchDelay = 0.12;  ///< seconds without a request after which a seek's neighbours are decoded
 
@@ -87,7 +87,8 @@ private:
     void take(FrameHandle picture, std::int64_t number);
     /// The goal's frame does not come out of this run, which has given `upTo` or ended before it: another attempt from a group
     /// earlier, and then `standIn`, if not null, in its place and in that of the others that are missing up to there.
-    void handleMissing(const Goal& goal, std::shared_ptr<const DecodedFrame> standIn, std::int64_t upTo, bool isUnreadable);
+    void handleMissing(const Goal& goal, std::shared_ptr<const DecodedFrame> standIn, std::int64_t upTo,
+                       bool isUnreadable);
     /// Sends the frame that is wanted, when it is in the cache by now. True when it was.
     bool deliverFromCache();
     void tell(std::string News::*what, std::string text);

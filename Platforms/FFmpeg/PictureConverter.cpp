@@ -106,7 +106,8 @@ void convertRow(const Sample* y, const Sample* u, const Sample* v, std::uint32_t
 
 void scalePlane(const std::uint8_t* source, int bytesPerRow, int sourceWidth, int sourceHeight, std::uint8_t* target,
                 int width, int height) {
-    libyuv::ScalePlane(source, bytesPerRow, sourceWidth, sourceHeight, target, width, width, height, libyuv::kFilterBox);
+    libyuv::ScalePlane(source, bytesPerRow, sourceWidth, sourceHeight, target, width, width, height,
+                       libyuv::kFilterBox);
 }
 
 void scalePlane(const std::uint16_t* source, int bytesPerRow, int sourceWidth, int sourceHeight, std::uint16_t* target,
@@ -179,8 +180,8 @@ Bitmap turned(const Bitmap& stored, Orientation orientation, int width, int heig
     Bitmap upright(width, height, 1);
     auto* target = reinterpret_cast<std::uint8_t*>(upright.pixels.data());
     const auto targetRow = static_cast<int>(upright.bytesPerRow());
-    libyuv::ARGBRotate(reinterpret_cast<const std::uint8_t*>(stored.pixels.data()), static_cast<int>(stored.bytesPerRow()),
-                       target, targetRow, stored.width, stored.height,
+    libyuv::ARGBRotate(reinterpret_cast<const std::uint8_t*>(stored.pixels.data()),
+                       static_cast<int>(stored.bytesPerRow()), target, targetRow, stored.width, stored.height,
                        static_cast<libyuv::RotationMode>(orientation.quarterTurns * 90));
     if (!orientation.isMirrored) return upright;
     for (int y = 0; y < height; ++y) {

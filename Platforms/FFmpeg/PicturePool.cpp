@@ -13,9 +13,7 @@ extern "C" {
 
 namespace videoanalysis::media {
 
-PicturePool::~PicturePool() {
-    freeUnused(0);
-}
+PicturePool::~PicturePool() { freeUnused(0); }
 
 void PicturePool::serve(AVCodecContext& context) {
     {

@@ -57,7 +57,9 @@ void Playback::logDamage(const std::string& what) {
     if (damage_.empty()) damage_ = what;
     // Whether the clip can be played at all is not known before.
     if (status_ != ItemStatus::readyToPlay || std::exchange(hasLoggedDamage_, true)) return;
-    debugLog("Playing " + url_.absoluteString() + " as far as it goes: " + damage_);
+    error_ = "Playing " + url_.absoluteString() + " as far as it goes: " + damage_;
+    debugLog(error_);
+    later([](Playback& self) { self.events.call(PlayerItem::Event::damageFound); });
 }
 
 // News
@@ -288,7 +290,8 @@ void Playback::startClock(std::int64_t ticks) {
     clockStart_ = Clock::now();
     clockStartTicks_ = ticks;
     for (const auto& entry : timeObservers_) {
-        if (const auto observer = entry.lock()) observer->lastInterval = intervalAt(*observer, index_->timeOfTicks(ticks));
+        if (const auto observer = entry.lock())
+            observer->lastInterval = intervalAt(*observer, index_->timeOfTicks(ticks));
     }
     if (core_->audioSink) {
         if (!sound_) {
@@ -372,7 +375,8 @@ void Playback::detachPlayer() {
 
 // Time observers
 
-std::shared_ptr<void> Playback::addPeriodicTimeObserver(const Time& interval, std::function<void(const Time&)> observer) {
+std::shared_ptr<void> Playback::addPeriodicTimeObserver(const Time& interval,
+                                                        std::function<void(const Time&)> observer) {
     auto entry = std::make_shared<TimeObserver>();
     entry->interval = interval.isValid() && interval.value > 0 ? interval : Time{1, 1};
     entry->call = std::move(observer);

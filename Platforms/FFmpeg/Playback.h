@@ -115,8 +115,8 @@ private:
     AudioTimePitchAlgorithm pitchAlgorithm_ = AudioTimePitchAlgorithm::spectral;
 
     std::shared_ptr<const DecodedFrame> shown_;
-    std::int64_t asked_ = 0;  // the frame asked for last
-    bool isPending_ = false;  // and not shown yet
+    std::int64_t asked_ = 0;     // the frame asked for last
+    bool isPending_ = false;     // and not shown yet
     bool hasOvertaken_ = false;  // the pending request has overtaken another one
     std::optional<Deferred> deferred_;
     std::int64_t request_ = 0;

@@ -50,8 +50,8 @@ bool SoundDecoder::makeFilters(float rate, AudioTimePitchAlgorithm algorithm, in
     if (!graph_) return false;
     char layout[64] = {};
     av_channel_layout_describe(&frame_->ch_layout, layout, sizeof layout);
-    std::string chain = "abuffer=sample_rate=" + std::to_string(frame_->sample_rate) + ":sample_fmt=" +
-                        av_get_sample_fmt_name(static_cast<AVSampleFormat>(frame_->format)) +
+    std::string chain = "abuffer=sample_rate=" + std::to_string(frame_->sample_rate) +
+                        ":sample_fmt=" + av_get_sample_fmt_name(static_cast<AVSampleFormat>(frame_->format)) +
                         ":channel_layout=" + layout + ":time_base=1/" + std::to_string(frame_->sample_rate);
     const auto tempo = [&chain](double factor) {
         char text[32];
@@ -65,8 +65,7 @@ bool SoundDecoder::makeFilters(float rate, AudioTimePitchAlgorithm algorithm, in
         for (; rest < 0.5; rest *= 2) tempo(0.5);  // one filter goes no lower
         tempo(rest);
     }
-    chain += ",aresample=" + std::to_string(sampleRate) +
-             ",aformat=sample_fmts=flt:channel_layouts=stereo,abuffersink";
+    chain += ",aresample=" + std::to_string(sampleRate) + ",aformat=sample_fmts=flt:channel_layouts=stereo,abuffersink";
     AVFilterInOut* inputs = nullptr;
     AVFilterInOut* outputs = nullptr;
     const bool isMade = avfilter_graph_parse2(graph_, chain.c_str(), &inputs, &outputs) >= 0 &&
@@ -102,7 +101,8 @@ bool SoundDecoder::next(std::vector<float>& samples) {
         if (received >= 0) {
             if (firstSeconds_ < 0) {
                 const std::int64_t time = frame_->best_effort_timestamp;
-                firstSeconds_ = time == AV_NOPTS_VALUE ? 0 : static_cast<double>(time) * av_q2d(file_->stream()->time_base);
+                firstSeconds_ =
+                    time == AV_NOPTS_VALUE ? 0 : static_cast<double>(time) * av_q2d(file_->stream()->time_base);
             }
             if (!graph_ && !makeFilters(rate_, algorithm_, sampleRate_)) {
                 isAtEnd_ = true;

@@ -11,8 +11,8 @@ namespace videoanalysis::media {
 namespace {
 
 constexpr auto pollInterval = std::chrono::milliseconds(15);
-constexpr double secondsAhead = 0.15;    // how much is written before it is heard
-constexpr double largestDrift = 0.03;    // of the sound against the picture before it is put right, seconds
+constexpr double secondsAhead = 0.15;  // how much is written before it is heard
+constexpr double largestDrift = 0.03;  // of the sound against the picture before it is put right, seconds
 
 }  // namespace
 
@@ -84,8 +84,9 @@ void SoundPlayer::run() {
                     samples.erase(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(late * channels));
                     position += static_cast<double>(late) / sampleRate * rate;
                 } else if (lead > largestDrift) {
-                    const std::vector<float> silence(
-                        std::min(static_cast<std::size_t>(lead * sampleRate), static_cast<std::size_t>(sampleRate / 10)) * channels);
+                    const std::vector<float> silence(std::min(static_cast<std::size_t>(lead * sampleRate),
+                                                              static_cast<std::size_t>(sampleRate / 10)) *
+                                                     channels);
                     if (output->write(silence.data(), silence.size() / channels) == 0) break;
                 } else {
                     const std::size_t written = output->write(samples.data(), samples.size() / channels);

@@ -35,24 +35,28 @@ Bytes mutated(Bytes bytes, std::mt19937& random) {
     switch (below(5)) {
         case 0: bytes.resize(below(bytes.size())); break;  // cut off
         case 1:                                            // flipped bits anywhere
-            for (std::size_t i = 1 + below(200); i > 0; --i) bytes[below(bytes.size())] ^= static_cast<char>(1 << below(8));
+            for (std::size_t i = 1 + below(200); i > 0; --i)
+                bytes[below(bytes.size())] ^= static_cast<char>(1 << below(8));
             break;
         case 2:  // absurd numbers in the header
             for (std::size_t i = 1 + below(8); i > 0; --i) {
                 const std::size_t at = below(std::min<std::size_t>(bytes.size(), 4096) - 4);
-                std::fill_n(bytes.begin() + static_cast<std::ptrdiff_t>(at), 1 + below(4), static_cast<char>(below(2) ? 0xFF : 0x7F));
+                std::fill_n(bytes.begin() + static_cast<std::ptrdiff_t>(at), 1 + below(4),
+                            static_cast<char>(below(2) ? 0xFF : 0x7F));
             }
             break;
         case 3: {  // a hole
             const std::size_t begin = below(bytes.size());
             const std::size_t end = std::min(bytes.size(), begin + below(20000));
-            std::fill(bytes.begin() + static_cast<std::ptrdiff_t>(begin), bytes.begin() + static_cast<std::ptrdiff_t>(end), 0);
+            std::fill(bytes.begin() + static_cast<std::ptrdiff_t>(begin),
+                      bytes.begin() + static_cast<std::ptrdiff_t>(end), 0);
             break;
         }
         default: {  // a piece is missing
             const std::size_t begin = below(bytes.size());
             const std::size_t end = std::min(bytes.size(), begin + below(5000));
-            bytes.erase(bytes.begin() + static_cast<std::ptrdiff_t>(begin), bytes.begin() + static_cast<std::ptrdiff_t>(end));
+            bytes.erase(bytes.begin() + static_cast<std::ptrdiff_t>(begin),
+                        bytes.begin() + static_cast<std::ptrdiff_t>(end));
         }
     }
     return bytes;
@@ -95,7 +99,8 @@ TEST_F(BadInputTest, MutatedClipsNeitherCrashNorHang) {
             for (int move = 0; move < 6; ++move) {
                 std::optional<bool> finished;
                 const double seconds = static_cast<double>(random() % 5000) / 1000;
-                player->seek(Time::fromSeconds(seconds, 1000), Time::zero(), Time::zero(), [&](bool f) { finished = f; });
+                player->seek(Time::fromSeconds(seconds, 1000), Time::zero(), Time::zero(),
+                             [&](bool f) { finished = f; });
                 ASSERT_TRUE(turnUntil([&] { return finished.has_value(); })) << "round " << round;
                 item->step(move % 2 == 0 ? -3 : 2);
             }
@@ -137,9 +142,10 @@ TEST_F(BadInputTest, AFileThatShrinksWhilePlayingKeepsTheLastGoodPicture) {
 
 TEST_F(BadInputTest, AReferenceInsideAFileOpensNothing) {
     const std::string target = clip("h264.mp4").absoluteString();
-    for (const std::string& text :
-         {"#EXTM3U\n#EXT-X-TARGETDURATION:10\n#EXTINF:4,\n" + target + "\n#EXT-X-ENDLIST\n", "ffconcat version 1.0\nfile " + target + "\n",
-          std::string("v=0\no=- 0 0 IN IP4 127.0.0.1\ns=x\nc=IN IP4 127.0.0.1\nt=0 0\nm=video 5004 RTP/AVP 96\na=rtpmap:96 H264/90000\n")}) {
+    for (const std::string& text : {"#EXTM3U\n#EXT-X-TARGETDURATION:10\n#EXTINF:4,\n" + target + "\n#EXT-X-ENDLIST\n",
+                                    "ffconcat version 1.0\nfile " + target + "\n",
+                                    std::string("v=0\no=- 0 0 IN IP4 127.0.0.1\ns=x\nc=IN IP4 127.0.0.1\nt=0 "
+                                                "0\nm=video 5004 RTP/AVP 96\na=rtpmap:96 H264/90000\n")}) {
         writeFile(scratch, Bytes(text.begin(), text.end()));
         const auto player = open(URL(scratch));
         EXPECT_EQ(player->currentItem()->status(), ItemStatus::failed) << text;

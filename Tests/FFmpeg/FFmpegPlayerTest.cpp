@@ -149,8 +149,10 @@ TEST_F(PlayerTest, TimeObserversFireWhilePlayingAndOnEveryJumpWhilePaused) {
     const auto player = openReady("h264.mp4");
     std::vector<double> everyFrame;
     std::vector<double> everySecond;
-    auto frameToken = player->addPeriodicTimeObserver(Time(1, 30), [&](const Time& t) { everyFrame.push_back(t.seconds()); });
-    auto secondToken = player->addPeriodicTimeObserver(Time(1, 1), [&](const Time& t) { everySecond.push_back(t.seconds()); });
+    auto frameToken =
+        player->addPeriodicTimeObserver(Time(1, 30), [&](const Time& t) { everyFrame.push_back(t.seconds()); });
+    auto secondToken =
+        player->addPeriodicTimeObserver(Time(1, 1), [&](const Time& t) { everySecond.push_back(t.seconds()); });
     ASSERT_TRUE(stepTo(*player, 1, 1));
     ASSERT_TRUE(seekTo(*player, Time(15, 30)));
     turnFor(0.01);

@@ -50,7 +50,8 @@ protected:
                     upright.pixels[static_cast<std::size_t>((319 - x) * 180 + y)];
             }
         }
-        return readFrameNumber(reinterpret_cast<const std::uint8_t*>(stored.pixels.data()), 320, 180, stored.bytesPerRow())
+        return readFrameNumber(reinterpret_cast<const std::uint8_t*>(stored.pixels.data()), 320, 180,
+                               stored.bytesPerRow())
             .value_or(-1);
     }
 };
@@ -63,8 +64,8 @@ TEST_P(FrameExactnessTest, EveryStepAndSeekOfARandomWalkShowsItsFrame) {
     std::mt19937 random(4711);
     const auto below = [&random](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
     // Containers that count in milliseconds round both this frame's and the first one's time.
-    const double tolerance = std::string(clip.name).ends_with(".mkv") || std::string(clip.name).ends_with(".webm") ? 0.00101
-                                                                                                                   : 1e-9;
+    const double tolerance =
+        std::string(clip.name).ends_with(".mkv") || std::string(clip.name).ends_with(".webm") ? 0.00101 : 1e-9;
     EXPECT_NEAR(item->duration().seconds(), timeOf(clip.frames - 1, clip.isVariable) + 1 / 30.0, 0.03);
 
     const char* scale = std::getenv("VIDEOANALYSIS_WALK_SCALE");
@@ -92,14 +93,15 @@ TEST_P(FrameExactnessTest, EveryStepAndSeekOfARandomWalkShowsItsFrame) {
     EXPECT_TRUE(platform->log.empty()) << platform->log.front();
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    AllKinds, FrameExactnessTest,
-    testing::Values(WalkedClip{"h264.mp4"}, WalkedClip{"gop1.mp4"}, WalkedClip{"gop250.mp4", 300},
-                    WalkedClip{"open-group.mp4"}, WalkedClip{"hevc.mp4"}, WalkedClip{"vp9.webm"}, WalkedClip{"mpeg4.avi"},
-                    WalkedClip{"mjpeg.avi"}, WalkedClip{"h264.mkv"}, WalkedClip{"offset.ts"}, WalkedClip{"offset.mp4"},
-                    WalkedClip{"variable.mp4", 120, 0, true}, WalkedClip{"variable.mkv", 120, 0, true},
-                    WalkedClip{"edited.mp4", 81, 39}, WalkedClip{"rotated.mp4", 120, 0, false, true}),
-    nameOf);
+INSTANTIATE_TEST_SUITE_P(AllKinds, FrameExactnessTest,
+                         testing::Values(WalkedClip{"h264.mp4"}, WalkedClip{"gop1.mp4"}, WalkedClip{"gop250.mp4", 300},
+                                         WalkedClip{"open-group.mp4"}, WalkedClip{"hevc.mp4"}, WalkedClip{"vp9.webm"},
+                                         WalkedClip{"mpeg4.avi"}, WalkedClip{"mjpeg.avi"}, WalkedClip{"h264.mkv"},
+                                         WalkedClip{"offset.ts"}, WalkedClip{"offset.mp4"},
+                                         WalkedClip{"variable.mp4", 120, 0, true},
+                                         WalkedClip{"variable.mkv", 120, 0, true}, WalkedClip{"edited.mp4", 81, 39},
+                                         WalkedClip{"rotated.mp4", 120, 0, false, true}),
+                         nameOf);
 
 TEST_F(MediaTest, AClipThatBeginsInTheMiddleOfAGroupShowsTheNextGoodPictureFirst) {
     const auto player = openReady("cut.ts");

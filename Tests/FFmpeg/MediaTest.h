@@ -38,8 +38,10 @@ protected:
     /// Opens a clip and waits until it is ready or has failed.
     std::shared_ptr<Player> open(const URL& url) {
         std::shared_ptr<Player> player = engine->makePlayer(engine->makePlayerItem(url));
-        EXPECT_TRUE(turnUntil([&] { return player->currentItem()->status() != ItemStatus::unknown; })) << url.absoluteString();
-        while (platform->queue.runTurn()) {}  // what is told of it
+        EXPECT_TRUE(turnUntil([&] { return player->currentItem()->status() != ItemStatus::unknown; }))
+            << url.absoluteString();
+        while (platform->queue.runTurn()) {
+        }  // what is told of it
         return player;
     }
     std::shared_ptr<Player> openReady(const std::string& name) {
@@ -56,7 +58,9 @@ protected:
                                bitmap.bytesPerRow())
             .value_or(-1);
     }
-    static int shownNumber(const Player& player) { return player.currentFrame() ? numberOf(*player.currentFrame()) : -1; }
+    static int shownNumber(const Player& player) {
+        return player.currentFrame() ? numberOf(*player.currentFrame()) : -1;
+    }
 
     /// Seeks exactly and waits for it. False when the seek was not finished.
     bool seekTo(Player& player, const Time& time) {

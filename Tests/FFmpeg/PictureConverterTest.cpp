@@ -1,7 +1,7 @@
 // Decoded pictures to bitmaps: the colours of every matrix, range and depth, and all ways in which a picture can lie.
 
-#include "Platforms/FFmpeg/LibraryHandles.h"
 #include "Platforms/FFmpeg/PictureConverter.h"
+#include "Platforms/FFmpeg/LibraryHandles.h"
 
 #include <gtest/gtest.h>
 
@@ -33,7 +33,8 @@ void fillPlane(AVFrame& picture, int plane, int value) {
     for (int y = 0; y < height; ++y) {
         std::uint8_t* row = picture.data[plane] + static_cast<std::ptrdiff_t>(y) * picture.linesize[plane];
         if (format->comp[plane].depth > 8) {
-            std::fill_n(reinterpret_cast<std::uint16_t*>(row), picture.linesize[plane] / 2, static_cast<std::uint16_t>(value));
+            std::fill_n(reinterpret_cast<std::uint16_t*>(row), picture.linesize[plane] / 2,
+                        static_cast<std::uint16_t>(value));
         } else {
             std::fill_n(row, picture.linesize[plane], static_cast<std::uint8_t>(value));
         }
@@ -132,7 +133,8 @@ TEST(PictureConverterTest, EveryOrientationMovesThePixelsAsTheMatrixSays) {
     fillPlane(*picture, 1, 128);
     fillPlane(*picture, 2, 128);
     for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) picture->data[0][y * picture->linesize[0] + x] = static_cast<std::uint8_t>(40 * y + 5 * x);
+        for (int x = 0; x < width; ++x)
+            picture->data[0][y * picture->linesize[0] + x] = static_cast<std::uint8_t>(40 * y + 5 * x);
     }
     constexpr std::int32_t one = 1 << 16;
     for (const bool isTurned : {false, true}) {
@@ -157,8 +159,10 @@ TEST(PictureConverterTest, EveryOrientationMovesThePixelsAsTheMatrixSays) {
                         int shownY = b / one * x + d / one * y;
                         if (a + c < 0) shownX += shownWidth - 1;
                         if (b + d < 0) shownY += shownHeight - 1;
-                        const std::uint32_t pixel = bitmap.pixels[static_cast<std::size_t>(shownY * shownWidth + shownX)];
-                        EXPECT_NEAR(pixel & 255U, 40 * y + 5 * x, 1) << x << ' ' << y << ' ' << isTurned << signX << signY;
+                        const std::uint32_t pixel =
+                            bitmap.pixels[static_cast<std::size_t>(shownY * shownWidth + shownX)];
+                        EXPECT_NEAR(pixel & 255U, 40 * y + 5 * x, 1)
+                            << x << ' ' << y << ' ' << isTurned << signX << signY;
                     }
                 }
             }

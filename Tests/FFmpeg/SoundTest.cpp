@@ -45,7 +45,8 @@ private:
             Heard& heard = sink_.heard_;
             const double room = 0.3 - secondsBuffered();
             if (secondsBuffered() <= 0) heard = {Clock::now(), {}};
-            const auto taken = std::min(frameCount, static_cast<std::size_t>(std::max(room, 0.0) * SoundPlayer::sampleRate));
+            const auto taken =
+                std::min(frameCount, static_cast<std::size_t>(std::max(room, 0.0) * SoundPlayer::sampleRate));
             for (std::size_t i = 0; i < taken; ++i) heard.left.push_back(samples[2 * i]);
             return taken;
         }
@@ -102,7 +103,8 @@ TEST_F(SoundTest, FollowsThePictureAtItsOwnPitch) {
         const double offset = std::chrono::duration<double>(heard.start - start).count();
         constexpr std::size_t window = 240;
         double onset = -1;
-        for (auto i = static_cast<std::size_t>(std::max(due - 0.1 - offset, 0.01) * 48000); i + 2 * window < heard.left.size(); i += window) {
+        for (auto i = static_cast<std::size_t>(std::max(due - 0.1 - offset, 0.01) * 48000);
+             i + 2 * window < heard.left.size(); i += window) {
             if (loudnessAt(heard.left, i + window, window) > 3 * loudnessAt(heard.left, i, window) + 0.02) {
                 onset = offset + static_cast<double>(i + window) / 48000;
                 break;
