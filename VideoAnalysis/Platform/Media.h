@@ -70,7 +70,7 @@ public:
 
     virtual const URL& url() const = 0;
     virtual ItemStatus status() const = 0;
-    /// Why the status is failed, one line; empty otherwise.
+    /// Why the status is failed, or what is wrong with a clip that plays only in part, one line; empty otherwise.
     virtual std::string errorDescription() const = 0;
     /// Zero until the item is ready.
     virtual Time duration() const = 0;
@@ -90,7 +90,12 @@ public:
     virtual void setAudioTimePitchAlgorithm(AudioTimePitchAlgorithm algorithm) = 0;
 
     /// What an observer may be told of.
-    enum class Event { statusChanged, playedToEnd, failedToPlayToEnd };
+    enum class Event {
+        statusChanged,
+        damageFound,  ///< part of the clip cannot be read; the rest plays
+        playedToEnd,
+        failedToPlayToEnd,
+    };
     /// Calls `observer` for every event until the returned token is released.
     [[nodiscard]] virtual std::shared_ptr<void> observe(std::function<void(Event)> observer) = 0;
 };

@@ -46,6 +46,7 @@ void VideoView::itemDidChange(media::PlayerItem::Event event) {
             }
             break;
         }
+        case media::PlayerItem::Event::damageFound: break;  // what can be read is shown
         case media::PlayerItem::Event::playedToEnd: itemDidPlayToEndTime(); break;
         case media::PlayerItem::Event::failedToPlayToEnd: tearDown(); break;
     }
