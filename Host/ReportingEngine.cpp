@@ -22,7 +22,8 @@ std::shared_ptr<media::Player> ReportingEngine::makePlayer(std::shared_ptr<media
 }
 
 void ReportingEngine::check(const media::PlayerItem& item, media::PlayerItem::Event event) {
-    const bool breaksOff = event == media::PlayerItem::Event::failedToPlayToEnd;
+    const bool breaksOff =
+        event == media::PlayerItem::Event::damageFound || event == media::PlayerItem::Event::failedToPlayToEnd;
     if (!breaksOff && item.status() != media::ItemStatus::failed) return;
     if (!reported_.insert(item.url().absoluteString()).second) return;
     std::string reason = item.errorDescription();

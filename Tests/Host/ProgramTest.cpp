@@ -98,6 +98,7 @@ TEST_F(ProgramTest, BadInputIsOneClearLineAndAStatus) {
     expectOneLine(run({QStringLiteral("--fast")}), "fast");
     expectOneLine(run({QStringLiteral("--headless"), QStringLiteral("/dev/null/out")}), "/dev/null/out");
     expectOneLine(run(headless + QStringList{clip("missing.mp4")}), "missing.mp4");
+    expectOneLine(run(headless + QStringList{clip("truncated.mp4"), clip("h264.mp4")}), "truncated.mp4");
     expectOneLine(run(headless + QStringList{clip("text.mp4"), clip("h264.mp4")}), "text.mp4");
 
     // The good clip of the last run was worked all the same.

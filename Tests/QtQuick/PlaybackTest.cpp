@@ -135,5 +135,22 @@ TEST_F(BrokenClipTest, AClipThatCannotBeReadIsReportedOnceAndLeavesTheOtherAlone
     }
 }
 
+TEST_F(BrokenClipTest, AClipThatBreaksOffIsReportedOnceAndPlaysAsFarAsItGoes) {
+    open({clip("truncated.mp4")});
+    ASSERT_TRUE(screen->wait([&] { return !reports.isEmpty(); }));
+    EXPECT_TRUE(reports.value(0).contains(QLatin1String("breaks off after")));
+    ASSERT_TRUE(screen->click("forwardButton"));
+    waitForFrame(0, 1);
+    settle();
+    EXPECT_EQ(shownFrame(0), 1);
+    screen->player(0)->currentItem()->step(1000);
+    ASSERT_TRUE(screen->wait([&] { return !screen->player(0)->currentItem()->canStepForward(); }));
+    ASSERT_TRUE(screen->wait([&] { return screen->frameIndex(0).value_or(0) > 30; }));
+    settle();
+    // The very last packet may be cut in half, and its picture then shows what the one before showed.
+    EXPECT_NEAR(static_cast<double>(shownFrame(0)), static_cast<double>(*screen->frameIndex(0)), 1);
+    EXPECT_EQ(reports.size(), 1);
+}
+
 }  // namespace
 }  // namespace videoanalysis
