@@ -4,6 +4,9 @@
 #include <QElapsedTimer>
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
+#include <new>
 #include <memory>
 #include <utility>
 
@@ -12,15 +15,46 @@ namespace {
 
 constexpr qint64 sliceMilliseconds = 4;
 
-QEvent::Type wakeEvent() {
-    static const int type = QEvent::registerEventType();
-    return static_cast<QEvent::Type>(type);
-}
+/// What wakes the loop. Hardly ever more than one is under way, so that a few places serve all: posting does not allocate.
+class WakeEvent : public QEvent {
+public:
+    WakeEvent() : QEvent(kind()) {}
+
+    static Type kind() {
+        static const int type = QEvent::registerEventType();
+        return static_cast<Type>(type);
+    }
+
+    static void* operator new(std::size_t size) {
+        for (Place& place : places) {
+            if (!place.isTaken.exchange(true)) return place.bytes;
+        }
+        return ::operator new(size);
+    }
+    static void operator delete(void* event) {
+        for (Place& place : places) {
+            if (event == place.bytes) {
+                place.isTaken = false;
+                return;
+            }
+        }
+        ::operator delete(event);
+    }
+
+private:
+    struct Place {
+        alignas(std::max_align_t) unsigned char bytes[64];
+        std::atomic<bool> isTaken;
+    };
+    static std::array<Place, 4> places;
+};
+
+std::array<WakeEvent::Place, 4> WakeEvent::places;
+static_assert(sizeof(WakeEvent) <= 64);
 
 }  // namespace
 
 QtMainQueue::QtMainQueue() {
-    wakeEvent();
     continuation_.setSingleShot(true);
     continuation_.setInterval(0);
     continuation_.callOnTimeout(this, [this] { runTurns(); });
@@ -36,11 +70,11 @@ void QtMainQueue::asyncAfter(double seconds, dispatch::Block block) {
 }
 
 void QtMainQueue::wake() {
-    if (!isAwake_.exchange(true)) QCoreApplication::postEvent(this, new QEvent(wakeEvent()));
+    if (!isAwake_.exchange(true)) QCoreApplication::postEvent(this, new WakeEvent);
 }
 
 bool QtMainQueue::event(QEvent* event) {
-    if (event->type() != wakeEvent()) return QObject::event(event);
+    if (event->type() != WakeEvent::kind()) return QObject::event(event);
     runTurns();
     return true;
 }

@@ -24,6 +24,11 @@ StackViewItem::StackViewItem(QQuickItem* parent) : ViewItem(std::make_shared<Lai
     static_cast<LaidOutStackView*>(view())->layOut = [this] { layOut(); };
 }
 
+StackViewItem::~StackViewItem() {
+    // The children go after this item has become less than a view: what they tell then is for nobody.
+    for (QQuickItem* child : childItems()) disconnect(child, nullptr, this, nullptr);
+}
+
 void StackViewItem::itemChange(ItemChange change, const ItemChangeData& value) {
     if (change == ItemChildAddedChange) {
         if (const auto* button = qobject_cast<ButtonItem*>(value.item)) {

@@ -17,6 +17,7 @@ class StackViewItem : public ViewItem {
 
 public:
     explicit StackViewItem(QQuickItem* parent = nullptr);
+    ~StackViewItem() override;
 
     bool isHorizontal() const { return isHorizontal_; }
     void setHorizontal(bool horizontal);

@@ -31,7 +31,7 @@ TEST_F(PlayerTest, OpensInTheBackgroundAndThenKnowsTheClip) {
     EXPECT_EQ(compare(item->duration(), Time(4, 1)), 0);
     ASSERT_EQ(item->videoTracks().size(), 1U);
     EXPECT_EQ(compare(item->videoTracks()[0].minFrameDuration, Time(1, 30)), 0);
-    EXPECT_EQ(item->presentationSize(), Size(640, 360));
+    EXPECT_EQ(item->presentationSize(), (Size{640, 360}));
     EXPECT_FALSE(item->isPlaybackBufferEmpty());
     EXPECT_EQ(shownNumber(*player), 0);
     ASSERT_TRUE(turnUntil([&] { return frames > 0; }));

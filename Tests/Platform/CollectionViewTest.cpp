@@ -55,7 +55,7 @@ protected:
 
 TEST_F(CollectionViewTest, OnlyCellsInSightExistAndTheyAreUsedAgain) {
     EXPECT_EQ(shown(), (std::vector{0, 1}));
-    EXPECT_EQ(view->contentSize(), Size(100, 20 * 50 - 10));
+    EXPECT_EQ(view->contentSize(), (Size{100, 20 * 50 - 10}));
     view->setContentOffset({0, 45});
     EXPECT_EQ(shown(), (std::vector{1, 2}));
     view->setContentOffset({0, 500});

@@ -49,7 +49,7 @@ TEST_F(TimelineTest, TheContentIsRepeatedUntilItIsLongEnoughToLoop) {
     EXPECT_EQ(strip().numberOfItemsInSection(0), 150 * 350);
     EXPECT_EQ(InfiniteDataSources::originCount, 150);
     EXPECT_TRUE(layout().hasValidLayout());
-    EXPECT_EQ(layout().contentSize(), Size(150 * 350 * 8, 44));
+    EXPECT_EQ(layout().contentSize(), (Size{150 * 350 * 8, 44}));
     EXPECT_EQ(strip().contentSize().width, 150.0 * 350 * 8 * 500);
     EXPECT_EQ(layout().page(strip().contentOffset()), 250) << "it begins in the middle";
 
@@ -68,7 +68,7 @@ TEST_F(TimelineTest, TicksAreLongShortAndRed) {
         EXPECT_EQ(tick.isLong(), index % 5 == 0) << index;
         EXPECT_EQ(tick.color() == Color::systemRed(), index != 0 && index % 10 == 0) << index;
         EXPECT_NE(tick.lineView->isHidden(), tick.shortLineView->isHidden());
-        EXPECT_EQ(visible.cell->frame().size, Size(8, 44));
+        EXPECT_EQ(visible.cell->frame().size, (Size{8, 44}));
     }
     EXPECT_GE(strip().visibleCells().size(), 50U);
 }
