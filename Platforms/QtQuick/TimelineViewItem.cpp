@@ -193,41 +193,43 @@ void TimelineViewItem::geometryChange(const QRectF& newGeometry, const QRectF& o
 }
 
 QSGNode* TimelineViewItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
-    QSGNode* root = old ? old : new QSGNode;
-    QSGNode* next = root->firstChild();
+    // As many lines as can ever be in sight, and the mark above them. Their number stays: the software renderer puts a node
+    // that joins a tree later at the window's corner.
+    const int count = static_cast<int>(std::ceil(width() / TimelineView::cellWidth)) + 3;
+    QSGNode* root = old;
+    if (!root || root->childCount() != count) {
+        delete old;
+        root = new QSGNode;
+        for (int i = 0; i < count; ++i) root->appendChildNode(window()->createRectangleNode());
+    }
     const double scale = window()->effectiveDevicePixelRatio();
     const double pixel = 1 / scale;
     const double left = mapToScene({}).x();
     const auto onGrid = [&](double x) { return std::round((left + x) * scale) / scale - left; };
-    const auto paint = [&](const QRectF& rect, const QColor& color) {
-        if (!next) {
-            next = window()->createRectangleNode();
-            root->appendChildNode(next);
-        }
-        auto* rectangle = static_cast<QSGRectangleNode*>(next);
-        if (rectangle->rect() != rect) rectangle->setRect(rect);
-        if (rectangle->color() != color) rectangle->setColor(color);
-        next = next->nextSibling();
+    auto* line = static_cast<QSGRectangleNode*>(root->firstChild());
+    auto* const mark = static_cast<QSGRectangleNode*>(root->lastChild());
+    const auto paint = [](QSGRectangleNode& node, const QRectF& rect, const QColor& color) {
+        if (node.rect() != rect) node.setRect(rect);
+        if (node.color() != color) node.setColor(color);
     };
     if (strip()) {
         // Relative to what is in sight: the strip is far longer than a float is exact.
         const double offset = strip()->contentOffset().x;
         const double fade = width() * fadeShare;
         for (const auto& [indexPath, cell] : strip()->visibleCells()) {
+            if (line == mark) break;
             const auto& tick = static_cast<const TimelineCollectionViewCell&>(*cell);
             const double x = cell->frame().midX() - offset;
             QColor color = toQColor(tick.color());
             const double nearness = std::clamp(std::min(x, width() - x) / fade, 0.0, 1.0);
             color.setAlphaF(color.alphaF() * static_cast<float>(nearness));
             const double length = tick.isLong() ? longTick : shortTick;
-            paint({onGrid(x), (height() - length) / 2, pixel, length}, color);
+            paint(*line, {onGrid(x), (height() - length) / 2, pixel, length}, color);
+            line = static_cast<QSGRectangleNode*>(line->nextSibling());
         }
-        paint({onGrid(width() / 2 - 1), (height() - markHeight) / 2, 2, markHeight}, markColor_);
     }
-    while (next) {
-        QSGNode* unused = std::exchange(next, next->nextSibling());
-        delete unused;  // takes itself from its parent
-    }
+    for (; line != mark; line = static_cast<QSGRectangleNode*>(line->nextSibling())) paint(*line, {}, Qt::transparent);
+    paint(*mark, {onGrid(width() / 2 - 1), (height() - markHeight) / 2, 2, markHeight}, markColor_);
     return root;
 }
 

@@ -117,6 +117,10 @@ TEST_F(TimelineScreenTest, AWheelNotchIsOneFrame) {
     EXPECT_TRUE(screen->wait([&] { return !timeline.canDrag(); })) << "the wheel comes to rest";
 }
 
+bool isMark(const QColor& color) {
+    return color.red() <= 2 && std::abs(color.green() - 229) <= 2 && std::abs(color.blue() - 255) <= 2;
+}
+
 TEST_F(TimelineScreenTest, TicksFadeTowardsTheEndsAndTheMarkStandsInTheMiddle) {
     const QImage window = screen->grab();
     const QRect place = host::ScreenDriver::rectOf(&ruler(0)).toAlignedRect();
@@ -128,10 +132,16 @@ TEST_F(TimelineScreenTest, TicksFadeTowardsTheEndsAndTheMarkStandsInTheMiddle) {
     const int ground = window.pixelColor(place.left() + 1, place.top() + 1).value();
     EXPECT_LT(brightest(place.left(), place.left() + 20), ground + 60);
     EXPECT_GT(brightest(place.center().x() - 40, place.center().x() - 10), 180);
-    const QColor mark = window.pixelColor(place.center().x(), place.center().y());
-    EXPECT_NEAR(mark.red(), 0, 2) << "in the accent";
-    EXPECT_NEAR(mark.green(), 229, 2);
-    EXPECT_NEAR(mark.blue(), 255, 2);
+    EXPECT_TRUE(isMark(window.pixelColor(place.center())));
+
+    // It stays there, and nowhere else, while ticks come and go.
+    for (const int points : {-12, -4, 8}) {
+        drag(0, points);
+        settle();
+        const QImage later = screen->grab();
+        EXPECT_TRUE(isMark(later.pixelColor(place.center()))) << points;
+        for (int y = 0; y < place.height(); ++y) EXPECT_FALSE(isMark(later.pixelColor(place.center().x(), y))) << points;
+    }
 }
 
 }  // namespace
