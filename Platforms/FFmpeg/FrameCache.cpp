@@ -112,6 +112,12 @@ std::int64_t FrameCache::firstMissing(ClipNumber clip, std::int64_t from, std::i
     return frame;
 }
 
+std::int64_t FrameCache::frameCount(ClipNumber clip) const {
+    const std::lock_guard lock(mutex_);
+    const auto found = clips_.find(clip);
+    return found == clips_.end() ? 0 : static_cast<std::int64_t>(found->second.frames.size());
+}
+
 std::int64_t FrameCache::capacity(std::size_t frameBytes) const {
     const std::lock_guard lock(mutex_);
     return std::max(minFramesPerClip, static_cast<std::int64_t>(share() / std::max<std::size_t>(frameBytes, 1)));

@@ -57,6 +57,8 @@ public:
     /// Walks from `from` to `to` (up or down, both included) to the first frame that is not there; `to` passed by one
     /// when all are.
     std::int64_t firstMissing(ClipNumber clip, std::int64_t from, std::int64_t to) const;
+    /// How many frames of the clip are there.
+    std::int64_t frameCount(ClipNumber clip) const;
     /// How many frames of `frameBytes` a clip's share holds.
     std::int64_t capacity(std::size_t frameBytes) const;
 

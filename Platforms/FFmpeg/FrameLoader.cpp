@@ -95,9 +95,14 @@ void FrameLoader::run() {
     while (decoder_ && !isStopping_) {
         if (deliverFromCache()) continue;
         std::optional<Goal> goal;
+        std::optional<Clock::time_point> wakeAt;
+        {
+            const std::lock_guard lock(mutex_);
+            goal = nextGoal(wakeAt);
+        }
+        if (!goal && prepareMemory()) continue;
         {
             std::unique_lock lock(mutex_);
-            std::optional<Clock::time_point> wakeAt;
             goal = nextGoal(wakeAt);
             if (!goal && !isStopping_) {
                 if (wakeAt) {
@@ -166,6 +171,13 @@ void FrameLoader::tell(std::string News::*what, std::string text) {
     notify_();
 }
 
+bool FrameLoader::prepareMemory() {
+    if (bufferBytes_ == 0 || !decodedIndex_) return false;
+    const std::int64_t frames = std::min(cache_->capacity(frameBytes_), decodedIndex_->frameCount());
+    const std::int64_t missing = frames - cache_->frameCount(clip_);
+    return missing > 0 && pool_->makeReady(bufferBytes_, static_cast<std::size_t>(missing));
+}
+
 bool FrameLoader::deliverFromCache() {
     {
         const std::lock_guard lock(mutex_);
@@ -185,11 +197,12 @@ std::optional<FrameLoader::Goal> FrameLoader::nextGoal(std::optional<Clock::time
     const std::int64_t last = index_->frameCount() - 1;
     if (isWanted_) {
         // Some frames before the one sought are kept on the way, more of them the longer the way is: stepping back from
-        // here then begins without a wait, which gives the time to decode the ones before.
+        // here then begins without a wait, which gives the time to decode the ones before. Not all: pictures that are kept
+        // go to memory that is not in the processor's cache, which makes the seek slower.
         const std::int64_t first = index_->firstFrameFrom(index_->startPacketFor(playhead_));
         const std::int64_t wayBack = std::max<std::int64_t>(playhead_ - first, 0);
         if (travel_ == Travel::backward) return backwardGoal(playhead_, 0);
-        const std::int64_t kept = std::min(wayBack, 4 + wayBack / 10);
+        const std::int64_t kept = std::min(wayBack, 4 + wayBack / 5);
         return Goal{playhead_, playhead_ - kept, travel_ == Travel::none};
     }
     if (frameBytes_ == 0) return std::nullopt;
@@ -288,6 +301,7 @@ void FrameLoader::take(FrameHandle picture, std::int64_t number) {
     const Orientation orientation = orientationOf(*stream, *picture);
     const double pixelAspect = pixelAspectOf(decoder_->file().format(), stream, picture.get());
     const Time time = decodedIndex_->timeOfTicks(decodedIndex_->ticksOf(number));
+    bufferBytes_ = picture->buf[0] && !picture->buf[1] ? picture->buf[0]->size : 0;
     const std::shared_ptr<const AVFrame> shared(picture.release(), LibraryDeleter{});
     auto frame = std::make_shared<const DecodedFrame>(shared, orientation, pixelAspect, number, time);
     frameBytes_ = frame->byteCount();

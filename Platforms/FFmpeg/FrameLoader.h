@@ -89,6 +89,8 @@ private:
     /// earlier, and then `standIn`, if not null, in its place and in that of the others that are missing up to there.
     void handleMissing(const Goal& goal, std::shared_ptr<const DecodedFrame> standIn, std::int64_t upTo,
                        bool isUnreadable);
+    /// While there is nothing to decode: makes memory ready for what will be. False when there is enough.
+    bool prepareMemory();
     /// Sends the frame that is wanted, when it is in the cache by now. True when it was.
     bool deliverFromCache();
     void tell(std::string News::*what, std::string text);
@@ -120,7 +122,8 @@ private:
     FrameHandle picture_;
     std::int64_t runKeepFrom_ = 0;
     bool isJumping_ = false;
-    std::size_t frameBytes_ = 0;  // 0 until the first picture
+    std::size_t frameBytes_ = 0;   // 0 until the first picture
+    std::size_t bufferBytes_ = 0;  // of the memory that it is in
     std::int64_t packetsWithoutPicture_ = 0;
     std::shared_ptr<const DecodedFrame> lastPicture_;    // of this run
     std::shared_ptr<const DecodedFrame> newestPicture_;  // of any run

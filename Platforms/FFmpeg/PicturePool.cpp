@@ -6,9 +6,12 @@ extern "C" {
 #include <libavutil/imgutils.h>
 }
 
+#include <sys/mman.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <iterator>
 #include <utility>
 
 namespace videoanalysis::media {
@@ -83,35 +86,91 @@ AVBufferRef* PicturePool::take(std::size_t size) {
     std::uint8_t* data = nullptr;
     {
         const std::lock_guard lock(mutex_);
-        std::vector<std::uint8_t*>& unused = unused_[size];
-        if (!unused.empty()) {
-            data = unused.back();
-            unused.pop_back();
-        } else {
-            freeUnused(size);
-            data = static_cast<std::uint8_t*>(std::aligned_alloc(alignment, size));
-            if (!data) return nullptr;
-        }
-        used_.emplace(data, size);
-        if (!self_) self_ = shared_from_this();
+        data = takeUnused(size);
+        if (!data) data = takeFresh(size);
+        if (!data) return nullptr;
+        if (usedPictures_++ == 0) self_ = shared_from_this();
     }
     AVBufferRef* reference = av_buffer_create(data, size, &PicturePool::giveBack, this, 0);
     if (!reference) giveBack(this, data);
     return reference;
 }
 
+std::uint8_t* PicturePool::takeUnused(std::size_t size) {
+    for (auto& [begin, slab] : slabs_) {
+        if (slab.pictureSize != size || slab.unused.empty()) continue;
+        std::uint8_t* data = slab.unused.back();
+        slab.unused.pop_back();
+        ++slab.used;
+        return data;
+    }
+    return nullptr;
+}
+
+std::uint8_t* PicturePool::takeFresh(std::size_t size) {
+    const auto takeFrom = [size](Slab& slab) {
+        std::uint8_t* data = slab.fresh;
+        slab.fresh += size;
+        --slab.freshPictures;
+        ++slab.used;
+        return data;
+    };
+    for (auto& [begin, slab] : slabs_) {
+        if (slab.pictureSize == size && slab.freshPictures > 0) return takeFrom(slab);
+    }
+    freeUnused(size);
+    // Untouched memory is not resident yet, so a slab that is only begun costs nothing.
+    constexpr std::size_t largePage = std::size_t{2} << 20;
+    constexpr std::size_t leastSlab = 16 * largePage;
+    const std::size_t pictures = std::max<std::size_t>(leastSlab / size, 1);
+    const std::size_t bytes = (pictures * size + largePage - 1) / largePage * largePage;
+    auto* begin = static_cast<std::uint8_t*>(std::aligned_alloc(largePage, bytes));
+    if (!begin) return nullptr;
+    madvise(begin, bytes, MADV_HUGEPAGE);  // only advice: without it the memory works as well
+    Slab& slab = slabs_[begin];
+    slab.pictureSize = size;
+    slab.fresh = begin;
+    slab.freshPictures = pictures;
+    return takeFrom(slab);
+}
+
+bool PicturePool::makeReady(std::size_t size, std::size_t wanted) {
+    std::uint8_t* data = nullptr;
+    {
+        const std::lock_guard lock(mutex_);
+        bool isKnown = false;
+        std::size_t ready = 0;
+        for (const auto& [begin, slab] : slabs_) {
+            if (slab.pictureSize != size) continue;
+            isKnown = true;
+            ready += slab.unused.size();
+        }
+        if (!isKnown || ready >= wanted) return false;
+        data = takeFresh(size);
+        if (!data) return false;
+    }
+    constexpr std::size_t smallestPage = 4096;
+    for (std::size_t page = 0; page < size; page += smallestPage) {
+        *static_cast<volatile std::uint8_t*>(data + page) = 0;
+    }
+    const std::lock_guard lock(mutex_);
+    Slab& slab = slabOf(data);
+    slab.unused.push_back(data);
+    --slab.used;
+    return true;
+}
+
+PicturePool::Slab& PicturePool::slabOf(std::uint8_t* data) { return std::prev(slabs_.upper_bound(data))->second; }
+
 void PicturePool::giveBack(void* opaque, unsigned char* data) {
     auto& pool = *static_cast<PicturePool*>(opaque);
     std::shared_ptr<PicturePool> last;  // released after the lock
     const std::lock_guard lock(pool.mutex_);
-    const auto used = pool.used_.find(data);
-    if (pool.decoders_ == 0) {
-        std::free(data);
-    } else {
-        pool.unused_[used->second].push_back(data);
-    }
-    pool.used_.erase(used);
-    if (pool.used_.empty()) last = std::move(pool.self_);
+    Slab& slab = pool.slabOf(data);
+    slab.unused.push_back(data);
+    --slab.used;
+    if (pool.decoders_ == 0 && slab.used == 0) pool.freeUnused(0);
+    if (--pool.usedPictures_ == 0) last = std::move(pool.self_);
 }
 
 void PicturePool::leave() {
@@ -120,11 +179,12 @@ void PicturePool::leave() {
 }
 
 void PicturePool::freeUnused(std::size_t keptSize) {
-    for (auto& [size, unused] : unused_) {
-        if (size == keptSize) continue;
-        for (std::uint8_t* data : unused) std::free(data);
-        unused.clear();
-    }
+    std::erase_if(slabs_, [keptSize](const auto& entry) {
+        const auto& [begin, slab] = entry;
+        if (slab.used != 0 || slab.pictureSize == keptSize) return false;
+        std::free(begin);
+        return true;
+    });
 }
 
 }  // namespace videoanalysis::media
