@@ -3,6 +3,7 @@
 #include "Host/ReportingEngine.h"
 #include "Platforms/Cairo/CairoEngine.h"
 #include "Platforms/FFmpeg/FFmpegEngine.h"
+#include "Platforms/QtQuick/QtAudioSink.h"
 #include "Platforms/QtQuick/QtQuickPlatform.h"
 
 #include <QCoreApplication>
@@ -34,7 +35,7 @@ HostApplication::HostApplication(const QStringList& clips, std::function<void(co
     for (const QString& clip : clips) clips_.push_back({urlOf(clip), {}});
 
     auto engine = std::make_unique<ReportingEngine>(
-        std::make_unique<media::FFmpegEngine>(),
+        std::make_unique<media::FFmpegEngine>(media::FFmpegOptions{}, std::make_shared<QtAudioSink>()),
         [report = std::move(report)](const URL& url, const std::string& reason) {
             const QString text = QString::fromStdString(reason);
             const bool namesClip = reason.find(url.absoluteString()) != std::string::npos;

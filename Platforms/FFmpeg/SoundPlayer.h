@@ -2,7 +2,7 @@
 // Plays a clip's sound beside its pictures: it follows the clock of the playback and never leads it, so that two players
 // started together stay together whatever their devices do. Playback starts and stops it.
 
-#include "Platforms/FFmpeg/AudioSink.h"
+#include "VideoAnalysis/Platform/AudioSink.h"
 #include "VideoAnalysis/Platform/Media.h"
 #include "VideoAnalysis/Platform/URL.h"
 

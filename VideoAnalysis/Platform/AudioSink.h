@@ -1,6 +1,6 @@
 #pragma once
-// Where the media engine's sound goes. A host's platform that can make sound implements it and hands it to the engine;
-// without one, clips are silent.
+// Where a media engine's sound goes: a platform that can make sound implements it and hands it to the engine when it is
+// made. Without one, clips are silent.
 
 #include <cstddef>
 #include <memory>
