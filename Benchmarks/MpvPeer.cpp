@@ -5,8 +5,17 @@
 #include "Benchmarks/Benchmark.h"
 
 #include <mpv/client.h>
+#include <mpv/render.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
 #include <limits>
+#include <mutex>
+#include <vector>
 
 namespace videoanalysis::bench {
 namespace {
@@ -15,6 +24,87 @@ constexpr double failed = std::numeric_limits<double>::quiet_NaN();
 constexpr double longestWait = 20;  // seconds
 
 }  // namespace
+
+namespace {
+
+constexpr const char* playerArgument = "--play-with-mpv";
+
+int play(const std::string& path, int width, int height, double seconds) {
+    mpv_handle* handle = mpv_create();
+    if (!handle) return 1;
+    for (const auto& [name, value] : {std::pair{"vo", "libmpv"}, {"ao", "null"}, {"audio", "no"}, {"hwdec", "no"},
+                                      {"config", "no"}, {"loop-file", "inf"}, {"vd-lavc-threads", "0"}}) {
+        mpv_set_option_string(handle, name, value);
+    }
+    if (mpv_initialize(handle) < 0) return 1;
+    mpv_render_param create[] = {{MPV_RENDER_PARAM_API_TYPE, const_cast<char*>(MPV_RENDER_API_TYPE_SW)}, {}};
+    mpv_render_context* context = nullptr;
+    if (mpv_render_context_create(&context, handle, create) < 0) return 1;
+    std::mutex mutex;
+    std::condition_variable changed;
+    struct Wake {
+        std::mutex& mutex;
+        std::condition_variable& changed;
+        bool isDue = false;
+    } wake{mutex, changed};
+    mpv_render_context_set_update_callback(
+        context,
+        [](void* opaque) {
+            auto& due = *static_cast<Wake*>(opaque);
+            const std::lock_guard lock(due.mutex);
+            due.isDue = true;
+            due.changed.notify_one();
+        },
+        &wake);
+    const char* load[] = {"loadfile", path.c_str(), nullptr};
+    mpv_command(handle, load);
+    int size[] = {width, height};
+    std::size_t stride = static_cast<std::size_t>(width) * 4;
+    std::vector<unsigned char> pixels(stride * static_cast<std::size_t>(height));
+    int drawn = 0;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    while (std::chrono::steady_clock::now() < end) {
+        {
+            std::unique_lock lock(mutex);
+            changed.wait_for(lock, std::chrono::milliseconds(100), [&] { return wake.isDue; });
+            wake.isDue = false;
+        }
+        while (mpv_wait_event(handle, 0)->event_id != MPV_EVENT_NONE) {
+        }
+        if ((mpv_render_context_update(context) & MPV_RENDER_UPDATE_FRAME) == 0) continue;
+        mpv_render_param draw[] = {{MPV_RENDER_PARAM_SW_SIZE, size},
+                                   {MPV_RENDER_PARAM_SW_FORMAT, const_cast<char*>("bgr0")},
+                                   {MPV_RENDER_PARAM_SW_STRIDE, &stride},
+                                   {MPV_RENDER_PARAM_SW_POINTER, pixels.data()},
+                                   {}};
+        if (mpv_render_context_render(context, draw) >= 0) ++drawn;
+    }
+    mpv_render_context_free(context);
+    mpv_terminate_destroy(handle);
+    return drawn > seconds ? 0 : 1;
+}
+
+}  // namespace
+
+int MpvPeer::playInProcess(const std::string& path, int width, int height, double seconds) {
+    const std::string numbers[] = {std::to_string(width), std::to_string(height), std::to_string(seconds)};
+    const char* const arguments[] = {"bench", playerArgument, path.c_str(), numbers[0].c_str(), numbers[1].c_str(),
+                                     numbers[2].c_str(), nullptr};
+    pid_t process = -1;
+    const int error =
+        posix_spawn(&process, "/proc/self/exe", nullptr, nullptr, const_cast<char* const*>(arguments), environ);
+    return error == 0 ? process : -1;
+}
+
+bool MpvPeer::waitFor(int process) {
+    int status = 1;
+    return process > 0 && waitpid(process, &status, 0) == process && status == 0;
+}
+
+std::optional<int> MpvPeer::playerMain(int count, char** arguments) {
+    if (count != 6 || std::string(arguments[1]) != playerArgument) return std::nullopt;
+    return play(arguments[2], std::stoi(arguments[3]), std::stoi(arguments[4]), std::stod(arguments[5]));
+}
 
 std::unique_ptr<MpvPeer> MpvPeer::make() {
     mpv_handle* handle = mpv_create();
@@ -95,6 +185,9 @@ double MpvPeer::open(const std::string&) { return 0; }
 double MpvPeer::seekExactly(double) { return 0; }
 double MpvPeer::stepBack() { return 0; }
 double MpvPeer::stepForward() { return 0; }
+int MpvPeer::playInProcess(const std::string&, int, int, double) { return -1; }
+bool MpvPeer::waitFor(int) { return false; }
+std::optional<int> MpvPeer::playerMain(int, char**) { return std::nullopt; }
 
 }  // namespace videoanalysis::bench
 

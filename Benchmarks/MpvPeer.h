@@ -3,6 +3,7 @@
 // The media benchmarks measure both in the same run; where libmpv is not installed they show their own figures only.
 
 #include <memory>
+#include <optional>
 #include <string>
 
 struct mpv_handle;
@@ -20,6 +21,14 @@ public:
     double seekExactly(double seconds);
     double stepBack();
     double stepForward();
+
+    /// Plays `path` in a process of its own for `seconds`, drawn in software at `width` x `height` without sound, and returns
+    /// that process's number; `waitFor` waits for its end. This program must pass what it is started with to `playerMain`.
+    static int playInProcess(const std::string& path, int width, int height, double seconds);
+    /// False when it did not play.
+    static bool waitFor(int process);
+    /// What a process started by `playInProcess` runs; nothing when the arguments are others. Its exit status.
+    static std::optional<int> playerMain(int count, char** arguments);
 
 private:
     explicit MpvPeer(mpv_handle* handle) : handle_(handle) {}

@@ -2,6 +2,7 @@
 // is broken or nothing could be measured, 2 when the arguments are wrong.
 
 #include "Benchmarks/Benchmark.h"
+#include "Benchmarks/MpvPeer.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -50,6 +51,8 @@ void printTable(const std::vector<Case>& cases) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    using namespace videoanalysis::bench;
+    if (const std::optional<int> status = MpvPeer::playerMain(argc, argv)) return *status;
     std::vector<std::string> names;
     std::string jsonPath;
     for (int i = 1; i < argc; ++i) {
