@@ -55,6 +55,10 @@ add_walk_clip(one-frame.mp4 --frames 1 --)
 # Cut without encoding again: an edit list hides the frames from the key frame to the cut, here 30 to 38.
 add_derived_test_clip(edited.mp4 h264.mp4 ${ffmpeg} -ss 1.3 -i FROM -c copy TO)
 add_derived_test_clip(rotated.mp4 h264.mp4 ${ffmpeg} -i FROM -c copy -an -metadata:s:v rotate=90 TO)
+# Television's old shape: 720 samples a row that stand for 1024.
+add_test_clip(wide-pixels.mp4 --style plain --size 720x576 --frames 10 --tone none -- -g 10 -aspect 16:9)
+add_derived_test_clip(encrypted.mp4 h264.mp4 ${ffmpeg} -i FROM -c copy -encryption_scheme cenc-aes-ctr
+    -encryption_key 00112233445566778899aabbccddeeff -encryption_kid ffeeddccbbaa99887766554433221100 TO)
 # Begins in the middle of a group: its first frames refer to some that are not there.
 add_derived_test_clip(cut.ts offset.ts sh -c "tail -c +$((188 * 61 + 1)) \"$1\" > \"$2\"" sh FROM TO)
 

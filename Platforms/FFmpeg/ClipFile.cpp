@@ -116,6 +116,12 @@ std::unique_ptr<ClipFile> ClipFile::open(const URL& url, Content content, const 
         error = content == Content::video ? "it has no video" : "it has no sound";
         return nullptr;
     }
+    // The library reads on without the key, and decoders make noise of what they get.
+    const std::uint32_t tag = format->streams[number]->codecpar->codec_tag;
+    if (tag == MKTAG('e', 'n', 'c', 'v') || tag == MKTAG('e', 'n', 'c', 'a')) {
+        error = "it is encrypted";
+        return nullptr;
+    }
     for (unsigned i = 0; i < format->nb_streams; ++i) {
         format->streams[i]->discard = static_cast<int>(i) == number ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
     }
