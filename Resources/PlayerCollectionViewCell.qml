@@ -7,35 +7,52 @@ PlayerCell {
     id: cell
 
     GesturedScrollView {
+        id: scroll
         outlet: "playerScrollView"
         anchors.fill: parent
 
-        VideoView {
-            id: video
-            outlet: "playerView"
+        Item {
             anchors.fill: parent
-
-            Notice {
-                anchors.centerIn: parent
-                visible: video.status !== VideoView.Ready && video.status !== VideoView.BrokenOff
-                glyph: {
-                    switch (video.status) {
-                    case VideoView.Failed: return "film_failed"
-                    case VideoView.Loading: return "hourglass"
-                    default: return "film"
-                    }
+            transform: [
+                Scale {
+                    xScale: scroll.zoomScale
+                    yScale: scroll.zoomScale
+                },
+                Translate {
+                    x: -scroll.offset.x
+                    y: -scroll.offset.y
                 }
-                text: {
-                    switch (video.status) {
-                    case VideoView.Failed: return qsTr("This clip cannot be shown")
-                    case VideoView.Loading: return qsTr("Opening the clip")
-                    default: return qsTr("No clip yet")
+            ]
+
+            VideoView {
+                id: video
+                outlet: "playerView"
+                anchors.fill: parent
+                zoom: scroll.zoomScale
+
+                Notice {
+                    anchors.centerIn: parent
+                    visible: video.status !== VideoView.Ready && video.status !== VideoView.BrokenOff
+                    glyph: {
+                        switch (video.status) {
+                        case VideoView.Failed: return "film_failed"
+                        case VideoView.Loading: return "hourglass"
+                        default: return "film"
+                        }
+                    }
+                    text: {
+                        switch (video.status) {
+                        case VideoView.Failed: return qsTr("This clip cannot be shown")
+                        case VideoView.Loading: return qsTr("Opening the clip")
+                        default: return qsTr("No clip yet")
+                        }
                     }
                 }
             }
-        }
-        SketchView {
-            outlet: "sketchView"
+            SketchView {
+                outlet: "sketchView"
+                zoom: scroll.zoomScale
+            }
         }
         Rectangle {
             anchors.centerIn: parent

@@ -23,6 +23,22 @@ SketchViewItem::SketchViewItem(QQuickItem* parent) : ViewItem(std::make_shared<S
     setPlacedByView();
 }
 
+void SketchViewItem::setZoom(double zoom) {
+    if (zoom_ == zoom) return;
+    zoom_ = zoom;
+    update();
+    Q_EMIT zoomChanged();
+}
+
+void SketchViewItem::viewDidChange(ui::View& view, ui::Property property) {
+    if (property == ui::Property::contentScale) {
+        makeBitmap();
+        update();
+    } else {
+        ViewItem::viewDidChange(view, property);
+    }
+}
+
 void SketchViewItem::viewNeedsDisplay(ui::View&, const Rect& rect) {
     dirty_ = dirty_.unionWith(rect);
     polish();
@@ -40,7 +56,8 @@ void SketchViewItem::itemChange(ItemChange change, const ItemChangeData& value) 
 }
 
 void SketchViewItem::makeBitmap() {
-    const double scale = window() ? window()->effectiveDevicePixelRatio() : 1;
+    const double fineness = view() ? static_cast<SketchView*>(view())->contentScale() : 1;
+    const double scale = (window() ? window()->effectiveDevicePixelRatio() : 1) * fineness;
     const auto pixels = [&](double points) {
         return static_cast<int>(std::clamp(std::ceil(points * scale), 0.0, maximumPixels));
     };
@@ -77,9 +94,9 @@ QSGNode* SketchViewItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
     if (!node) {
         node = window()->createImageNode();
         node->setOwnsTexture(true);
-        node->setFiltering(QSGTexture::Nearest);
         isTextureOld_ = true;
     }
+    node->setFiltering(zoom_ > 1 ? QSGTexture::Linear : QSGTexture::Nearest);
     if (isTextureOld_) {
         // A copy: the texture may be read while the next drawing is made.
         const QImage pixels(reinterpret_cast<const uchar*>(bitmap_.pixels.data()), bitmap_.width, bitmap_.height,
@@ -89,6 +106,10 @@ QSGNode* SketchViewItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
     }
     // On the grid of the screen's pixels, like the picture below.
     const double scale = bitmap_.scale;
+    if (zoom_ > 1) {
+        node->setRect({QPointF(), QSizeF(bitmap_.width, bitmap_.height) / scale});
+        return node;
+    }
     const QPointF corner = mapToScene({});
     const QPointF onGrid(std::round(corner.x() * scale) / scale, std::round(corner.y() * scale) / scale);
     node->setRect({onGrid - corner, QSizeF(bitmap_.width, bitmap_.height) / scale});

@@ -9,11 +9,20 @@ namespace videoanalysis {
 /// "SketchView" in QML; the component places it over the picture. Main thread.
 class SketchViewItem : public ViewItem {
     Q_OBJECT
+    /// How much larger than its own size the item is shown, 1 or more.
+    Q_PROPERTY(double zoom READ zoom WRITE setZoom NOTIFY zoomChanged)
 
 public:
     explicit SketchViewItem(QQuickItem* parent = nullptr);
 
+    double zoom() const { return zoom_; }
+    void setZoom(double zoom);
+
+    void viewDidChange(ui::View& view, ui::Property property) override;
     void viewNeedsDisplay(ui::View& view, const Rect& rect) override;
+
+Q_SIGNALS:
+    void zoomChanged();
 
 protected:
     void updatePolish() override;
@@ -27,6 +36,7 @@ private:
     Bitmap bitmap_;
     Rect dirty_;
     bool isTextureOld_ = true;
+    double zoom_ = 1;
 };
 
 }  // namespace videoanalysis

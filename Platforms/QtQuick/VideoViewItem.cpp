@@ -86,6 +86,22 @@ void VideoViewItem::itemChange(ItemChange change, const ItemChangeData& value) {
     ViewItem::itemChange(change, value);
 }
 
+void VideoViewItem::setZoom(double zoom) {
+    if (zoom_ == zoom) return;
+    zoom_ = zoom;
+    update();
+    Q_EMIT zoomChanged();
+}
+
+/// Enlarged, a picture is prepared no finer than the clip has it, and in few sizes: a pinch would ask for a new one with every
+/// movement.
+QSize VideoViewItem::sizeForZoom(const media::VideoFrame& frame, QSize unzoomed) const {
+    double level = 1.5;
+    while (level < zoom_) level *= 1.5;
+    const double finest = std::max(frame.size().width / unzoomed.width(), 1.0);
+    return unzoomed * std::min(level, finest);
+}
+
 QSGNode* VideoViewItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
     auto* node = static_cast<QSGImageNode*>(old);
     const std::shared_ptr<const media::VideoFrame> frame = player_ ? player_->currentFrame() : nullptr;
@@ -101,14 +117,19 @@ QSGNode* VideoViewItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
     const Rect picture = videoView()->pictureRect();
     const double left = onGrid(corner.x(), picture.minX());
     const double top = onGrid(corner.y(), picture.minY());
-    const QSize size(static_cast<int>(std::max(onGrid(corner.x(), picture.maxX()) - left, 1.0)),
-                     static_cast<int>(std::max(onGrid(corner.y(), picture.maxY()) - top, 1.0)));
+    QSize size(static_cast<int>(std::max(onGrid(corner.x(), picture.maxX()) - left, 1.0)),
+               static_cast<int>(std::max(onGrid(corner.y(), picture.maxY()) - top, 1.0)));
+    QRectF whole(QPointF(left, top) / scale - corner, QSizeF(size) / scale);
+    if (zoom_ > 1) {
+        whole = QRectF(picture.minX(), picture.minY(), picture.size.width, picture.size.height);
+        size = sizeForZoom(*frame, size);
+    }
     if (!node) {
         node = window()->createImageNode();
         node->setOwnsTexture(true);
-        node->setFiltering(QSGTexture::Nearest);
         shownFrame_.reset();
     }
+    node->setFiltering(zoom_ > 1 ? QSGTexture::Linear : QSGTexture::Nearest);
     if (frame != shownFrame_ || size != shownSize_) {
         node->setTexture(window()->createTextureFromImage(opaqueImage(frame->scaled(size.width(), size.height())),
                                                           QQuickWindow::TextureIsOpaque));
@@ -116,10 +137,12 @@ QSGNode* VideoViewItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
         shownSize_ = size;
     }
     // A picture that fills the view reaches outside; only the part inside is shown.
-    const QRectF whole(QPointF(left, top) / scale - corner, QSizeF(size) / scale);
     const QRectF inside = whole & boundingRect();
     node->setRect(inside);
-    node->setSourceRect({(inside.topLeft() - whole.topLeft()) * scale, inside.size() * scale});
+    const QPointF texels(size.width() / whole.width(), size.height() / whole.height());
+    const QPointF source = inside.topLeft() - whole.topLeft();
+    node->setSourceRect({source.x() * texels.x(), source.y() * texels.y(), inside.width() * texels.x(),
+                         inside.height() * texels.y()});
     return node;
 }
 

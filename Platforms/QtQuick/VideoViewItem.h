@@ -18,6 +18,8 @@ class VideoFrame;
 class VideoViewItem : public ViewItem {
     Q_OBJECT
     Q_PROPERTY(Status status READ status NOTIFY statusChanged)
+    /// How much larger than its own size the item is shown, 1 or more.
+    Q_PROPERTY(double zoom READ zoom WRITE setZoom NOTIFY zoomChanged)
 
 public:
     /// Named as QML asks for it.
@@ -34,11 +36,14 @@ public:
     ~VideoViewItem() override;
 
     Status status() const { return status_; }
+    double zoom() const { return zoom_; }
+    void setZoom(double zoom);
 
     void viewDidChange(ui::View& view, ui::Property property) override;
 
 Q_SIGNALS:
     void statusChanged();
+    void zoomChanged();
 
 protected:
     QSGNode* updatePaintNode(QSGNode* node, UpdatePaintNodeData* data) override;
@@ -49,12 +54,14 @@ private:
     VideoView* videoView() const;
     void followLayer();
     void updateStatus();
+    QSize sizeForZoom(const media::VideoFrame& frame, QSize unzoomed) const;
 
     std::shared_ptr<media::Player> player_;
     std::shared_ptr<void> frameObservation_;
     std::shared_ptr<void> itemObservation_;
     Status status_ = Status::Empty;
     bool hasBrokenOff_ = false;
+    double zoom_ = 1;
 
     /// What the texture shows, so that the same picture is not scaled twice.
     std::shared_ptr<const media::VideoFrame> shownFrame_;

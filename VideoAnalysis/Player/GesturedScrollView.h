@@ -1,6 +1,6 @@
 #pragma once
 // The zooming container of one player's picture. It turns the pans of one finger or the mouse into strokes on the sketch view
-// that lies over the video.
+// that lies over the video, and those of two fingers into zooming and moving.
 
 #include "VideoAnalysis/Platform/UI/GestureRecognizer.h"
 #include "VideoAnalysis/Platform/UI/ScrollView.h"
@@ -19,20 +19,38 @@ public:
     std::weak_ptr<SketchView> sketchView;
     /// Called before each stroke begins, so that the owner can set up the tool. May be empty.
     std::function<void()> willBeginDrawing;
+    /// Called when a stroke has been taken back. May be empty.
+    std::function<void()> didCancelDrawing;
     /// Called for a touch that did not move. May be empty.
     std::function<void()> didTap;
+    /// Called when a finger or a mouse button comes down on the picture. May be empty.
+    std::function<void()> didTouch;
 
     std::optional<Point> previousLocation;
     /// Made on first use. The platform feeds it with what one finger or the left mouse button does.
     const std::shared_ptr<ui::PanGestureRecognizer>& customPanGestureRecognizer();
 
     /// A pan that begins outside the sketch view draws nothing. A stroke begins with the first movement, so a still touch
-    /// leaves nothing behind.
+    /// leaves nothing behind; one that is cancelled is taken back.
     void handlePan(ui::GestureRecognizer& recognizer);
+    /// For the platform: the zoom changes by `factor`, within its range, and what lies under `anchor` (points of this view)
+    /// stays there as far as the picture's edges allow.
+    void zoom(double factor, Point anchor);
+    /// For the platform: the picture is moved by `translation` points, as far as it is larger than this view.
+    void move(Point translation);
+    /// For the platform: zooming has come to rest. The drawings are made as fine as they are shown.
+    void zoomDidEnd();
+    /// Back to the whole picture.
+    void resetZoom();
     /// For the platform: a touch has come and gone without moving.
     void tap();
 
+protected:
+    void boundsDidChange(const Rect& old) override;
+
 private:
+    Point limited(Point offset) const;
+
     std::shared_ptr<ui::PanGestureRecognizer> pan_;
     bool isDrawing_ = false;
 };

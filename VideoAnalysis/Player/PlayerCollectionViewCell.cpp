@@ -7,6 +7,11 @@
 #include <sstream>
 
 namespace videoanalysis {
+namespace {
+
+constexpr double largestZoom = 8;
+
+}  // namespace
 
 std::string PlayerCollectionViewCell::description() const {
     std::ostringstream text;
@@ -21,8 +26,13 @@ void PlayerCollectionViewCell::connectOutlets(ui::Outlets& outlets) {
 }
 
 void PlayerCollectionViewCell::awakeFromNib() {
-    ui::required(playerScrollView, "playerScrollView")->sketchView = sketchView;
+    const auto scroll = ui::required(playerScrollView, "playerScrollView");
+    scroll->sketchView = sketchView;
+    scroll->setZoomRange(1, largestZoom);
+    scroll->setDelegate(std::static_pointer_cast<PlayerCollectionViewCell>(shared_from_this()));
 }
+
+std::shared_ptr<ui::View> PlayerCollectionViewCell::viewForZooming(ui::ScrollView&) { return playerView.lock(); }
 
 void PlayerCollectionViewCell::layOutSketchView() {
     const auto video = playerView.lock();

@@ -3,6 +3,7 @@
 // "PlayerCollectionViewCell".
 
 #include "VideoAnalysis/Platform/UI/CollectionView.h"
+#include "VideoAnalysis/Platform/UI/ScrollView.h"
 
 #include <functional>
 #include <memory>
@@ -13,7 +14,7 @@ class GesturedScrollView;
 class SketchView;
 class VideoView;
 
-class PlayerCollectionViewCell : public ui::CollectionViewCell {
+class PlayerCollectionViewCell : public ui::CollectionViewCell, public ui::ScrollViewDelegate {
 public:
     std::weak_ptr<VideoView> playerView;
     std::weak_ptr<SketchView> sketchView;
@@ -22,6 +23,9 @@ public:
     std::string description() const override;
     void connectOutlets(ui::Outlets& outlets) override;
     void awakeFromNib() override;
+
+    /// The video; the drawings over it go with it.
+    std::shared_ptr<ui::View> viewForZooming(ui::ScrollView& scrollView) override;
 
     /// Makes the sketch view cover exactly the picture.
     void layOutSketchView();

@@ -70,8 +70,14 @@ void PlayerCollectionViewCellController::setCell(const std::shared_ptr<PlayerCol
         scroll->willBeginDrawing = [weak] {
             if (const auto controller = weak.lock()) controller->setUpTool();
         };
+        scroll->didCancelDrawing = [weak] {
+            if (const auto controller = weak.lock()) controller->publishHistory();
+        };
         scroll->didTap = [weak] {
             if (const auto controller = weak.lock()) controller->handleHUDTap();
+        };
+        scroll->didTouch = [weak] {
+            if (const auto controller = weak.lock()) controller->touched();
         };
     }
     if (const std::shared_ptr<VideoView> video = videoView()) {
@@ -99,7 +105,10 @@ void PlayerCollectionViewCellController::wire(PlayerCollectionViewCellHUDView& v
         const auto button = outlet.lock();
         if (!button) return;
         button->addAction(ui::ControlEvent::touchUpInside, [weak, operation](ui::Control& sender) {
-            if (const auto controller = weak.lock()) (*controller.*operation)(sender);
+            if (const auto controller = weak.lock()) {
+                controller->touched();
+                (*controller.*operation)(sender);
+            }
         });
     };
     onTap(view.playPauseButton, &Self::togglePlayingState);
@@ -135,7 +144,10 @@ void PlayerCollectionViewCellController::wire(PlayerCollectionViewCellHUDView& v
         });
         const auto observe = [weak](bool shouldObserve) {
             return [weak, shouldObserve](ui::Control&) {
-                if (const auto controller = weak.lock()) controller->shouldObserveSeekBarChanges = shouldObserve;
+                if (const auto controller = weak.lock()) {
+                    controller->touched();
+                    controller->shouldObserveSeekBarChanges = shouldObserve;
+                }
             };
         };
         slider->addAction(ui::ControlEvent::touchDown, observe(false));
@@ -163,8 +175,10 @@ void PlayerCollectionViewCellController::unbind() {
     }
     if (const auto scroll = cell->playerScrollView.lock()) {
         scroll->willBeginDrawing = nullptr;
+        scroll->didCancelDrawing = nullptr;
         scroll->didTap = nullptr;
-        scroll->setZoomScale(1);
+        scroll->didTouch = nullptr;
+        scroll->resetZoom();
     }
     cell_.reset();
 }
@@ -225,11 +239,16 @@ void PlayerCollectionViewCellController::handleLongPress(ui::GestureRecognizer& 
 }
 
 void PlayerCollectionViewCellController::seekbarValueChanged(ui::Slider& sender) {
+    if (player()) {
+        dragging = true;
+        seekTo(sender.value());
+    }
+}
+
+void PlayerCollectionViewCellController::seekTo(double fraction) {
     const std::shared_ptr<media::Player> current = player();
     if (!current) return;
     const media::Time duration = current->currentItem()->duration();
-    const double fraction = sender.value();
-    dragging = true;
     const media::Time time(std::llround(static_cast<double>(duration.value) * fraction), duration.timescale);
     if (time.isValid()) mainStore().dispatch(CellVideoSeekToTimeAction({}, fraction, time, addressedIndex()));
 }
@@ -288,6 +307,51 @@ void PlayerCollectionViewCellController::userDidChangePlaybackRate(ui::Button& s
 
 void PlayerCollectionViewCellController::handleHUDTap() {
     mainStore().dispatch(SetHUDVisibleAction(!mainStore().state().mainViewControllerState.isHUDVisible));
+}
+
+// ---- Keys and touches
+
+void PlayerCollectionViewCellController::touched() {
+    static std::uint64_t touches = 0;
+    latestTouch_ = ++touches;
+}
+
+bool PlayerCollectionViewCellController::keyPressed(const ui::KeyPress& press) {
+    if (press.isControlDown != (press.key == ui::Key::z)) return false;
+    const std::int64_t steps = press.isShiftDown ? longPressSteps : 1;
+    switch (press.key) {
+        case ui::Key::space:
+            mainStore().dispatch(
+                videoanalysis::SetCellVideoPlayingStateAction(!localStore->state().isMediaPlaying, addressedIndex()));
+            return true;
+        case ui::Key::left: mainStore().dispatch(PerformCellVideoSeekBackwardAction(addressedIndex(), -steps)); return true;
+        case ui::Key::right: mainStore().dispatch(PerformCellVideoSeekForwardAction(addressedIndex(), steps)); return true;
+        case ui::Key::home: seekTo(0); return true;
+        case ui::Key::end: seekTo(1); return true;
+        case ui::Key::z:
+            if (const std::shared_ptr<SketchView> sketch = sketchView()) press.isShiftDown ? sketch->redo() : sketch->undo();
+            publishHistory();
+            return true;
+        case ui::Key::f: localStore->dispatch(ChangeCellVideoFillModeAction()); return true;
+        case ui::Key::leftBracket: changeRate(-1); return true;
+        case ui::Key::rightBracket: changeRate(1); return true;
+    }
+    return false;
+}
+
+void PlayerCollectionViewCellController::changeRate(int direction) {
+    const auto view = hud();
+    if (!view) return;
+    const float rate = localStore->state().playbackRate;
+    std::optional<float> next;
+    for (const std::weak_ptr<ui::Button>& outlet : view->videoPlaybackSpeedButtons) {
+        const auto button = outlet.lock();
+        if (!button) continue;
+        const float offered = rateFromTitle(button->title());
+        const bool isBeyond = direction > 0 ? offered > rate : offered < rate;
+        if (isBeyond && (!next || std::abs(offered - rate) < std::abs(*next - rate))) next = offered;
+    }
+    if (next) mainStore().dispatch(SetPlayerRate(addressedIndex(), *next));
 }
 
 float PlayerCollectionViewCellController::rateFromTitle(const std::string& title) {
@@ -430,6 +494,7 @@ void PlayerCollectionViewCellController::setUpTimeline() {
 }
 
 void PlayerCollectionViewCellController::timelineViewDidScrollBy(double steps, bool) {
+    touched();
     const std::int64_t count = truncated(steps, "A scrub of the timeline");
     if (count >= 0) {
         mainStore().dispatch(PerformCellVideoSeekForwardAction(addressedIndex(), count));

@@ -6,6 +6,7 @@
 #include "VideoAnalysis/Platform/Media.h"
 #include "VideoAnalysis/Platform/UI/Control.h"
 #include "VideoAnalysis/Platform/UI/GestureRecognizer.h"
+#include "VideoAnalysis/Platform/UI/KeyPress.h"
 #include "VideoAnalysis/Player/LocalState.h"
 #include "VideoAnalysis/Player/VideoView.h"
 #include "VideoAnalysis/Sketch/SketchView.h"
@@ -101,6 +102,10 @@ public:
     void userDidRequestToChangePlaybackRate(ui::Control& sender);
     void userDidChangePlaybackRate(ui::Button& sender);
     void handleHUDTap();
+    /// A key does what its control does. Returns whether it has one.
+    bool keyPressed(const ui::KeyPress& press);
+    /// Grows with every touch of any player; 0 before the first one of this player.
+    std::uint64_t latestTouch() const { return latestTouch_; }
 
     /// The rate that a button's title stands for: the title without what is not a digit at both ends; 1 when that is no number.
     static float rateFromTitle(const std::string& title);
@@ -128,6 +133,9 @@ private:
     std::shared_ptr<PlayerCollectionViewCellHUDView> hud() const;
     template <class SeekAction>
     void handleLongPress(ui::GestureRecognizer& recognizer, std::int64_t steps);
+    void touched();
+    void seekTo(double fraction);
+    void changeRate(int direction);
     void publishHistory();
     void setUpTool();
     void wire(PlayerCollectionViewCellHUDView& hud);
@@ -145,6 +153,7 @@ private:
     std::weak_ptr<media::Player> observedPlayer_;
     std::shared_ptr<dispatch::Timer> debounceTimer_;
     bool firstLoadIsDue_ = false;
+    std::uint64_t latestTouch_ = 0;
 };
 
 }  // namespace videoanalysis

@@ -82,6 +82,11 @@ void MainViewController::viewWillTransition(Size) {
     layout->invalidateLayout();
 }
 
+bool MainViewController::keyPressed(const ui::KeyPress& press) {
+    const std::shared_ptr<PlayersManager> manager = playersManager();
+    return manager && manager->keyPressed(press);
+}
+
 void MainViewController::dismiss(bool animated, Completion completion) {
     if (ui::Window* window = overlayWindow()) window->setHidden(true);
     ui::ViewController::dismiss(animated, std::move(completion));

@@ -32,6 +32,7 @@ public:
     void viewWillDisappear(bool animated) override;
     void viewDidDisappear(bool animated) override;
     void viewWillTransition(Size size) override;
+    bool keyPressed(const ui::KeyPress& press) override;
     void dismiss(bool animated, Completion completion) override;
 
     void newState(const MainViewControllerState& state) override;

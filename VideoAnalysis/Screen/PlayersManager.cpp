@@ -1,5 +1,6 @@
 #include "VideoAnalysis/Screen/PlayersManager.h"
 
+#include "VideoAnalysis/Analysis/State.h"
 #include "VideoAnalysis/Platform/Dispatch.h"
 #include "VideoAnalysis/Platform/FatalError.h"
 #include "VideoAnalysis/Platform/Platform.h"
@@ -9,6 +10,7 @@
 #include "VideoAnalysis/Player/PlayerCollectionViewCellHUDView.h"
 #include "VideoAnalysis/Screen/CollectionViewFlowLayout.h"
 
+#include <algorithm>
 #include <string>
 
 namespace videoanalysis {
@@ -51,6 +53,19 @@ void PlayersManager::setUp(ui::CollectionView& view, const std::shared_ptr<ui::C
     view.setPrefetchingEnabled(false);
     view.setDataSource(weak_from_this());
     view.setCollectionViewDelegate(weak_from_this());
+}
+
+bool PlayersManager::keyPressed(const ui::KeyPress& press) {
+    const auto latest = std::max_element(cellControllers.begin(), cellControllers.end(), [](const auto& a, const auto& b) {
+        return a->latestTouch() < b->latestTouch();
+    });
+    if (latest == cellControllers.end()) return false;
+    // What a locked player dispatches for playback reaches all of them; the rest is each one's own.
+    const bool isOwn = press.key == ui::Key::z || press.key == ui::Key::f;
+    if (!isOwn || !mainStore().state().mainViewControllerState.isMediaPlaybackLocked) return (*latest)->keyPressed(press);
+    bool isUsed = false;
+    for (const auto& controller : cellControllers) isUsed = controller->keyPressed(press) || isUsed;
+    return isUsed;
 }
 
 std::int64_t PlayersManager::numberOfItemsInSection(ui::CollectionView&, std::int64_t) {

@@ -3,6 +3,7 @@
 // reducers change the list; the manager sizes the items so that all players share the screen and binds each cell.
 
 #include "VideoAnalysis/Platform/UI/CollectionView.h"
+#include "VideoAnalysis/Platform/UI/KeyPress.h"
 
 #include <memory>
 #include <vector>
@@ -33,6 +34,10 @@ public:
     const std::shared_ptr<ui::CellTemplate> overlayNib;
     /// Handed to each controller whose overlay cell is bound: the screen that presents what the controller asks for.
     std::weak_ptr<ui::ViewController> presenteeViewController;
+
+    /// A key goes to the player that was touched last, the first one before any touch; to all when playback is locked.
+    /// Returns whether there is a use for it.
+    bool keyPressed(const ui::KeyPress& press);
 
     std::int64_t numberOfItemsInSection(ui::CollectionView& view, std::int64_t section) override;
     std::shared_ptr<ui::CollectionViewCell> cellForItemAt(ui::CollectionView& view, const ui::IndexPath& indexPath) override;

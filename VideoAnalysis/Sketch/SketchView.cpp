@@ -6,6 +6,7 @@
 #include "VideoAnalysis/Sketch/SketchStackReader.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace videoanalysis {
 namespace {
@@ -88,6 +89,22 @@ void SketchView::endDrawing() {
     if (currentTool == tool) currentTool.reset();
 }
 
+void SketchView::cancelDrawing() {
+    const std::shared_ptr<SketchTool> tool = std::exchange(currentTool, nullptr);
+    if (!tool) return;
+    std::erase(pathArray, tool);
+    updateCacheImage(true);
+    setNeedsDisplay();
+}
+
+void SketchView::setContentScale(double scale) {
+    if (contentScale_ == scale || !(scale >= 1)) return;
+    contentScale_ = scale;
+    updateCacheImage(true);
+    notify(ui::Property::contentScale);
+    setNeedsDisplay();
+}
+
 void SketchView::move(Tools& from, Tools& to) {
     const Filter visible = filter();
     const auto last = std::find_if(from.rbegin(), from.rend(), [&](const auto& tool) { return visible.shows(*tool); });
@@ -145,7 +162,7 @@ bool SketchView::rebuild(const SketchTool* inProgress, const SketchTool* onTop) 
     const auto isShown = [&](const SketchTool& tool) {
         return &tool != inProgress && (visible.shows(tool) || &tool == onTop);
     };
-    const Ground ground{bounds().size, platform().mainScreen().scale(), backgroundImage, drawMode};
+    const Ground ground{bounds().size, platform().mainScreen().scale() * contentScale_, backgroundImage, drawMode};
 
     // How much of what is to be shown does the bitmap hold already, in this order and as it is now?
     std::size_t first = 0;

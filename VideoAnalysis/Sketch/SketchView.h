@@ -61,6 +61,12 @@ public:
     void beginDrawing(Point point);
     void continueDrawing(Point from, Point to);
     void endDrawing();
+    /// Takes the tool of the touch sequence in progress back, as if there had been none.
+    void cancelDrawing();
+
+    /// How much finer the bitmap is than the screen's pixels: 1, or more where the view is shown enlarged.
+    double contentScale() const { return contentScale_; }
+    void setContentScale(double scale);
 
     /// Takes the latest visible drawing (and all that share its id) from one list to the other; nothing when there is none.
     void undo();
@@ -114,6 +120,7 @@ private:
     void drawIntoBitmap(Draw&& draw);
     Rect place(const Image& image) const;
 
+    double contentScale_ = 1;
     std::shared_ptr<Bitmap> bitmap_;
     /// False when the bitmap shows more than a rebuild would.
     bool isBitmapKnown_ = false;

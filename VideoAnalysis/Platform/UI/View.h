@@ -33,6 +33,7 @@ enum class Property {
     contentOffset,
     contentSize,
     zoomScale,
+    contentScale,
     visibleCells,
     other,
 };

@@ -3,6 +3,7 @@
 // screen. The platform's presenter shows and removes them and calls the appearance callbacks in later turns.
 
 #include "VideoAnalysis/Platform/Geometry.h"
+#include "VideoAnalysis/Platform/UI/KeyPress.h"
 #include "VideoAnalysis/Platform/UI/View.h"
 
 #include <functional>
@@ -38,6 +39,9 @@ public:
     virtual void viewDidDisappear(bool /*animated*/) {}
     /// The screen is about to change to `size` (a rotation).
     virtual void viewWillTransition(Size /*size*/) {}
+
+    /// A key was pressed that no control has taken. Returns whether this screen has a use for it.
+    virtual bool keyPressed(const KeyPress&) { return false; }
 
     ModalPresentationStyle modalPresentationStyle() const { return modalPresentationStyle_; }
     void setModalPresentationStyle(ModalPresentationStyle style) { modalPresentationStyle_ = style; }
