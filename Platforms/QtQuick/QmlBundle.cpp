@@ -3,6 +3,7 @@
 #include "Platforms/QtQuick/ButtonItem.h"
 #include "Platforms/QtQuick/CellItems.h"
 #include "Platforms/QtQuick/CollectionViewItem.h"
+#include "Platforms/QtQuick/ColorPickerItem.h"
 #include "Platforms/QtQuick/GesturedScrollViewItem.h"
 #include "Platforms/QtQuick/IconItem.h"
 #include "Platforms/QtQuick/ImageViewItem.h"
@@ -40,6 +41,7 @@ void registerTypes() {
         qmlRegisterType<ImageViewItem>(uri, 1, 0, "ImageView");
         qmlRegisterType<StackViewItem>(uri, 1, 0, "StackView");
         qmlRegisterType<CollectionViewItem>(uri, 1, 0, "CollectionView");
+        qmlRegisterType<ColorPickerItem>(uri, 1, 0, "ColorPickerView");
         qmlRegisterType<GesturedScrollViewItem>(uri, 1, 0, "GesturedScrollView");
         qmlRegisterType<VideoViewItem>(uri, 1, 0, "VideoView");
         qmlRegisterType<SketchViewItem>(uri, 1, 0, "SketchView");
