@@ -3,6 +3,7 @@
 #include "Platforms/QtQuick/ViewItem.h"
 #include "VideoAnalysis/Platform/Dispatch.h"
 #include "VideoAnalysis/Platform/Platform.h"
+#include "VideoAnalysis/Platform/UI/Device.h"
 
 #include <QPropertyAnimation>
 #include <QTimer>
@@ -51,6 +52,7 @@ struct QtPresenter::Screen {
     QPointer<QQuickItem> item;
     ui::ViewController::Completion completion;
     bool isOverlay = false;
+    bool isLandscape = false;  ///< how the device was held when the screen was laid out last
     bool isAnimated = false;
     bool willAppearIsDone = false;
     bool didAppearIsDone = false;
@@ -73,7 +75,7 @@ struct QtPresenter::Screen {
     }
 };
 
-QtPresenter::QtPresenter(QQuickWindow& window) : window_(&window), isWide_(window.width() > window.height()) {
+QtPresenter::QtPresenter(QQuickWindow& window) : window_(&window) {
     // Both sides of a size change one after the other; the screens follow once.
     const auto resize = [this] {
         if (std::exchange(isResizeDue_, true)) return;
@@ -144,6 +146,7 @@ void QtPresenter::appear(const std::shared_ptr<Screen>& screen, bool animated) {
     dispatch::mainQueue().async([self = QPointer<QtPresenter>(this), screen, animated] {
         if (!self || screen->isLeaving) return;
         screen->item = itemOf(*screen->controller);  // loads the view
+        screen->isLandscape = ui::isLandscape(platform().device().orientation());
         screen->willAppear();
         if (screen->item && self->window_) {
             screen->item->setParentItem(self->window_->contentItem());
@@ -190,10 +193,12 @@ void QtPresenter::windowDidResize() {
     isResizeDue_ = false;
     if (!window_) return;
     const QSizeF size = window_->contentItem()->size();
-    const bool wasWide = std::exchange(isWide_, size.width() > size.height());
+    const bool isLandscape = ui::isLandscape(platform().device().orientation());
     const auto screens = screens_;
     for (const auto& screen : screens) {
-        if (isWide_ != wasWide) screen->controller->viewWillTransition({size.width(), size.height()});
+        if (!screen->item) continue;  // still to be laid out
+        const bool wasLandscape = std::exchange(screen->isLandscape, isLandscape);
+        if (isLandscape != wasLandscape) screen->controller->viewWillTransition({size.width(), size.height()});
         if (screen->item) screen->item->setSize(size);
     }
 }

@@ -42,7 +42,6 @@ private:
     QPointer<QQuickWindow> window_;
     /// Those on the screen, from below; the ones that are on their way out are not among them.
     std::vector<std::shared_ptr<Screen>> screens_;
-    bool isWide_ = false;
     bool isResizeDue_ = false;
 };
 
