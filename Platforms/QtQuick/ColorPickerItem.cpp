@@ -42,8 +42,6 @@ constexpr std::array hues = {
         QT_TRANSLATE_NOOP("ColorPicker", "Dark pink")},
 };
 
-QString translated(const char* text) { return QCoreApplication::translate("ColorPicker", text); }
-
 }  // namespace
 
 ColorPickerItem::ColorPickerItem(QQuickItem* parent) : ViewItem(std::make_shared<ColorPickerView>(), parent) {}
@@ -110,14 +108,14 @@ int ColorPickerItem::neighbor(int index, int stepX, int stepY) const {
 QString ColorPickerItem::nameOf(const QColor& color) {
     const int lightness = color.lightness();
     if (color.saturation() < 26) {
-        if (lightness > 245) return translated(QT_TRANSLATE_NOOP("ColorPicker", "White"));
-        if (lightness > 150) return translated(QT_TRANSLATE_NOOP("ColorPicker", "Light gray"));
-        if (lightness > 20) return translated(QT_TRANSLATE_NOOP("ColorPicker", "Dark gray"));
-        return translated(QT_TRANSLATE_NOOP("ColorPicker", "Black"));
+        if (lightness > 245) return QStringLiteral(QT_TRANSLATE_NOOP("ColorPicker", "White"));
+        if (lightness > 150) return QStringLiteral(QT_TRANSLATE_NOOP("ColorPicker", "Light gray"));
+        if (lightness > 20) return QStringLiteral(QT_TRANSLATE_NOOP("ColorPicker", "Dark gray"));
+        return QStringLiteral(QT_TRANSLATE_NOOP("ColorPicker", "Black"));
     }
     const auto found = std::find_if(hues.begin(), hues.end(), [&](const Hue& hue) { return color.hue() < hue.end; });
     const Hue& hue = found == hues.end() ? hues.front() : *found;
-    return translated(lightness > 165 ? hue.light : lightness < 100 ? hue.deep : hue.plain);
+    return QLatin1String(lightness > 165 ? hue.light : lightness < 100 ? hue.deep : hue.plain);
 }
 
 void ColorPickerItem::viewDidChange(ui::View& view, ui::Property property) {

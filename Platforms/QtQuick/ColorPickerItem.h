@@ -12,7 +12,7 @@ namespace videoanalysis {
 /// "ColorPickerView" in QML. Main thread.
 class ColorPickerItem : public ViewItem {
     Q_OBJECT
-    /// For each colour: `color`, `name` (in the user's language), `frame` in content points, `checked`, `markColor`.
+    /// For each colour: `color`, `name` (to be translated), `frame` in content points, `checked`, `markColor`.
     Q_PROPERTY(QVariantList swatches READ swatches NOTIFY swatchesChanged)
     Q_PROPERTY(bool circles READ areCircles WRITE setCircles NOTIFY swatchesChanged)
     /// The place of the swatch that is preselected or was picked last; -1 for none.
@@ -36,7 +36,7 @@ public:
     Q_INVOKABLE void select(int index);
     /// The swatch beside that of `index` in the direction of an arrow key (each step -1, 0 or 1); `index` where there is none.
     Q_INVOKABLE int neighbor(int index, int stepX, int stepY) const;
-    /// What a colour is called, such as "Light green", in the user's language.
+    /// What a colour is called, such as "Light green"; texts of the translation context "ColorPicker".
     static QString nameOf(const QColor& color);
 
     void viewDidChange(ui::View& view, ui::Property property) override;

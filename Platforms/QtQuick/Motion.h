@@ -3,6 +3,7 @@
 // of the QML files that animates asks here how long that may take.
 
 #include <QObject>
+#include <QString>
 
 namespace videoanalysis {
 
@@ -11,7 +12,12 @@ class Motion : public QObject {
     Q_OBJECT
 
 public:
+    /// As the desktop wants it, until somebody sets it.
     static Motion& shared();
+
+    /// Whether the settings in `folder`, a user's folder of configuration files, switch animations off: KDE's in
+    /// "kdeglobals" or GTK's in "gtk-4.0/settings.ini" or "gtk-3.0/settings.ini".
+    static bool isReducedBy(const QString& folder);
 
     bool isReduced() const { return isReduced_; }
     void setReduced(bool reduced);
@@ -22,7 +28,9 @@ Q_SIGNALS:
     void changed();
 
 private:
-    bool isReduced_ = false;
+    Motion();
+
+    bool isReduced_;
 };
 
 }  // namespace videoanalysis

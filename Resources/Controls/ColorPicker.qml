@@ -70,7 +70,7 @@ ColorPickerView {
                     activeFocusOnTab: index === picker.current
 
                     Accessible.role: Accessible.RadioButton
-                    Accessible.name: look ? look.name : ""
+                    Accessible.name: look ? qsTranslate("ColorPicker", look.name) : ""
                     Accessible.checkable: true
                     Accessible.checked: index === picker.selectedIndex
                     Accessible.focusable: true

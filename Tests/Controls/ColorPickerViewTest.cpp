@@ -61,8 +61,8 @@ TEST_F(ColorPickerViewTest, ThePreselectedSwatchIsScrolledToTheMiddleOfTheHeight
     picker->setFrame({0, 0, 224, 60});
     EXPECT_EQ(picker->contentOffset().y, picker->contentSize().height - 60) << "nor lost when the room changes";
 
-    for (const auto none : {std::optional<std::int64_t>(), std::optional<std::int64_t>(24),
-                            std::optional<std::int64_t>(-1)}) {
+    for (const auto none :
+         {std::optional<std::int64_t>(), std::optional<std::int64_t>(24), std::optional<std::int64_t>(-1)}) {
         picker->setPreselectedIndex(13);
         picker->setPreselectedIndex(none);
         EXPECT_EQ(picker->contentOffset().y, 0);

@@ -327,6 +327,10 @@ TEST_F(ScreenTest, TheHostDecidesAboutAddingAndClosing) {
     EXPECT_EQ(delegate->calls, std::vector<std::string>{"media 1"});
     delegate->mediaCompletion(clip("b"));
     EXPECT_EQ(store().state().media->size(), 2U);
+    EXPECT_EQ(platform->headlessPresenter.preferredOrientation, ui::DeviceOrientation::unknown);
+    store().dispatch(DismissAction(false, {}));
+    show();
+    EXPECT_EQ(platform->headlessPresenter.preferredOrientation, ui::DeviceOrientation::portrait) << "asked on appearing";
 
     const auto old = screen();
     overlay().handleDiscardAndClose(*overlay().closeButton.lock());

@@ -19,12 +19,30 @@ double luminance(const Color& color) {
 
 const std::vector<Color>& ColorPickerView::standardColors() {
     static const std::vector<Color> colors = {
-        Color::white(), Color::rgb255(189, 189, 189), Color::rgb255(97, 97, 97), Color::black(),
-        Color::rgb255(255, 158, 150), Color::rgb255(255, 82, 82), Color::rgb255(255, 23, 68), Color::rgb255(176, 0, 32),
-        Color::rgb255(255, 234, 0), Color::rgb255(255, 196, 0), Color::rgb255(255, 145, 0), Color::rgb255(255, 87, 34),
-        Color::rgb255(204, 255, 144), Color::rgb255(118, 255, 3), Color::rgb255(0, 230, 118), Color::rgb255(0, 140, 70),
-        Color::rgb255(0, 229, 255), Color::rgb255(0, 176, 255), Color::rgb255(41, 98, 255), Color::rgb255(16, 42, 148),
-        Color::rgb255(255, 128, 204), Color::rgb255(245, 0, 170), Color::rgb255(170, 0, 255), Color::rgb255(98, 0, 190),
+        Color::white(),
+        Color::rgb255(189, 189, 189),
+        Color::rgb255(97, 97, 97),
+        Color::black(),
+        Color::rgb255(255, 158, 150),
+        Color::rgb255(255, 82, 82),
+        Color::rgb255(255, 23, 68),
+        Color::rgb255(176, 0, 32),
+        Color::rgb255(255, 234, 0),
+        Color::rgb255(255, 196, 0),
+        Color::rgb255(255, 145, 0),
+        Color::rgb255(255, 87, 34),
+        Color::rgb255(204, 255, 144),
+        Color::rgb255(118, 255, 3),
+        Color::rgb255(0, 230, 118),
+        Color::rgb255(0, 140, 70),
+        Color::rgb255(0, 229, 255),
+        Color::rgb255(0, 176, 255),
+        Color::rgb255(41, 98, 255),
+        Color::rgb255(16, 42, 148),
+        Color::rgb255(255, 128, 204),
+        Color::rgb255(245, 0, 170),
+        Color::rgb255(170, 0, 255),
+        Color::rgb255(98, 0, 190),
     };
     return colors;
 }
