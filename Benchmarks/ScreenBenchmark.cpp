@@ -103,6 +103,8 @@ BENCHMARK_GROUP(screen, "screen") {
 
     analysis.dismiss(false, {});
     runFor(500);
+    QTimer::singleShot(0, &application, &QCoreApplication::quit);
+    QGuiApplication::exec();  // lets the platform take leave of the application
 }
 
 }  // namespace videoanalysis
