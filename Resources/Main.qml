@@ -142,7 +142,7 @@ Storyboard {
                     GlyphButton {
                         outlet: "recordButton"
                         action: "handleScreenRecording:"
-                        hint: qsTr("Record the screen")
+                        hint: timer.hidden ? qsTr("Record the screen") : qsTr("Stop recording")
                         glyph: "start_recording"
                     }
                     GlyphButton {
@@ -178,12 +178,14 @@ Storyboard {
 
                 // Five tools and the button that folds them.
                 readonly property real stripLength: 6 * 44 + 4 * 8 + 3 * 4
-                readonly property bool isFlat: room < stripLength + 2 * 8
+                // The clip's buttons are at the right, where the strip of a mirrored screen is as well.
+                readonly property real head: overlay.isMirrored ? 12 + 44 + 8 : 8
+                readonly property bool isFlat: room < head + stripLength + 8
 
                 /// The lying strip stands beside the clip's buttons, or below them, or in the lower player's picture.
                 readonly property real flatY: {
                     const besideClipButtons = topBar.height + 8
-                    if (cellWidth - 12 - stripLength >= 8 + clipButtonsWidth + 12) return besideClipButtons
+                    if (!overlay.isMirrored && cellWidth - 12 - stripLength >= 8 + clipButtonsWidth + 12) return besideClipButtons
                     const belowClipButtons = topBar.height + 12 + 44 + 4
                     if (room >= 12 + 44 + 4 + 52) return belowClipButtons
                     return areStacked ? Math.round(cellHeight) + 12 + 44 + 8 : besideClipButtons
@@ -307,7 +309,7 @@ Storyboard {
                             id: opener
                             visible: !tools.hidden
                             x: toolGroup.isFlat ? tools.chosen ? tools.chosen.x : 0 : marker.x - 6
-                            y: !toolGroup.isFlat ? marker.y - 14 : picker.isAbove ? -28 : 52
+                            y: !toolGroup.isFlat ? marker.y - 14 : picker.isAbove ? -24 : 48
                             width: toolGroup.isFlat ? 44 : 28
                             height: toolGroup.isFlat ? 20 : 44
                             enabled: !toolGroup.isFlat

@@ -119,13 +119,18 @@ TEST_F(AnalysisScreenTest, AWholeVisitFromTheSecondClipToClosing) {
     EXPECT_EQ(screen->item("topBarView"), nullptr);
 }
 
-// Nothing covers anything that can be pressed, at any size, with any number of players, folded or not.
+// Nothing covers anything that can be pressed, at any size, with any number of players, folded or not, mirrored or not.
 TEST_F(AnalysisScreenTest, ToolsAndButtonsKeepOutOfOneAnothersWayAtEverySize) {
-    for (const QStringList& clips : {QStringList{clip("h264.mp4")}, QStringList{clip("h264.mp4"), clip("h264.mp4")}}) {
+    const QString one = clip("h264.mp4");
+    const std::vector<std::pair<QStringList, Qt::LayoutDirection>> screens = {
+        {{one}, Qt::LeftToRight}, {{one, one}, Qt::LeftToRight}, {{one, one}, Qt::RightToLeft}};
+    for (const auto& [clips, direction] : screens) {
+        QGuiApplication::setLayoutDirection(direction);
         open(clips);
         for (const QSize size : {QSize(360, 640), QSize(448, 640), QSize(600, 800), QSize(768, 1024), QSize(1024, 768),
                                  QSize(1920, 1080)}) {
-            SCOPED_TRACE(testing::Message() << clips.size() << " at " << size.width() << " x " << size.height());
+            SCOPED_TRACE(testing::Message() << clips.size() << (direction == Qt::RightToLeft ? " mirrored" : "")
+                                            << " at " << size.width() << " x " << size.height());
             host->window().resize(size);
             for (const bool isFolded : {true, false}) {
                 mainStore().dispatch(SetDrawingToolsCollapseStateAction(isFolded));
@@ -153,6 +158,7 @@ TEST_F(AnalysisScreenTest, ToolsAndButtonsKeepOutOfOneAnothersWayAtEverySize) {
         }
         close();
     }
+    QGuiApplication::setLayoutDirection(Qt::LeftToRight);
 }
 
 TEST_F(AnalysisScreenTest, TheKeyboardWalksThroughThePaletteAndPicks) {

@@ -95,6 +95,30 @@ TEST_F(ScreenTest, ACellIsBoundOnceAndStays) {
     EXPECT_EQ(collection().visibleCells()[1].cell, bound);
 }
 
+TEST_F(ScreenTest, BindingSaysWhatItDoesAndTakesNoForeignCell) {
+    addAndShow(1);
+    const std::string player = players()[0]->cell()->description();
+    const std::string controls = players()[0]->overlayCell()->description();
+    const auto wasLogged = [&](const std::vector<std::string>& lines) {
+        return std::search(platform->log.begin(), platform->log.end(), lines.begin(), lines.end()) != platform->log.end();
+    };
+    EXPECT_TRUE(wasLogged({"\n", "Index: 0", "No previous cell address", "New generated cell address: " + player,
+                           "New updated cell address: " + player}));
+    EXPECT_TRUE(wasLogged({"\n", "Overlay Index: 0", "No previous overlay cell address",
+                           "New generated overlay cell address: " + controls,
+                           "New updated overlay cell address: " + controls}));
+    EXPECT_FALSE(collection().isPrefetchingEnabled());
+
+    // A template of another kind gives an empty cell, and nothing is bound.
+    collection().registerClass([] { return std::make_shared<ui::CollectionViewCell>(); }, "PlayerCollectionViewCell");
+    platform->log.clear();
+    const auto foreign = screen()->playersManager()->cellForItemAt(collection(), {0, 0});
+    ASSERT_NE(foreign, nullptr);
+    EXPECT_NE(foreign, players()[0]->cell());
+    EXPECT_TRUE(foreign->subviews().empty());
+    EXPECT_TRUE(platform->log.empty());
+}
+
 TEST_F(ScreenTest, TheOverlayShowsWhatTheStateAllows) {
     addAndShow(1);
     EXPECT_FALSE(overlay().addButton.lock()->isHidden());
