@@ -37,6 +37,9 @@ Storyboard {
         View {
             id: overlay
 
+            /// Bars and tools are mirrored for languages that run from right to left; pictures, and what plays them, are not.
+            readonly property bool isMirrored: Qt.application.layoutDirection === Qt.RightToLeft
+
             CollectionView {
                 id: controls
                 outlet: "playersCollectionView"
@@ -62,20 +65,86 @@ Storyboard {
                 width: parent.width
                 height: 52
 
+                LayoutMirroring.enabled: overlay.isMirrored
+                LayoutMirroring.childrenInherit: true
+
                 GlyphButton {
+                    id: close
                     outlet: "closeButton"
                     action: "handleDiscardAndClose:"
                     hint: qsTr("Close")
                     glyph: "close"
-                    x: 12
+                    anchors.left: parent.left
+                    anchors.leftMargin: 12
                     anchors.verticalCenter: parent.verticalCenter
                 }
+                Label {
+                    id: timer
+                    outlet: "timerLabel"
+                    // In the middle of the bar, or else of what the buttons leave.
+                    x: {
+                        const start = overlay.isMirrored ? barButtons.x + barButtons.width : close.x + close.width
+                        const end = overlay.isMirrored ? close.x : barButtons.x
+                        return Math.round(Math.max(start + 4, Math.min((parent.width - width) / 2, end - 4 - width)))
+                    }
+                    width: timerRow.width
+                    height: parent.height
+
+                    Accessible.role: Accessible.StaticText
+                    Accessible.name: qsTr("Recording for %1").arg(timer.text)
+
+                    Row {
+                        id: timerRow
+                        anchors.verticalCenter: parent.verticalCenter
+                        spacing: 8
+
+                        Rectangle {
+                            anchors.verticalCenter: parent.verticalCenter
+                            width: 8
+                            height: 8
+                            radius: 4
+                            color: "red"
+                        }
+                        // One column for each digit: the text does not tremble while it counts.
+                        Row {
+                            LayoutMirroring.enabled: false
+                            LayoutMirroring.childrenInherit: true
+
+                            Repeater {
+                                model: Math.max(8, timer.text.length)
+
+                                Text {
+                                    required property int index
+                                    readonly property string clock: timer.text === "" ? "00:00:00" : timer.text
+
+                                    width: clock[index] === ":" ? 5 : digitSize.advanceWidth
+                                    horizontalAlignment: Text.AlignHCenter
+                                    text: clock[index] ?? ""
+                                    color: Theme.ink
+                                    font.pixelSize: 15
+                                }
+                            }
+                        }
+                        TextMetrics {
+                            id: digitSize
+                            font.pixelSize: 15
+                            text: "0"
+                        }
+                    }
+                }
                 Row {
+                    id: barButtons
                     anchors.right: parent.right
                     anchors.rightMargin: 12
                     anchors.verticalCenter: parent.verticalCenter
                     spacing: 8
 
+                    GlyphButton {
+                        outlet: "recordButton"
+                        action: "handleScreenRecording:"
+                        hint: timer.hidden ? qsTr("Record the screen") : qsTr("Stop recording")
+                        glyph: "start_recording"
+                    }
                     GlyphButton {
                         outlet: "lockPlaybackButton"
                         action: "handlePlaybackLockToggle:"
@@ -92,124 +161,221 @@ Storyboard {
             }
 
             View {
-                id: strip
-                outlet: "drawingShapeView visibleViews"
-                solid: true
-                x: 12
-                // Half-way down; where players are stacked, half-way between the top bar and the upper one's controls. Where
-                // that is not high enough, the strip lies.
-                y: isFlat ? topBar.height + 8
-                   : areStacked ? topBar.height + Math.max(2, (parent.height / 2 - hudHeight - topBar.height - height) / 2)
-                   : (parent.height - height) / 2
-                width: !isFlat ? 52 : coversClipButtons ? parent.width - 24 : flatWidth
-                height: isFlat ? 52 : tools.implicitHeight + toggle.height + 3 * 4
+                id: toolGroup
+                outlet: "visibleViews"
+                anchors.fill: parent
 
-                readonly property bool isEmpty: tools.hidden
-                readonly property bool areStacked: controls.count > 1 && parent.height >= parent.width
-                readonly property bool isFlat: areStacked && parent.height / 2 - hudHeight - topBar.height < 120
-                readonly property real flatWidth: tools.implicitWidth + toggle.width + 3 * 4
-                readonly property bool coversClipButtons: isFlat && flatWidth > parent.width - 24 - 104
-                readonly property real hudHeight: parent.width < 448 ? 200 : 148
+                LayoutMirroring.enabled: overlay.isMirrored
+                LayoutMirroring.childrenInherit: true
 
-                Rectangle {
-                    anchors.fill: parent
-                    radius: 10
-                    color: strip.coversClipButtons ? Theme.ground : strip.backgroundColor
-                    visible: !strip.isEmpty
+                // Where the first player and its own controls stand: the strip keeps out of their way.
+                readonly property real cellWidth: controls.firstCell ? controls.firstCell.width : width
+                readonly property real cellHeight: controls.firstCell ? controls.firstCell.height : height
+                readonly property bool areStacked: cellHeight < height * 0.75
+                readonly property real controlsHeight: cellWidth < 448 ? 200 : 148
+                readonly property real clipButtonsWidth: 3 * 44 + 2 * 8
+                readonly property real room: cellHeight - controlsHeight - topBar.height
+
+                // Five tools and the button that folds them.
+                readonly property real stripLength: 6 * 44 + 4 * 8 + 3 * 4
+                // The clip's buttons are at the right, where the strip of a mirrored screen is as well.
+                readonly property real head: overlay.isMirrored ? 12 + 44 + 8 : 8
+                readonly property bool isFlat: room < head + stripLength + 8
+
+                /// The lying strip stands beside the clip's buttons, or below them, or in the lower player's picture.
+                readonly property real flatY: {
+                    const besideClipButtons = topBar.height + 8
+                    if (!overlay.isMirrored && cellWidth - 12 - stripLength >= 8 + clipButtonsWidth + 12) return besideClipButtons
+                    const belowClipButtons = topBar.height + 12 + 44 + 4
+                    if (room >= 12 + 44 + 4 + 52) return belowClipButtons
+                    return areStacked ? Math.round(cellHeight) + 12 + 44 + 8 : besideClipButtons
                 }
-                StackView {
-                    id: tools
-                    outlet: "drawingToolsStackView"
-                    spacing: 8
-                    horizontal: strip.isFlat
-                    x: 4
-                    y: 4
-                    width: implicitWidth
-                    height: implicitHeight
 
-                    GlyphButton {
-                        outlet: "drawingToolButtons"
-                        action: "tapOnPen:"
-                        tag: 0
-                        hint: qsTr("Pen")
-                        glyph: "pen"
-                        ringColor: tintColor
-                    }
-                    GlyphButton {
-                        outlet: "drawingToolButtons"
-                        action: "tapOnLine:"
-                        tag: 2
-                        hint: qsTr("Line")
-                        glyph: "line"
-                        ringColor: tintColor
-                    }
-                    GlyphButton {
-                        outlet: "drawingToolButtons"
-                        action: "tapOnArrow:"
-                        tag: 3
-                        hint: qsTr("Arrow")
-                        glyph: "arrow"
-                        ringColor: tintColor
-                    }
-                    GlyphButton {
-                        outlet: "drawingToolButtons"
-                        action: "tapOnRect:"
-                        tag: 4
-                        hint: qsTr("Rectangle")
-                        glyph: "rectangle"
-                        ringColor: tintColor
-                    }
-                    GlyphButton {
-                        outlet: "drawingToolButtons"
-                        action: "tapOnCircle:"
-                        tag: 6
-                        hint: qsTr("Ellipse")
-                        glyph: "ellipse"
-                        ringColor: tintColor
-                    }
-                    ImageView {
-                        id: marker
-                        outlet: "arrowImage"
-                        glyph: "marker"
-                        x: 54
-                        width: 16
-                        height: 16
+                View {
+                    id: strip
+                    outlet: "drawingShapeView"
+                    solid: true
+                    anchors.left: parent.left
+                    anchors.leftMargin: 12
+                    // Half-way down when unfolded, but above the player's controls. Folding leaves the upper end, and so
+                    // the button that folds it, where it is.
+                    y: toolGroup.isFlat ? toolGroup.flatY
+                                        : Math.round(Math.min((parent.height - toolGroup.stripLength) / 2,
+                                                              topBar.height + toolGroup.room - 8 - toolGroup.stripLength))
+                    width: toolGroup.isFlat ? tools.implicitWidth + fold.width + 3 * 4 : 52
+                    height: toolGroup.isFlat ? 52 : tools.implicitHeight + fold.height + 3 * 4
 
-                        Rectangle {
-                            anchors.fill: parent
-                            radius: 8
-                            color: Theme.panel
-                            visible: !strip.isFlat
+                    Rectangle {
+                        anchors.left: parent.left
+                        width: strip.width
+                        height: strip.height
+                        radius: 10
+                        color: strip.backgroundColor
+                        visible: !tools.hidden
+                    }
+                    Item {
+                        id: fold
+                        anchors.left: parent.left
+                        anchors.leftMargin: 4
+                        y: 4
+                        width: 44
+                        height: 44
+                        rotation: !toolGroup.isFlat ? 0 : overlay.isMirrored ? 90 : -90
+                        visible: !tools.hidden
+
+                        GlyphButton {
+                            outlet: "expandToolbarButton"
+                            action: "handleToolbarExpand:"
+                            hint: qsTr("Show all tools")
+                            glyph: "expand"
                         }
-                        Icon {
-                            anchors.fill: parent
-                            anchors.margins: 2
-                            visible: !strip.isFlat
-                            image: marker.image
-                            color: marker.tintColor
+                        GlyphButton {
+                            outlet: "collapseToolbarButton"
+                            action: "handleToolbarCollapse:"
+                            hint: qsTr("Show the chosen tool only")
+                            glyph: "collapse"
                         }
                     }
-                }
-                Item {
-                    id: toggle
-                    x: parent.width - 48
-                    y: parent.height - 48
-                    rotation: strip.isFlat ? -90 : 0
-                    width: 44
-                    height: 44
-                    visible: !strip.isEmpty
+                    StackView {
+                        id: tools
+                        outlet: "drawingToolsStackView"
+                        spacing: 8
+                        horizontal: toolGroup.isFlat
+                        mirrored: overlay.isMirrored
+                        anchors.left: parent.left
+                        anchors.leftMargin: toolGroup.isFlat ? 52 : 4
+                        y: toolGroup.isFlat ? 4 : 52
+                        width: implicitWidth
+                        height: implicitHeight
 
-                    GlyphButton {
-                        outlet: "expandToolbarButton"
-                        action: "handleToolbarExpand:"
-                        hint: qsTr("Show all tools")
-                        glyph: "expand"
+                        readonly property Item chosen: [pen, line, arrow, rectangle, ellipse].find(tool => tool.selected)
+                                                       ?? null
+
+                        GlyphButton {
+                            id: pen
+                            outlet: "drawingToolButtons"
+                            action: "tapOnPen:"
+                            tag: 0
+                            hint: qsTr("Pen")
+                            glyph: "pen"
+                            ringColor: tintColor
+                        }
+                        GlyphButton {
+                            id: line
+                            outlet: "drawingToolButtons"
+                            action: "tapOnLine:"
+                            tag: 2
+                            hint: qsTr("Line")
+                            glyph: "line"
+                            ringColor: tintColor
+                        }
+                        GlyphButton {
+                            id: arrow
+                            outlet: "drawingToolButtons"
+                            action: "tapOnArrow:"
+                            tag: 3
+                            hint: qsTr("Arrow")
+                            glyph: "arrow"
+                            ringColor: tintColor
+                        }
+                        GlyphButton {
+                            id: rectangle
+                            outlet: "drawingToolButtons"
+                            action: "tapOnRect:"
+                            tag: 4
+                            hint: qsTr("Rectangle")
+                            glyph: "rectangle"
+                            ringColor: tintColor
+                        }
+                        GlyphButton {
+                            id: ellipse
+                            outlet: "drawingToolButtons"
+                            action: "tapOnCircle:"
+                            tag: 6
+                            hint: qsTr("Ellipse")
+                            glyph: "ellipse"
+                            ringColor: tintColor
+                        }
+                        // Only holds the marker's place, turn and colour; what is seen of it follows below.
+                        ImageView {
+                            id: marker
+                            outlet: "arrowImage"
+                            glyph: "marker"
+                            x: overlay.isMirrored ? -26 : 54
+                            width: 16
+                            height: 16
+                        }
+                        Item {
+                            id: opener
+                            visible: !tools.hidden
+                            x: toolGroup.isFlat ? tools.chosen ? tools.chosen.x : 0 : marker.x - 6
+                            y: !toolGroup.isFlat ? marker.y - 14 : picker.isAbove ? -24 : 48
+                            width: toolGroup.isFlat ? 44 : 28
+                            height: toolGroup.isFlat ? 20 : 44
+                            enabled: !toolGroup.isFlat
+
+                            Behavior on x { NumberAnimation { duration: Theme.quickMotion; easing.type: Easing.OutCubic } }
+                            Behavior on y { NumberAnimation { duration: Theme.quickMotion; easing.type: Easing.OutCubic } }
+
+                            Button {
+                                action: "tapOnColorPicker:"
+                                anchors.fill: parent
+
+                                Accessible.role: Accessible.Button
+                                Accessible.name: qsTr("Choose a color")
+                                Accessible.onPressAction: click()
+
+                                Rectangle {
+                                    anchors.centerIn: parent
+                                    width: 20
+                                    height: 20
+                                    radius: 10
+                                    color: Theme.panel
+                                    border.width: parent.focusVisible ? 2 : 0
+                                    border.color: Theme.accent
+                                    scale: parent.pressed ? 0.94 : 1
+                                }
+                                Icon {
+                                    anchors.centerIn: parent
+                                    width: 16
+                                    height: 16
+                                    image: marker.image
+                                    color: marker.tintColor
+                                    rotation: marker.rotation
+                                              + (!toolGroup.isFlat ? overlay.isMirrored ? 180 : 0
+                                                                   : picker.isAbove ? -90 : 90)
+
+                                    Behavior on rotation {
+                                        NumberAnimation { duration: Theme.quickMotion; easing.type: Easing.OutCubic }
+                                    }
+                                }
+                            }
+                        }
                     }
-                    GlyphButton {
-                        outlet: "collapseToolbarButton"
-                        action: "handleToolbarCollapse:"
-                        hint: qsTr("Show the chosen tool only")
-                        glyph: "collapse"
+                }
+
+                ColorPicker {
+                    id: picker
+                    outlet: "colorPickerView"
+
+                    // Four colours of a family in each line; beside a lying strip two families.
+                    readonly property int columns: toolGroup.isFlat ? 8 : 4
+                    readonly property real highest: topBar.height + 8
+                    readonly property bool isAbove: toolGroup.isFlat && strip.y > toolGroup.cellHeight
+                    /// Over other controls, which must not shine through.
+                    opaque: toolGroup.isFlat
+
+                    anchors.left: toolGroup.isFlat ? parent.left : strip.right
+                    anchors.leftMargin: toolGroup.isFlat ? 12 : 28
+                    width: columns * 30 + (columns - 1) * 5 + 2 * 5
+                    height: Math.min(contentHeight,
+                                     toolGroup.isFlat && !isAbove ? parent.height - strip.y - strip.height - 24 - 12
+                                                                  : parent.height - highest - 12)
+                    y: {
+                        if (isAbove) return Math.max(highest, Math.round(toolGroup.cellHeight) + 8 - height)
+                        if (toolGroup.isFlat) return strip.y + strip.height + 24
+                        const beside = strip.y + tools.y + marker.y + marker.height / 2 - height / 2
+                        return Math.round(Math.max(highest, Math.min(beside, parent.height - 12 - height)))
                     }
                 }
             }

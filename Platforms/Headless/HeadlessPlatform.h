@@ -54,6 +54,9 @@ public:
                  ui::ViewController::Completion completion) override;
     void showOverlay(std::shared_ptr<ui::ViewController> root) override;
     void hideOverlay(std::shared_ptr<ui::ViewController> root) override;
+    void setPreferredOrientation(ui::DeviceOrientation orientation) override { preferredOrientation = orientation; }
+
+    ui::DeviceOrientation preferredOrientation = ui::DeviceOrientation::unknown;
 
     /// The overlays that are shown now, the latest last.
     const std::vector<std::shared_ptr<ui::ViewController>>& overlays() const { return overlays_; }

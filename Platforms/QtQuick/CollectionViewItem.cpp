@@ -50,6 +50,7 @@ void CollectionViewItem::showVisibleCells() {
         item->setInSight(true);
     }
     if (shown_.size() != before.size()) Q_EMIT countChanged();
+    if (firstCell() != (before.empty() ? nullptr : before.front().data())) Q_EMIT firstCellChanged();
 }
 
 }  // namespace videoanalysis

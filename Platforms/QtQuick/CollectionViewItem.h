@@ -18,6 +18,8 @@ class CollectionViewItem : public ViewItem {
     Q_PROPERTY(QString layout READ layout WRITE setLayout)
     /// How many cells are in sight.
     Q_PROPERTY(int count READ count NOTIFY countChanged)
+    /// The item of the first cell in sight; null when there is none.
+    Q_PROPERTY(QQuickItem* firstCell READ firstCell NOTIFY firstCellChanged)
 
 public:
     explicit CollectionViewItem(QQuickItem* parent = nullptr);
@@ -25,6 +27,7 @@ public:
     const QString& layout() const { return layout_; }
     void setLayout(const QString& kind);
 
+    QQuickItem* firstCell() const { return shown_.empty() ? nullptr : shown_.front().data(); }
     int count() const { return static_cast<int>(shown_.size()); }
 
     void viewDidChange(ui::View& view, ui::Property property) override;
@@ -32,6 +35,7 @@ public:
 
 Q_SIGNALS:
     void countChanged();
+    void firstCellChanged();
 
 private:
     ui::CollectionView* collectionView() const { return static_cast<ui::CollectionView*>(view()); }

@@ -3,6 +3,7 @@
 #include "Platforms/QtQuick/ButtonItem.h"
 #include "Platforms/QtQuick/CellItems.h"
 #include "Platforms/QtQuick/CollectionViewItem.h"
+#include "Platforms/QtQuick/ColorPickerItem.h"
 #include "Platforms/QtQuick/GesturedScrollViewItem.h"
 #include "Platforms/QtQuick/IconItem.h"
 #include "Platforms/QtQuick/ImageViewItem.h"
@@ -18,6 +19,8 @@
 #include "VideoAnalysis/Screen/MainViewController.h"
 #include "VideoAnalysis/Screen/OverlayViewController.h"
 
+#include <QCoreApplication>
+#include <QEvent>
 #include <QFile>
 #include <QQmlComponent>
 
@@ -40,6 +43,7 @@ void registerTypes() {
         qmlRegisterType<ImageViewItem>(uri, 1, 0, "ImageView");
         qmlRegisterType<StackViewItem>(uri, 1, 0, "StackView");
         qmlRegisterType<CollectionViewItem>(uri, 1, 0, "CollectionView");
+        qmlRegisterType<ColorPickerItem>(uri, 1, 0, "ColorPickerView");
         qmlRegisterType<GesturedScrollViewItem>(uri, 1, 0, "GesturedScrollView");
         qmlRegisterType<VideoViewItem>(uri, 1, 0, "VideoView");
         qmlRegisterType<SketchViewItem>(uri, 1, 0, "SketchView");
@@ -178,6 +182,24 @@ private:
     std::shared_ptr<Roots> roots_;
 };
 
+/// A translation that the host installs or removes takes effect on what is shown.
+class QmlBundle::Retranslator : public QObject {
+public:
+    explicit Retranslator(QQmlEngine& engine) : engine_(&engine) {
+        QCoreApplication::instance()->installEventFilter(this);
+    }
+
+protected:
+    bool eventFilter(QObject* receiver, QEvent* event) override {
+        const bool isLanguage = event->type() == QEvent::LanguageChange && receiver == QCoreApplication::instance();
+        if (isLanguage && engine_) engine_->retranslate();
+        return false;
+    }
+
+private:
+    const QPointer<QQmlEngine> engine_;
+};
+
 class QmlBundle::QmlStoryboard : public ui::Storyboard {
 public:
     explicit QmlStoryboard(std::shared_ptr<File> file) : file_(std::move(file)) {}
@@ -230,7 +252,10 @@ private:
     std::shared_ptr<File> file_;
 };
 
-QmlBundle::QmlBundle(QQmlEngine& engine) : engine_(&engine), roots_(std::make_shared<Roots>()) { registerTypes(); }
+QmlBundle::QmlBundle(QQmlEngine& engine)
+    : engine_(&engine), retranslator_(std::make_unique<Retranslator>(engine)), roots_(std::make_shared<Roots>()) {
+    registerTypes();
+}
 
 QmlBundle::~QmlBundle() { close(); }
 
@@ -255,6 +280,7 @@ std::shared_ptr<ui::CellTemplate> QmlBundle::cellTemplate(std::string_view name)
 
 void QmlBundle::close() {
     engine_.clear();
+    retranslator_.reset();
     for (const QPointer<ViewItem>& root : std::exchange(*roots_, {})) delete root.data();
     for (const auto& [name, file] : std::exchange(files_, {})) file->close();
 }

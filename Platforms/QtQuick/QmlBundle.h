@@ -33,12 +33,14 @@ private:
     /// The root items that live, and some that do not any more.
     using Roots = std::vector<QPointer<ViewItem>>;
     class File;
+    class Retranslator;
     class QmlStoryboard;
     class QmlCellTemplate;
 
     std::shared_ptr<File> file(std::string_view name);
 
     QPointer<QQmlEngine> engine_;
+    std::unique_ptr<Retranslator> retranslator_;
     std::shared_ptr<Roots> roots_;
     std::map<std::string, std::shared_ptr<File>> files_;
 };

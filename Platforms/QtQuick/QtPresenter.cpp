@@ -1,13 +1,17 @@
 #include "Platforms/QtQuick/QtPresenter.h"
 
+#include "Platforms/QtQuick/Motion.h"
 #include "Platforms/QtQuick/ViewItem.h"
 #include "VideoAnalysis/Platform/Dispatch.h"
 #include "VideoAnalysis/Platform/Platform.h"
+#include "VideoAnalysis/Platform/UI/Device.h"
 
 #include <QPropertyAnimation>
+#include <QSGRectangleNode>
 #include <QTimer>
 
 #include <algorithm>
+#include <functional>
 #include <utility>
 
 namespace videoanalysis {
@@ -17,6 +21,78 @@ constexpr int fadeMilliseconds = 200;
 /// Above whatever a host has put into its window.
 constexpr double screenLayer = 1000;
 constexpr double overlayLayer = 10000;
+
+using Style = ui::ModalPresentationStyle;
+
+/// Windows of less room than this show every screen in full.
+constexpr QSizeF leastForCards(640, 600);
+constexpr double margin = 32;
+constexpr QSizeF formSize(720, 640);
+constexpr QSizeF popoverSize(420, 640);
+
+bool isCard(Style style, QSizeF window) {
+    const bool fillsWindow = style == Style::fullScreen || style == Style::overFullScreen;
+    return !fillsWindow && window.width() >= leastForCards.width() && window.height() >= leastForCards.height();
+}
+
+/// Where a screen stands in a window, on whole points.
+QRect placeOf(Style style, QSizeF window) {
+    const QRectF whole({}, window);
+    if (!isCard(style, window)) return whole.toRect();
+    const QRectF room = whole.adjusted(margin, margin, -margin, -margin);
+    if (style == Style::pageSheet) return room.toRect();
+    QRectF card({}, (style == Style::popover ? popoverSize : formSize).boundedTo(room.size()));
+    card.moveCenter(whole.center());
+    if (style == Style::popover) card.moveTopRight(room.topRight());
+    return card.toRect();
+}
+
+/// Lies under a card: it darkens what is below, takes the presses beside the card, and edges the card.
+class Backdrop : public QQuickItem {
+public:
+    std::function<void()> pressed;
+
+    Backdrop() {
+        setFlag(ItemHasContents);
+        setAcceptedMouseButtons(Qt::AllButtons);
+        setAcceptTouchEvents(true);
+        setAcceptHoverEvents(true);
+    }
+    void show(const QRectF& card, double darkness) {
+        card_ = card;
+        darkness_ = darkness;
+        update();
+    }
+
+protected:
+    QSGNode* updatePaintNode(QSGNode* old, UpdatePaintNodeData*) override {
+        auto* ground = static_cast<QSGRectangleNode*>(old);
+        if (!ground) {
+            ground = window()->createRectangleNode();
+            QSGRectangleNode* edge = window()->createRectangleNode();
+            edge->setFlag(QSGNode::OwnedByParent);
+            ground->appendChildNode(edge);
+        }
+        ground->setRect(boundingRect());
+        ground->setColor(QColor::fromRgbF(0, 0, 0, static_cast<float>(darkness_)));
+        auto* edge = static_cast<QSGRectangleNode*>(ground->firstChild());
+        const double hairline = 1 / window()->effectiveDevicePixelRatio();
+        edge->setRect(card_.adjusted(-hairline, -hairline, hairline, hairline));
+        edge->setColor(QColor(128, 128, 128));
+        return ground;
+    }
+    void mousePressEvent(QMouseEvent*) override {
+        if (pressed) pressed();
+    }
+    void touchEvent(QTouchEvent* event) override {
+        if (event->type() == QEvent::TouchBegin && pressed) pressed();
+    }
+    void wheelEvent(QWheelEvent*) override {}
+
+private:
+    QRectF card_;
+    double darkness_ = 0;
+};
 
 /// Ties a host's view to the item that shows it.
 class HostPeer : public ui::Peer {
@@ -37,10 +113,22 @@ void fade(QQuickItem& item, double opacity, bool animated) {
         return;
     }
     auto* animation = new QPropertyAnimation(&item, "opacity", &item);
-    animation->setDuration(fadeMilliseconds);
+    animation->setDuration(Motion::shared().duration(fadeMilliseconds));
     animation->setEasingCurve(QEasingCurve::OutCubic);
     animation->setEndValue(opacity);
     animation->start(QAbstractAnimation::DeleteWhenStopped);
+}
+
+int fadeDuration(bool animated) { return animated ? Motion::shared().duration(fadeMilliseconds) : 0; }
+
+Qt::ScreenOrientation screenOrientation(ui::DeviceOrientation orientation) {
+    switch (orientation) {
+        case ui::DeviceOrientation::portrait: return Qt::PortraitOrientation;
+        case ui::DeviceOrientation::portraitUpsideDown: return Qt::InvertedPortraitOrientation;
+        case ui::DeviceOrientation::landscapeLeft: return Qt::LandscapeOrientation;
+        case ui::DeviceOrientation::landscapeRight: return Qt::InvertedLandscapeOrientation;
+        default: return Qt::PrimaryOrientation;
+    }
 }
 
 }  // namespace
@@ -49,8 +137,11 @@ struct QtPresenter::Screen {
     std::shared_ptr<ui::ViewController> controller;
     std::weak_ptr<ui::ViewController> presenting;  ///< none for an overlay
     QPointer<QQuickItem> item;
+    QPointer<Backdrop> backdrop;     ///< under a card
+    QPointer<QQuickItem> itemBelow;  ///< that this one has hidden
     ui::ViewController::Completion completion;
     bool isOverlay = false;
+    bool isLandscape = false;  ///< how the device was held when the screen was laid out last
     bool isAnimated = false;
     bool willAppearIsDone = false;
     bool didAppearIsDone = false;
@@ -66,23 +157,20 @@ struct QtPresenter::Screen {
         if (completion) std::exchange(completion, nullptr)();
     }
     /// A full screen leaves nothing to be seen of the one below.
-    void hideBelow(bool hidden) const {
+    void hideBelow() {
         const auto below = presenting.lock();
-        if (!below || controller->modalPresentationStyle() != ui::ModalPresentationStyle::fullScreen) return;
-        if (QQuickItem* itemBelow = itemOf(*below)) itemBelow->setVisible(!hidden);
+        if (!below || controller->modalPresentationStyle() != Style::fullScreen) return;
+        itemBelow = itemOf(*below);
+        if (itemBelow) itemBelow->setVisible(false);
+    }
+    void showBelow() const {
+        if (itemBelow) itemBelow->setVisible(true);
     }
 };
 
-QtPresenter::QtPresenter(QQuickWindow& window) : window_(&window), isWide_(window.width() > window.height()) {
-    // Both sides of a size change one after the other; the screens follow once.
-    const auto resize = [this] {
-        if (std::exchange(isResizeDue_, true)) return;
-        dispatch::mainQueue().async([self = QPointer<QtPresenter>(this)] {
-            if (self) self->windowDidResize();
-        });
-    };
-    connect(window.contentItem(), &QQuickItem::widthChanged, this, resize);
-    connect(window.contentItem(), &QQuickItem::heightChanged, this, resize);
+QtPresenter::QtPresenter(QQuickWindow& window) : window_(&window) {
+    connect(window.contentItem(), &QQuickItem::widthChanged, this, &QtPresenter::layOutLater);
+    connect(window.contentItem(), &QQuickItem::heightChanged, this, &QtPresenter::layOutLater);
 }
 
 QtPresenter::~QtPresenter() = default;
@@ -138,26 +226,38 @@ void QtPresenter::hideOverlay(std::shared_ptr<ui::ViewController> root) {
     if (const std::shared_ptr<Screen> screen = find(root)) disappear(screen, true, {});
 }
 
+void QtPresenter::setPreferredOrientation(ui::DeviceOrientation orientation) {
+    if (window_) window_->reportContentOrientationChange(screenOrientation(orientation));
+}
+
 void QtPresenter::appear(const std::shared_ptr<Screen>& screen, bool animated) {
     screen->isAnimated = animated;
     screens_.push_back(screen);
     dispatch::mainQueue().async([self = QPointer<QtPresenter>(this), screen, animated] {
         if (!self || screen->isLeaving) return;
         screen->item = itemOf(*screen->controller);  // loads the view
+        screen->isLandscape = ui::isLandscape(platform().device().orientation());
         screen->willAppear();
         if (screen->item && self->window_) {
             screen->item->setParentItem(self->window_->contentItem());
-            screen->item->setSize(self->window_->contentItem()->size());
-            screen->item->setZ(screen->isOverlay ? overlayLayer : screenLayer);
+            const auto below = screen->isOverlay ? nullptr : self->find(screen->presenting.lock());
+            screen->item->setZ(screen->isOverlay      ? overlayLayer
+                               : below && below->item ? below->item->z() + 2
+                                                      : screenLayer);
+            self->place(*screen);
             screen->item->setOpacity(animated ? 0 : 1);
             screen->item->setVisible(true);
             fade(*screen->item, 1, animated);
+            if (screen->backdrop) {
+                screen->backdrop->setOpacity(animated ? 0 : 1);
+                fade(*screen->backdrop, 1, animated);
+            }
         }
         // By the clock, not by the animation, which may stand still while the window is not exposed.
-        QTimer::singleShot(animated ? fadeMilliseconds : 0, self, [screen] {
+        QTimer::singleShot(fadeDuration(animated), self, [screen] {
             dispatch::mainQueue().async([screen] {
                 if (screen->isLeaving) return;
-                screen->hideBelow(true);
+                screen->hideBelow();
                 screen->didAppear();
             });
         });
@@ -171,12 +271,17 @@ void QtPresenter::disappear(const std::shared_ptr<Screen>& screen, bool animated
     dispatch::mainQueue().async(
         [self = QPointer<QtPresenter>(this), screen, animated, completion = std::move(completion)] {
             screen->didAppear();
-            screen->hideBelow(false);
+            screen->showBelow();
             screen->controller->viewWillDisappear(animated);
             if (!self) return;
             if (screen->item) fade(*screen->item, 0, animated);
-            QTimer::singleShot(animated ? fadeMilliseconds : 0, self, [self, screen, animated, completion] {
+            if (screen->backdrop) {
+                screen->backdrop->pressed = nullptr;
+                fade(*screen->backdrop, 0, animated);
+            }
+            QTimer::singleShot(fadeDuration(animated), self, [self, screen, animated, completion] {
                 dispatch::mainQueue().async([self, screen, animated, completion] {
+                    if (screen->backdrop) screen->backdrop->deleteLater();
                     // Unless it has been shown again meanwhile.
                     if (screen->item && self && !self->find(screen->controller)) screen->item->setParentItem(nullptr);
                     screen->controller->viewDidDisappear(animated);
@@ -186,16 +291,59 @@ void QtPresenter::disappear(const std::shared_ptr<Screen>& screen, bool animated
         });
 }
 
-void QtPresenter::windowDidResize() {
-    isResizeDue_ = false;
+/// Both sides of a size change one after the other; the screens follow once.
+void QtPresenter::layOutLater() {
+    if (std::exchange(isLayoutDue_, true)) return;
+    dispatch::mainQueue().async([self = QPointer<QtPresenter>(this)] {
+        if (self) self->layOut();
+    });
+}
+
+void QtPresenter::layOut() {
+    isLayoutDue_ = false;
     if (!window_) return;
     const QSizeF size = window_->contentItem()->size();
-    const bool wasWide = std::exchange(isWide_, size.width() > size.height());
+    const bool isLandscape = ui::isLandscape(platform().device().orientation());
     const auto screens = screens_;
     for (const auto& screen : screens) {
-        if (isWide_ != wasWide) screen->controller->viewWillTransition({size.width(), size.height()});
-        if (screen->item) screen->item->setSize(size);
+        if (!screen->item) continue;  // still to be laid out
+        const bool wasLandscape = std::exchange(screen->isLandscape, isLandscape);
+        if (isLandscape != wasLandscape) screen->controller->viewWillTransition({size.width(), size.height()});
+        place(*screen);
     }
+}
+
+/// An overlay stands where the screen below it does.
+void QtPresenter::place(Screen& screen) const {
+    Style style = screen.isOverlay ? Style::fullScreen : screen.controller->modalPresentationStyle();
+    for (const auto& other : screens_) {
+        if (!screen.isOverlay || other.get() == &screen) break;
+        if (!other->isOverlay) style = other->controller->modalPresentationStyle();
+    }
+    const QSizeF window = window_->contentItem()->size();
+    const QRectF rect = placeOf(style, window);
+    screen.item->setPosition(rect.topLeft());
+    screen.item->setSize(rect.size());
+    screen.item->setClip(isCard(style, window));
+    if (screen.isOverlay) return;
+
+    if (!isCard(style, window)) {
+        delete screen.backdrop.data();
+        return;
+    }
+    if (!screen.backdrop) {
+        screen.backdrop = new Backdrop;
+        screen.backdrop->setParent(screen.item);
+        screen.backdrop->setParentItem(window_->contentItem());
+        screen.backdrop->setZ(screen.item->z() - 1);
+        if (style == Style::popover) {
+            screen.backdrop->pressed = [controller = std::weak_ptr<ui::ViewController>(screen.controller)] {
+                if (const auto popover = controller.lock()) popover->dismiss(true, {});
+            };
+        }
+    }
+    screen.backdrop->setSize(window);
+    screen.backdrop->show(rect, style == Style::popover ? 0 : 0.4);
 }
 
 }  // namespace videoanalysis

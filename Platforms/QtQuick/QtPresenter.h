@@ -1,6 +1,7 @@
 #pragma once
-// Shows screens in a window, over the item of the host's screen, and the overlay over those. `QtQuickPlatform` owns it;
-// the component's controllers reach it through `present`, `dismiss` and the overlay window.
+// Shows the component's screens in one window: a presented screen over the item of the host's screen, as its presentation
+// style wants it, and the overlay over those. `QtQuickPlatform` owns it; the component's controllers reach it through
+// `present`, `dismiss` and the overlay window.
 
 #include "VideoAnalysis/Platform/UI/ViewController.h"
 
@@ -14,13 +15,13 @@
 
 namespace videoanalysis {
 
-/// Main thread. Every presentation style fills the window; `fullScreen` hides the presenting screen's item as well.
+/// Main thread.
 class QtPresenter : public QObject, public ui::Presenter {
 public:
     explicit QtPresenter(QQuickWindow& window);
     ~QtPresenter() override;
 
-    /// A controller for a screen of the host's, which `item` fills. Presenting over it hides the item.
+    /// A controller for a screen of the host's, which `item` fills. Presenting over it in full screen hides the item.
     static std::shared_ptr<ui::ViewController> makeViewController(QQuickItem& item);
 
     void present(std::shared_ptr<ui::ViewController> presenting, std::shared_ptr<ui::ViewController> presented,
@@ -29,6 +30,10 @@ public:
                  ui::ViewController::Completion completion) override;
     void showOverlay(std::shared_ptr<ui::ViewController> root) override;
     void hideOverlay(std::shared_ptr<ui::ViewController> root) override;
+    void setPreferredOrientation(ui::DeviceOrientation orientation) override;
+
+    /// The window has another size, or the device is held in another way: the screens follow in the next turn.
+    void layOutLater();
 
 private:
     /// One controller on the screen and how far its appearance has come.
@@ -37,13 +42,13 @@ private:
     void appear(const std::shared_ptr<Screen>& screen, bool animated);
     void disappear(const std::shared_ptr<Screen>& screen, bool animated, ui::ViewController::Completion completion);
     std::shared_ptr<Screen> find(const std::shared_ptr<ui::ViewController>& controller) const;
-    void windowDidResize();
+    void layOut();
+    void place(Screen& screen) const;
 
     QPointer<QQuickWindow> window_;
     /// Those on the screen, from below; the ones that are on their way out are not among them.
     std::vector<std::shared_ptr<Screen>> screens_;
-    bool isWide_ = false;
-    bool isResizeDue_ = false;
+    bool isLayoutDue_ = false;
 };
 
 }  // namespace videoanalysis

@@ -1,6 +1,7 @@
 #include "Platforms/QtQuick/QtQuickPlatform.h"
 
 #include "Platforms/QtQuick/DebugLog.h"
+#include "Platforms/QtQuick/Motion.h"
 #include "Platforms/QtQuick/QmlBundle.h"
 #include "Platforms/QtQuick/QtMainQueue.h"
 #include "Platforms/QtQuick/QtPresenter.h"
@@ -11,6 +12,7 @@
 
 #include <QCoreApplication>
 #include <QPointer>
+#include <QScreen>
 #include <QTemporaryDir>
 #include <QTimer>
 
@@ -58,7 +60,11 @@ class WindowDevice : public ui::Device, public ui::Screen {
 public:
     explicit WindowDevice(QQuickWindow& window) : window_(&window) {}
 
+    /// What a sensor says; `unknown` where there is none.
+    ui::DeviceOrientation sensed = ui::DeviceOrientation::unknown;
+
     ui::DeviceOrientation orientation() const override {
+        if (sensed != ui::DeviceOrientation::unknown) return sensed;
         const Size size = this->size();
         return size.width > size.height ? ui::DeviceOrientation::landscapeLeft : ui::DeviceOrientation::portrait;
     }
@@ -74,6 +80,16 @@ public:
 private:
     QPointer<QQuickWindow> window_;
 };
+
+ui::DeviceOrientation deviceOrientation(Qt::ScreenOrientation orientation) {
+    switch (orientation) {
+        case Qt::PortraitOrientation: return ui::DeviceOrientation::portrait;
+        case Qt::InvertedPortraitOrientation: return ui::DeviceOrientation::portraitUpsideDown;
+        case Qt::LandscapeOrientation: return ui::DeviceOrientation::landscapeLeft;
+        case Qt::InvertedLandscapeOrientation: return ui::DeviceOrientation::landscapeRight;
+        default: return ui::DeviceOrientation::unknown;
+    }
+}
 
 class UnavailableRecorder : public recording::ScreenRecorder {
 public:
@@ -108,7 +124,20 @@ struct QtQuickPlatform::Parts {
         : media(std::move(media)), graphics(std::move(graphics)), device(window),
           ownEngine(engine ? nullptr : std::make_unique<QQmlEngine>()), bundle(engine ? *engine : *ownEngine),
           presenter(std::make_unique<QtPresenter>(window)) {
+        followSensor(window);
         QObject::connect(qApp, &QCoreApplication::aboutToQuit, &mainQueue, [this] { close(); });
+    }
+
+    /// Screens that know how they are held say so; those of a desktop do not, and the window's shape counts.
+    void followSensor(const QQuickWindow& window) {
+        QScreen* screen = window.screen();
+        if (!screen || screen->nativeOrientation() == Qt::PrimaryOrientation) return;
+        const auto follow = [this](Qt::ScreenOrientation orientation) {
+            device.sensed = deviceOrientation(orientation);
+            presenter->layOutLater();
+        };
+        QObject::connect(screen, &QScreen::orientationChanged, presenter.get(), follow);
+        device.sensed = deviceOrientation(screen->orientation());
     }
 
     /// Everything of Qt that must not outlive the application.
@@ -137,6 +166,13 @@ QtQuickPlatform::~QtQuickPlatform() = default;
 std::shared_ptr<ui::ViewController> QtQuickPlatform::viewController(QQuickItem& item) {
     return QtPresenter::makeViewController(item);
 }
+
+void QtQuickPlatform::setDeviceOrientation(ui::DeviceOrientation orientation) {
+    parts_->device.sensed = orientation;
+    parts_->presenter->layOutLater();
+}
+
+void QtQuickPlatform::setReducesMotion(bool reduces) { Motion::shared().setReduced(reduces); }
 
 dispatch::MainQueue& QtQuickPlatform::mainQueue() { return parts_->mainQueue; }
 

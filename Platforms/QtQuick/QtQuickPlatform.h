@@ -10,6 +10,7 @@
 //     analysis.present(platform->viewController(*startScreen), videoanalysis::ui::ModalPresentationStyle::fullScreen);
 
 #include "VideoAnalysis/Platform/Platform.h"
+#include "VideoAnalysis/Platform/UI/Device.h"
 
 #include <QQmlEngine>
 #include <QQuickItem>
@@ -37,6 +38,13 @@ public:
     /// A controller that stands for a screen of the host's own, shown by `item`. While an analysis is presented over it
     /// in full screen, the item is invisible.
     std::shared_ptr<ui::ViewController> viewController(QQuickItem& item);
+
+    /// For a host with an orientation sensor of its own: how the device is held now counts, not the window's shape.
+    /// `unknown` gives the word back to the window. Where Qt knows the sensor it is followed without this.
+    void setDeviceOrientation(ui::DeviceOrientation orientation);
+
+    /// True: nothing moves or fades any more. For the whole process, the desktop's own setting at first.
+    static void setReducesMotion(bool reduces);
 
     dispatch::MainQueue& mainQueue() override;
     std::shared_ptr<dispatch::Timer> scheduleTimer(double interval, bool repeats, std::function<void()> fire) override;

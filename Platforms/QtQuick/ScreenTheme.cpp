@@ -1,5 +1,6 @@
 #include "Platforms/QtQuick/ScreenTheme.h"
 
+#include "Platforms/QtQuick/Motion.h"
 #include "Platforms/QtQuick/ViewItem.h"
 #include "VideoAnalysis/Analysis/State.h"
 
@@ -26,6 +27,7 @@ public:
 };
 
 ScreenTheme::ScreenTheme(QObject* parent) : QObject(parent), subscriber_(std::make_shared<Subscriber>()) {
+    connect(&Motion::shared(), &Motion::changed, this, &ScreenTheme::motionChanged);
     subscriber_->changed = [this] { Q_EMIT changed(); };
     mainStore().subscribe(subscriber_, [](Subscription<State>& whole) {
         return whole.select([](const State& state) {
@@ -47,5 +49,9 @@ QColor ScreenTheme::panel() const {
 QColor ScreenTheme::ink() const { return toQColor(subscriber_->colors.theme.buttonsTintColor); }
 
 QColor ScreenTheme::accent() const { return toQColor(subscriber_->colors.accent); }
+
+int ScreenTheme::pressMotion() const { return Motion::shared().duration(80); }
+int ScreenTheme::quickMotion() const { return Motion::shared().duration(200); }
+int ScreenTheme::panelMotion() const { return Motion::shared().duration(330); }
 
 }  // namespace videoanalysis

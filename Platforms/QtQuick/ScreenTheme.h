@@ -1,5 +1,6 @@
 #pragma once
-// The colours of the host's theme, and the accent, for the QML files; it follows the analysis.
+// The colours of the host's theme, the accent, and how long motion takes, for the QML files; it follows the analysis and
+// the setting for reduced motion.
 
 #include "VideoAnalysis/Platform/Color.h"
 
@@ -21,6 +22,10 @@ class ScreenTheme : public QObject {
     Q_PROPERTY(QColor ink READ ink NOTIFY changed)
     /// The colour of the selected tool.
     Q_PROPERTY(QColor accent READ accent NOTIFY changed)
+    /// How long a press, what appears under a finger, and a panel take, in milliseconds; 0 when motion is reduced.
+    Q_PROPERTY(int pressMotion READ pressMotion NOTIFY motionChanged)
+    Q_PROPERTY(int quickMotion READ quickMotion NOTIFY motionChanged)
+    Q_PROPERTY(int panelMotion READ panelMotion NOTIFY motionChanged)
 
 public:
     explicit ScreenTheme(QObject* parent = nullptr);
@@ -30,9 +35,13 @@ public:
     QColor panel() const;
     QColor ink() const;
     QColor accent() const;
+    int pressMotion() const;
+    int quickMotion() const;
+    int panelMotion() const;
 
 Q_SIGNALS:
     void changed();
+    void motionChanged();
 
 private:
     struct Colors;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <utility>
 
 namespace videoanalysis {
 namespace {
@@ -50,10 +51,17 @@ void StackViewItem::setHorizontal(bool horizontal) {
     layOut();
 }
 
+void StackViewItem::setMirrored(bool mirrored) {
+    isMirrored_ = mirrored;
+    layOut();
+}
+
 void StackViewItem::layOut() {
     double end = 0;
     double widest = 0;
-    for (QQuickItem* child : childItems()) {
+    QList<QQuickItem*> children = childItems();
+    if (isHorizontal_ && isMirrored_) std::reverse(children.begin(), children.end());
+    for (QQuickItem* child : std::as_const(children)) {
         auto* button = qobject_cast<ButtonItem*>(child);
         if (!button || button->view()->isHidden()) continue;
         if (end > 0) end += spacing_;

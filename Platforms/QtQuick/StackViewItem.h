@@ -14,6 +14,8 @@ class StackViewItem : public ViewItem {
     Q_PROPERTY(double spacing MEMBER spacing_)
     /// Beside one another.
     Q_PROPERTY(bool horizontal READ isHorizontal WRITE setHorizontal)
+    /// Those beside one another begin at the right.
+    Q_PROPERTY(bool mirrored READ isMirrored WRITE setMirrored)
 
 public:
     explicit StackViewItem(QQuickItem* parent = nullptr);
@@ -21,6 +23,8 @@ public:
 
     bool isHorizontal() const { return isHorizontal_; }
     void setHorizontal(bool horizontal);
+    bool isMirrored() const { return isMirrored_; }
+    void setMirrored(bool mirrored);
 
 protected:
     void itemChange(ItemChange change, const ItemChangeData& value) override;
@@ -31,6 +35,7 @@ private:
 
     double spacing_ = 0;
     bool isHorizontal_ = false;
+    bool isMirrored_ = false;
 };
 
 }  // namespace videoanalysis

@@ -1,5 +1,7 @@
 #include "Platforms/QtQuick/ViewItem.h"
 
+#include "Platforms/QtQuick/Motion.h"
+
 #include <QMouseEvent>
 #include <QtMath>
 
@@ -97,8 +99,8 @@ void ViewItem::updateVisibility() {
 
 void ViewItem::followAlpha() {
     const double alpha = view_->alpha();
-    const double seconds = view_->alphaAnimationDuration();
-    if (seconds > 0) {
+    const int duration = Motion::shared().duration(qRound(view_->alphaAnimationDuration() * 1000));
+    if (duration > 0) {
         if (!fade_) {
             fade_ = new QVariantAnimation(this);
             fade_->setEasingCurve(QEasingCurve::OutCubic);
@@ -108,7 +110,7 @@ void ViewItem::followAlpha() {
             });
         }
         fade_->stop();
-        fade_->setDuration(qRound(seconds * 1000));
+        fade_->setDuration(duration);
         fade_->setStartValue(opacity());
         fade_->setEndValue(alpha);
         fade_->start();

@@ -28,8 +28,8 @@ Button {
         opacity: button.enabled ? (button.pressed ? 0.7 : 1) : 0.35
         scale: button.pressed ? 0.94 : 1
 
-        Behavior on scale { NumberAnimation { duration: 80; easing.type: Easing.OutCubic } }
-        Behavior on opacity { NumberAnimation { duration: 80; easing.type: Easing.OutCubic } }
+        Behavior on scale { NumberAnimation { duration: Theme.pressMotion; easing.type: Easing.OutCubic } }
+        Behavior on opacity { NumberAnimation { duration: Theme.pressMotion; easing.type: Easing.OutCubic } }
 
         Rectangle {
             anchors.fill: parent

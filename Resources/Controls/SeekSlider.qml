@@ -43,7 +43,7 @@ Slider {
         color: Theme.ink
         scale: slider.pressed ? 1.25 : 1
 
-        Behavior on scale { NumberAnimation { duration: 80; easing.type: Easing.OutCubic } }
+        Behavior on scale { NumberAnimation { duration: Theme.pressMotion; easing.type: Easing.OutCubic } }
     }
     Rectangle {
         anchors.fill: parent

@@ -1,7 +1,12 @@
 // The players manager, the overlay and the main screen, headless.
 
 #include "Tests/Support/ComponentTest.h"
+#include "VideoAnalysis/Platform/Dispatch.h"
 #include "VideoAnalysis/Screen/CollectionViewFlowLayout.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
 
 namespace videoanalysis {
 namespace {
@@ -90,6 +95,30 @@ TEST_F(ScreenTest, ACellIsBoundOnceAndStays) {
     EXPECT_EQ(collection().visibleCells()[1].cell, bound);
 }
 
+TEST_F(ScreenTest, BindingSaysWhatItDoesAndTakesNoForeignCell) {
+    addAndShow(1);
+    const std::string player = players()[0]->cell()->description();
+    const std::string controls = players()[0]->overlayCell()->description();
+    const auto wasLogged = [&](const std::vector<std::string>& lines) {
+        return std::search(platform->log.begin(), platform->log.end(), lines.begin(), lines.end()) != platform->log.end();
+    };
+    EXPECT_TRUE(wasLogged({"\n", "Index: 0", "No previous cell address", "New generated cell address: " + player,
+                           "New updated cell address: " + player}));
+    EXPECT_TRUE(wasLogged({"\n", "Overlay Index: 0", "No previous overlay cell address",
+                           "New generated overlay cell address: " + controls,
+                           "New updated overlay cell address: " + controls}));
+    EXPECT_FALSE(collection().isPrefetchingEnabled());
+
+    // A template of another kind gives an empty cell, and nothing is bound.
+    collection().registerClass([] { return std::make_shared<ui::CollectionViewCell>(); }, "PlayerCollectionViewCell");
+    platform->log.clear();
+    const auto foreign = screen()->playersManager()->cellForItemAt(collection(), {0, 0});
+    ASSERT_NE(foreign, nullptr);
+    EXPECT_NE(foreign, players()[0]->cell());
+    EXPECT_TRUE(foreign->subviews().empty());
+    EXPECT_TRUE(platform->log.empty());
+}
+
 TEST_F(ScreenTest, TheOverlayShowsWhatTheStateAllows) {
     addAndShow(1);
     EXPECT_FALSE(overlay().addButton.lock()->isHidden());
@@ -135,6 +164,162 @@ TEST_F(ScreenTest, ToolButtonsShowTheirOwnColours) {
     EXPECT_EQ(OverlayViewController::toolColor(7, map), Color::white());
 }
 
+// Which buttons show, what they look like and what they allow, state by state.
+TEST_F(ScreenTest, EveryControlIsRenderedFromTheState) {
+    show();
+    EXPECT_FALSE(overlay().recordButton.lock()->isEnabled()) << "nothing to record, though recording is allowed";
+    EXPECT_TRUE(overlay().drawingToolsStackView.lock()->isHidden());
+    EXPECT_TRUE(overlay().colorPickerView.lock()->isHidden());
+    store().dispatch(AddMediaAction(clip("a")));
+    platform->drainMainQueue();
+    EXPECT_TRUE(overlay().recordButton.lock()->isEnabled());
+    EXPECT_FALSE(overlay().drawingToolsStackView.lock()->isHidden());
+
+    // A button of the tag that the screen leaves alone.
+    const auto untouched = overlay().drawingToolButtons[4].lock();
+    untouched->setTag(5);
+    untouched->setTintColor(Color::systemBlue());
+    ToolColorMap map;
+    map.set(SketchToolType::line, Color::black());
+    store().dispatch(SetToolColorMapAction(map));
+    store().dispatch(SetDrawingToolsCollapseStateAction(true));
+    platform->drainMainQueue();
+    EXPECT_EQ(untouched->tintColor(), Color::systemBlue());
+    EXPECT_EQ(visibleTools(), (std::vector{0, 5}));
+    EXPECT_EQ(overlay().drawingToolButtons[1].lock()->tintColor(), Color::black());
+    EXPECT_EQ(overlay().drawingToolButtons[2].lock()->tintColor(), Color::rgb255(255, 23, 68)) << "no entry: its own";
+    untouched->setTag(6);
+
+    // The marker keeps its column, follows the tool and turns with the picker.
+    const auto arrow = overlay().arrowImage.lock();
+    arrow->setFrame({60, 0, 16, 16});
+    overlay().tapOnCircle(*untouched);
+    platform->drainMainQueue();
+    EXPECT_EQ(arrow->center(), (Point{68, untouched->center().y}));
+    EXPECT_EQ(arrow->tintColor(), Color::rgb255(255, 234, 0));
+    EXPECT_EQ(arrow->rotation(), 0);
+    EXPECT_EQ(arrow->alpha(), 1);
+    overlay().tapOnColorPicker(*untouched);
+    platform->drainMainQueue();
+    EXPECT_NEAR(arrow->rotation(), 3.14159265, 1e-6);
+    EXPECT_FALSE(overlay().colorPickerView.lock()->isHidden());
+    store().dispatch(SetDrawingToolTypeAction(SketchToolType::eraser, false));
+    platform->drainMainQueue();
+    EXPECT_EQ(arrow->tintColor(), Color::rgb255(255, 234, 0)) << "a tool without a button leaves the marker";
+
+    store().dispatch(SetHUDVisibleAction(false));
+    platform->drainMainQueue();
+    for (const auto& view : overlay().visibleViews) EXPECT_TRUE(view.lock()->isHidden());
+    store().dispatch(SetHUDVisibleAction(true));
+    platform->drainMainQueue();
+    for (const auto& view : overlay().visibleViews) EXPECT_FALSE(view.lock()->isHidden());
+}
+
+TEST_F(ScreenTest, APickedColourIsThatOfTheChosenToolAlone) {
+    addAndShow(1);
+    ColorPickerView& picker = *overlay().colorPickerView.lock();
+    const auto indexOf = [&](const Color& color) {
+        return std::find(picker.colors().begin(), picker.colors().end(), color) - picker.colors().begin();
+    };
+    EXPECT_EQ(picker.selectionStyle(), ColorPickerViewSelectStyle::check);
+    picker.setFrame({0, 0, 145, 100});
+    EXPECT_EQ(picker.frameOfItem(0), Rect(5, 5, 30, 30));
+    EXPECT_EQ(picker.frameOfItem(5), Rect(40, 40, 30, 30)) << "four in a line";
+    EXPECT_EQ(picker.preselectedIndex(), indexOf(Color::rgb255(0, 229, 255))) << "the pen's own colour";
+
+    overlay().tapOnLine(*overlay().addButton.lock());
+    overlay().tapOnLine(*overlay().addButton.lock());
+    EXPECT_TRUE(screenState().isColorPickerOpened) << "the chosen tool again opens the picker";
+    picker.selectItem(indexOf(Color::black()));
+    platform->drainMainQueue();
+    EXPECT_TRUE(picker.isHidden());
+    EXPECT_EQ(screenState().toolColorMap[SketchToolType::line], Color::black());
+    EXPECT_EQ(screenState().toolColorMap[SketchToolType::pen], Color::rgb255(0, 229, 255));
+    EXPECT_EQ(overlay().drawingToolButtons[1].lock()->tintColor(), Color::black());
+    EXPECT_EQ(picker.preselectedIndex(), indexOf(Color::black()));
+
+    // A colour that the palette does not have leaves the mark where it was; so does a tool without a colour.
+    store().dispatch(SetDrawingToolColorAction(Color::rgb255(1, 2, 3)));
+    platform->drainMainQueue();
+    EXPECT_EQ(picker.preselectedIndex(), indexOf(Color::black()));
+    store().dispatch(SetToolColorMapAction(ToolColorMap()));
+    overlay().tapOnArrow(*overlay().addButton.lock());
+    platform->drainMainQueue();
+    EXPECT_EQ(picker.preselectedIndex(), indexOf(Color::black()));
+
+    overlay().tapOnColorPicker(*overlay().addButton.lock());
+    EXPECT_TRUE(screenState().isColorPickerOpened);
+    overlay().tapOnColorPicker(*overlay().addButton.lock());
+    EXPECT_FALSE(screenState().isColorPickerOpened);
+    EXPECT_DEATH(overlay().didSelectItemAt(picker, {24, 0}), "No colour at index 24");
+}
+
+// The four rows of request and answer, the unlike ones as well.
+TEST_F(ScreenTest, TheRecordingLooksAndTheTimerFollowRequestAndAnswerRowByRow) {
+    VideoAnalysisIconsConfiguration icons;
+    icons.recordButtonIcon = Image::named("my record");
+    store().dispatch(SetConfigurationAction({true, true, icons, {}, nullptr}));
+    addAndShow(1);
+    const auto record = overlay().recordButton.lock();
+    const auto label = overlay().timerLabel.lock();
+    const auto isTicking = [&] { return overlay().recordingTimer && overlay().recordingTimer->isValid(); };
+    const auto looksIdle = [&] {
+        return record->tintColor() == Color::white() && record->image() == Image::named("my record");
+    };
+    EXPECT_TRUE(looksIdle());
+    EXPECT_TRUE(label->isHidden());
+
+    // Asked for, not answered.
+    overlay().handleScreenRecording(*record);
+    platform->drainMainQueue();
+    EXPECT_TRUE(looksIdle());
+    EXPECT_FALSE(isTicking());
+    EXPECT_FALSE(label->isHidden());
+    EXPECT_FALSE(overlay().closeButton.lock()->isEnabled());
+
+    // Answered.
+    store().dispatch(HasRecordingPermissionAction(true));
+    platform->drainMainQueue();
+    EXPECT_EQ(record->tintColor(), Color::systemRed());
+    EXPECT_EQ(record->image(), Image::named("stop_recording"));
+    const auto timer = overlay().recordingTimer;
+    platform->advance(2.5);
+    EXPECT_EQ(label->text(), "00:00:02");
+    store().dispatch(SetDrawingToolTypeAction(SketchToolType::line, false));
+    platform->drainMainQueue();
+    EXPECT_EQ(overlay().recordingTimer, timer) << "not begun anew";
+    EXPECT_EQ(overlay().seconds, 2);
+
+    // No longer asked for: idle, the clock begins anew and ticks on until the answer is taken back.
+    overlay().handleScreenRecording(*record);
+    platform->drainMainQueue();
+    EXPECT_TRUE(looksIdle());
+    EXPECT_EQ(overlay().seconds, 0);
+    EXPECT_FALSE(timer->isValid());
+    EXPECT_TRUE(isTicking());
+    EXPECT_TRUE(label->isHidden());
+    EXPECT_TRUE(overlay().closeButton.lock()->isEnabled());
+    store().dispatch(HasRecordingPermissionAction(false));
+    platform->drainMainQueue();
+    EXPECT_TRUE(looksIdle());
+    EXPECT_TRUE(isTicking()) << "only a state with a started recording stops it";
+}
+
+TEST_F(ScreenTest, TheClockShowsHoursMinutesAndSecondsWithoutAnUpperLimit) {
+    addAndShow(1);
+    for (const auto& [seconds, text] : {std::pair<std::int64_t, const char*>{59, "00:00:59"},
+                                        {60, "00:01:00"},
+                                        {3599, "00:59:59"},
+                                        {3600, "01:00:00"},
+                                        {360000, "100:00:00"},
+                                        {std::numeric_limits<std::int64_t>::max(), "2562047788015215:30:07"}}) {
+        overlay().seconds = seconds - 1;
+        overlay().recordingWithTimer();
+        EXPECT_EQ(overlay().timerLabel.lock()->text(), text);
+    }
+    EXPECT_DEATH(overlay().recordingWithTimer(), "run over");
+}
+
 TEST_F(ScreenTest, ThemeAndIconsOfTheHostTakeEffect) {
     Theme theme;
     theme.secondaryColor = Color::systemBlue();
@@ -146,7 +331,11 @@ TEST_F(ScreenTest, ThemeAndIconsOfTheHostTakeEffect) {
     addAndShow(1);
     EXPECT_EQ(overlay().closeButton.lock()->image(), Image::named("my close"));
     EXPECT_EQ(overlay().closeButton.lock()->titleColor(), Color::systemRed());
-    EXPECT_EQ(overlay().topBarView.lock()->backgroundColor(), Color::systemBlue().withAlpha(0.25));
+    EXPECT_EQ(overlay().recordButton.lock()->titleColor(), Color::systemRed());
+    for (const auto& view : {overlay().topBarView, overlay().topBarBackgroundView, overlay().drawingShapeView}) {
+        EXPECT_EQ(view.lock()->backgroundColor(), Color::systemBlue().withAlpha(0.25));
+    }
+    EXPECT_EQ(overlay().colorPickerView.lock()->backgroundColor(), Color::systemBlue().withAlpha(0.25));
     EXPECT_EQ(overlay().view()->backgroundColor(), Color::clear());
     EXPECT_EQ(screen()->view()->backgroundColor(), Color::systemBlue());
 }
@@ -162,6 +351,10 @@ TEST_F(ScreenTest, TheHostDecidesAboutAddingAndClosing) {
     EXPECT_EQ(delegate->calls, std::vector<std::string>{"media 1"});
     delegate->mediaCompletion(clip("b"));
     EXPECT_EQ(store().state().media->size(), 2U);
+    EXPECT_EQ(platform->headlessPresenter.preferredOrientation, ui::DeviceOrientation::unknown);
+    store().dispatch(DismissAction(false, {}));
+    show();
+    EXPECT_EQ(platform->headlessPresenter.preferredOrientation, ui::DeviceOrientation::portrait) << "asked on appearing";
 
     const auto old = screen();
     overlay().handleDiscardAndClose(*overlay().closeButton.lock());

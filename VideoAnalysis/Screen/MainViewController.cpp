@@ -62,6 +62,9 @@ void MainViewController::viewDidLoad() {
 
 void MainViewController::viewWillAppear(bool) {
     view()->setBackgroundColor(mainStore().state().theme.secondaryColor);  // loaded before the configuration arrived
+    if (const auto delegate = mainStore().state().delegate.lock()) {
+        platform().presenter().setPreferredOrientation(delegate->preferredOrientation());
+    }
     if (ui::Window* window = overlayWindow()) window->setHidden(false);
     mainStore().subscribe(std::static_pointer_cast<MainViewController>(shared_from_this()),
                           [](auto& whole) { return whole.select(&State::mainViewControllerState); });

@@ -1,11 +1,15 @@
 #include "VideoAnalysis/Screen/OverlayViewController.h"
 
 #include "VideoAnalysis/Analysis/Actions.h"
+#include "VideoAnalysis/Platform/Dispatch.h"
 #include "VideoAnalysis/Platform/FatalError.h"
 #include "VideoAnalysis/Platform/Platform.h"
 #include "VideoAnalysis/Platform/UI/Device.h"
 #include "VideoAnalysis/Screen/CollectionViewFlowLayout.h"
 
+#include <algorithm>
+#include <cstdio>
+#include <limits>
 #include <numbers>
 #include <string>
 
@@ -20,13 +24,27 @@ void layOutSuperview(const std::shared_ptr<ui::View>& view) {
 
 void chooseTool(SketchToolType tool) { mainStore().dispatch(SetDrawingToolTypeAction(tool, true)); }
 
+/// Hours, minutes and seconds of at least two digits each.
+std::string clockText(std::int64_t seconds) {
+    char text[40];
+    std::snprintf(text, sizeof text, "%02lld:%02lld:%02lld", static_cast<long long>(seconds / 3600),
+                  static_cast<long long>(seconds / 60 % 60), static_cast<long long>(seconds - seconds / 60 * 60));
+    return text;
+}
+
 }  // namespace
+
+OverlayViewController::~OverlayViewController() {
+    if (recordingTimer) recordingTimer->invalidate();
+}
 
 void OverlayViewController::connectOutlets(ui::Outlets& outlets) {
     outlets.connect("visibleViews", visibleViews);
     outlets.connect("topBarView", topBarView);
+    outlets.connect("timerLabel", timerLabel);
     outlets.connect("addButton", addButton);
     outlets.connect("closeButton", closeButton);
+    outlets.connect("recordButton", recordButton);
     outlets.connect("arrowImage", arrowImage);
     outlets.connect("drawingShapeView", drawingShapeView);
     outlets.connect("drawingToolButtons", drawingToolButtons);
@@ -34,6 +52,7 @@ void OverlayViewController::connectOutlets(ui::Outlets& outlets) {
     outlets.connect("lockPlaybackButton", lockPlaybackButton);
     outlets.connect("expandToolbarButton", expandToolbarButton);
     outlets.connect("collapseToolbarButton", collapseToolbarButton);
+    outlets.connect("colorPickerView", colorPickerView);
     outlets.connect("drawingToolsStackView", drawingToolsStackView);
     outlets.connect("playersCollectionView", playersCollectionView);
 
@@ -42,8 +61,10 @@ void OverlayViewController::connectOutlets(ui::Outlets& outlets) {
     outlets.action("tapOnArrow:", [this](ui::Control& sender) { tapOnArrow(sender); });
     outlets.action("tapOnRect:", [this](ui::Control& sender) { tapOnRect(sender); });
     outlets.action("tapOnCircle:", [this](ui::Control& sender) { tapOnCircle(sender); });
+    outlets.action("tapOnColorPicker:", [this](ui::Control& sender) { tapOnColorPicker(sender); });
     outlets.action("handleToolbarExpand:", [this](ui::Control& sender) { handleToolbarExpand(sender); });
     outlets.action("handleToolbarCollapse:", [this](ui::Control&) { handleToolbarCollapse(); });
+    outlets.action("handleScreenRecording:", [this](ui::Control& sender) { handleScreenRecording(sender); });
     outlets.action("handlePlaybackLockToggle:", [this](ui::Control& sender) { handlePlaybackLockToggle(sender); });
     outlets.action("handleMediaAddition:", [this](ui::Control& sender) { handleMediaAddition(sender); });
     outlets.action("handleDiscardAndClose:", [this](ui::Control& sender) { handleDiscardAndClose(sender); });
@@ -51,7 +72,14 @@ void OverlayViewController::connectOutlets(ui::Outlets& outlets) {
 
 // ---- Life cycle
 
-void OverlayViewController::viewDidLoad() { applyTheme(); }
+void OverlayViewController::viewDidLoad() {
+    applyTheme();
+    const auto self = std::static_pointer_cast<OverlayViewController>(shared_from_this());
+    const auto picker = ui::required(colorPickerView, "colorPickerView");
+    picker->setDelegate(self);
+    picker->setLayoutDelegate(self);
+    picker->setSelectionStyle(ColorPickerViewSelectStyle::check);
+}
 
 void OverlayViewController::viewWillAppear(bool) {
     applyTheme();  // the screen is loaded before the configuration arrives
@@ -80,9 +108,11 @@ void OverlayViewController::applyTheme() {
     const Theme& theme = mainStore().state().theme;
     ui::required(addButton, "addButton")->setTitleColor(theme.buttonsTintColor);
     ui::required(closeButton, "closeButton")->setTitleColor(theme.buttonsTintColor);
+    ui::required(recordButton, "recordButton")->setTitleColor(theme.buttonsTintColor);
     ui::required(lockPlaybackButton, "lockPlaybackButton")->setTitleColor(theme.buttonsTintColor);
     const Color translucent = theme.secondaryColor.withAlpha(theme.translucentViewsOpacity);
     ui::required(topBarView, "topBarView")->setBackgroundColor(translucent);
+    ui::required(colorPickerView, "colorPickerView")->setBackgroundColor(translucent);
     ui::required(drawingShapeView, "drawingShapeView")->setBackgroundColor(translucent);
     ui::required(topBarBackgroundView, "topBarBackgroundView")->setBackgroundColor(translucent);
 }
@@ -100,10 +130,8 @@ void OverlayViewController::newState(const MainViewControllerState& screen) {
 
     ui::required(expandToolbarButton, "expandToolbarButton")->setHidden(!screen.isDrawingToolsCollapsed);
     ui::required(collapseToolbarButton, "collapseToolbarButton")->setHidden(screen.isDrawingToolsCollapsed);
-    std::shared_ptr<ui::Button> selectedButton;
     for (const std::weak_ptr<ui::Button>& outlet : drawingToolButtons) {
         const auto button = ui::required(outlet, "drawingToolButtons");
-        if (button->tag() == selectedTool && !selectedButton) selectedButton = button;
         if (button->tag() == untouchedTag) continue;
         button->setHidden(screen.isDrawingToolsCollapsed && button->tag() != selectedTool);
         button->setTintColor(toolColor(button->tag(), screen.toolColorMap));
@@ -125,22 +153,93 @@ void OverlayViewController::newState(const MainViewControllerState& screen) {
     }
     lock->setHidden(!screen.shouldAllowMediaPlaybackLock);
 
+    renderRecording(screen);
+    ui::required(recordButton, "recordButton")->setEnabled(screen.shouldAllowRecording && !analysis.media->empty());
     ui::required(closeButton, "closeButton")->setEnabled(!screen.isScreenRecording);
 
-    const auto arrow = ui::required(arrowImage, "arrowImage");
-    arrow->setAlpha(0);
-    arrow->setRotation(screen.isColorPickerOpened ? std::numbers::pi : 0);
-    if (selectedButton) {
-        arrow->setTintColor(toolColor(selectedButton->tag(), screen.toolColorMap));
-        arrow->setCenter({arrow->center().x, selectedButton->center().y});
-        layOutSuperview(arrow);
-    }
-    arrow->setAlpha(1);
+    renderSelectedTool(screen, selectedTool);
+
+    const auto picker = ui::required(colorPickerView, "colorPickerView");
+    picker->setHidden(!screen.isColorPickerOpened);
+    layOutSuperview(picker);
 
     for (const std::weak_ptr<ui::View>& outlet : visibleViews) {
         ui::required(outlet, "visibleViews")->setHidden(!screen.isHUDVisible);
     }
     toolsStack->setHidden(screen.isHUDVisible && !screen.isDrawingToolsVisible);
+}
+
+/// The looks and the timer follow the request and the recorder's answer in this order, row by row: the timer begins with the
+/// answer, and the idle look stops it only when the current state says that a recording had been started.
+void OverlayViewController::renderRecording(const MainViewControllerState& screen) {
+    if (screen.isScreenRecording) {
+        applyRecordingLook();
+    } else {
+        applyIdleLook();
+    }
+    if (screen.hasStartedRecording) {
+        startTimerIfNeeded();
+    } else {
+        applyIdleLook();
+    }
+    const auto label = ui::required(timerLabel, "timerLabel");
+    layOutSuperview(label);
+    label->setHidden(!screen.isScreenRecording);
+}
+
+void OverlayViewController::applyRecordingLook() {
+    const auto record = ui::required(recordButton, "recordButton");
+    record->setTintColor(Color::systemRed());
+    record->setImage(
+        mainStore().state().iconsConfiguration->stopRecordingButtonIcon.value_or(Image::named("stop_recording")));
+}
+
+void OverlayViewController::applyIdleLook() {
+    const State& analysis = mainStore().state();
+    if (analysis.mainViewControllerState.hasStartedRecording) {
+        seconds = 0;
+        if (recordingTimer) recordingTimer->invalidate();
+    }
+    const auto record = ui::required(recordButton, "recordButton");
+    record->setTintColor(Color::white());
+    record->setImage(analysis.iconsConfiguration->recordButtonIcon.value_or(Image::named("start_recording")));
+}
+
+void OverlayViewController::startTimerIfNeeded() {
+    if (recordingTimer && recordingTimer->isValid()) return;
+    const std::weak_ptr<ui::ViewController> weak = weak_from_this();
+    recordingTimer = platform().scheduleTimer(delayDuration, true, [weak] {
+        if (const auto self = weak.lock()) static_cast<OverlayViewController&>(*self).recordingWithTimer();
+    });
+}
+
+void OverlayViewController::recordingWithTimer() {
+    if (seconds == std::numeric_limits<std::int64_t>::max()) fatalError("The recording clock has run over");
+    ++seconds;
+    ui::required(timerLabel, "timerLabel")->setText(clockText(seconds));
+}
+
+/// The marker stands beside the selected tool, and the picker shows that tool's colour.
+void OverlayViewController::renderSelectedTool(const MainViewControllerState& screen, int selectedTool) {
+    const auto arrow = ui::required(arrowImage, "arrowImage");
+    arrow->setAlpha(0);
+    arrow->setRotation(screen.isColorPickerOpened ? std::numbers::pi : 0);
+    const auto selected =
+        std::find_if(drawingToolButtons.begin(), drawingToolButtons.end(), [&](const std::weak_ptr<ui::Button>& outlet) {
+            return ui::required(outlet, "drawingToolButtons")->tag() == selectedTool;
+        });
+    if (selected != drawingToolButtons.end()) {
+        const auto button = selected->lock();
+        arrow->setTintColor(toolColor(button->tag(), screen.toolColorMap));
+        arrow->setCenter({arrow->center().x, button->center().y});
+        layOutSuperview(arrow);
+        const auto picker = ui::required(colorPickerView, "colorPickerView");
+        const auto& colors = picker->colors();
+        const std::optional<Color> color = screen.toolColorMap[static_cast<SketchToolType>(selectedTool)];
+        const auto found = color ? std::find(colors.begin(), colors.end(), *color) : colors.end();
+        if (found != colors.end()) picker->setPreselectedIndex(found - colors.begin());
+    }
+    arrow->setAlpha(1);
 }
 
 Color OverlayViewController::toolColor(int tool, const ToolColorMap& map) {
@@ -159,11 +258,19 @@ void OverlayViewController::tapOnArrow(ui::Control&) { chooseTool(SketchToolType
 void OverlayViewController::tapOnRect(ui::Control&) { chooseTool(SketchToolType::rectangleStroke); }
 void OverlayViewController::tapOnCircle(ui::Control&) { chooseTool(SketchToolType::ellipseStroke); }
 
+void OverlayViewController::tapOnColorPicker(ui::Control&) {
+    mainStore().dispatch(SetColorPickerCollapseStateAction(!mainStore().state().mainViewControllerState.isColorPickerOpened));
+}
+
 void OverlayViewController::handleToolbarExpand(ui::Control&) {
     mainStore().dispatch(SetDrawingToolsCollapseStateAction(false));
 }
 
 void OverlayViewController::handleToolbarCollapse() { mainStore().dispatch(SetDrawingToolsCollapseStateAction(true)); }
+
+void OverlayViewController::handleScreenRecording(ui::Control&) {
+    mainStore().dispatch(SetScreenRecordingStateAction(!mainStore().state().mainViewControllerState.isScreenRecording));
+}
 
 void OverlayViewController::handlePlaybackLockToggle(ui::Control&) {
     mainStore().dispatch(SetPlaybackLockStateAction(!mainStore().state().mainViewControllerState.isMediaPlaybackLocked));
@@ -187,5 +294,19 @@ void OverlayViewController::handleDiscardAndClose(ui::Control&) {
         });
     }
 }
+
+// ---- The colour picker
+
+void OverlayViewController::didSelectItemAt(ColorPickerView& picker, const ui::IndexPath& indexPath) {
+    if (indexPath.item < 0 || indexPath.item >= static_cast<std::int64_t>(picker.colors().size())) {
+        fatalError("No colour at index " + std::to_string(indexPath.item));
+    }
+    mainStore().dispatch(SetDrawingToolColorAction(picker.colors()[static_cast<std::size_t>(indexPath.item)]));
+}
+
+Size OverlayViewController::sizeForItemAt(ColorPickerView&, const ui::IndexPath&) { return {30, 30}; }
+double OverlayViewController::minimumLineSpacingForSectionAt(ColorPickerView&, std::int64_t) { return 5; }
+double OverlayViewController::minimumInteritemSpacingForSectionAt(ColorPickerView&, std::int64_t) { return 5; }
+EdgeInsets OverlayViewController::insetForSectionAt(ColorPickerView&, std::int64_t) { return {5, 5, 5, 5}; }
 
 }  // namespace videoanalysis

@@ -1,25 +1,37 @@
 #pragma once
-// The transparent screen over the players: top bar, tool strip, arrow marker and the collection of the players' controls. It
-// changes nothing itself: every control dispatches an action, every property is rendered from the state.
+// The transparent screen over the players: top bar, tool strip, arrow marker, colour picker and the collection of the players'
+// controls. It changes nothing itself: every control dispatches an action, every property is rendered from the state.
 
 #include "VideoAnalysis/Analysis/State.h"
+#include "VideoAnalysis/Controls/ColorPickerView.h"
 #include "VideoAnalysis/Platform/UI/CollectionView.h"
 #include "VideoAnalysis/Platform/UI/Control.h"
 #include "VideoAnalysis/Platform/UI/ViewController.h"
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
 namespace videoanalysis {
 
-class CollectionViewFlowLayout;
+namespace dispatch {
+class Timer;
+}
 
-class OverlayViewController : public ui::ViewController, public StoreSubscriber<MainViewControllerState> {
+class OverlayViewController : public ui::ViewController,
+                              public StoreSubscriber<MainViewControllerState>,
+                              public ColorPickerViewDelegate,
+                              public ColorPickerViewDelegateFlowLayout {
 public:
+    ~OverlayViewController() override;
+
+    /// Shown only while the controls are.
     std::vector<std::weak_ptr<ui::View>> visibleViews;
     std::weak_ptr<ui::View> topBarView;
+    std::weak_ptr<ui::Label> timerLabel;
     std::weak_ptr<ui::Button> addButton;
     std::weak_ptr<ui::Button> closeButton;
+    std::weak_ptr<ui::Button> recordButton;
     std::weak_ptr<ui::ImageView> arrowImage;
     std::weak_ptr<ui::View> drawingShapeView;
     std::vector<std::weak_ptr<ui::Button>> drawingToolButtons;
@@ -27,8 +39,16 @@ public:
     std::weak_ptr<ui::Button> lockPlaybackButton;
     std::weak_ptr<ui::Button> expandToolbarButton;
     std::weak_ptr<ui::Button> collapseToolbarButton;
+    std::weak_ptr<ColorPickerView> colorPickerView;
     std::weak_ptr<ui::StackView> drawingToolsStackView;
     std::weak_ptr<ui::CollectionView> playersCollectionView;
+
+    /// How long the recording has been running, in whole seconds.
+    std::int64_t seconds = 0;
+    /// Null or invalid while it does not tick.
+    std::shared_ptr<dispatch::Timer> recordingTimer;
+    /// From one tick to the next, in seconds.
+    static constexpr double delayDuration = 1.0;
 
     void connectOutlets(ui::Outlets& outlets) override;
     void viewDidLoad() override;
@@ -45,17 +65,34 @@ public:
     void tapOnArrow(ui::Control& sender);
     void tapOnRect(ui::Control& sender);
     void tapOnCircle(ui::Control& sender);
+    void tapOnColorPicker(ui::Control& sender);
     void handleToolbarExpand(ui::Control& sender);
     void handleToolbarCollapse();
+    void handleScreenRecording(ui::Control& sender);
     void handlePlaybackLockToggle(ui::Control& sender);
     void handleMediaAddition(ui::Control& sender);
     void handleDiscardAndClose(ui::Control& sender);
+
+    /// Fatal when the picker has no such colour.
+    void didSelectItemAt(ColorPickerView& picker, const ui::IndexPath& indexPath) override;
+    Size sizeForItemAt(ColorPickerView& picker, const ui::IndexPath& indexPath) override;
+    double minimumLineSpacingForSectionAt(ColorPickerView& picker, std::int64_t section) override;
+    double minimumInteritemSpacingForSectionAt(ColorPickerView& picker, std::int64_t section) override;
+    EdgeInsets insetForSectionAt(ColorPickerView& picker, std::int64_t section) override;
+
+    /// A second more has been recorded.
+    void recordingWithTimer();
 
     /// The colour in which a tool's button shows: its own colour in `map`, or else its standard one; white for those without.
     static Color toolColor(int tool, const ToolColorMap& map);
 
 private:
     void applyTheme();
+    void renderRecording(const MainViewControllerState& screen);
+    void applyRecordingLook();
+    void applyIdleLook();
+    void startTimerIfNeeded();
+    void renderSelectedTool(const MainViewControllerState& screen, int selectedTool);
 };
 
 }  // namespace videoanalysis

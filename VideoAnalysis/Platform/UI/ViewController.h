@@ -4,6 +4,7 @@
 
 #include "VideoAnalysis/Platform/Geometry.h"
 #include "VideoAnalysis/Platform/UI/KeyPress.h"
+#include "VideoAnalysis/Platform/UI/Device.h"
 #include "VideoAnalysis/Platform/UI/View.h"
 
 #include <functional>
@@ -13,6 +14,9 @@ namespace videoanalysis::ui {
 
 class Outlets;
 
+/// `fullScreen` hides the screen below, `overFullScreen` lets it be seen where the new one is translucent. A page sheet leaves a
+/// margin, a form sheet is a smaller card in the middle, and a press beside a popover takes it away. Where there is little
+/// room the last three fill the screen.
 enum class ModalPresentationStyle { fullScreen, pageSheet, formSheet, overFullScreen, popover };
 
 /// Always made with `std::make_shared`. Main thread.
@@ -96,9 +100,11 @@ public:
     /// Removes `viewController`; calls `viewWillDisappear`, `viewDidDisappear` and `completion`.
     virtual void dismiss(std::shared_ptr<ViewController> viewController, bool animated,
                          ViewController::Completion completion) = 0;
-    /// Shows the root view of an overlay window over everything that is presented, with the screen's bounds.
+    /// Shows the root view of an overlay window over everything that is presented, with the bounds of the screen on top.
     virtual void showOverlay(std::shared_ptr<ViewController> root) = 0;
     virtual void hideOverlay(std::shared_ptr<ViewController> root) = 0;
+    /// How the screens want to be held; the platform follows it where it can. `unknown` for no preference.
+    virtual void setPreferredOrientation(DeviceOrientation orientation) = 0;
 };
 
 }  // namespace videoanalysis::ui
