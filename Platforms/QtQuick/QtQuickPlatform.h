@@ -19,9 +19,13 @@
 
 namespace videoanalysis {
 
+namespace recording {
+class MovieMaker;
+}
 namespace ui {
 class ViewController;
 }
+struct RecordingOptions;
 
 /// Main thread, unless `Platform` says otherwise. What it shows is gone when the application quits (`aboutToQuit`) or
 /// with the platform, whichever comes first; the platform itself may stay installed for longer.
@@ -37,6 +41,9 @@ public:
     /// A controller that stands for a screen of the host's own, shown by `item`. While an analysis is presented over it
     /// in full screen, the item is invisible.
     std::shared_ptr<ui::ViewController> viewController(QQuickItem& item);
+
+    /// Makes the screen one that can be recorded, into movies of `maker`. Before the first analysis.
+    void setMovieMaker(std::unique_ptr<recording::MovieMaker> maker, const RecordingOptions& options);
 
     dispatch::MainQueue& mainQueue() override;
     std::shared_ptr<dispatch::Timer> scheduleTimer(double interval, bool repeats, std::function<void()> fire) override;
