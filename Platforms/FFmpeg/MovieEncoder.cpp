@@ -123,7 +123,8 @@ bool MovieEncoder::open(std::string& error) {
     std::filesystem::create_directories(std::filesystem::path(path_).parent_path(), code);
     file_ = MovieFile::create(path_, error);
     packet_.reset(av_packet_alloc());
-    if (!file_ || !packet_ || !openEncoder(error)) return false;
+    held_.reset(av_packet_alloc());
+    if (!file_ || !packet_ || !held_ || !openEncoder(error)) return false;
     if (format_.channels > 0) {
         sound_ = MovieSound::open(format_.sampleRate, format_.channels, error);
         if (!sound_) return false;
@@ -231,14 +232,18 @@ void MovieEncoder::send(const AVFrame* frame) {
     while (result >= 0) {
         result = avcodec_receive_packet(encoder_.get(), packet_.get());
         if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return;
-        if (result < 0) break;
-        if (packet_->duration == 0) packet_->duration = std::llround(period_ * timescale);
-        if (!file_->write(*packet_, 0, *encoder_)) {
-            noteFailure(file_->error());
-            return;
-        }
+        if (result >= 0) writeHeldPicture(packet_->dts);
+        std::swap(packet_, held_);
+        if (hasFailed_) return;
     }
     noteFailure("the recording broke off: " + libraryError(result));
+}
+
+// A picture lasts until the next one, which must be known when it is written: the end of one fragment is where the next begins.
+void MovieEncoder::writeHeldPicture(std::int64_t nextTime) {
+    if (!held_->data) return;
+    held_->duration = nextTime - held_->dts;
+    if (!file_->write(*held_, 0, *encoder_)) noteFailure(file_->error());
 }
 
 void MovieEncoder::add(Sound sound) {
@@ -265,6 +270,7 @@ void MovieEncoder::end() {
     if (last_.frame && !hasFailed_) {
         repeat(endMoment_);
         send(nullptr);
+        if (!hasFailed_) writeHeldPicture(held_->dts + std::llround(period_ * timescale));
         if (sound_ && !hasFailed_) {
             sound_->fill(movieTime(endMoment_));
             sound_->encode(true, [&](AVPacket& packet) { return file_->write(packet, 1, sound_->encoder()); });

@@ -62,6 +62,7 @@ private:
     void encode(Picture picture);
     void repeat(Clock::time_point until);
     void send(const AVFrame* frame);
+    void writeHeldPicture(std::int64_t nextTime);
     void add(Sound sound);
     void fillSound(Clock::time_point now);
     void cutIfDue(Clock::time_point now);
@@ -93,6 +94,7 @@ private:
     std::unique_ptr<MovieFile> file_;
     CodecContextHandle encoder_;
     PacketHandle packet_;
+    PacketHandle held_;  ///< the picture encoded last, until it is known how long it lasts
     std::unique_ptr<MovieSound> sound_;
     bool hasFailed_ = false;
     Picture last_;  ///< the picture encoded last, for repetitions

@@ -68,7 +68,6 @@ MovieFile::MovieFile(std::string path, int descriptor) : path_(std::move(path)),
 }
 
 MovieFile::~MovieFile() {
-    if (hasBegun_) end();
     {
         const std::lock_guard lock(mutex_);
         isEnding_ = true;

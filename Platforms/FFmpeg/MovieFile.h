@@ -20,7 +20,7 @@ class MovieFile {
 public:
     /// Makes the file `path`, which must not exist. Null with one line in `error` when it cannot be made.
     static std::unique_ptr<MovieFile> create(const std::string& path, std::string& error);
-    /// Ends a fragment that is whole and cuts off what is not. A file without any fragment is removed.
+    /// A file without any fragment is removed; otherwise it stays as it is.
     ~MovieFile();
     MovieFile(const MovieFile&) = delete;
     MovieFile& operator=(const MovieFile&) = delete;
