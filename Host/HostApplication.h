@@ -2,13 +2,16 @@
 // The program around the component: a window with a small start screen, from which the analysis of its clips is opened,
 // and the answers to what the analysis asks of its host. Also the example of how to embed the component.
 
+#include "Platforms/FFmpeg/MovieFolder.h"
 #include "VideoAnalysis/Analysis/VideoAnalysisController.h"
 
 #include <QObject>
 #include <QQuickView>
 #include <QStringList>
+#include <QThreadPool>
 #include <QUrl>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -29,6 +32,10 @@ class HostApplication : public QObject,
     Q_PROPERTY(QStringList clipNames READ clipNames CONSTANT)
     /// The analysis wants another clip; the start screen asks for one.
     Q_PROPERTY(bool choosing READ isChoosing NOTIFY choosingChanged)
+    /// What to call the recording that an earlier run was interrupted in, the oldest of them; empty when there is none.
+    Q_PROPERTY(QString interruptedRecording READ interruptedRecording NOTIFY recordingsChanged)
+    /// One line about the recording that was saved last, or why it was not; empty before.
+    Q_PROPERTY(QString recordingNotice READ recordingNotice NOTIFY recordingsChanged)
 
 public:
     /// `clips` are paths or URLs. Those that cannot be played are told to `report`, one line each.
@@ -46,6 +53,10 @@ public:
 
     QStringList clipNames() const;
     bool isChoosing() const { return choice_ != nullptr; }
+    QString interruptedRecording() const;
+    QString recordingNotice() const { return recordingNotice_; }
+    /// Where recordings are kept: the user's folder for videos.
+    static QString recordingsFolder();
 
     /// Opens the analysis over the start screen.
     Q_INVOKABLE void openAnalysis();
@@ -53,6 +64,10 @@ public:
     Q_INVOKABLE void chooseFile(const QUrl& file);
     Q_INVOKABLE void chooseSample();
     Q_INVOKABLE void cancelChoice();
+    /// The user's answers to `interruptedRecording`. It stays until it is saved or discarded; saving goes on in the background.
+    Q_INVOKABLE void openInterrupted();
+    Q_INVOKABLE void saveInterrupted(const QUrl& file);
+    Q_INVOKABLE void discardInterrupted();
 
     ui::DeviceOrientation preferredOrientation() const override;
     void videoAnalysisDidFinish(const std::optional<std::vector<Object>>& output) override;
@@ -65,8 +80,15 @@ public:
 
 Q_SIGNALS:
     void choosingChanged();
+    void recordingsChanged();
 
 private:
+    void open(const std::vector<Object>& clips);
+    void findInterrupted();
+    /// Finishes the interrupted recording in the file `path`, then runs `saved`.
+    void saveInterruptedAs(const QString& path, const std::function<void()>& saved);
+    /// Runs `work` on another thread and `done` with its result on this one.
+    void inBackground(std::function<recording::Error()> work, std::function<void(const recording::Error&)> done);
     void choose(const std::optional<Object>& media);
 
     QQuickView view_;
@@ -76,6 +98,12 @@ private:
     std::optional<VideoAnalysisController> analysis_;
     std::function<void(Object)> choice_;
     std::int64_t chosenIndex_ = 0;
+    media::MovieFolder movies_;
+    std::vector<std::string> interrupted_;
+    bool isSaving_ = false;
+    QString recordingNotice_;
+    std::atomic<bool> isEnding_{false};
+    QThreadPool background_;  ///< last: it waits for its work
 };
 
 }  // namespace host

@@ -61,6 +61,89 @@ Item {
                 isMain: true
                 onClicked: host.openAnalysis()
             }
+            Rectangle {
+                objectName: "interruptedCard"
+                width: parent.width
+                height: interrupted.height + 32
+                radius: 10
+                color: "#1f232a"
+                visible: host.interruptedRecording !== ""
+
+                Column {
+                    id: interrupted
+                    x: 16
+                    y: 16
+                    width: parent.width - 32
+                    spacing: 12
+
+                    Text {
+                        width: parent.width
+                        text: qsTr("A recording was interrupted")
+                        color: "white"
+                        font.pixelSize: 15
+                    }
+                    Text {
+                        width: parent.width
+                        text: qsTr("It began on %1. Nothing of it is lost up to its last second.").arg(host.interruptedRecording)
+                        color: "#aab0bb"
+                        font.pixelSize: 13
+                        wrapMode: Text.Wrap
+                    }
+                    Row {
+                        width: parent.width
+                        spacing: 8
+
+                        SheetButton {
+                            objectName: "openInterruptedButton"
+                            width: (parent.width - 16) / 3
+                            text: qsTr("Open")
+                            onClicked: host.openInterrupted()
+                        }
+                        SheetButton {
+                            objectName: "saveInterruptedButton"
+                            width: (parent.width - 16) / 3
+                            text: qsTr("Save…")
+                            onClicked: saveDialog.open()
+                        }
+                        SheetButton {
+                            id: discardButton
+                            objectName: "discardInterruptedButton"
+
+                            property bool isAsking: false
+
+                            width: (parent.width - 16) / 3
+                            text: isAsking ? qsTr("Really?") : qsTr("Discard")
+                            onClicked: {
+                                if (isAsking) host.discardInterrupted();
+                                isAsking = !isAsking;
+                            }
+
+                            Timer {
+                                interval: 4000
+                                running: discardButton.isAsking
+                                onTriggered: discardButton.isAsking = false
+                            }
+                        }
+                    }
+                }
+                FileDialog {
+                    id: saveDialog
+                    parentWindow: root.Window.window
+                    fileMode: FileDialog.SaveFile
+                    defaultSuffix: "mp4"
+                    nameFilters: [qsTr("Videos (*.mp4)")]
+                    onAccepted: host.saveInterrupted(selectedFile)
+                }
+            }
+            Text {
+                objectName: "recordingNotice"
+                width: parent.width
+                text: host.recordingNotice
+                visible: text !== ""
+                color: "#aab0bb"
+                font.pixelSize: 13
+                wrapMode: Text.Wrap
+            }
         }
     }
 

@@ -14,9 +14,9 @@ runPackages="qml6-module-qtquick qml6-module-qtquick-window qml6-module-qtqml-wo
 
 testPackages="pulseaudio pulseaudio-utils libgtest-dev clang-14 libc++-14-dev libc++abi-14-dev python3"
 
-# Players to compare with.
+# Players to compare with, and a display to record.
 # shellcheck disable=SC2034 # used by who sources this
-benchPackages="libmpv-dev"
+benchPackages="libmpv-dev xvfb xauth"
 
 # Installs those of the packages $1 (names, separated by blanks) that are missing. Without the right to do so, prints the
 # line that does and ends the script. Costs one query when nothing is missing, and then needs neither root nor network.

@@ -1,6 +1,9 @@
 #include "Platforms/Headless/HeadlessPlatform.h"
 
+#include "VideoAnalysis/Platform/FatalError.h"
+
 #include <algorithm>
+#include <utility>
 
 namespace videoanalysis {
 namespace {
@@ -83,6 +86,50 @@ void HeadlessPresenter::hideOverlay(std::shared_ptr<ui::ViewController> root) {
         root->viewWillDisappear(false);
         queue_.async([root] { root->viewDidDisappear(false); });
     });
+}
+
+// ---- Recording
+
+void HeadlessRecorder::startRecording(std::function<void(recording::Error)> handler) {
+    if (isPending()) return;
+    ++starts;
+    startHandler_ = std::move(handler);
+}
+
+void HeadlessRecorder::stopRecording(const URL& url, std::function<void(recording::Error)> handler) {
+    if (isPending()) return;
+    ++stops;
+    output = url;
+    stopHandler_ = std::move(handler);
+}
+
+void HeadlessRecorder::stopRecording(PreviewHandler handler) {
+    if (isPending()) return;
+    ++stops;
+    output = URL();
+    previewHandler_ = std::move(handler);
+}
+
+void HeadlessRecorder::answerStart(const recording::Error& error) {
+    if (!startHandler_) fatalError("No start of a recording is pending");
+    recording = !error;
+    std::exchange(startHandler_, nullptr)(error);
+}
+
+void HeadlessRecorder::answerStop(const recording::Error& error) {
+    if (!stopHandler_ && !previewHandler_) fatalError("No stop of a recording is pending");
+    recording = false;
+    if (stopHandler_) {
+        std::exchange(stopHandler_, nullptr)(error);
+    } else {
+        std::exchange(previewHandler_, nullptr)(nullptr, error);
+    }
+}
+
+void HeadlessRecorder::answerStop(const std::shared_ptr<recording::PreviewViewController>& preview) {
+    if (!previewHandler_) fatalError("No stop that ends in a preview is pending");
+    recording = false;
+    std::exchange(previewHandler_, nullptr)(preview, {});
 }
 
 // ---- Platform

@@ -66,30 +66,38 @@ private:
     std::vector<std::shared_ptr<ui::ViewController>> overlays_;
 };
 
-/// A recorder whose answers a test decides. Handlers are kept until the test calls them.
+/// A recorder whose answers a test decides. What it is asked for stays pending until the test answers; whatever is asked
+/// meanwhile is ignored.
 class HeadlessRecorder final : public recording::ScreenRecorder {
 public:
+    using PreviewHandler = std::function<void(std::shared_ptr<recording::PreviewViewController>, recording::Error)>;
+
     bool available = true;
     bool recording = false;
     bool microphone = false;
-    std::function<void(recording::Error)> startHandler;
-    std::function<void(recording::Error)> stopHandler;
-    std::function<void(std::shared_ptr<recording::PreviewViewController>, recording::Error)> previewHandler;
+    int starts = 0;  ///< taken on, not those ignored
+    int stops = 0;
+    /// Where the last stop leaves the video; empty for a stop that ends in a preview.
     URL output;
+
+    /// The answers to what is pending; fatal when nothing of the kind is. A failed stop ends the recording as well.
+    void answerStart(const recording::Error& error = {});
+    void answerStop(const recording::Error& error = {});
+    void answerStop(const std::shared_ptr<recording::PreviewViewController>& preview);
+    bool isPending() const { return startHandler_ || stopHandler_ || previewHandler_; }
 
     bool isAvailable() const override { return available; }
     bool isRecording() const override { return recording; }
     bool isMicrophoneEnabled() const override { return microphone; }
     void setMicrophoneEnabled(bool enabled) override { microphone = enabled; }
-    void startRecording(std::function<void(recording::Error)> handler) override { startHandler = std::move(handler); }
-    void stopRecording(const URL& url, std::function<void(recording::Error)> handler) override {
-        output = url;
-        stopHandler = std::move(handler);
-    }
-    void stopRecording(
-        std::function<void(std::shared_ptr<recording::PreviewViewController>, recording::Error)> handler) override {
-        previewHandler = std::move(handler);
-    }
+    void startRecording(std::function<void(recording::Error)> handler) override;
+    void stopRecording(const URL& url, std::function<void(recording::Error)> handler) override;
+    void stopRecording(PreviewHandler handler) override;
+
+private:
+    std::function<void(recording::Error)> startHandler_;
+    std::function<void(recording::Error)> stopHandler_;
+    PreviewHandler previewHandler_;
 };
 
 class HeadlessPlatform : public Platform {

@@ -5,9 +5,9 @@
 #include "Platforms/QtQuick/QmlBundle.h"
 #include "Platforms/QtQuick/QtMainQueue.h"
 #include "Platforms/QtQuick/QtPresenter.h"
+#include "Platforms/QtQuick/QtScreenRecorder.h"
 #include "VideoAnalysis/Platform/Graphics.h"
 #include "VideoAnalysis/Platform/Media.h"
-#include "VideoAnalysis/Platform/Recording.h"
 #include "VideoAnalysis/Platform/UI/Device.h"
 
 #include <QCoreApplication>
@@ -91,38 +91,14 @@ ui::DeviceOrientation deviceOrientation(Qt::ScreenOrientation orientation) {
     }
 }
 
-class UnavailableRecorder : public recording::ScreenRecorder {
-public:
-    bool isAvailable() const override { return false; }
-    bool isRecording() const override { return false; }
-    bool isMicrophoneEnabled() const override { return isMicrophoneEnabled_; }
-    void setMicrophoneEnabled(bool enabled) override { isMicrophoneEnabled_ = enabled; }
-
-    void startRecording(std::function<void(recording::Error)> handler) override { answer(std::move(handler)); }
-    void stopRecording(const URL&, std::function<void(recording::Error)> handler) override {
-        answer(std::move(handler));
-    }
-    void stopRecording(
-        std::function<void(std::shared_ptr<recording::PreviewViewController>, recording::Error)> handler) override {
-        answer([handler = std::move(handler)](const recording::Error& error) { handler(nullptr, error); });
-    }
-
-private:
-    static void answer(std::function<void(recording::Error)> handler) {
-        dispatch::mainQueue().async(
-            [handler = std::move(handler)] { handler("The screen cannot be recorded on this platform"); });
-    }
-
-    bool isMicrophoneEnabled_ = false;
-};
-
 }  // namespace
 
 struct QtQuickPlatform::Parts {
     Parts(QQuickWindow& window, std::unique_ptr<media::Engine> media, std::unique_ptr<graphics::Engine> graphics,
           QQmlEngine* engine)
         : media(std::move(media)), graphics(std::move(graphics)), device(window),
-          ownEngine(engine ? nullptr : std::make_unique<QQmlEngine>()), bundle(engine ? *engine : *ownEngine),
+          recorder(window), ownEngine(engine ? nullptr : std::make_unique<QQmlEngine>()),
+          bundle(engine ? *engine : *ownEngine),
           presenter(std::make_unique<QtPresenter>(window)) {
         followSensor(window);
         QObject::connect(qApp, &QCoreApplication::aboutToQuit, &mainQueue, [this] { close(); });
@@ -142,6 +118,7 @@ struct QtQuickPlatform::Parts {
 
     /// Everything of Qt that must not outlive the application.
     void close() {
+        recorder.close();
         bundle.close();
         ownEngine.reset();
     }
@@ -150,7 +127,7 @@ struct QtQuickPlatform::Parts {
     std::unique_ptr<media::Engine> media;
     std::unique_ptr<graphics::Engine> graphics;
     WindowDevice device;
-    UnavailableRecorder recorder;
+    QtScreenRecorder recorder;
     std::unique_ptr<QQmlEngine> ownEngine;
     QmlBundle bundle;
     std::unique_ptr<QtPresenter> presenter;
@@ -173,6 +150,10 @@ void QtQuickPlatform::setDeviceOrientation(ui::DeviceOrientation orientation) {
 }
 
 void QtQuickPlatform::setReducesMotion(bool reduces) { Motion::shared().setReduced(reduces); }
+
+void QtQuickPlatform::setMovieMaker(std::unique_ptr<recording::MovieMaker> maker, const RecordingOptions& options) {
+    parts_->recorder.setMovieMaker(std::move(maker), options);
+}
 
 dispatch::MainQueue& QtQuickPlatform::mainQueue() { return parts_->mainQueue; }
 

@@ -20,9 +20,13 @@
 
 namespace videoanalysis {
 
+namespace recording {
+class MovieMaker;
+}
 namespace ui {
 class ViewController;
 }
+struct RecordingOptions;
 
 /// Main thread, unless `Platform` says otherwise. What it shows is gone when the application quits (`aboutToQuit`) or
 /// with the platform, whichever comes first; the platform itself may stay installed for longer.
@@ -45,6 +49,9 @@ public:
 
     /// True: nothing moves or fades any more. For the whole process, the desktop's own setting at first.
     static void setReducesMotion(bool reduces);
+
+    /// Makes the screen one that can be recorded, into movies of `maker`. Before the first analysis.
+    void setMovieMaker(std::unique_ptr<recording::MovieMaker> maker, const RecordingOptions& options);
 
     dispatch::MainQueue& mainQueue() override;
     std::shared_ptr<dispatch::Timer> scheduleTimer(double interval, bool repeats, std::function<void()> fire) override;

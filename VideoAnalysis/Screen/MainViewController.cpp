@@ -1,19 +1,54 @@
 #include "VideoAnalysis/Screen/MainViewController.h"
 
+#include "VideoAnalysis/Analysis/Actions.h"
+#include "VideoAnalysis/Platform/Dispatch.h"
 #include "VideoAnalysis/Platform/FatalError.h"
 #include "VideoAnalysis/Platform/Platform.h"
 #include "VideoAnalysis/Platform/UI/Bundle.h"
 #include "VideoAnalysis/Platform/UI/Device.h"
+#include "VideoAnalysis/Player/PlayerCollectionViewCellController.h"
 #include "VideoAnalysis/Screen/CollectionViewFlowLayout.h"
 #include "VideoAnalysis/Screen/OverlayViewController.h"
 #include "VideoAnalysis/Screen/PlayersManager.h"
 
+#include <cstddef>
+#include <random>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace videoanalysis {
 namespace {
 
 constexpr int overlayWindowTag = 99;
+constexpr int firstSystemWithoutPreview = 14;
+
+/// A random (version 4) UUID in its usual spelling.
+std::string randomUUID() {
+    constexpr char digits[] = "0123456789ABCDEF";
+    std::string text = "XXXXXXXX-XXXX-4XXX-YXXX-XXXXXXXXXXXX";
+    std::random_device random;
+    for (char& character : text) {
+        if (character == 'X') {
+            character = digits[random() % 16];
+        } else if (character == 'Y') {
+            character = digits[8 + random() % 4];  // the variant
+        }
+    }
+    return text;
+}
+
+/// Where a recording goes; an empty URL without a temporary directory.
+URL makeOutputURL() {
+    const std::string directory = platform().temporaryDirectory();
+    return directory.empty() ? URL() : URL::fileURL(directory + "/" + randomUUID() + ".mp4");
+}
+
+/// What a failed stop leaves.
+void abandonRecording(const std::string& error) {
+    debugLog(error);
+    mainStore().dispatch(SetScreenRecordingStateAction(false));
+}
 
 }  // namespace
 
@@ -49,6 +84,14 @@ std::shared_ptr<PlayersManager> MainViewController::playersManager() {
         playersManager_->presenteeViewController = overlay;
     }
     return playersManager_;
+}
+
+recording::ScreenRecorder& MainViewController::recorder() {
+    if (!recorder_) {
+        recorder_ = &platform().screenRecorder();
+        recorder_->setMicrophoneEnabled(true);
+    }
+    return *recorder_;
 }
 
 void MainViewController::connectOutlets(ui::Outlets& outlets) {
@@ -95,6 +138,88 @@ void MainViewController::dismiss(bool animated, Completion completion) {
     ui::ViewController::dismiss(animated, std::move(completion));
 }
 
-void MainViewController::newState(const MainViewControllerState&) {}
+void MainViewController::newState(const MainViewControllerState& state) {
+    if (state.isScreenRecording) {
+        if (!recorder().isRecording()) startRecording();
+    } else {
+        stopRecording();
+    }
+}
+
+// The recorder's handlers may come on any thread: each continues on the main queue.
+
+void MainViewController::startRecording() {
+    recorder().startRecording([](const recording::Error& error) {
+        dispatch::mainQueue().async([error] {
+            if (error) {
+                debugLog(*error);
+            } else {
+                const bool hasStarted = mainStore().state().mainViewControllerState.hasStartedRecording;
+                mainStore().dispatch(HasRecordingPermissionAction(!hasStarted));
+            }
+        });
+    });
+}
+
+void MainViewController::stopRecording() {
+    if (!recorder().isRecording()) return;
+    const URL output = makeOutputURL();
+    if (output == URL()) return;
+    const auto self = std::static_pointer_cast<MainViewController>(shared_from_this());
+    if (platform().device().systemVersion() >= firstSystemWithoutPreview) {
+        // The recording may be ready only after the analysis has been closed, when the state knows no delegate any more.
+        const auto delegate = mainStore().state().delegate;
+        recorder().stopRecording(output, [self, output, delegate](const recording::Error& error) {
+            dispatch::mainQueue().async(
+                [self, output, delegate, error] { self->recordingDidStop(error, output, delegate); });
+        });
+    } else {
+        recorder().stopRecording([self](const auto& preview, const recording::Error& error) {
+            dispatch::mainQueue().async([self, preview, error] { self->recordingDidStop(error, preview); });
+        });
+    }
+}
+
+void MainViewController::recordingDidStop(const recording::Error& error, const URL& output,
+                                          const std::weak_ptr<VideoAnalysisControllerDelegate>& delegate) {
+    if (error) {
+        abandonRecording(*error);
+        return;
+    }
+    std::vector<VideoAnalysisController::Object> list{{output, {}}};
+    if (const auto manager = playersManager()) {
+        for (const auto& player : manager->cellControllers) list.push_back(player->media());
+    }
+    auto host = mainStore().state().delegate.lock();
+    if (!host) host = delegate.lock();
+    if (host) host->videoAnalysisDidFinish(list);
+
+    // Another recording may have been asked for while this one was being finished.
+    if (overlayWindow_ && !overlayWindow_->isHidden()) newState(mainStore().state().mainViewControllerState);
+}
+
+void MainViewController::recordingDidStop(const recording::Error& error,
+                                          const std::shared_ptr<recording::PreviewViewController>& preview) {
+    if (error) {
+        abandonRecording(*error);
+        return;
+    }
+    const auto overlay = preview ? overlayViewController() : nullptr;
+    if (!overlay) return;
+    if (platform().device().userInterfaceIdiom() == ui::InterfaceIdiom::pad) {
+        preview->setModalPresentationStyle(ui::ModalPresentationStyle::popover);
+        preview->popoverPresentation = recording::PopoverAnchor{Rect(), view()};
+    }
+    preview->previewControllerDelegate = std::static_pointer_cast<MainViewController>(shared_from_this());
+    overlay->present(preview, true, {});
+}
+
+void MainViewController::previewControllerDidFinish(recording::PreviewViewController& previewController) {
+    previewController.dismiss(true, [] {
+        dispatch::mainQueue().async([] {
+            if (const auto host = mainStore().state().delegate.lock()) host->videoAnalysisDidFinish({});
+        });
+    });
+}
 
 }  // namespace videoanalysis

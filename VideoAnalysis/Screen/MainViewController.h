@@ -3,6 +3,7 @@
 // the players manager, and starts and stops the screen recorder when the state asks for it.
 
 #include "VideoAnalysis/Analysis/State.h"
+#include "VideoAnalysis/Platform/Recording.h"
 #include "VideoAnalysis/Platform/UI/CollectionView.h"
 #include "VideoAnalysis/Platform/UI/ViewController.h"
 
@@ -13,7 +14,9 @@ namespace videoanalysis {
 class OverlayViewController;
 class PlayersManager;
 
-class MainViewController : public ui::ViewController, public StoreSubscriber<MainViewControllerState> {
+class MainViewController : public ui::ViewController,
+                           public StoreSubscriber<MainViewControllerState>,
+                           public recording::PreviewViewControllerDelegate {
 public:
     ~MainViewController() override;
 
@@ -25,6 +28,8 @@ public:
     std::shared_ptr<OverlayViewController> overlayViewController();
     /// Made on first use; null while the players' or the overlay's collection is missing.
     std::shared_ptr<PlayersManager> playersManager();
+    /// The platform's, taken on first use, when its microphone is switched on.
+    recording::ScreenRecorder& recorder();
 
     void connectOutlets(ui::Outlets& outlets) override;
     void viewDidLoad() override;
@@ -36,10 +41,18 @@ public:
     void dismiss(bool animated, Completion completion) override;
 
     void newState(const MainViewControllerState& state) override;
+    void previewControllerDidFinish(recording::PreviewViewController& previewController) override;
 
 private:
+    void startRecording();
+    void stopRecording();
+    void recordingDidStop(const recording::Error& error, const URL& output,
+                          const std::weak_ptr<VideoAnalysisControllerDelegate>& delegate);
+    void recordingDidStop(const recording::Error& error, const std::shared_ptr<recording::PreviewViewController>& preview);
+
     std::unique_ptr<ui::Window> overlayWindow_;
     std::shared_ptr<PlayersManager> playersManager_;
+    recording::ScreenRecorder* recorder_ = nullptr;
 };
 
 }  // namespace videoanalysis

@@ -3,8 +3,8 @@
 // screen. The platform's presenter shows and removes them and calls the appearance callbacks in later turns.
 
 #include "VideoAnalysis/Platform/Geometry.h"
-#include "VideoAnalysis/Platform/UI/KeyPress.h"
 #include "VideoAnalysis/Platform/UI/Device.h"
+#include "VideoAnalysis/Platform/UI/KeyPress.h"
 #include "VideoAnalysis/Platform/UI/View.h"
 
 #include <functional>

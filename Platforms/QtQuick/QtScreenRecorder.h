@@ -1,0 +1,85 @@
+#pragma once
+// The screen recorder on Qt Quick: records the window with the microphone beside it into a movie. `QtQuickPlatform` owns it.
+
+#include "Platforms/QtQuick/Microphone.h"
+#include "Platforms/QtQuick/SceneCapture.h"
+#include "VideoAnalysis/Platform/Movie.h"
+#include "VideoAnalysis/Platform/Recording.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QQuickWindow>
+
+#include <functional>
+#include <memory>
+
+namespace videoanalysis {
+
+struct RecordingOptions {
+    int framesPerSecond = 30;  ///< 1...120
+
+    friend bool operator==(const RecordingOptions&, const RecordingOptions&) = default;
+};
+
+/// Main thread.
+class QtScreenRecorder : public QObject, public recording::ScreenRecorder {
+    Q_OBJECT
+
+public:
+    /// Records what `window` shows, in the size in pixels that it has at the start.
+    explicit QtScreenRecorder(QQuickWindow& window);
+    /// A recording under way ends, and stays where its maker keeps what was not finished.
+    ~QtScreenRecorder() override;
+
+    /// Without a maker the screen cannot be recorded. Not while it is being recorded.
+    void setMovieMaker(std::unique_ptr<recording::MovieMaker> maker, const RecordingOptions& options);
+
+    bool isAvailable() const override { return maker_ && window_; }
+    /// Also while it is being finished.
+    bool isRecording() const override { return phase_ == Phase::recording || phase_ == Phase::stopping; }
+    bool isMicrophoneEnabled() const override { return isMicrophoneEnabled_; }
+    void setMicrophoneEnabled(bool enabled) override { isMicrophoneEnabled_ = enabled; }
+
+    // While a start or a stop is pending, further ones are ignored: their handlers are not called.
+    void startRecording(std::function<void(recording::Error)> handler) override;
+    void stopRecording(const URL& output, std::function<void(recording::Error)> handler) override;
+    /// There is no preview here: answers with an error, and the movie stays unfinished.
+    void stopRecording(
+        std::function<void(std::shared_ptr<recording::PreviewViewController>, recording::Error)> handler) override;
+
+    /// Of the recording under way, or else of the last one.
+    recording::MovieStatistics movieStatistics() const;
+    CaptureStatistics captureStatistics() const;
+
+    /// Ends a recording under way, as the destructor does.
+    void close();
+
+private:
+    enum class Phase { idle, starting, recording, stopping };
+    struct Target;
+
+    void microphoneDidOpen(const Microphone::Format& format, const QString& reason);
+    void movieDidOpen(const recording::Error& error);
+    void movieDidFinish(const recording::Error& error);
+    void stopCapturing();
+    void endMovie();
+    void answer(const recording::Error& error);
+    /// Runs `work` on the main thread later, unless another recording has begun by then.
+    void later(int number, std::function<void()> work);
+
+    const QPointer<QQuickWindow> window_;
+    std::unique_ptr<recording::MovieMaker> maker_;
+    RecordingOptions options_;
+    bool isMicrophoneEnabled_ = false;
+    Phase phase_ = Phase::idle;
+    int number_ = 0;  ///< of the recording; makes late answers known
+    std::function<void(recording::Error)> handler_;
+    std::unique_ptr<recording::MovieWriter> movie_;
+    std::shared_ptr<Target> target_;
+    std::unique_ptr<Microphone> microphone_;
+    QPointer<SceneCapture> capture_;
+    recording::MovieStatistics lastMovie_;
+    CaptureStatistics lastCapture_;
+};
+
+}  // namespace videoanalysis

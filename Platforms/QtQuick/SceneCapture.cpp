@@ -1,0 +1,187 @@
+#include "Platforms/QtQuick/SceneCapture.h"
+
+#include <QImage>
+#include <QOpenGLContext>
+#include <QOpenGLFunctions>
+#include <QPainter>
+#include <QQuickWindow>
+#include <QSGRenderNode>
+#include <QSGRendererInterface>
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace videoanalysis {
+namespace {
+
+constexpr double topLayer = 1e6;  // above whatever a host has put into its window
+
+bool isPlain(const QImage& image) {
+    return image.format() == QImage::Format_RGB32 || image.format() == QImage::Format_ARGB32_Premultiplied ||
+           image.format() == QImage::Format_ARGB32;
+}
+
+}  // namespace
+
+/// Covers the window and paints nothing: the software renderer calls it, after everything below, whenever something of the
+/// window has been painted anew, and at that moment its painter's image is what the window shows.
+class SceneCapture::Node : public QSGRenderNode {
+public:
+    explicit Node(SceneCapture& capture) : capture_(capture) {}
+
+    StateFlags changedStates() const override { return {}; }
+    RenderingFlags flags() const override { return BoundedRectRendering; }
+    QRectF rect() const override { return rect_; }
+    void setRect(const QRectF& rect) { rect_ = rect; }
+    void render(const RenderState*) override { capture_.takeRendered(); }
+
+private:
+    SceneCapture& capture_;
+    QRectF rect_;
+};
+
+/// The thread that renders may be about to call a capture that is being deleted.
+struct SceneCapture::Guard {
+    std::mutex mutex;
+    SceneCapture* capture;
+};
+
+SceneCapture::SceneCapture(QQuickWindow& window, int framesPerSecond, Receiver receiver)
+    : window_(&window),
+      period_(std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(1.0 / framesPerSecond))),
+      receiver_(std::move(receiver)) {
+    rest_.setSingleShot(true);
+    rest_.setTimerType(Qt::PreciseTimer);
+    const auto api = window.rendererInterface()->graphicsApi();
+    if (api == QSGRendererInterface::Software) {
+        setFlag(ItemHasContents);
+        rest_.callOnTimeout(this, [this] { takeGrabbed(); });
+    } else if (api == QSGRendererInterface::OpenGL && QOpenGLContext::openGLModuleType() == QOpenGLContext::LibGL) {
+        guard_ = std::make_shared<Guard>();
+        guard_->capture = this;
+        const auto read = [guard = guard_] {
+            const std::lock_guard lock(guard->mutex);
+            if (guard->capture) guard->capture->readFramebuffer();
+        };
+        connect(&window, &QQuickWindow::afterRenderPassRecording, this, read, Qt::DirectConnection);
+        rest_.callOnTimeout(this, [this] {
+            if (window_) window_->update();
+        });
+        window.update();
+    } else {
+        const auto grabIfDue = [this] {
+            if (Clock::now() >= due_) takeGrabbed();
+        };
+        connect(&window, &QQuickWindow::frameSwapped, this, grabIfDue, Qt::QueuedConnection);
+        window.update();
+    }
+    setParentItem(window.contentItem());
+    setZ(topLayer);
+    connect(window.contentItem(), &QQuickItem::widthChanged, this, &SceneCapture::followWindow);
+    connect(window.contentItem(), &QQuickItem::heightChanged, this, &SceneCapture::followWindow);
+    followWindow();
+}
+
+SceneCapture::~SceneCapture() {
+    if (!guard_) return;
+    const std::lock_guard lock(guard_->mutex);
+    guard_->capture = nullptr;
+}
+
+void SceneCapture::followWindow() {
+    if (window_) setSize(window_->contentItem()->size());
+}
+
+CaptureStatistics SceneCapture::statistics() const {
+    const std::lock_guard lock(mutex_);
+    return statistics_;
+}
+
+QSGNode* SceneCapture::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
+    auto* node = old ? static_cast<Node*>(old) : new Node(*this);
+    node->setRect(boundingRect());
+    node->markDirty(QSGNode::DirtyGeometry);
+    return node;
+}
+
+bool SceneCapture::isDue(Clock::time_point now) {
+    // A quarter early is as good as in time: clips and screens do not keep step with one another.
+    if (now < due_ - period_ / 4) return false;
+    due_ = std::max(due_ + period_, now + period_ * 3 / 4);
+    return true;
+}
+
+void SceneCapture::takeRendered() {
+    const Clock::time_point now = Clock::now();
+    if (!isDue(now)) {
+        changed_ = now;
+        const auto wait = std::chrono::ceil<std::chrono::milliseconds>(due_ + period_ / 2 - now);
+        if (!rest_.isActive()) rest_.start(static_cast<int>(wait.count()));
+        return;
+    }
+    rest_.stop();
+    const auto* painter =
+        static_cast<QPainter*>(window_->rendererInterface()->getResource(window_, QSGRendererInterface::PainterResource));
+    const QPaintDevice* device = painter ? painter->device() : nullptr;
+    if (!device || device->devType() != QInternal::Image) return;
+    const auto& image = *static_cast<const QImage*>(device);
+    if (isPlain(image)) {
+        give(image.constBits(), image.size(), image.bytesPerLine(), now);
+    } else {
+        const QImage converted = image.convertToFormat(QImage::Format_RGB32);
+        give(converted.constBits(), converted.size(), converted.bytesPerLine(), now);
+    }
+    count(now);
+}
+
+void SceneCapture::takeGrabbed() {
+    if (!window_) return;
+    const Clock::time_point now = Clock::now();
+    if (!isDue(now)) return;
+    QImage image = window_->grabWindow();
+    if (image.isNull()) return;
+    if (!isPlain(image)) image = image.convertToFormat(QImage::Format_RGB32);
+    give(image.constBits(), image.size(), image.bytesPerLine(), changed_ == Clock::time_point() ? now : changed_);
+    count(now);
+}
+
+void SceneCapture::readFramebuffer() {
+    const Clock::time_point now = Clock::now();
+    if (!isDue(now)) {
+        const auto wait = std::chrono::ceil<std::chrono::milliseconds>(due_ - now);
+        QMetaObject::invokeMethod(
+            this, [this, wait] { rest_.start(static_cast<int>(wait.count())); }, Qt::QueuedConnection);
+        return;
+    }
+    QOpenGLContext* context = QOpenGLContext::currentContext();
+    if (!context) return;
+    const QSize size = window_->size() * window_->effectiveDevicePixelRatio();
+    const std::ptrdiff_t bytesPerRow = std::ptrdiff_t{4} * size.width();
+    static thread_local std::vector<std::uint8_t> pixels;
+    pixels.resize(static_cast<std::size_t>(bytesPerRow) * static_cast<std::size_t>(size.height()));
+    window_->beginExternalCommands();
+    constexpr unsigned bgra = 0x80E1;
+    context->functions()->glReadPixels(0, 0, size.width(), size.height(), bgra, GL_UNSIGNED_BYTE, pixels.data());
+    window_->endExternalCommands();
+    // The framebuffer's first row is the lowest.
+    give(pixels.data() + bytesPerRow * (size.height() - 1), size, -bytesPerRow, now);
+    count(now);
+}
+
+void SceneCapture::give(const std::uint8_t* pixels, QSize size, std::ptrdiff_t bytesPerRow, Clock::time_point moment) {
+    changed_ = {};
+    receiver_(pixels, size, bytesPerRow, moment);
+}
+
+void SceneCapture::count(Clock::time_point start) {
+    const double milliseconds = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+    constexpr std::array limits{0.5, 1.0, 2.0, 4.0};
+    const std::lock_guard lock(mutex_);
+    ++statistics_.count;
+    statistics_.longest = std::max(statistics_.longest, milliseconds);
+    const auto place = std::upper_bound(limits.begin(), limits.end(), milliseconds) - limits.begin();
+    ++statistics_.histogram[static_cast<std::size_t>(place)];
+}
+
+}  // namespace videoanalysis

@@ -1,0 +1,72 @@
+#pragma once
+// Takes the pictures that a window shows while it shows them, for a recording. The screen recorder puts it over everything
+// else in the scene, where it paints nothing.
+
+#include <QPointer>
+#include <QQuickItem>
+#include <QSize>
+#include <QTimer>
+
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+
+namespace videoanalysis {
+
+/// How long taking pictures has held up the thread that they were taken on.
+struct CaptureStatistics {
+    std::int64_t count = 0;
+    double longest = 0;  ///< milliseconds
+    /// How many took less than 0.5, 1, 2, 4 milliseconds, and longer.
+    std::array<std::int64_t, 5> histogram{};
+};
+
+/// Main thread. Made with its window; to be deleted when no more pictures are wanted.
+class SceneCapture : public QQuickItem {
+    Q_OBJECT
+
+public:
+    using Clock = std::chrono::steady_clock;
+    /// A picture of `size` pixels in the order blue, green, red, anything; valid during the call. On the thread that renders,
+    /// which for the software renderer is the main one.
+    using Receiver = std::function<void(const std::uint8_t* pixels, QSize size, std::ptrdiff_t bytesPerRow,
+                                        Clock::time_point moment)>;
+
+    /// At most `framesPerSecond` pictures a second (positive), and only what is new; the first one at once.
+    SceneCapture(QQuickWindow& window, int framesPerSecond, Receiver receiver);
+    ~SceneCapture() override;
+
+    /// Any thread.
+    CaptureStatistics statistics() const;
+
+protected:
+    QSGNode* updatePaintNode(QSGNode* node, UpdatePaintNodeData* data) override;
+
+private:
+    class Node;
+    struct Guard;
+
+    void followWindow();
+    void takeRendered();
+    void takeGrabbed();
+    void readFramebuffer();
+    bool isDue(Clock::time_point now);
+    void give(const std::uint8_t* pixels, QSize size, std::ptrdiff_t bytesPerRow, Clock::time_point moment);
+    void count(Clock::time_point start);
+
+    const QPointer<QQuickWindow> window_;
+    const Clock::duration period_;
+    const Receiver receiver_;
+    QTimer rest_;  ///< takes the last one of some changes that came too quickly
+    Clock::time_point changed_;
+    Clock::time_point due_;  ///< of the next picture; the rendering thread's
+    std::shared_ptr<Guard> guard_;  ///< where another thread renders
+    mutable std::mutex mutex_;
+    CaptureStatistics statistics_;
+};
+
+}  // namespace videoanalysis
