@@ -390,25 +390,25 @@ bool ExportJob::copyPackets(const ExportPlan& plan, AVBSFContext* filter, bool b
     for (std::int64_t number = plan.firstPacket;;) {
         if (isCancelled_) return false;
         const std::int64_t time = index_->timestampOfPacket(number);
-        int result = 0;
         if (time >= firstTime) {  // those before it are in the head
+            int result = 0;
             if (filter) {
                 result = av_bsf_send_packet(filter, packet.get());
                 if (result >= 0) result = av_bsf_receive_packet(filter, packet.get());
             }
-            if (result >= 0 && breaksLink && number == plan.firstPacket) {
+            const bool isWhole = result >= 0;  // one that is damaged is left out, as a player does
+            if (isWhole && breaksLink && number == plan.firstPacket) {
                 result = av_packet_make_writable(packet.get());
                 if (result >= 0) breakLink(*packet);
             }
             packet->pts = time - zero;
-            if (result >= 0) result = addPicture(*packet);
-            if (result < 0) return failWith(result);
+            if (isWhole && result >= 0) result = addPicture(*packet);
+            if (isWhole && result < 0) return failWith(result);
         }
         av_packet_unref(packet.get());
         advance(1);
         if (++number == plan.endPacket) return true;
-        result = reader->read(packet.get());
-        if (result < 0) return isCancelled_ ? false : failWith(result);
+        if (reader->read(packet.get()) < 0) return !isCancelled_;  // a clip that breaks off is saved as far as it goes
     }
 }
 

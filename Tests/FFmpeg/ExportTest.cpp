@@ -18,6 +18,7 @@
 #include <filesystem>
 #include <fstream>
 #include <random>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -228,8 +229,171 @@ INSTANTIATE_TEST_SUITE_P(
                     Source{"variable.mkv", ".mkv", "h264"}, Source{"edited.mp4", ".mp4", "h264", 39, true},
                     Source{"rotated.mp4", ".mp4", "h264"}, Source{"hevc.mp4", ".mp4", "hevc"},
                     Source{"vp9.webm", ".webm", "vp9"}, Source{"vp9.webm", ".mp4", "vp9"},
-                    Source{"mpeg4.avi", ".mp4", "h264"}, Source{"mjpeg.avi", ".mov", "mjpeg"}),
+                    Source{"mpeg4.avi", ".mp4", "h264"}, Source{"mjpeg.avi", ".mov", "mjpeg"},
+                    Source{"variable-hevc.mp4", ".mp4", "hevc"}, Source{"variable-vp9.webm", ".webm", "vp9"},
+                    Source{"variable-mpeg4.mp4", ".mp4", "h264"}, Source{"sound.webm", ".webm", "vp9", 0, true},
+                    Source{"sound-hevc.mkv", ".mkv", "hevc", 0, true}, Source{"long-sound.mp4", ".mp4", "h264", 0, true}),
     [](const auto& source) { return nameOf(source) + (source.index == 11 ? "_in_mp4" : ""); });
+
+/// The bytes of every packet, without the length or start code in front.
+std::vector<std::string> packetsOf(const URL& url) {
+    std::vector<std::string> packets;
+    const std::atomic<bool> never = false;
+    std::string error;
+    const auto file = ClipFile::open(url, ClipFile::Content::video, never, error);
+    const PacketHandle packet(av_packet_alloc());
+    while (file && file->read(packet.get()) >= 0) {
+        packets.emplace_back(reinterpret_cast<const char*>(packet->data) + 4, static_cast<std::size_t>(packet->size) - 4);
+        av_packet_unref(packet.get());
+    }
+    return packets;
+}
+
+TEST_F(ExportTest, WhatACutLeavesWholeIsCopied) {
+    // Groups of 30 frames: of the frames 25 to 100, those from 30 on can be copied but for one or two at the end.
+    struct Case {
+        const char* name;
+        const char* extension;
+        std::size_t least;
+    };
+    for (const Case& c : {Case{"h264.mp4", ".mp4", 66}, Case{"hevc.mp4", ".mp4", 60}, Case{"vp9.webm", ".webm", 40},
+                          Case{"mjpeg.avi", ".mov", 76}, Case{"h264.mkv", ".mkv", 66}}) {
+        SCOPED_TRACE(c.name);
+        const URL file = target(std::string("part") + c.extension);
+        ASSERT_EQ(run({clip(c.name), Time(25 * 100 + 20, 3000), Time(100 * 100 + 20, 3000), {0, 0, 1, 1}, file}).error, "");
+        const auto whole = packetsOf(clip(c.name));
+        const std::set<std::string> stored(whole.begin(), whole.end());
+        const auto part = packetsOf(file);
+        EXPECT_EQ(part.size(), 76U);
+        // Key frames may have got their parameter sets in front.
+        const auto copied =
+            std::count_if(part.begin(), part.end(), [&](const std::string& bytes) { return stored.contains(bytes); });
+        EXPECT_GE(static_cast<std::size_t>(copied), c.least);
+    }
+}
+
+TEST_F(ExportTest, ACropKeepsThatPartOfTheUprightPicture) {
+    for (const char* name : {"h264.mp4", "rotated.mp4", "hevc.mp4"}) {
+        SCOPED_TRACE(name);
+        const auto whole = openReady(name);
+        const Size size = whole->currentItem()->presentationSize();
+        const Rect crop{0.25, 0.1, 0.5, 0.75};
+        const URL file = target(std::string(name));
+        ASSERT_EQ(run({clip(name), Time(1, 1), Time(2, 1), crop, file}).error, "");
+        const auto part = open(file);
+        ASSERT_EQ(part->currentItem()->status(), ItemStatus::readyToPlay) << part->currentItem()->errorDescription();
+        EXPECT_NEAR(part->currentItem()->presentationSize().width, size.width * crop.size.width, 2);
+        EXPECT_NEAR(part->currentItem()->presentationSize().height, size.height * crop.size.height, 2);
+        EXPECT_NEAR(part->currentItem()->duration().seconds(), 1, 0.001);
+
+        ASSERT_TRUE(seekTo(*whole, Time(1, 1)));
+        const int width = 200;
+        const int height = 200;
+        const Bitmap expected = whole->currentFrame()->scaled(static_cast<int>(width / crop.size.width),
+                                                              static_cast<int>(std::lround(height / crop.size.height)));
+        const Bitmap shown = part->currentFrame()->scaled(width, height);
+        double difference = 0;
+        for (int y = 0; y < height; ++y) {
+            for (int x = 0; x < width; ++x) {
+                const auto left = static_cast<int>(crop.origin.x * expected.width) + x;
+                const auto top = static_cast<int>(crop.origin.y * expected.height) + y;
+                const std::uint32_t a = expected.pixels[static_cast<std::size_t>(top * expected.width + left)];
+                const std::uint32_t b = shown.pixels[static_cast<std::size_t>(y * width + x)];
+                difference += std::abs(static_cast<int>(a >> 8 & 0xFF) - static_cast<int>(b >> 8 & 0xFF));
+            }
+        }
+        EXPECT_LT(difference / (width * height), 4) << "the wrong part, or turned";
+    }
+}
+
+TEST_F(ExportTest, WhatCannotBeReadOrWrittenFailsInOneLineAndLeavesNothing) {
+    const auto expectFailure = [this](const URL& source, const URL& file) {
+        SCOPED_TRACE(source.absoluteString() + " to " + file.absoluteString());
+        const ExportResult result = run({source, {}, {}, {0, 0, 1, 1}, file});
+        EXPECT_EQ(result.status, ExportResult::Status::failed);
+        EXPECT_NE(result.error, "");
+        EXPECT_EQ(std::count(result.error.begin(), result.error.end(), '\n'), 0);
+        EXPECT_EQ(fileCount(), 0U);
+    };
+    for (const char* name : {"text.mp4", "empty.mp4", "audio-only.mp4", "missing.mp4"}) {
+        expectFailure(clip(name), target("part.mp4"));
+    }
+    expectFailure(clip("h264.mp4"), URL((folder / "missing" / "part.mp4").string()));
+    expectFailure(clip("h264.mp4"), target("part.unheard-of"));
+    expectFailure(clip("h264.mp4"), URL("https://example.org/part.mp4"));
+
+    // A disk that is full after 20 kilobytes.
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    const auto before = std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit tight{20'000, limit.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &tight);
+    expectFailure(clip("h264.mp4"), target("part.mp4"));
+    setrlimit(RLIMIT_FSIZE, &limit);
+    std::signal(SIGXFSZ, before);
+}
+
+TEST_F(ExportTest, ACancelledExportLeavesNothingAndAnEndedOneKeepsItsFile) {
+    const ExportRequest request{clip("gop250.mp4"), Time(1, 30), {}, {0, 0, 0.9, 0.9}, target("part.mp4")};
+    std::optional<ExportResult> result;
+    auto session = engine->startExport(request, [&](const ExportResult& ended) { result = ended; });
+    ASSERT_TRUE(turnUntil([&] { return session->progress() > 0.05; }));
+    EXPECT_FALSE(files::exists(folder / "part.mp4"));
+    session->cancel();
+    ASSERT_TRUE(turnUntil([&] { return result.has_value(); }));
+    EXPECT_EQ(result->status, ExportResult::Status::cancelled);
+    EXPECT_EQ(fileCount(), 0U);
+
+    // Let go of: nobody is told, nothing is left.
+    result.reset();
+    session = engine->startExport(request, [&](const ExportResult& ended) { result = ended; });
+    ASSERT_TRUE(turnUntil([&] { return session->progress() > 0.05; }));
+    session = nullptr;
+    ASSERT_TRUE(turnUntil([&] { return fileCount() == 0; }));
+    turnFor(0.05);
+    EXPECT_FALSE(result);
+
+    // An earlier file stays until the new one is complete.
+    std::ofstream(folder / "part.mp4") << "earlier";
+    session = engine->startExport(request, [&](const ExportResult& ended) { result = ended; });
+    double progress = 0;
+    ASSERT_TRUE(turnUntil([&] {
+        EXPECT_GE(session->progress(), progress);
+        progress = session->progress();
+        return result.has_value();
+    }));
+    EXPECT_EQ(result->status, ExportResult::Status::finished);
+    EXPECT_EQ(progress, 1);
+    session->cancel();
+    EXPECT_EQ(fileCount(), 1U);
+    EXPECT_EQ(decode(target("part.mp4")).index->frameCount(), 299);
+}
+
+TEST_F(ExportTest, DamagedAndTinyClipsAreSavedAsFarAsTheyGo) {
+    ASSERT_EQ(run({clip("one-frame.mp4"), {}, {}, {0, 0, 1, 1}, target("one.mp4")}).error, "");
+    EXPECT_EQ(decode(target("one.mp4")).numbers, std::vector<int>{0});
+    // An end before the start, and moments outside the clip, still give a frame.
+    ASSERT_EQ(run({clip("h264.mp4"), Time(2, 1), Time(1, 1), {0, 0, 1, 1}, target("turned.mp4")}).error, "");
+    EXPECT_EQ(decode(target("turned.mp4")).numbers, std::vector<int>{60});
+    ASSERT_EQ(run({clip("h264.mp4"), Time(900, 1), Time(-5, 1), {0, 0, 1, 1}, target("outside.mp4")}).error, "");
+    EXPECT_EQ(decode(target("outside.mp4")).numbers, std::vector<int>{119});
+
+    ASSERT_EQ(run({clip("truncated.mp4"), Time(10, 30), {}, {0, 0, 1, 1}, target("truncated.mp4")}).error, "");
+    const std::vector<int> found = decode(target("truncated.mp4")).numbers;
+    ASSERT_GT(found.size(), 20U);
+    EXPECT_EQ(found.front(), 10);
+    EXPECT_EQ(found.back(), 10 + static_cast<int>(found.size()) - 1);
+
+    for (const Rect& crop : {Rect{0, 0, 1, 1}, Rect{0, 0, 0.98, 1}}) {
+        ASSERT_EQ(run({clip("damaged.mp4"), Time(5, 30), Time(110, 30), crop, target("damaged.mp4")}).error, "");
+        const std::vector<int> numbers = decode(target("damaged.mp4")).numbers;
+        ASSERT_GT(numbers.size(), 80U);
+        if (crop.size.width == 1) {
+            EXPECT_EQ(numbers.front(), 5);
+            EXPECT_EQ(numbers.back(), 109);
+        }
+    }
+}
 
 }  // namespace
 }  // namespace videoanalysis::media
