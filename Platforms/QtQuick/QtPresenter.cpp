@@ -17,6 +17,8 @@ constexpr int fadeMilliseconds = 200;
 /// Above whatever a host has put into its window.
 constexpr double screenLayer = 1000;
 constexpr double overlayLayer = 10000;
+/// What is presented over an overlay's controller.
+constexpr double sheetLayer = 20000;
 
 /// Ties a host's view to the item that shows it.
 class HostPeer : public ui::Peer {
@@ -119,6 +121,7 @@ void QtPresenter::dismiss(std::shared_ptr<ui::ViewController> viewController, bo
                           ui::ViewController::Completion completion) {
     const std::shared_ptr<Screen> screen = find(viewController);
     if (screen) {
+        dismissAbove(*viewController, animated);
         if (const auto presenting = screen->presenting.lock()) presenting->setPresentedViewController(nullptr);
         disappear(screen, animated, std::move(completion));
     } else if (completion) {
@@ -135,7 +138,14 @@ void QtPresenter::showOverlay(std::shared_ptr<ui::ViewController> root) {
 }
 
 void QtPresenter::hideOverlay(std::shared_ptr<ui::ViewController> root) {
-    if (const std::shared_ptr<Screen> screen = find(root)) disappear(screen, true, {});
+    if (const std::shared_ptr<Screen> screen = find(root)) {
+        dismissAbove(*root, true);
+        disappear(screen, true, {});
+    }
+}
+
+void QtPresenter::dismissAbove(ui::ViewController& viewController, bool animated) {
+    if (const auto above = viewController.presentedViewController()) dismiss(above, animated, {});
 }
 
 void QtPresenter::appear(const std::shared_ptr<Screen>& screen, bool animated) {
@@ -148,7 +158,9 @@ void QtPresenter::appear(const std::shared_ptr<Screen>& screen, bool animated) {
         if (screen->item && self->window_) {
             screen->item->setParentItem(self->window_->contentItem());
             screen->item->setSize(self->window_->contentItem()->size());
-            screen->item->setZ(screen->isOverlay ? overlayLayer : screenLayer);
+            const auto below = self->find(screen->presenting.lock());
+            const bool isSheet = below && (below->isOverlay || (below->item && below->item->z() >= sheetLayer));
+            screen->item->setZ(screen->isOverlay ? overlayLayer : isSheet ? sheetLayer : screenLayer);
             screen->item->setOpacity(animated ? 0 : 1);
             screen->item->setVisible(true);
             fade(*screen->item, 1, animated);

@@ -44,7 +44,8 @@ void TrimmerView::setMinimumDuration(double seconds) {
 double TrimmerView::rounded(double time) const {
     if (step_ <= 0) return time;
     // The clip's end need not be a whole number of frames after its beginning.
-    return time > duration_ - step_ * 0.5 ? duration_ : std::round(time / step_) * step_;
+    const double frame = std::round(time / step_) * step_;
+    return frame > duration_ || duration_ - time < std::abs(frame - time) ? duration_ : frame;
 }
 
 bool TrimmerView::move(Part part, double time) {
