@@ -21,6 +21,16 @@ std::shared_ptr<media::Player> ReportingEngine::makePlayer(std::shared_ptr<media
     return engine_->makePlayer(std::move(item));
 }
 
+std::shared_ptr<media::ImageGenerator> ReportingEngine::makeImageGenerator(const URL& url) {
+    return engine_->makeImageGenerator(url);
+}
+
+std::shared_ptr<media::ExportSession>
+ReportingEngine::startExport(const media::ExportRequest& request,
+                             std::function<void(const media::ExportResult&)> completion) {
+    return engine_->startExport(request, std::move(completion));
+}
+
 void ReportingEngine::check(const media::PlayerItem& item, media::PlayerItem::Event event) {
     const bool breaksOff =
         event == media::PlayerItem::Event::damageFound || event == media::PlayerItem::Event::failedToPlayToEnd;

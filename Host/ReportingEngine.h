@@ -22,6 +22,10 @@ public:
 
     std::shared_ptr<media::PlayerItem> makePlayerItem(const URL& url) override;
     std::shared_ptr<media::Player> makePlayer(std::shared_ptr<media::PlayerItem> item) override;
+    std::shared_ptr<media::ImageGenerator> makeImageGenerator(const URL& url) override;
+    std::shared_ptr<media::ExportSession>
+    startExport(const media::ExportRequest& request,
+                std::function<void(const media::ExportResult&)> completion) override;
 
 private:
     void check(const media::PlayerItem& item, media::PlayerItem::Event event);

@@ -31,6 +31,8 @@ Storyboard {
         }
     }
 
+    VideoTrimmer {}
+
     Scene {
         identifier: "OverlayViewController"
 

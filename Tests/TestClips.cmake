@@ -62,4 +62,19 @@ add_derived_test_clip(encrypted.mp4 h264.mp4 ${ffmpeg} -i FROM -c copy -encrypti
 # Begins in the middle of a group: its first frames refer to some that are not there.
 add_derived_test_clip(cut.ts offset.ts sh -c "tail -c +$((188 * 61 + 1)) \"$1\" > \"$2\"" sh FROM TO)
 
+# What an export meets besides: every codec at a variable rate, other sound, more sound than pictures, damage inside.
+set(unhurriedHevc -c:v libx265 -x265-params log-level=none:pools=1:frame-threads=1)
+set(quickVp9 -c:v libvpx-vp9 -g 30 -deadline realtime -cpu-used 8 -b:v 300k)
+add_walk_clip(variable-hevc.mp4 -- ${unhurriedHevc} -g 30 ${variable} -video_track_timescale 90000)
+add_walk_clip(variable-vp9.webm -- ${quickVp9} ${variable})
+add_derived_test_clip(variable-mpeg4.mp4 variable.mp4 ${ffmpeg} -i FROM -c:v mpeg4 -bf 2 -g 30 -q:v 3
+    -fps_mode passthrough -enc_time_base 1/30000 TO)
+add_walk_clip(sound.webm --tone 300 -- ${quickVp9} -c:a libopus)
+add_walk_clip(sound-hevc.mkv --tone 300 -- ${unhurriedHevc} -g 30 -c:a flac)
+add_derived_test_clip(long-sound.mp4 h264.mp4
+    ${ffmpeg} -i FROM -f lavfi -i "aevalsrc=0.4*sin(2*PI*(200*t+60*t*t)):s=44100:d=9" -map 0:v -map 1:a -c:v copy -c:a aac TO)
+add_derived_test_clip(damaged.mp4 h264.mp4
+    sh -c "cp \"$1\" \"$2\" && dd if=/dev/zero of=\"$2\" bs=1 seek=$(($(stat -c %s \"$1\") / 2)) count=6000 conv=notrunc status=none"
+    sh FROM TO)
+
 add_custom_target(test-clips DEPENDS ${testClipFiles})

@@ -66,6 +66,9 @@ public:
     std::int64_t decodingTimestampOfPacket(std::int64_t packet) const {
         return packets_[static_cast<std::size_t>(packet)].dts;
     }
+    std::int64_t packetCount() const { return static_cast<std::int64_t>(packets_.size()); }
+    /// The packets at which decoding can begin, in decoding order.
+    const std::vector<std::int32_t>& keyPackets() const { return keyPackets_; }
     /// The first frame at or after the packet's time; the key frame itself when it is shown.
     std::int64_t firstFrameFrom(std::int64_t startPacket) const;
 

@@ -1,6 +1,8 @@
 #include "Platforms/FFmpeg/FFmpegEngine.h"
 
 #include "Platforms/FFmpeg/EngineCore.h"
+#include "Platforms/FFmpeg/FFmpegExportSession.h"
+#include "Platforms/FFmpeg/FFmpegImageGenerator.h"
 #include "Platforms/FFmpeg/FFmpegPlayer.h"
 #include "Platforms/FFmpeg/FFmpegPlayerItem.h"
 #include "Platforms/FFmpeg/Playback.h"
@@ -30,6 +32,15 @@ std::shared_ptr<Player> FFmpegEngine::makePlayer(std::shared_ptr<PlayerItem> ite
     const auto own = std::dynamic_pointer_cast<FFmpegPlayerItem>(item);
     if (!own) fatalError("A player was asked for with an item of another engine");
     return std::make_shared<FFmpegPlayer>(own);
+}
+
+std::shared_ptr<ImageGenerator> FFmpegEngine::makeImageGenerator(const URL& url) {
+    return std::make_shared<FFmpegImageGenerator>(core_, url);
+}
+
+std::shared_ptr<ExportSession> FFmpegEngine::startExport(const ExportRequest& request,
+                                                         std::function<void(const ExportResult&)> completion) {
+    return std::make_shared<FFmpegExportSession>(core_, request, std::move(completion));
 }
 
 const FFmpegOptions& FFmpegEngine::options() const { return core_->options; }

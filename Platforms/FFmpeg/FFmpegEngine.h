@@ -33,6 +33,9 @@ public:
 
     std::shared_ptr<PlayerItem> makePlayerItem(const URL& url) override;
     std::shared_ptr<Player> makePlayer(std::shared_ptr<PlayerItem> item) override;
+    std::shared_ptr<ImageGenerator> makeImageGenerator(const URL& url) override;
+    std::shared_ptr<ExportSession> startExport(const ExportRequest& request,
+                                               std::function<void(const ExportResult&)> completion) override;
 
     const FFmpegOptions& options() const;
     /// Any thread.

@@ -1,8 +1,6 @@
 #include "Platforms/FFmpeg/FrameLoader.h"
 
-extern "C" {
-#include <libavutil/display.h>
-}
+#include "Platforms/FFmpeg/PictureShape.h"
 
 #include <algorithm>
 #include <utility>
@@ -14,26 +12,6 @@ namespace {
 constexpr std::int64_t framesAheadWhilePlaying = 8;
 constexpr std::int64_t packetsBeforeGivingUp = 2000;
 constexpr auto previewInterval = std::chrono::milliseconds(25);
-
-Orientation orientationOf(const AVStream& stream, const AVFrame& picture) {
-    std::size_t size = 0;
-    const std::uint8_t* matrix = av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, &size);
-    if (!matrix) {
-        const AVFrameSideData* data = av_frame_get_side_data(&picture, AV_FRAME_DATA_DISPLAYMATRIX);
-        if (data) {
-            matrix = data->data;
-            size = data->size;
-        }
-    }
-    if (!matrix || size < 9 * sizeof(std::int32_t)) return {};
-    return Orientation::fromDisplayMatrix(reinterpret_cast<const std::int32_t*>(matrix));
-}
-
-double pixelAspectOf(AVFormatContext* format, AVStream* stream, AVFrame* picture) {
-    const AVRational ratio = av_guess_sample_aspect_ratio(format, stream, picture);
-    const double aspect = ratio.num > 0 && ratio.den > 0 ? av_q2d(ratio) : 1;
-    return aspect > 0.05 && aspect < 20 ? aspect : 1;  // anything else is damage, not a picture format
-}
 
 }  // namespace
 

@@ -11,6 +11,9 @@
 #include "VideoAnalysis/Screen/MainViewController.h"
 #include "VideoAnalysis/Screen/OverlayViewController.h"
 #include "VideoAnalysis/Sketch/SketchView.h"
+#include "VideoAnalysis/Trimming/CropView.h"
+#include "VideoAnalysis/Trimming/TrimmerView.h"
+#include "VideoAnalysis/Trimming/VideoTrimmerController.h"
 
 #include <algorithm>
 #include <array>
@@ -34,7 +37,6 @@ std::shared_ptr<Controller> loaded(std::map<std::string, std::size_t, std::less<
     outlets.collectionSizes = std::move(collectionSizes);
     controller->setView(root);
     controller->connectOutlets(outlets);
-    fillScreen(*controller->playersCollectionView.lock());
     return controller;
 }
 
@@ -43,14 +45,20 @@ public:
     explicit HeadlessStoryboard(const HeadlessBundle& bundle) : bundle_(bundle) {}
 
     std::shared_ptr<ui::ViewController> instantiateInitialViewController() override {
-        return isMissing("MainViewController") ? nullptr : loaded<MainViewController>();
+        if (isMissing("MainViewController")) return nullptr;
+        auto screen = loaded<MainViewController>();
+        fillScreen(*screen->playersCollectionView.lock());
+        return screen;
     }
 
     std::shared_ptr<ui::ViewController> instantiateViewController(std::string_view identifier) override {
-        if (identifier != "OverlayViewController" || isMissing(identifier)) return nullptr;
+        if (isMissing(identifier)) return nullptr;
+        if (identifier == "VideoTrimmerController") return trimmer();
+        if (identifier != "OverlayViewController") return nullptr;
         static constexpr std::array tools = {SketchToolType::pen, SketchToolType::line, SketchToolType::arrow,
                                              SketchToolType::rectangleStroke, SketchToolType::ellipseStroke};
         auto overlay = loaded<OverlayViewController>({{"drawingToolButtons", tools.size()}});
+        fillScreen(*overlay->playersCollectionView.lock());
         for (std::size_t i = 0; i < tools.size(); ++i) {
             const auto button = overlay->drawingToolButtons[i].lock();
             button->setTag(static_cast<int>(tools[i]));
@@ -60,6 +68,15 @@ public:
     }
 
 private:
+    static std::shared_ptr<VideoTrimmerController> trimmer() {
+        auto trimmer = loaded<VideoTrimmerController>({{"aspectButtons", CropView::allAspects.size()}});
+        for (std::size_t i = 0; i < CropView::allAspects.size(); ++i) {
+            trimmer->aspectButtons[i].lock()->setTag(static_cast<int>(CropView::allAspects[i]));
+        }
+        trimmer->cropView.lock()->setFrame({0, 0, 360, 400});
+        trimmer->trimmerView.lock()->setFrame({0, 440, 360, 48});
+        return trimmer;
+    }
     bool isMissing(std::string_view name) const {
         return std::find(bundle_.missing.begin(), bundle_.missing.end(), name) != bundle_.missing.end();
     }

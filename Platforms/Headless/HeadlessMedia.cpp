@@ -3,6 +3,8 @@
 #include "VideoAnalysis/Platform/FatalError.h"
 
 #include <algorithm>
+#include <cmath>
+#include <utility>
 
 namespace videoanalysis {
 namespace {
@@ -188,6 +190,37 @@ void HeadlessPlayer::frameDidChange() {
     });
 }
 
+// ---- Pictures and exports
+
+void HeadlessImageGenerator::generate(const std::vector<media::Time>& times, Size maximumSize, Order order,
+                                      std::function<void(const media::GeneratedImage&)> handler) {
+    const std::weak_ptr<int> alive = alive_;
+    for (const media::Time& time : times) {
+        for (const bool isFinal : {false, true}) {
+            if (!isFinal && order == Order::exact) continue;
+            media::GeneratedImage image{time, time, isFinal, nullptr};
+            if (clip_) {
+                const HeadlessFrame frame(*clip_, std::lround(time.seconds() / clip_->frameDuration.seconds()));
+                const Rect fitted = media::PlayerLayer::pictureRect({{}, maximumSize}, clip_->size,
+                                                                    media::VideoGravity::resizeAspect);
+                image.bitmap = std::make_shared<const Bitmap>(
+                    frame.scaled(std::max(static_cast<int>(fitted.size.width), 1),
+                                 std::max(static_cast<int>(fitted.size.height), 1)));
+            }
+            queue_.async([alive, handler, image] {
+                if (!alive.expired()) handler(image);
+            });
+        }
+    }
+}
+
+void HeadlessExport::end(const media::ExportResult& result) {
+    if (std::exchange(hasEnded_, true)) return;
+    queue_.async([this, alive = std::weak_ptr(alive_), result] {
+        if (!alive.expired() && completion_) completion_(result);
+    });
+}
+
 // ---- Engine
 
 std::shared_ptr<media::PlayerItem> HeadlessMedia::makePlayerItem(const URL& url) {
@@ -197,6 +230,20 @@ std::shared_ptr<media::PlayerItem> HeadlessMedia::makePlayerItem(const URL& url)
 
 std::shared_ptr<media::Player> HeadlessMedia::makePlayer(std::shared_ptr<media::PlayerItem> item) {
     return std::make_shared<HeadlessPlayer>(queue_, std::move(item));
+}
+
+std::shared_ptr<media::ImageGenerator> HeadlessMedia::makeImageGenerator(const URL& url) {
+    const auto found = clips_.find(url.absoluteString());
+    return std::make_shared<HeadlessImageGenerator>(
+        queue_, found == clips_.end() ? std::nullopt : std::optional(found->second));
+}
+
+std::shared_ptr<media::ExportSession>
+HeadlessMedia::startExport(const media::ExportRequest& request,
+                           std::function<void(const media::ExportResult&)> completion) {
+    const auto session = std::make_shared<HeadlessExport>(queue_, request, std::move(completion));
+    newestExport = session;
+    return session;
 }
 
 }  // namespace videoanalysis

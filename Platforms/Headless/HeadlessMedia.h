@@ -9,6 +9,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -107,6 +108,44 @@ private:
     std::shared_ptr<int> alive_ = std::make_shared<int>();
 };
 
+/// Gives its pictures one by one, in later turns of the main queue.
+class HeadlessImageGenerator final : public media::ImageGenerator {
+public:
+    HeadlessImageGenerator(HeadlessMainQueue& queue, std::optional<HeadlessClip> clip)
+        : queue_(queue), clip_(std::move(clip)) {}
+
+    void generate(const std::vector<media::Time>& times, Size maximumSize, Order order,
+                  std::function<void(const media::GeneratedImage&)> handler) override;
+    void cancelAll() override { alive_ = std::make_shared<int>(); }
+
+private:
+    HeadlessMainQueue& queue_;
+    std::optional<HeadlessClip> clip_;
+    std::shared_ptr<int> alive_ = std::make_shared<int>();
+};
+
+/// An export that a test carries out: it writes nothing.
+class HeadlessExport final : public media::ExportSession {
+public:
+    HeadlessExport(HeadlessMainQueue& queue, media::ExportRequest request,
+                   std::function<void(const media::ExportResult&)> completion)
+        : request(std::move(request)), queue_(queue), completion_(std::move(completion)) {}
+
+    double progress() const override { return progressMade; }
+    void cancel() override { end({media::ExportResult::Status::cancelled, {}}); }
+    /// Ends it, once; the completion comes in a later turn.
+    void end(const media::ExportResult& result);
+
+    const media::ExportRequest request;
+    double progressMade = 0;
+
+private:
+    HeadlessMainQueue& queue_;
+    std::function<void(const media::ExportResult&)> completion_;
+    bool hasEnded_ = false;
+    std::shared_ptr<int> alive_ = std::make_shared<int>();
+};
+
 class HeadlessMedia final : public media::Engine {
 public:
     explicit HeadlessMedia(HeadlessMainQueue& queue) : queue_(queue) {}
@@ -116,6 +155,13 @@ public:
 
     std::shared_ptr<media::PlayerItem> makePlayerItem(const URL& url) override;
     std::shared_ptr<media::Player> makePlayer(std::shared_ptr<media::PlayerItem> item) override;
+    std::shared_ptr<media::ImageGenerator> makeImageGenerator(const URL& url) override;
+    std::shared_ptr<media::ExportSession>
+    startExport(const media::ExportRequest& request,
+                std::function<void(const media::ExportResult&)> completion) override;
+
+    /// The export started last, while somebody holds it.
+    std::weak_ptr<HeadlessExport> newestExport;
 
 private:
     HeadlessMainQueue& queue_;

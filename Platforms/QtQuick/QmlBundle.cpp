@@ -4,6 +4,7 @@
 #include "Platforms/QtQuick/CellItems.h"
 #include "Platforms/QtQuick/CollectionViewItem.h"
 #include "Platforms/QtQuick/ColorPickerItem.h"
+#include "Platforms/QtQuick/CropViewItem.h"
 #include "Platforms/QtQuick/GesturedScrollViewItem.h"
 #include "Platforms/QtQuick/IconItem.h"
 #include "Platforms/QtQuick/ImageViewItem.h"
@@ -14,10 +15,13 @@
 #include "Platforms/QtQuick/StackViewItem.h"
 #include "Platforms/QtQuick/StoryboardScene.h"
 #include "Platforms/QtQuick/TimelineViewItem.h"
+#include "Platforms/QtQuick/TrimmerProgressItem.h"
+#include "Platforms/QtQuick/TrimmerViewItem.h"
 #include "Platforms/QtQuick/VideoViewItem.h"
 #include "VideoAnalysis/Platform/UI/ViewController.h"
 #include "VideoAnalysis/Screen/MainViewController.h"
 #include "VideoAnalysis/Screen/OverlayViewController.h"
+#include "VideoAnalysis/Trimming/VideoTrimmerController.h"
 
 #include <QCoreApplication>
 #include <QEvent>
@@ -51,6 +55,9 @@ void registerTypes() {
         qmlRegisterType<OverlayCellItem>(uri, 1, 0, "OverlayCell");
         qmlRegisterType<HUDViewItem>(uri, 1, 0, "HUDView");
         qmlRegisterType<TimelineViewItem>(uri, 1, 0, "Timeline");
+        qmlRegisterType<TrimmerViewItem>(uri, 1, 0, "TrimmerView");
+        qmlRegisterType<CropViewItem>(uri, 1, 0, "CropView");
+        qmlRegisterType<TrimmerProgressItem>(uri, 1, 0, "SaveProgress");
         qmlRegisterType<IconItem>(uri, 1, 0, "Icon");
         qmlRegisterType<StoryboardScene>(uri, 1, 0, "Scene");
         qmlRegisterType<StoryboardDocument>(uri, 1, 0, "Storyboard");
@@ -66,6 +73,7 @@ std::shared_ptr<ui::ViewController> makeController(const QString& identifier) {
     static const std::map<QString, std::function<std::shared_ptr<ui::ViewController>()>> makers = {
         {QStringLiteral("MainViewController"), [] { return std::make_shared<MainViewController>(); }},
         {QStringLiteral("OverlayViewController"), [] { return std::make_shared<OverlayViewController>(); }},
+        {QStringLiteral("VideoTrimmerController"), [] { return std::make_shared<VideoTrimmerController>(); }},
     };
     const auto maker = makers.find(identifier);
     if (maker == makers.end()) fatalError("No such controller: " + identifier.toStdString());

@@ -207,6 +207,7 @@ void QtPresenter::dismiss(std::shared_ptr<ui::ViewController> viewController, bo
                           ui::ViewController::Completion completion) {
     const std::shared_ptr<Screen> screen = find(viewController);
     if (screen) {
+        dismissAbove(*viewController, animated);
         if (const auto presenting = screen->presenting.lock()) presenting->setPresentedViewController(nullptr);
         disappear(screen, animated, std::move(completion));
     } else if (completion) {
@@ -223,7 +224,14 @@ void QtPresenter::showOverlay(std::shared_ptr<ui::ViewController> root) {
 }
 
 void QtPresenter::hideOverlay(std::shared_ptr<ui::ViewController> root) {
-    if (const std::shared_ptr<Screen> screen = find(root)) disappear(screen, true, {});
+    if (const std::shared_ptr<Screen> screen = find(root)) {
+        dismissAbove(*root, true);
+        disappear(screen, true, {});
+    }
+}
+
+void QtPresenter::dismissAbove(ui::ViewController& viewController, bool animated) {
+    if (const auto above = viewController.presentedViewController()) dismiss(above, animated, {});
 }
 
 void QtPresenter::setPreferredOrientation(ui::DeviceOrientation orientation) {

@@ -39,6 +39,8 @@ private:
     /// One controller on the screen and how far its appearance has come.
     struct Screen;
 
+    /// A screen takes along what is presented over it.
+    void dismissAbove(ui::ViewController& viewController, bool animated);
     void appear(const std::shared_ptr<Screen>& screen, bool animated);
     void disappear(const std::shared_ptr<Screen>& screen, bool animated, ui::ViewController::Completion completion);
     std::shared_ptr<Screen> find(const std::shared_ptr<ui::ViewController>& controller) const;

@@ -6,6 +6,14 @@
 #include "VideoAnalysis/Screen/PlayersManager.h"
 
 namespace videoanalysis {
+namespace {
+
+std::shared_ptr<PlayersManager> playersManager() {
+    const State& state = mainStore().state();
+    return state.mainViewController() ? state.mainViewController()->playersManager() : nullptr;
+}
+
+}  // namespace
 
 std::string describeValue(const VideoAnalysisController::Object& media) {
     return "Object(url: " + media.url.absoluteString() + ", stack: " + (media.stack ? "JSON" : "none") + ")";
@@ -28,11 +36,17 @@ void VideoAnalysisController::dismiss(bool animated, std::function<void()> compl
     mainStore().dispatch(ClearStateAction());
 }
 
+void VideoAnalysisController::editMedia(std::int64_t index) {
+    const std::shared_ptr<PlayersManager> manager = playersManager();
+    if (!manager || index < 0 || index >= static_cast<std::int64_t>(manager->cellControllers.size())) return;
+    // As if the player's own button had been pressed; it need not be there.
+    ui::Control sender;
+    manager->cellControllers[static_cast<std::size_t>(index)]->edit(sender);
+}
+
 std::vector<VideoAnalysisController::Object> VideoAnalysisController::currentMedia() const {
-    const State& state = mainStore().state();
-    const std::shared_ptr<PlayersManager> manager =
-        state.mainViewController() ? state.mainViewController()->playersManager() : nullptr;
-    if (!manager) return *state.media;
+    const std::shared_ptr<PlayersManager> manager = playersManager();
+    if (!manager) return *mainStore().state().media;
     std::vector<Object> media;
     for (const auto& controller : manager->cellControllers) media.push_back(controller->media());
     return media;

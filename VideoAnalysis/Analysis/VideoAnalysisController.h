@@ -38,6 +38,9 @@ public:
     /// Removes the screen and ends the analysis; `completion` (may be empty) runs when the screen is gone.
     void dismiss(bool animated, std::function<void()> completion);
 
+    /// Opens the trim screen for the clip at `index` over the analysis; nothing when there is no such clip, or no screen yet.
+    void editMedia(std::int64_t index);
+
     /// The clips as they stand now, drawings included, for a host that saves without recording.
     std::vector<Object> currentMedia() const;
 };

@@ -1,6 +1,6 @@
 #pragma once
-// The media seam: rational times, a player with its item and layer, and the frames it shows. The video view and the player
-// controller drive it; a platform supplies one engine.
+// The media seam: rational times, a player with its item and layer and the frames it shows, small pictures, and the export of
+// a part of a clip. The video view, the player controller and the trim screen drive it; a platform supplies one engine.
 
 #include "VideoAnalysis/Platform/Geometry.h"
 #include "VideoAnalysis/Platform/Image.h"
@@ -161,7 +161,63 @@ private:
     VideoGravity gravity_ = VideoGravity::resizeAspect;
 };
 
-/// Makes items and players. One per platform.
+/// A picture that an image generator was asked for.
+struct GeneratedImage {
+    Time requestedTime;
+    Time actualTime;      ///< of the frame in the picture
+    bool isFinal = true;  ///< false for a nearby one that stands in until the right one is there
+    std::shared_ptr<const Bitmap> bitmap;  ///< upright; null when the clip has no such picture to give
+};
+
+/// Makes small pictures of one clip's frames, in the background. Main thread; handlers are called in later turns of the
+/// main queue. Its end cancels what is under way.
+class ImageGenerator {
+public:
+    virtual ~ImageGenerator() = default;
+
+    enum class Order {
+        exact,             ///< each time's own frame
+        approximateFirst,  ///< before that, the key frame nearest to each time whose own frame takes longer
+    };
+    /// Asks for the frames shown at `times`, limited to the clip. `handler` gets each as soon as it is there, not in the
+    /// order of `times`: one final picture for every time. Pictures keep their shape and fit into `maximumSize` pixels; they
+    /// are never enlarged. May be asked again while an earlier request is under way; the newest comes first.
+    virtual void generate(const std::vector<Time>& times, Size maximumSize, Order order,
+                          std::function<void(const GeneratedImage&)> handler) = 0;
+    /// No handler is called any more, not even for pictures that are there already.
+    virtual void cancelAll() = 0;
+};
+
+/// What an export makes of a clip.
+struct ExportRequest {
+    URL source;
+    /// The first frame is the one shown at this moment; an invalid time means the clip's first.
+    Time start;
+    /// The last frame is the last one that begins before this moment; an invalid time means the clip's last.
+    Time end;
+    /// The part of the upright picture that is kept, in fractions of its sides.
+    Rect crop{0, 0, 1, 1};
+    /// A file; its extension names the container. Whatever is there is replaced once the export has succeeded.
+    URL target;
+};
+
+struct ExportResult {
+    enum class Status { finished, cancelled, failed };
+    Status status = Status::finished;
+    std::string error;  ///< one line when it failed
+};
+
+/// An export under way. Main thread. Its end cancels it.
+class ExportSession {
+public:
+    virtual ~ExportSession() = default;
+    /// The part of the work that is done, 0...1, never less than before.
+    virtual double progress() const = 0;
+    /// Nothing is left of the file, and the completion gets `cancelled`, unless the export has ended already.
+    virtual void cancel() = 0;
+};
+
+/// Makes items and players, and what works on a clip without playing it. One per platform.
 class Engine {
 public:
     virtual ~Engine() = default;
@@ -169,6 +225,12 @@ public:
     virtual std::shared_ptr<PlayerItem> makePlayerItem(const URL& url) = 0;
     /// A paused player at time zero. `item` must come from this engine and belong to no other player.
     virtual std::shared_ptr<Player> makePlayer(std::shared_ptr<PlayerItem> item) = 0;
+    /// Returns at once. Never null; of a clip that cannot be read every picture is null.
+    virtual std::shared_ptr<ImageGenerator> makeImageGenerator(const URL& url) = 0;
+    /// Writes a part of a clip to a file of its own, frame-exactly. `completion` is called once, in a later turn of the main
+    /// queue, unless the session is gone by then.
+    virtual std::shared_ptr<ExportSession> startExport(const ExportRequest& request,
+                                                       std::function<void(const ExportResult&)> completion) = 0;
 };
 
 }  // namespace videoanalysis::media

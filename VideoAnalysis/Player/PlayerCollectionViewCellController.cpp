@@ -3,11 +3,14 @@
 #include "VideoAnalysis/Analysis/Actions.h"
 #include "VideoAnalysis/Platform/Dispatch.h"
 #include "VideoAnalysis/Platform/Platform.h"
+#include "VideoAnalysis/Platform/UI/Bundle.h"
+#include "VideoAnalysis/Platform/UI/ViewController.h"
 #include "VideoAnalysis/Player/GesturedScrollView.h"
 #include "VideoAnalysis/Player/PlayerCollectionViewCell.h"
 #include "VideoAnalysis/Player/PlayerCollectionViewCellHUDView.h"
 #include "VideoAnalysis/Player/Throttle.h"
 #include "VideoAnalysis/Timeline/InfiniteDataSources.h"
+#include "VideoAnalysis/Trimming/VideoTrimmerController.h"
 
 #include <cmath>
 #include <cstdio>
@@ -118,6 +121,7 @@ void PlayerCollectionViewCellController::wire(PlayerCollectionViewCellHUDView& v
     onTap(view.undoButton, &Self::undo);
     onTap(view.redoButton, &Self::redo);
     onTap(view.clearButton, &Self::clear);
+    onTap(view.editButton, &Self::edit);
     onTap(view.deleteButton, &Self::deleteMedia);
     onTap(view.replaceButton, &Self::replaceMedia);
     onTap(view.videoPlayRateSelectorButton, &Self::userDidRequestToChangePlaybackRate);
@@ -288,6 +292,37 @@ void PlayerCollectionViewCellController::replaceMedia(ui::Control&) {
         presenter, index, [self = shared_from_this()](VideoAnalysisController::Object media) {
             mainStore().dispatch(UpdateMediaAction(self->index, std::move(media)));
         });
+}
+
+void PlayerCollectionViewCellController::edit(ui::Control&) {
+    const std::shared_ptr<ui::Storyboard> storyboard = platform().bundle().storyboard("Main");
+    const auto trimmer = std::dynamic_pointer_cast<VideoTrimmerController>(
+        storyboard ? storyboard->instantiateViewController("VideoTrimmerController") : nullptr);
+    if (!trimmer) return;
+    trimmer->delegate = shared_from_this();
+    trimmer->url = media_.url;
+    trimmer->setModalPresentationStyle(ui::ModalPresentationStyle::formSheet);
+    if (const auto presenter = presenteeViewController.lock()) presenter->present(trimmer, true, {});
+}
+
+void PlayerCollectionViewCellController::videoEditorControllerDidSaveEditedVideoToPath(ui::ViewController& editor,
+                                                                                       const std::string& path) {
+    if (const std::shared_ptr<SketchView> sketch = sketchView()) sketch->clear();
+    editor.dismiss(true, [weak = weak_from_this(), path] {
+        const auto self = weak.lock();
+        if (self) mainStore().dispatch(UpdateMediaAction(self->index, {URL::fileURL(path), std::nullopt}));
+    });
+}
+
+void PlayerCollectionViewCellController::videoEditorControllerDidCancel(ui::ViewController& editor) {
+    editor.dismiss(true, {});
+}
+
+void PlayerCollectionViewCellController::videoEditorControllerDidFailWithError(ui::ViewController& editor,
+                                                                               const std::string& error) {
+    std::printf("A error occurred while editing video: %s\n", error.c_str());
+    std::fflush(stdout);
+    editor.dismiss(true, {});
 }
 
 void PlayerCollectionViewCellController::userDidRequestToChangePlaybackRate(ui::Control&) {

@@ -12,6 +12,7 @@
 #include "VideoAnalysis/Sketch/SketchView.h"
 #include "VideoAnalysis/Store/Store.h"
 #include "VideoAnalysis/Timeline/TimelineView.h"
+#include "VideoAnalysis/Trimming/VideoEditorControllerDelegate.h"
 
 #include <cstdint>
 #include <memory>
@@ -32,7 +33,8 @@ class PlayerCollectionViewCellController : public std::enable_shared_from_this<P
                                            public StoreSubscriber<cell::LocalState>,
                                            public SketchViewDelegate,
                                            public VideoViewDelegate,
-                                           public TimelineViewDelegate {
+                                           public TimelineViewDelegate,
+                                           public VideoEditorControllerDelegate {
     struct Private {};
 
 public:
@@ -99,6 +101,8 @@ public:
     /// Asks the host whether the clip may go, or for another one; nothing without a host or a presenting screen.
     void deleteMedia(ui::Control& sender);
     void replaceMedia(ui::Control& sender);
+    /// Opens the trim screen for this clip; nothing without one in the storyboard.
+    void edit(ui::Control& sender);
     void userDidRequestToChangePlaybackRate(ui::Control& sender);
     void userDidChangePlaybackRate(ui::Button& sender);
     void handleHUDTap();
@@ -120,6 +124,12 @@ public:
 
     void playerReadyToPlayFor(VideoView& videoView) override;
     void playbackDidFinishFor(VideoView& videoView) override;
+
+    /// The clip goes from the screen with its drawings, and the file at `path` takes its place once the editor is gone.
+    void videoEditorControllerDidSaveEditedVideoToPath(ui::ViewController& editor, const std::string& path) override;
+    void videoEditorControllerDidCancel(ui::ViewController& editor) override;
+    /// Says so on the standard output.
+    void videoEditorControllerDidFailWithError(ui::ViewController& editor, const std::string& error) override;
 
     /// The ruler's steps become frame steps. Fatal for a count that is not finite or does not fit.
     void timelineViewDidScrollBy(double steps, bool isDragging) override;

@@ -1,0 +1,127 @@
+// Thumbnails: every time gets its own frame's picture, whatever the order and however many ask at once.
+
+#include "FFmpeg/MediaTest.h"
+
+#include <algorithm>
+#include <map>
+#include <random>
+#include <vector>
+
+namespace videoanalysis::media {
+namespace {
+
+class ImageGeneratorTest : public MediaTest {
+protected:
+    static int numberOf(const Bitmap& bitmap) {
+        return readFrameNumber(reinterpret_cast<const std::uint8_t*>(bitmap.pixels.data()), bitmap.width, bitmap.height,
+                               bitmap.bytesPerRow())
+            .value_or(-1);
+    }
+    static Time middleOf(int frame) { return {frame * 2 + 1, 60}; }  // of the clips at 30 a second
+};
+
+TEST_F(ImageGeneratorTest, EveryTimeGetsItsOwnFrame) {
+    for (const char* name : {"h264.mp4", "open-group.mp4", "hevc.mp4", "vp9.webm", "mpeg4.avi"}) {
+        SCOPED_TRACE(name);
+        const auto generator = engine->makeImageGenerator(clip(name));
+        std::vector<int> frames(40);
+        std::mt19937 random(7);
+        for (int& frame : frames) frame = static_cast<int>(random() % 120);
+        std::vector<Time> times;
+        for (const int frame : frames) times.push_back(middleOf(frame));
+        std::map<std::int64_t, int> found;  // by time asked for
+        std::size_t count = 0;
+        generator->generate(times, {200, 200}, ImageGenerator::Order::exact, [&](const GeneratedImage& image) {
+            ++count;
+            ASSERT_TRUE(image.bitmap);
+            EXPECT_TRUE(image.isFinal);
+            EXPECT_EQ(image.bitmap->width, 200);
+            EXPECT_EQ(image.bitmap->height, 113);
+            found[image.requestedTime.value] = numberOf(*image.bitmap);
+            EXPECT_NEAR(image.actualTime.seconds(), image.requestedTime.seconds() - 1 / 60.0, 0.0011);
+        });
+        ASSERT_TRUE(turnUntil([&] { return count == times.size(); }));
+        for (const int frame : frames) EXPECT_EQ(found[middleOf(frame).value], frame);
+    }
+}
+
+TEST_F(ImageGeneratorTest, KeyFramesStandInUntilTheRightPicturesAreThere) {
+    const auto generator = engine->makeImageGenerator(clip("h264.mp4"));
+    std::vector<std::pair<int, bool>> delivered;  // number in the pixels, final
+    const std::vector<Time> times = {middleOf(100), middleOf(30), middleOf(5), middleOf(44)};
+    generator->generate(times, {320, 320}, ImageGenerator::Order::approximateFirst, [&](const GeneratedImage& image) {
+        delivered.emplace_back(numberOf(*image.bitmap), image.isFinal);
+    });
+    ASSERT_TRUE(turnUntil([&] { return delivered.size() == 7; }));
+    turnFor(0.05);
+    // Frame 30 is a key frame itself. Stand-ins come first, and all in the order of decoding.
+    EXPECT_EQ(delivered, (std::vector<std::pair<int, bool>>{
+                             {0, false}, {30, false}, {90, false}, {5, true}, {30, true}, {44, true}, {100, true}}));
+}
+
+TEST_F(ImageGeneratorTest, TheNewestRequestComesFirstAndNothingComesAfterCancelling) {
+    const auto generator = engine->makeImageGenerator(clip("gop250.mp4"));
+    std::vector<Time> many;
+    for (int frame = 0; frame < 300; ++frame) many.push_back(middleOf(frame));
+    std::size_t old = 0;
+    generator->generate(many, {}, ImageGenerator::Order::exact, [&](const GeneratedImage& image) {
+        EXPECT_EQ(image.bitmap->width, 320) << "without a size, the clip's own";
+        ++old;
+    });
+    ASSERT_TRUE(turnUntil([&] { return old >= 3; }));
+    bool isThere = false;
+    generator->generate({middleOf(290)}, {100, 100}, ImageGenerator::Order::exact, [&](const GeneratedImage& image) {
+        EXPECT_EQ(image.bitmap->width, 100);
+        isThere = true;
+    });
+    ASSERT_TRUE(turnUntil([&] { return isThere; }));
+    EXPECT_LT(old, many.size());
+    generator->cancelAll();
+    const std::size_t before = old;
+    turnFor(0.1);
+    EXPECT_EQ(old, before);
+    // And it goes on when asked again.
+    isThere = false;
+    generator->generate({middleOf(2)}, {}, ImageGenerator::Order::exact, [&](const GeneratedImage&) { isThere = true; });
+    ASSERT_TRUE(turnUntil([&] { return isThere; }));
+}
+
+TEST_F(ImageGeneratorTest, PicturesStandUprightAndBadClipsGiveNone) {
+    auto generator = engine->makeImageGenerator(clip("rotated.mp4"));
+    std::optional<GeneratedImage> image;
+    const auto ask = [&] {
+        image.reset();
+        generator->generate({Time(900, 1)}, {90, 90}, ImageGenerator::Order::exact,
+                            [&](const GeneratedImage& made) { image = made; });
+        return turnUntil([&] { return image.has_value(); });
+    };
+    ASSERT_TRUE(ask());
+    ASSERT_TRUE(image->bitmap);
+    EXPECT_EQ(image->bitmap->width, 51);
+    EXPECT_EQ(image->bitmap->height, 90);
+    EXPECT_NEAR(image->actualTime.seconds(), 119 / 30.0, 0.001) << "limited to the clip";
+    for (const char* name : {"text.mp4", "audio-only.mp4", "missing.mp4"}) {
+        generator = engine->makeImageGenerator(clip(name));
+        ASSERT_TRUE(ask()) << name;
+        EXPECT_FALSE(image->bitmap) << name;
+        EXPECT_TRUE(image->isFinal) << name;
+    }
+    // Damage and a clip that breaks off: some picture for every time.
+    for (const char* name : {"damaged.mp4", "truncated.mp4", "one-frame.mp4"}) {
+        generator = engine->makeImageGenerator(clip(name));
+        std::vector<Time> times;
+        for (int frame = 0; frame < 120; frame += 6) times.push_back(middleOf(frame));
+        std::size_t pictures = 0;
+        generator->generate(times, {100, 100}, ImageGenerator::Order::exact,
+                            [&](const GeneratedImage& made) { pictures += made.bitmap ? 1 : 0; });
+        EXPECT_TRUE(turnUntil([&] { return pictures == times.size(); })) << name << " " << pictures;
+    }
+    // Gone while it works: nothing is told, and the end of the engine does not wait for long.
+    generator = engine->makeImageGenerator(clip("gop250.mp4"));
+    generator->generate({middleOf(299)}, {}, ImageGenerator::Order::exact, [](const GeneratedImage&) { FAIL(); });
+    generator = nullptr;
+    turnFor(0.05);
+}
+
+}  // namespace
+}  // namespace videoanalysis::media

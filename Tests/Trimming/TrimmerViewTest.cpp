@@ -1,0 +1,170 @@
+#include "Support/ComponentTest.h"
+#include "VideoAnalysis/Trimming/TrimmerView.h"
+
+#include <cmath>
+#include <limits>
+
+namespace videoanalysis {
+namespace {
+
+class TrimmerViewTest : public ComponentTest {
+protected:
+    TrimmerViewTest() {
+        trimmer->setFrame({0, 0, 1040, 50});  // a row of 1000 points
+        trimmer->setClip(100, 0.1);
+        for (const auto event :
+             {ui::ControlEvent::touchDown, ui::ControlEvent::valueChanged, ui::ControlEvent::touchUpInside}) {
+            trimmer->addAction(event, [this, event](ui::Control&) { events.push_back(event); });
+        }
+        trimmer->rowObserver = [this] { ++rowChanges; };
+    }
+
+    /// As a finger does it that comes down on the middle of a handle.
+    void drag(double from, double to) {
+        trimmer->beginTracking(from);
+        trimmer->track(to);
+        trimmer->endTracking();
+    }
+
+    const std::shared_ptr<TrimmerView> trimmer = std::make_shared<TrimmerView>();
+    std::vector<ui::ControlEvent> events;
+    int rowChanges = 0;
+};
+
+TEST_F(TrimmerViewTest, HandlesFollowTheFingerFrameByFrameAndCannotCross) {
+    drag(10, 110);  // the start handle's middle is 10 points left of its moment
+    EXPECT_NEAR(trimmer->start(), 10, 1e-9);
+    EXPECT_EQ(events, (std::vector{ui::ControlEvent::touchDown, ui::ControlEvent::valueChanged,
+                                   ui::ControlEvent::touchUpInside}));
+    drag(1030, 533.4);
+    EXPECT_NEAR(trimmer->end(), 50.3, 1e-9) << "rounded to frames";
+    EXPECT_EQ(trimmer->trackedPart(), TrimmerView::Part::none);
+
+    // Past each other: the minimum duration stays between them.
+    trimmer->setMinimumDuration(2);
+    drag(trimmer->xOf(trimmer->start()) - 10, 1035);
+    EXPECT_NEAR(trimmer->start(), 48.3, 1e-9);
+    EXPECT_NEAR(trimmer->end(), 50.3, 1e-9);
+    drag(trimmer->xOf(trimmer->end()) + 10, -500);
+    EXPECT_NEAR(trimmer->end(), 50.3, 1e-9);
+    drag(trimmer->xOf(trimmer->start()) - 10, -500);
+    EXPECT_EQ(trimmer->start(), 0);
+    trimmer->setStart(std::numeric_limits<double>::quiet_NaN());
+    EXPECT_EQ(trimmer->start(), 0);
+}
+
+TEST_F(TrimmerViewTest, AFingerTakesTheNearestHandleOrTheBar) {
+    drag(700, 720);
+    EXPECT_NEAR(trimmer->position(), 70, 1e-9);
+    EXPECT_EQ(trimmer->start(), 0);
+    // Both handles within reach: what is nearer.
+    trimmer->setStart(50);
+    trimmer->setEnd(51);
+    trimmer->beginTracking(trimmer->xOf(50) - 4);
+    EXPECT_EQ(trimmer->trackedPart(), TrimmerView::Part::start);
+    trimmer->endTracking();
+    trimmer->beginTracking(trimmer->xOf(51) + 4);
+    EXPECT_EQ(trimmer->trackedPart(), TrimmerView::Part::end);
+    trimmer->endTracking();
+    // The bar stays between the handles.
+    drag(200, 300);
+    EXPECT_EQ(trimmer->position(), 50);
+    // Taken off its middle, a handle does not jump.
+    events.clear();
+    trimmer->beginTracking(trimmer->xOf(51) + 20);
+    trimmer->track(trimmer->xOf(51) + 20);
+    EXPECT_NEAR(trimmer->end(), 51, 1e-9);
+    trimmer->endTracking();
+    EXPECT_EQ(events, (std::vector{ui::ControlEvent::touchDown, ui::ControlEvent::touchUpInside}));
+
+    trimmer->setEnabled(false);
+    drag(10, 500);
+    trimmer->nudge(TrimmerView::Part::start, 1);
+    EXPECT_EQ(trimmer->start(), 50);
+}
+
+TEST_F(TrimmerViewTest, AHandleHeldStillShowsItsSurroundings) {
+    trimmer->setStart(40);
+    const double handle = trimmer->xOf(40) - 10;
+    trimmer->beginTracking(handle);
+    platform->advance(0.3);
+    trimmer->track(handle + 20);  // not still
+    platform->advance(0.4);
+    EXPECT_FALSE(trimmer->isZoomed());
+    platform->advance(0.2);
+    ASSERT_TRUE(trimmer->isZoomed());
+    EXPECT_EQ(rowChanges, 1);
+    EXPECT_NEAR(trimmer->visibleEnd() - trimmer->visibleStart(), 12.5, 1e-9);
+    EXPECT_NEAR(trimmer->xOf(trimmer->start()), handle + 30, 1) << "the handle stays under the finger";
+    const double before = trimmer->start();
+    trimmer->track(handle + 20 + 80);
+    EXPECT_NEAR(trimmer->start() - before, 1, 0.11) << "eight times finer";
+    trimmer->track(5000);
+    EXPECT_LE(trimmer->start(), trimmer->visibleEnd() + trimmer->step());
+    trimmer->endTracking();
+    EXPECT_FALSE(trimmer->isZoomed());
+    EXPECT_EQ(rowChanges, 2);
+    platform->advance(1);
+    EXPECT_FALSE(trimmer->isZoomed());
+
+    // There is nothing to see closer in a short clip; and a view that is gone is left alone.
+    trimmer->setClip(1.5, 0.1);
+    trimmer->beginTracking(10);
+    platform->advance(1);
+    EXPECT_FALSE(trimmer->isZoomed());
+    trimmer->endTracking();
+    auto other = std::make_shared<TrimmerView>();
+    other->setFrame({0, 0, 200, 50});
+    other->setClip(60, 0);
+    other->beginTracking(10);
+    other.reset();
+    platform->advance(1);
+}
+
+TEST_F(TrimmerViewTest, ShortClipsAreKeptWhole) {
+    for (const double duration : {0.5, 1.0, 1 / 30.0, 0.0}) {
+        trimmer->setClip(duration, 1 / 30.0);
+        drag(10, 500);
+        drag(1030, 100);
+        EXPECT_EQ(trimmer->start(), 0) << duration;
+        EXPECT_EQ(trimmer->end(), duration) << duration;
+    }
+}
+
+TEST_F(TrimmerViewTest, TheKeyboardMovesByFrames) {
+    trimmer->setClip(10.04, 0.1);  // its end is between two frames
+    trimmer->nudge(TrimmerView::Part::start, 3);
+    EXPECT_NEAR(trimmer->start(), 0.3, 1e-9);
+    trimmer->nudge(TrimmerView::Part::end, -1);
+    EXPECT_NEAR(trimmer->end(), 10.0, 1e-9);
+    trimmer->nudge(TrimmerView::Part::end, 1);
+    EXPECT_NEAR(trimmer->end(), 10.04, 1e-9);
+    trimmer->nudge(TrimmerView::Part::position, -1);
+    EXPECT_NEAR(trimmer->position(), trimmer->start(), 1e-9);
+}
+
+TEST_F(TrimmerViewTest, ThumbnailsFillTheRowAndStandInForEachOther) {
+    trimmer->layOutThumbnails(2);  // 100 points wide each
+    ASSERT_EQ(trimmer->thumbnails().size(), 10U);
+    EXPECT_NEAR(trimmer->thumbnails()[0].time, 5, 1e-9);
+    EXPECT_NEAR(trimmer->thumbnails()[9].time, 95, 1e-9);
+    const Image first(std::make_shared<const Bitmap>(2, 1, 1));
+    const Image last(std::make_shared<const Bitmap>(2, 1, 1));
+    trimmer->setThumbnail(1, first);
+    trimmer->setThumbnail(8, last);
+    trimmer->setThumbnail(10, last);  // no such one
+    trimmer->setFrame({0, 0, 540, 50});
+    trimmer->layOutThumbnails(2);
+    ASSERT_EQ(trimmer->thumbnails().size(), 5U);
+    EXPECT_EQ(trimmer->thumbnails()[1].image, first);
+    EXPECT_EQ(trimmer->thumbnails()[3].image, last);
+    // Neither a strange shape nor an endless row makes too many.
+    trimmer->layOutThumbnails(1e-9);
+    EXPECT_LE(trimmer->thumbnails().size(), 200U);
+    trimmer->layOutThumbnails(0);
+    trimmer->layOutThumbnails(1e9);
+    EXPECT_EQ(trimmer->thumbnails().size(), 1U);
+}
+
+}  // namespace
+}  // namespace videoanalysis

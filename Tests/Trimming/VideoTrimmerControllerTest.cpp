@@ -1,0 +1,297 @@
+// The trim screen from a player's edit to its outcome.
+
+#include "Support/ComponentTest.h"
+#include "VideoAnalysis/Trimming/CropView.h"
+#include "VideoAnalysis/Trimming/TrimmerView.h"
+#include "VideoAnalysis/Trimming/VideoTrimmerController.h"
+
+#include <algorithm>
+
+namespace videoanalysis {
+namespace {
+
+class VideoTrimmerControllerTest : public ComponentTest {
+protected:
+    void SetUp() override {
+        delegate = std::make_shared<RecordingDelegate>();
+        store().dispatch(SetConfigurationAction(VideoAnalysisConfiguration(true, true, {}, {}, delegate)));
+        store().dispatch(AddMediaAction(clip("a.mov", {300, {1, 30}, {640, 360}})));
+        store().dispatch(AddMediaAction(clip("b.mp4")));
+        show();
+    }
+
+    /// The screen over the analysis; null when there is none.
+    std::shared_ptr<VideoTrimmerController> editor() {
+        const auto presenter = players().front()->presenteeViewController.lock();
+        return std::dynamic_pointer_cast<VideoTrimmerController>(presenter->presentedViewController());
+    }
+    std::shared_ptr<VideoTrimmerController> edit(std::size_t index = 0) {
+        players().at(index)->edit(control);
+        platform->advance(0.1);
+        return editor();
+    }
+    HeadlessPlayer& playerOf(VideoTrimmerController& screen) {
+        return dynamic_cast<HeadlessPlayer&>(*screen.playerView.lock()->player());
+    }
+    /// Everything that happens before the clock moves.
+    void settle() { platform->drainMainQueue(); }
+    void drawLine() {
+        sketchOf(0).pathArray.push_back(SketchTool::make(SketchToolType::line));
+    }
+    std::vector<VideoAnalysisController::Object> mediaList() { return *store().state().media; }
+
+    std::shared_ptr<RecordingDelegate> delegate;
+    ui::Control control;
+};
+
+TEST_F(VideoTrimmerControllerTest, TheClipPlaysInALoopBetweenTheHandles) {
+    const auto screen = edit();
+    ASSERT_TRUE(screen);
+    EXPECT_EQ(screen->modalPresentationStyle(), ui::ModalPresentationStyle::formSheet);
+    EXPECT_EQ(screen->url.absoluteString(), "file:///a.mov");
+    HeadlessPlayer& player = playerOf(*screen);
+    const auto trimmer = screen->trimmerView.lock();
+    EXPECT_EQ(player.rate(), 1);
+    EXPECT_NEAR(trimmer->duration(), 10, 1e-9);
+    EXPECT_EQ(screen->durationLabel.lock()->text(), "0:10.00");
+    EXPECT_EQ(screen->playButton.lock()->image().name(), "pause.fill");
+
+    // The finger stops it and shows the frame under the handle: the first one that is kept, the last one that is.
+    trimmer->beginTracking(trimmer->xOf(0) - 10);
+    EXPECT_EQ(player.rate(), 0);
+    trimmer->track(trimmer->xOf(2) - 10);
+    settle();
+    EXPECT_EQ(player.currentFrame()->index(), 60);
+    EXPECT_EQ(screen->startLabel.lock()->text(), "0:02.00");
+    trimmer->endTracking();
+    EXPECT_EQ(player.rate(), 1);
+    trimmer->beginTracking(trimmer->xOf(10) + 10);
+    trimmer->track(trimmer->xOf(4) + 10);
+    settle();
+    EXPECT_EQ(player.currentFrame()->index(), 119);
+    EXPECT_EQ(screen->durationLabel.lock()->text(), "0:02.00");
+    trimmer->endTracking();
+
+    // Never outside the handles, and round and round.
+    std::int64_t latest = 0;
+    int rounds = 0;
+    for (int tick = 0; tick < 240; ++tick) {
+        platform->advance(1 / 30.0);
+        const std::int64_t frame = player.currentFrame()->index();
+        ASSERT_GE(frame, 60);
+        ASSERT_LE(frame, 120);
+        rounds += frame < latest ? 1 : 0;
+        latest = frame;
+        ASSERT_NEAR(trimmer->position(), static_cast<double>(frame) / 30, 0.04);
+    }
+    EXPECT_GE(rounds, 3);
+    screen->togglePlaying(control);
+    EXPECT_EQ(player.rate(), 0);
+    trimmer->nudge(TrimmerView::Part::position, 1000);
+    EXPECT_EQ(player.rate(), 0) << "the keyboard does not start it";
+    screen->togglePlaying(control);
+    settle();
+    EXPECT_EQ(player.rate(), 1);
+
+    // To the clip's own end as well.
+    trimmer->setEnd(10);
+    screen->togglePlaying(control);
+    platform->advance(12);
+    screen->togglePlaying(control);
+    platform->advance(9);
+    EXPECT_EQ(player.rate(), 1);
+}
+
+TEST_F(VideoTrimmerControllerTest, ThumbnailsFillTheRowAndAgainWhenItShowsSomethingElse) {
+    const auto screen = edit();
+    const auto trimmer = screen->trimmerView.lock();
+    const auto areThere = [&] {
+        return !trimmer->thumbnails().empty() &&
+               std::all_of(trimmer->thumbnails().begin(), trimmer->thumbnails().end(),
+                           [](const auto& thumbnail) { return !thumbnail.image.isEmpty(); });
+    };
+    EXPECT_TRUE(areThere());
+    const std::size_t count = trimmer->thumbnails().size();
+    trimmer->setFrame({0, 0, 720, 48});
+    settle();
+    EXPECT_GT(trimmer->thumbnails().size(), count);
+    EXPECT_TRUE(areThere());
+    trimmer->beginTracking(10);
+    platform->advance(0.6);
+    EXPECT_TRUE(trimmer->isZoomed());
+    EXPECT_LT(trimmer->thumbnails().back().time, 3);
+    trimmer->endTracking();
+}
+
+TEST_F(VideoTrimmerControllerTest, ASavedEditReplacesTheClipOnceTheEditorIsGone) {
+    drawLine();
+    const auto screen = edit();
+    const auto trimmer = screen->trimmerView.lock();
+    trimmer->setStart(2);
+    trimmer->setEnd(5);
+    screen->toggleCropping(control);
+    control.setTag(static_cast<int>(CropView::Aspect::square));
+    screen->chooseAspect(control);
+    screen->save(control);
+    ASSERT_TRUE(screen->isSaving());
+    const auto job = platform->mediaEngine.newestExport.lock();
+    ASSERT_TRUE(job);
+    EXPECT_EQ(job->request.source.absoluteString(), "file:///a.mov");
+    // Inside the frames that the handles stand before.
+    EXPECT_GT(job->request.start.seconds(), 2);
+    EXPECT_LT(job->request.start.seconds(), 2 + 1 / 30.0);
+    EXPECT_GT(job->request.end.seconds(), 5 - 1 / 30.0);
+    EXPECT_LT(job->request.end.seconds(), 5);
+    EXPECT_NEAR(job->request.crop.size.width, 360.0 / 640, 1e-9);
+    const std::string path = job->request.target.path();
+    EXPECT_TRUE(path.starts_with("/tmp/") && path.ends_with(".mov")) << path;
+    EXPECT_EQ(path.size(), std::string("/tmp/.mov").size() + 36);
+
+    // Its progress is shown, nothing else can be pressed meanwhile.
+    EXPECT_FALSE(screen->saveButton.lock()->isEnabled());
+    EXPECT_FALSE(trimmer->isEnabled());
+    EXPECT_EQ(playerOf(*screen).rate(), 0);
+    job->progressMade = 0.25;
+    platform->advance(2);
+    const auto progress = screen->progressView.lock();
+    EXPECT_FALSE(progress->isHidden());
+    EXPECT_EQ(progress->progress(), 0.25);
+    ASSERT_TRUE(progress->secondsLeft());
+    EXPECT_NEAR(*progress->secondsLeft(), 6, 0.3);
+    screen->save(control);
+    EXPECT_EQ(platform->mediaEngine.newestExport.lock(), job);
+
+    job->end({media::ExportResult::Status::finished, {}});
+    platform->queue.runTurn();
+    EXPECT_TRUE(sketchOf(0).pathArray.empty()) << "the drawings go first";
+    EXPECT_EQ(mediaList()[0].url.absoluteString(), "file:///a.mov") << "the editor is still there";
+    settle();
+    EXPECT_FALSE(editor());
+    ASSERT_EQ(mediaList().size(), 2U);
+    EXPECT_EQ(mediaList()[0].url.path(), path);
+    EXPECT_FALSE(mediaList()[0].stack);
+    EXPECT_EQ(mediaList()[1].url.absoluteString(), "file:///b.mp4");
+    EXPECT_TRUE(delegate->calls.empty());
+}
+
+TEST_F(VideoTrimmerControllerTest, CancellingLeavesEverythingAsItWas) {
+    drawLine();
+    auto screen = edit();
+    const std::weak_ptr<media::Player> player = screen->playerView.lock()->player();
+    screen->save(control);
+    // The first press ends the save, the screen stays.
+    screen->cancel(control);
+    settle();
+    EXPECT_EQ(editor(), screen);
+    EXPECT_FALSE(screen->isSaving());
+    EXPECT_TRUE(screen->saveButton.lock()->isEnabled());
+    EXPECT_TRUE(screen->progressView.lock()->isHidden());
+    screen->cancel(control);
+    screen->cancel(control);
+    settle();
+    EXPECT_FALSE(editor());
+    EXPECT_EQ(mediaList()[0].url.absoluteString(), "file:///a.mov");
+    EXPECT_EQ(sketchOf(0).pathArray.size(), 1U);
+    EXPECT_TRUE(delegate->calls.empty());
+    const std::weak_ptr<VideoTrimmerController> gone = screen;
+    screen.reset();
+    settle();
+    EXPECT_TRUE(gone.expired()) << "nothing holds on to it";
+    EXPECT_TRUE(player.expired());
+}
+
+TEST_F(VideoTrimmerControllerTest, AFailedSaveIsWrittenToTheOutputAndChangesNothing) {
+    drawLine();
+    const auto screen = edit();
+    screen->save(control);
+    testing::internal::CaptureStdout();
+    platform->mediaEngine.newestExport.lock()->end({media::ExportResult::Status::failed, "No space left on device"});
+    settle();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "A error occurred while editing video: No space left on device\n");
+    EXPECT_FALSE(editor());
+    EXPECT_EQ(mediaList()[0].url.absoluteString(), "file:///a.mov");
+    EXPECT_EQ(sketchOf(0).pathArray.size(), 1U);
+
+    platform->directory.clear();
+    edit()->save(control);
+    testing::internal::CaptureStdout();
+    settle();
+    testing::internal::GetCapturedStdout();
+    EXPECT_FALSE(editor());
+}
+
+TEST_F(VideoTrimmerControllerTest, TheClipMayBeReplacedOrGoWhileTheEditorIsOpen) {
+    // Replaced: the edit of the old clip reaches nobody.
+    auto screen = edit();
+    screen->save(control);
+    store().dispatch(UpdateMediaAction(0, clip("c.mp4")));
+    settle();
+    platform->mediaEngine.newestExport.lock()->end({media::ExportResult::Status::finished, {}});
+    platform->advance(1);
+    EXPECT_FALSE(editor());
+    EXPECT_EQ(mediaList()[0].url.absoluteString(), "file:///c.mp4");
+
+    // Deleted: the way out is still there.
+    screen = edit(1);
+    store().dispatch(RemoveMediaAction(1));
+    settle();
+    screen->cancel(control);
+    platform->advance(1);
+    EXPECT_FALSE(editor());
+    EXPECT_EQ(mediaList().size(), 1U);
+
+    // The screen is taken away in the middle of a save.
+    screen = edit();
+    screen->save(control);
+    EXPECT_FALSE(platform->mediaEngine.newestExport.expired());
+    screen->dismiss(false, {});
+    platform->advance(1);
+    EXPECT_TRUE(platform->mediaEngine.newestExport.expired()) << "the export ends with it";
+    EXPECT_EQ(mediaList()[0].url.absoluteString(), "file:///c.mp4");
+}
+
+TEST_F(VideoTrimmerControllerTest, WhatCannotBeOpenedOpensNothing) {
+    platform->headlessBundle.missing = {"VideoTrimmerController"};
+    EXPECT_FALSE(edit());
+    platform->headlessBundle.missing = {"Main"};
+    EXPECT_FALSE(edit());
+    platform->headlessBundle.missing.clear();
+    VideoAnalysisController analysis({clip("a.mov"), {URL("file:///unreadable"), {}}});
+    analysis.editMedia(0);  // there is no screen yet to present it from
+    settle();
+    show();
+    analysis.editMedia(-1);
+    analysis.editMedia(2);
+    settle();
+    EXPECT_FALSE(editor());
+
+    // A clip that cannot be read: nothing to save, only the way out.
+    analysis.editMedia(1);
+    platform->advance(1);
+    const auto screen = editor();
+    ASSERT_TRUE(screen);
+    EXPECT_FALSE(screen->saveButton.lock()->isEnabled());
+    screen->save(control);
+    EXPECT_FALSE(screen->isSaving());
+    screen->togglePlaying(control);
+    screen->cancel(control);
+    platform->advance(1);
+    EXPECT_FALSE(editor());
+}
+
+TEST_F(VideoTrimmerControllerTest, AClipOfOneFrameIsSavedWhole) {
+    store().dispatch(UpdateMediaAction(0, clip("one.webm", {1, {1, 30}, {64, 64}})));
+    platform->advance(1);
+    const auto screen = edit();
+    screen->trimmerView.lock()->nudge(TrimmerView::Part::start, 5);
+    screen->trimmerView.lock()->nudge(TrimmerView::Part::end, -5);
+    platform->advance(0.5);
+    screen->save(control);
+    const auto job = platform->mediaEngine.newestExport.lock();
+    ASSERT_TRUE(job);
+    EXPECT_LT(job->request.start.seconds(), job->request.end.seconds());
+    EXPECT_TRUE(job->request.target.path().ends_with(".webm"));
+}
+
+}  // namespace
+}  // namespace videoanalysis

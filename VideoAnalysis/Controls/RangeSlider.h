@@ -1,0 +1,69 @@
+#pragma once
+// A slider with two thumbs for a range of values. Usable by itself, by the component's screens and a host's; a screen's peer shows
+// it and tells it what fingers and keys do.
+
+#include "VideoAnalysis/Platform/UI/Control.h"
+
+#include <functional>
+#include <string>
+
+namespace videoanalysis {
+
+/// Sends `touchDown` when a thumb is taken, `valueChanged` for every change by the user, `touchUpInside` when it is let go. Main
+/// thread.
+class RangeSlider : public ui::Control {
+public:
+    enum class Thumb { none, lower, upper };
+
+    double minimumValue() const { return minimum_; }
+    double maximumValue() const { return maximum_; }
+    /// `minimum` <= `maximum`; the values follow into it. Others are put in order, ones that are not finite are ignored.
+    void setRange(double minimum, double maximum);
+    /// The least between the thumbs; 0 at first. At most the whole range counts.
+    double minimumDistance() const;
+    void setMinimumDistance(double distance);
+    /// The values are whole multiples of this from the minimum on, or the maximum; 0 for any value.
+    double step() const { return step_; }
+    void setStep(double step);
+
+    /// minimumValue <= lowerValue <= upperValue <= maximumValue.
+    double lowerValue() const { return lower_; }
+    double upperValue() const { return upper_; }
+    /// Neither moves the other one; each stops at the minimum distance.
+    void setLowerValue(double value);
+    void setUpperValue(double value);
+
+    Thumb trackedThumb() const { return tracked_; }
+
+    /// What stands beside the thumbs and what assistive technology says; the value with at most two decimals by default.
+    std::function<std::string(double)> textOfValue;
+    std::string textOf(double value) const;
+
+    // For the platform; fractions are of the way from the minimum to the maximum.
+
+    double lowerFraction() const { return fractionOf(lower_); }
+    double upperFraction() const { return fractionOf(upper_); }
+    /// A finger comes down: takes the nearer thumb. Of two at one place, the one that can still move there.
+    void beginTracking(double fraction);
+    void track(double fraction);
+    void endTracking();
+    /// The keyboard moves a thumb by so many steps, or hundredths of the range without a step.
+    void nudge(Thumb thumb, int steps);
+
+private:
+    double fractionOf(double value) const;
+    double onStep(double value) const;
+    bool move(Thumb thumb, double value);
+    void settle();
+
+    double minimum_ = 0;
+    double maximum_ = 1;
+    double distance_ = 0;
+    double step_ = 0;
+    double lower_ = 0;
+    double upper_ = 1;
+    Thumb tracked_ = Thumb::none;
+    double grip_ = 0;
+};
+
+}  // namespace videoanalysis

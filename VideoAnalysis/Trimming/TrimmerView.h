@@ -1,0 +1,115 @@
+#pragma once
+// The trimmer control: a row of thumbnails with a handle at either end of what is kept and a bar where the clip plays. The trim
+// screen's controller fills and reads it; a screen's peer shows it and tells it what a finger or a key does.
+
+#include "VideoAnalysis/Platform/UI/Control.h"
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace videoanalysis {
+
+namespace dispatch {
+class Timer;
+}
+
+/// Times are seconds from the beginning of the clip; positions are points from the view's left edge. Main thread.
+class TrimmerView : public ui::Control {
+public:
+    /// What can be moved.
+    enum class Part { none, start, end, position };
+
+    struct Thumbnail {
+        double time = 0;  ///< the middle of the stretch that it stands for
+        Image image;      ///< empty until it is there
+    };
+
+    ~TrimmerView() override;
+
+    double duration() const { return duration_; }
+    /// Another clip: everything of it is kept, and the thumbnails are gone. `step` (0 for none) is what times are rounded to,
+    /// a frame.
+    void setClip(double duration, double step);
+    double step() const { return step_; }
+    /// The least that can be kept, 1 s at first; at most the clip's duration.
+    double minimumDuration() const;
+    void setMinimumDuration(double seconds);
+
+    /// 0 <= start < end <= duration.
+    double start() const { return start_; }
+    double end() const { return end_; }
+    /// Where the bar stands.
+    double position() const { return position_; }
+    void setPosition(double time);
+    /// Moves a handle as the user would: not past the other one, not nearer to it than the minimum duration.
+    void setStart(double time);
+    void setEnd(double time);
+    /// The handle under the user's finger.
+    Part trackedPart() const { return tracked_; }
+
+    /// The stretch of time that the row shows: the whole clip, or a part while a handle is held still.
+    double visibleStart() const { return visibleStart_; }
+    double visibleEnd() const { return visibleEnd_; }
+    bool isZoomed() const { return visibleEnd_ - visibleStart_ < duration_; }
+    /// How wide a handle is; the row lies between the two.
+    static constexpr double handleWidth = 20;
+    /// Where the row lies in the view.
+    Rect rowRect() const;
+    /// A moment's place; outside the row for one that the row does not show.
+    double xOf(double time) const;
+    double timeAt(double x) const;
+
+    /// Divides what the row shows into as many thumbnails as pictures of `aspect` (width over height) fit beside each other;
+    /// each begins with the nearest picture so far. Their times are then in `thumbnails`.
+    void layOutThumbnails(double aspect);
+    const std::vector<Thumbnail>& thumbnails() const { return thumbnails_; }
+    /// In points; the last one may reach out of the row.
+    double thumbnailWidth() const { return thumbnailWidth_; }
+    void setThumbnail(std::size_t index, const Image& image);
+
+    // For the platform.
+
+    /// A finger comes down at `x`: takes the handle within reach, or the bar. Sends `touchDown`.
+    void beginTracking(double x);
+    /// It moves. Sends `valueChanged` when something has changed.
+    void track(double x);
+    /// It goes. Sends `touchUpInside`.
+    void endTracking();
+    /// The keyboard moves a part by `steps` frames. Sends all three events.
+    void nudge(Part part, int steps);
+
+    /// The row shows another stretch or has another size, so that other thumbnails are wanted.
+    std::function<void()> rowObserver;
+
+    /// How long a handle is held still until the row shows its surroundings, in seconds.
+    static constexpr double holdDelay = 0.5;
+
+protected:
+    void boundsDidChange(const Rect& old) override;
+
+private:
+    double rounded(double time) const;
+    bool move(Part part, double time);
+    void waitForHold();
+    void zoomIn();
+    void zoomOut();
+
+    double duration_ = 0;
+    double step_ = 0;
+    double minimum_ = 1;
+    double start_ = 0;
+    double end_ = 0;
+    double position_ = 0;
+    double visibleStart_ = 0;
+    double visibleEnd_ = 0;
+    std::vector<Thumbnail> thumbnails_;
+    double thumbnailWidth_ = 0;
+    Part tracked_ = Part::none;
+    double grip_ = 0;   // from the finger to the part's place
+    double heldX_ = 0;  // where the finger has been since the timer started
+    std::shared_ptr<dispatch::Timer> holdTimer_;
+};
+
+}  // namespace videoanalysis

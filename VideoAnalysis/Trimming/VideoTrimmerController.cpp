@@ -1,0 +1,380 @@
+#include "VideoAnalysis/Trimming/VideoTrimmerController.h"
+
+#include "VideoAnalysis/Platform/Dispatch.h"
+#include "VideoAnalysis/Platform/Platform.h"
+#include "VideoAnalysis/Platform/UI/Bundle.h"
+#include "VideoAnalysis/Platform/UI/Device.h"
+#include "VideoAnalysis/Platform/UUID.h"
+#include "VideoAnalysis/Trimming/CropView.h"
+#include "VideoAnalysis/Trimming/TrimmerView.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <string_view>
+#include <utility>
+
+namespace videoanalysis {
+namespace {
+
+constexpr double progressInterval = 0.1;  // seconds
+constexpr std::int32_t timescale = 1'000'000;
+
+/// The container of the saved file: the clip's own where it is one that is written, otherwise the usual one.
+std::string extensionFor(const URL& url) {
+    static constexpr std::array<std::string_view, 5> kept = {".mp4", ".m4v", ".mov", ".mkv", ".webm"};
+    const std::string path = url.path();
+    const std::size_t dot = path.rfind('.');
+    std::string extension = dot == std::string::npos ? std::string() : path.substr(dot);
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    return std::find(kept.begin(), kept.end(), extension) == kept.end() ? ".mp4" : extension;
+}
+
+}  // namespace
+
+void SaveProgressView::setProgress(double progress, std::optional<double> secondsLeft) {
+    progress_ = progress;
+    secondsLeft_ = secondsLeft;
+    notify(ui::Property::value);
+}
+
+VideoTrimmerController::~VideoTrimmerController() {
+    if (progressTimer_) progressTimer_->invalidate();
+}
+
+void VideoTrimmerController::connectOutlets(ui::Outlets& outlets) {
+    outlets.connect("playerView", playerView);
+    outlets.connect("trimmerView", trimmerView);
+    outlets.connect("cropView", cropView);
+    outlets.connect("playButton", playButton);
+    outlets.connect("saveButton", saveButton);
+    outlets.connect("cancelButton", cancelButton);
+    outlets.connect("cropButton", cropButton);
+    outlets.connect("aspectButtons", aspectButtons);
+    outlets.connect("aspectsView", aspectsView);
+    outlets.connect("startLabel", startLabel);
+    outlets.connect("endLabel", endLabel);
+    outlets.connect("durationLabel", durationLabel);
+    outlets.connect("progressView", progressView);
+
+    outlets.action("togglePlaying:", [this](ui::Control& sender) { togglePlaying(sender); });
+    outlets.action("toggleCropping:", [this](ui::Control& sender) { toggleCropping(sender); });
+    outlets.action("chooseAspect:", [this](ui::Control& sender) { chooseAspect(sender); });
+    outlets.action("save:", [this](ui::Control& sender) { save(sender); });
+    outlets.action("cancel:", [this](ui::Control& sender) { cancel(sender); });
+}
+
+// ---- Life cycle
+
+void VideoTrimmerController::viewDidLoad() {
+    const auto trimmer = ui::required(trimmerView, "trimmerView");
+    trimmer->addAction(ui::ControlEvent::touchDown, [this](ui::Control&) { trackingBegan(); });
+    trimmer->addAction(ui::ControlEvent::valueChanged, [this](ui::Control&) { tracked(); });
+    trimmer->addAction(ui::ControlEvent::touchUpInside, [this](ui::Control&) { trackingEnded(); });
+    trimmer->rowObserver = [this] { requestThumbnails(); };
+    ui::required(playerView, "playerView")->setContentMode(ui::ContentMode::scaleToFill);
+    updateControls();
+    updateLabels();
+}
+
+void VideoTrimmerController::viewWillAppear(bool) {
+    const auto video = ui::required(playerView, "playerView");
+    video->delegate = std::static_pointer_cast<VideoTrimmerController>(shared_from_this());
+    video->setURL(url);
+    generator_ = platform().media().makeImageGenerator(url);
+}
+
+void VideoTrimmerController::viewDidDisappear(bool) {
+    // Whoever took the screen away: nothing of it plays, and nothing half done is left.
+    if (progressTimer_) progressTimer_->invalidate();
+    progressTimer_ = nullptr;
+    session_ = nullptr;
+    generator_ = nullptr;
+    if (const auto active = player(); active && timeObserver_) active->removeTimeObserver(timeObserver_);
+    timeObserver_ = nullptr;
+    if (const auto video = playerView.lock()) video->setURL(std::nullopt);
+}
+
+// ---- Playing
+
+std::shared_ptr<media::Player> VideoTrimmerController::player() const {
+    const auto video = playerView.lock();
+    return video ? video->player() : nullptr;
+}
+
+media::Time VideoTrimmerController::timeOf(double seconds) const {
+    return media::Time::fromSeconds(std::max(seconds, 0.0), timescale);
+}
+
+// The handles stand where frames meet. A quarter of a frame inside, rounding cannot take the wrong one.
+media::Time VideoTrimmerController::startTime() const {
+    const auto trimmer = ui::required(trimmerView, "trimmerView");
+    return timeOf(trimmer->start() + trimmer->step() * 0.25);
+}
+
+media::Time VideoTrimmerController::endTime() const {
+    const auto trimmer = ui::required(trimmerView, "trimmerView");
+    return timeOf(trimmer->end() - trimmer->step() * 0.25);
+}
+
+void VideoTrimmerController::playerReadyToPlayFor(VideoView& videoView) {
+    const std::shared_ptr<media::Player> active = videoView.player();
+    const media::PlayerItem& item = *active->currentItem();
+    const std::vector<media::VideoTrack> tracks = item.videoTracks();
+    const media::Time frame = tracks.empty() ? media::Time(1, 30) : tracks.front().minFrameDuration;
+    isReady_ = true;
+    ui::required(trimmerView, "trimmerView")->setClip(item.duration().seconds(), frame.seconds());
+    ui::required(cropView, "cropView")->setPictureSize(item.presentationSize());
+    if (!timeObserver_) {
+        const std::weak_ptr<ui::ViewController> weak = weak_from_this();
+        timeObserver_ = active->addPeriodicTimeObserver(frame, [this, weak](const media::Time& time) {
+            if (const auto alive = weak.lock()) timeDidChange(time);
+        });
+    }
+    requestThumbnails();
+    updateControls();
+    updateLabels();
+    play();
+}
+
+void VideoTrimmerController::playbackDidFinishFor(VideoView&) {
+    if (!isPlaying_) return;
+    show(startTime());
+    player()->play();
+}
+
+void VideoTrimmerController::play() {
+    const auto active = player();
+    if (!active || !isReady_) return;
+    isPlaying_ = true;
+    const media::Time now = active->currentTime();
+    if (media::compare(now, startTime()) < 0 || media::compare(now, endTime()) >= 0) show(startTime());
+    active->play();
+    updateControls();
+}
+
+void VideoTrimmerController::pause() {
+    isPlaying_ = false;
+    if (const auto active = player()) active->pause();
+    updateControls();
+}
+
+void VideoTrimmerController::show(const media::Time& time) {
+    if (const auto active = player()) active->seek(time, media::Time::zero(), media::Time::zero());
+}
+
+void VideoTrimmerController::timeDidChange(const media::Time& time) {
+    const auto trimmer = ui::required(trimmerView, "trimmerView");
+    if (trimmer->trackedPart() != TrimmerView::Part::none) return;  // the bar is under the finger, or out of the way
+    if (isPlaying_ && media::compare(time, endTime()) >= 0) {
+        show(startTime());
+        return;
+    }
+    trimmer->setPosition(std::clamp(time.seconds(), trimmer->start(), trimmer->end()));
+}
+
+void VideoTrimmerController::togglePlaying(ui::Control&) {
+    if (isPlaying_) {
+        pause();
+    } else {
+        play();
+    }
+}
+
+// ---- The handles
+
+void VideoTrimmerController::trackingBegan() {
+    wasPlaying_ = isPlaying_;
+    if (isPlaying_) pause();
+    tracked();
+}
+
+void VideoTrimmerController::tracked() {
+    const auto trimmer = ui::required(trimmerView, "trimmerView");
+    switch (trimmer->trackedPart()) {
+        case TrimmerView::Part::start: show(startTime()); break;
+        case TrimmerView::Part::end: show(endTime()); break;
+        case TrimmerView::Part::position: show(timeOf(trimmer->position() + trimmer->step() * 0.25)); break;
+        case TrimmerView::Part::none: break;
+    }
+    updateLabels();
+}
+
+void VideoTrimmerController::trackingEnded() {
+    const auto trimmer = ui::required(trimmerView, "trimmerView");
+    trimmer->setPosition(std::clamp(trimmer->trackedPart() == TrimmerView::Part::start  ? trimmer->start()
+                                    : trimmer->trackedPart() == TrimmerView::Part::end ? trimmer->end()
+                                                                                       : trimmer->position(),
+                                    trimmer->start(), trimmer->end()));
+    if (!std::exchange(wasPlaying_, false)) return;
+    // After the end handle, what leads up to the cut is what one wants to see.
+    if (trimmer->trackedPart() == TrimmerView::Part::end) {
+        constexpr double leadUp = 1.5;  // seconds
+        show(timeOf(std::max(trimmer->start(), trimmer->end() - leadUp) + trimmer->step() * 0.25));
+        isPlaying_ = true;
+        player()->play();
+        updateControls();
+    } else {
+        play();
+    }
+}
+
+void VideoTrimmerController::requestThumbnails() {
+    if (!isReady_ || std::exchange(areThumbnailsDue_, true)) return;
+    // Once for all changes of a turn: a window that is resized, a row that is zoomed.
+    const std::weak_ptr<ui::ViewController> weak = weak_from_this();
+    dispatch::mainQueue().async([this, weak] {
+        const auto alive = weak.lock();
+        const auto trimmer = trimmerView.lock();
+        areThumbnailsDue_ = alive == nullptr && areThumbnailsDue_;
+        if (!alive || !trimmer || !generator_) return;
+        generator_->cancelAll();
+        const Size picture = player()->currentItem()->presentationSize();
+        if (picture.isEmpty()) return;
+        trimmer->layOutThumbnails(picture.width / picture.height);
+        std::vector<media::Time> times;
+        for (const TrimmerView::Thumbnail& thumbnail : trimmer->thumbnails()) times.push_back(timeOf(thumbnail.time));
+        const double scale = platform().mainScreen().scale();
+        const double height = trimmer->rowRect().size.height * scale;
+        generator_->generate(times, {height * picture.width / picture.height, height},
+                             media::ImageGenerator::Order::approximateFirst,
+                             [weakTrimmer = trimmerView, times](const media::GeneratedImage& made) {
+                                 const auto row = weakTrimmer.lock();
+                                 if (!row || !made.bitmap) return;
+                                 for (std::size_t i = 0; i < times.size(); ++i) {
+                                     if (times[i] == made.requestedTime) row->setThumbnail(i, Image(made.bitmap));
+                                 }
+                             });
+    });
+}
+
+// ---- Cropping
+
+void VideoTrimmerController::toggleCropping(ui::Control&) {
+    const auto crop = ui::required(cropView, "cropView");
+    crop->setCropping(!crop->isCropping());
+    updateControls();
+}
+
+void VideoTrimmerController::chooseAspect(ui::Control& sender) {
+    const auto wanted = std::find_if(CropView::allAspects.begin(), CropView::allAspects.end(),
+                                     [&](CropView::Aspect aspect) { return static_cast<int>(aspect) == sender.tag(); });
+    if (wanted != CropView::allAspects.end()) ui::required(cropView, "cropView")->setAspect(*wanted);
+    updateControls();
+}
+
+// ---- Saving
+
+void VideoTrimmerController::save(ui::Control&) {
+    if (session_ || !isReady_ || hasFinished_) return;
+    const std::string directory = platform().temporaryDirectory();
+    if (directory.empty()) {
+        finish([](auto& listener, auto& self, const auto& text) { listener.videoEditorControllerDidFailWithError(self, text); },
+               "there is no directory for temporary files");
+        return;
+    }
+    pause();
+    savedPath_ = directory + "/" + newUUID() + extensionFor(url);
+    saveBegan_ = platform().wallClock();
+    const std::weak_ptr<ui::ViewController> weak = weak_from_this();
+    session_ = platform().media().startExport(
+        {url, startTime(), endTime(), ui::required(cropView, "cropView")->crop(), URL::fileURL(savedPath_)},
+        [this, weak](const media::ExportResult& result) {
+            if (const auto alive = weak.lock()) saveEnded(result);
+        });
+    progressTimer_ = platform().scheduleTimer(progressInterval, true, [this, weak] {
+        if (const auto alive = weak.lock()) updateProgress();
+    });
+    ui::required(progressView, "progressView")->setProgress(0, std::nullopt);
+    updateControls();
+}
+
+void VideoTrimmerController::updateProgress() {
+    if (!session_) return;
+    const double progress = session_->progress();
+    const double elapsed = platform().wallClock() - saveBegan_;
+    // Too early, the rest cannot be told from the beginning.
+    const bool isTold = progress > 0.05 && elapsed > 0.5;
+    ui::required(progressView, "progressView")
+        ->setProgress(progress, isTold ? std::optional(elapsed * (1 - progress) / progress) : std::nullopt);
+}
+
+void VideoTrimmerController::saveEnded(const media::ExportResult& result) {
+    if (progressTimer_) progressTimer_->invalidate();
+    progressTimer_ = nullptr;
+    session_ = nullptr;
+    switch (result.status) {
+        case media::ExportResult::Status::finished:
+            finish([](auto& listener, auto& self,
+                      const auto& path) { listener.videoEditorControllerDidSaveEditedVideoToPath(self, path); },
+                   savedPath_);
+            break;
+        case media::ExportResult::Status::failed:
+            finish([](auto& listener, auto& self,
+                      const auto& text) { listener.videoEditorControllerDidFailWithError(self, text); },
+                   result.error);
+            break;
+        case media::ExportResult::Status::cancelled: updateControls(); break;
+    }
+}
+
+void VideoTrimmerController::cancel(ui::Control&) {
+    if (session_) {
+        session_->cancel();
+        return;
+    }
+    finish([](auto& listener, auto& self, const auto&) { listener.videoEditorControllerDidCancel(self); }, {});
+}
+
+void VideoTrimmerController::finish(void (*tell)(VideoEditorControllerDelegate&, ui::ViewController&, const std::string&),
+                                    const std::string& text) {
+    if (std::exchange(hasFinished_, true)) return;
+    pause();
+    if (const auto listener = delegate.lock()) {
+        tell(*listener, *this, text);
+        return;
+    }
+    // The player that asked for the edit is gone: nobody wants the file.
+    if (!savedPath_.empty()) std::remove(savedPath_.c_str());
+    dismiss(true, {});
+}
+
+// ---- What the screen shows
+
+void VideoTrimmerController::updateControls() {
+    const bool isSavingNow = isSaving();
+    const auto crop = ui::required(cropView, "cropView");
+    const auto playing = ui::required(playButton, "playButton");
+    playing->setImage(Image::systemNamed(isPlaying_ ? "pause.fill" : "play.fill"));
+    playing->setEnabled(isReady_ && !isSavingNow);
+    ui::required(trimmerView, "trimmerView")->setEnabled(isReady_ && !isSavingNow);
+    ui::required(saveButton, "saveButton")->setEnabled(isReady_ && !isSavingNow);
+    const auto cropping = ui::required(cropButton, "cropButton");
+    cropping->setEnabled(isReady_ && !isSavingNow);
+    cropping->setSelected(crop->isCropping());
+    ui::required(aspectsView, "aspectsView")->setHidden(!crop->isCropping());
+    for (const std::weak_ptr<ui::Button>& outlet : aspectButtons) {
+        const auto button = ui::required(outlet, "aspectButtons");
+        button->setSelected(button->tag() == static_cast<int>(crop->aspect()));
+        button->setEnabled(!isSavingNow);
+    }
+    ui::required(progressView, "progressView")->setHidden(!isSavingNow);
+}
+
+void VideoTrimmerController::updateLabels() {
+    const auto trimmer = ui::required(trimmerView, "trimmerView");
+    ui::required(startLabel, "startLabel")->setText(textOf(trimmer->start()));
+    ui::required(endLabel, "endLabel")->setText(textOf(trimmer->end()));
+    ui::required(durationLabel, "durationLabel")->setText(textOf(trimmer->end() - trimmer->start()));
+}
+
+std::string VideoTrimmerController::textOf(double seconds) {
+    const auto hundredths = static_cast<long long>(std::llround(std::clamp(seconds, 0.0, 1e9) * 100));
+    char text[32];
+    std::snprintf(text, sizeof text, "%lld:%02lld.%02lld", hundredths / 6000, hundredths / 100 % 60, hundredths % 100);
+    return text;
+}
+
+}  // namespace videoanalysis

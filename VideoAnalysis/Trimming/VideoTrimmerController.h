@@ -1,0 +1,119 @@
+#pragma once
+// The trim screen: the clip plays in a loop between two handles, may be cropped, and what is kept is saved to a file of its own.
+// A player's controller presents it and hears of the outcome as its delegate.
+
+#include "VideoAnalysis/Platform/Media.h"
+#include "VideoAnalysis/Platform/UI/Control.h"
+#include "VideoAnalysis/Platform/UI/ViewController.h"
+#include "VideoAnalysis/Platform/URL.h"
+#include "VideoAnalysis/Player/VideoView.h"
+#include "VideoAnalysis/Trimming/VideoEditorControllerDelegate.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace videoanalysis {
+
+namespace dispatch {
+class Timer;
+}
+class CropView;
+class TrimmerView;
+
+/// How far a save has come; what a progress bar shows.
+class SaveProgressView : public ui::View {
+public:
+    /// 0...1.
+    double progress() const { return progress_; }
+    /// Absent while it cannot be told.
+    std::optional<double> secondsLeft() const { return secondsLeft_; }
+    void setProgress(double progress, std::optional<double> secondsLeft);
+
+private:
+    double progress_ = 0;
+    std::optional<double> secondsLeft_;
+};
+
+/// Main thread.
+class VideoTrimmerController : public ui::ViewController, public VideoViewDelegate {
+public:
+    ~VideoTrimmerController() override;
+
+    std::weak_ptr<VideoEditorControllerDelegate> delegate;
+    /// The clip. Set before the screen appears.
+    URL url;
+
+    std::weak_ptr<VideoView> playerView;
+    std::weak_ptr<TrimmerView> trimmerView;
+    std::weak_ptr<CropView> cropView;
+    std::weak_ptr<ui::Button> playButton;
+    std::weak_ptr<ui::Button> saveButton;
+    std::weak_ptr<ui::Button> cancelButton;
+    std::weak_ptr<ui::Button> cropButton;
+    /// Their tags are `CropView::Aspect`s.
+    std::vector<std::weak_ptr<ui::Button>> aspectButtons;
+    std::weak_ptr<ui::View> aspectsView;
+    std::weak_ptr<ui::Label> startLabel;
+    std::weak_ptr<ui::Label> endLabel;
+    std::weak_ptr<ui::Label> durationLabel;
+    std::weak_ptr<SaveProgressView> progressView;
+
+    bool isSaving() const { return session_ != nullptr; }
+
+    void connectOutlets(ui::Outlets& outlets) override;
+    void viewDidLoad() override;
+    void viewWillAppear(bool animated) override;
+    void viewDidDisappear(bool animated) override;
+
+    // What the controls do.
+    void togglePlaying(ui::Control& sender);
+    void toggleCropping(ui::Control& sender);
+    void chooseAspect(ui::Control& sender);
+    /// Writes what is kept to a file in the temporary directory; the delegate hears of it.
+    void save(ui::Control& sender);
+    /// While saving: ends that, and the screen stays. Otherwise the delegate hears that nothing comes of it.
+    void cancel(ui::Control& sender);
+
+    void playerReadyToPlayFor(VideoView& videoView) override;
+    void playbackDidFinishFor(VideoView& videoView) override;
+
+    /// Minutes, seconds and hundredths, as in "1:02.50".
+    static std::string textOf(double seconds);
+
+private:
+    std::shared_ptr<media::Player> player() const;
+    media::Time startTime() const;
+    media::Time endTime() const;
+    media::Time timeOf(double seconds) const;
+    void play();
+    void pause();
+    void show(const media::Time& time);
+    void timeDidChange(const media::Time& time);
+    void trackingBegan();
+    void tracked();
+    void trackingEnded();
+    void requestThumbnails();
+    void updateControls();
+    void updateLabels();
+    void updateProgress();
+    void saveEnded(const media::ExportResult& result);
+    /// The delegate's operation, or, when nobody is there any more, the screen goes by itself.
+    void finish(void (*tell)(VideoEditorControllerDelegate&, ui::ViewController&, const std::string&),
+                const std::string& text);
+
+    std::shared_ptr<media::ImageGenerator> generator_;
+    std::shared_ptr<void> timeObserver_;
+    bool areThumbnailsDue_ = false;
+    bool isReady_ = false;
+    bool isPlaying_ = false;
+    bool wasPlaying_ = false;  // before the finger came down
+    bool hasFinished_ = false;
+    std::shared_ptr<media::ExportSession> session_;
+    std::string savedPath_;
+    double saveBegan_ = 0;
+    std::shared_ptr<dispatch::Timer> progressTimer_;
+};
+
+}  // namespace videoanalysis
