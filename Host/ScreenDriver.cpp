@@ -94,6 +94,25 @@ void ScreenDriver::drawWithTouch(const std::vector<QPointF>& points) const {
     QTest::touchEvent(window_, touchScreen()).release(finger, points.back().toPoint());
 }
 
+void ScreenDriver::pinch(const QLineF& from, const QLineF& to, const std::vector<QPointF>& strokeFirst) const {
+    constexpr int steps = 10;
+    const QPoint first = (strokeFirst.empty() ? from.p1() : strokeFirst.front()).toPoint();
+    QTest::touchEvent(window_, touchScreen()).press(0, first);
+    for (const QPointF& point : strokeFirst) {
+        QTest::touchEvent(window_, touchScreen()).move(0, point.toPoint());
+        wait(1);
+    }
+    QTest::touchEvent(window_, touchScreen()).move(0, from.p1().toPoint()).press(1, from.p2().toPoint());
+    for (int step = 1; step <= steps; ++step) {
+        const double way = static_cast<double>(step) / steps;
+        const auto between = [way](QPointF a, QPointF b) { return (a + (b - a) * way).toPoint(); };
+        QTest::touchEvent(window_, touchScreen()).move(0, between(from.p1(), to.p1())).move(1, between(from.p2(), to.p2()));
+        wait(1);
+    }
+    QTest::touchEvent(window_, touchScreen()).release(0, to.p1().toPoint()).stationary(1);
+    QTest::touchEvent(window_, touchScreen()).release(1, to.p2().toPoint());
+}
+
 bool ScreenDriver::wait(const std::function<bool()>& condition, int milliseconds) {
     QElapsedTimer timer;
     timer.start();

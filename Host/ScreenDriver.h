@@ -5,6 +5,7 @@
 #include "VideoAnalysis/Platform/Media.h"
 
 #include <QImage>
+#include <QLineF>
 #include <QPointF>
 #include <QPointer>
 #include <QQuickItem>
@@ -41,6 +42,9 @@ public:
     /// Press, moves and release through `points`, at least one.
     void drawWithMouse(const std::vector<QPointF>& points) const;
     void drawWithTouch(const std::vector<QPointF>& points) const;
+    /// Two fingers at the ends of `from` move in steps to those of `to`. With `strokeFirst` the first one has drawn through
+    /// these points before the second one comes.
+    void pinch(const QLineF& from, const QLineF& to, const std::vector<QPointF>& strokeFirst = {}) const;
 
     /// Lets the event loop run until `condition` holds; false after `milliseconds`.
     static bool wait(const std::function<bool()>& condition, int milliseconds = 10000);

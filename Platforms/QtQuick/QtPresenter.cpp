@@ -6,12 +6,14 @@
 #include "VideoAnalysis/Platform/Platform.h"
 #include "VideoAnalysis/Platform/UI/Device.h"
 
+#include <QKeyEvent>
 #include <QPropertyAnimation>
 #include <QSGRectangleNode>
 #include <QTimer>
 
 #include <algorithm>
 #include <functional>
+#include <optional>
 #include <utility>
 
 namespace videoanalysis {
@@ -121,6 +123,30 @@ void fade(QQuickItem& item, double opacity, bool animated) {
 
 int fadeDuration(bool animated) { return animated ? Motion::shared().duration(fadeMilliseconds) : 0; }
 
+/// Nothing for keys that no screen knows.
+std::optional<ui::KeyPress> keyPress(const QKeyEvent& event) {
+    const auto known = [&event]() -> std::optional<ui::Key> {
+        switch (event.key()) {
+            case Qt::Key_Space: return ui::Key::space;
+            case Qt::Key_Left: return ui::Key::left;
+            case Qt::Key_Right: return ui::Key::right;
+            case Qt::Key_Home: return ui::Key::home;
+            case Qt::Key_End: return ui::Key::end;
+            case Qt::Key_Z: return ui::Key::z;
+            case Qt::Key_F: return ui::Key::f;
+            case Qt::Key_BracketLeft: return ui::Key::leftBracket;
+            case Qt::Key_BracketRight: return ui::Key::rightBracket;
+            default: return std::nullopt;
+        }
+    };
+    const std::optional<ui::Key> key = known();
+    if (!key || (event.modifiers() & (Qt::AltModifier | Qt::MetaModifier))) return std::nullopt;
+    // Held down, a key steps on; what it switches, it switches once.
+    const bool steps = *key == ui::Key::left || *key == ui::Key::right;
+    if (event.isAutoRepeat() && !steps) return std::nullopt;
+    return ui::KeyPress{*key, event.modifiers().testFlag(Qt::ShiftModifier), event.modifiers().testFlag(Qt::ControlModifier)};
+}
+
 Qt::ScreenOrientation screenOrientation(ui::DeviceOrientation orientation) {
     switch (orientation) {
         case ui::DeviceOrientation::portrait: return Qt::PortraitOrientation;
@@ -171,9 +197,21 @@ struct QtPresenter::Screen {
 QtPresenter::QtPresenter(QQuickWindow& window) : window_(&window) {
     connect(window.contentItem(), &QQuickItem::widthChanged, this, &QtPresenter::layOutLater);
     connect(window.contentItem(), &QQuickItem::heightChanged, this, &QtPresenter::layOutLater);
+    window.contentItem()->installEventFilter(this);  // where a key arrives in the end that nobody else has a use for
 }
 
 QtPresenter::~QtPresenter() = default;
+
+bool QtPresenter::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::KeyPress) {
+        const std::optional<ui::KeyPress> press = keyPress(static_cast<const QKeyEvent&>(*event));
+        for (auto screen = screens_.rbegin(); press && screen != screens_.rend(); ++screen) {
+            if ((*screen)->controller->keyPressed(*press)) return true;
+            if (!(*screen)->isOverlay) break;  // what lies below does not hear
+        }
+    }
+    return QObject::eventFilter(watched, event);
+}
 
 std::shared_ptr<ui::ViewController> QtPresenter::makeViewController(QQuickItem& item) {
     auto view = std::make_shared<ui::View>(Rect(0, 0, item.width(), item.height()));

@@ -35,6 +35,9 @@ public:
     /// The window has another size, or the device is held in another way: the screens follow in the next turn.
     void layOutLater();
 
+    /// Keys that no focused item has taken.
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     /// One controller on the screen and how far its appearance has come.
     struct Screen;

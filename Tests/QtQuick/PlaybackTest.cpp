@@ -96,6 +96,54 @@ TEST_F(PlaybackTest, TheKeyboardReachesTheControls) {
     EXPECT_FALSE(forward->property("focusVisible").toBool()) << "the ring is for the keyboard only";
 }
 
+TEST_F(PlaybackTest, KeysDoWhatTheControlsOfThePlayerTouchedLastDo) {
+    const auto press = [&](Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
+        QTest::keyClick(&host->window(), key, modifiers);
+    };
+    press(Qt::Key_Right);
+    waitForFrame(0, 1);
+    press(Qt::Key_Right, Qt::ShiftModifier);
+    waitForFrame(0, 11);
+    EXPECT_EQ(shownFrame(0), 11);
+
+    screen->drawWithMouse(stroke(1, 0.5));
+    press(Qt::Key_End);
+    waitForFrame(1, 119);
+    press(Qt::Key_Left);
+    waitForFrame(1, 118);
+    EXPECT_EQ(screen->frameIndex(0), 11);
+    EXPECT_TRUE(isInked(1, 0.5, 0.5));
+    press(Qt::Key_Z, Qt::ControlModifier);
+    settle();
+    EXPECT_FALSE(isInked(1, 0.5, 0.5));
+    press(Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+    settle();
+    EXPECT_TRUE(isInked(1, 0.5, 0.5));
+    press(Qt::Key_Home);
+    waitForFrame(1, 0);
+
+    const QRectF fitted = screen->pictureOf(1);
+    press(Qt::Key_F);
+    EXPECT_TRUE(screen->wait([&] { return screen->pictureOf(1).height() > fitted.height() * 1.5; }));
+    for (const auto& [key, rate] : {std::pair{Qt::Key_BracketLeft, "0.75x"}, {Qt::Key_BracketLeft, "0.5x"},
+                                    {Qt::Key_BracketRight, "0.75x"}}) {
+        press(key);
+        EXPECT_TRUE(screen->wait([&] {
+            return screen->item("videoPlayRateSelectorButton", 1)->property("title").toString() == QLatin1String(rate);
+        })) << rate;
+    }
+
+    // Locked, all follow.
+    ASSERT_TRUE(screen->click("lockPlaybackButton"));
+    press(Qt::Key_Space);
+    EXPECT_TRUE(screen->wait([&] { return *screen->frameIndex(0) > 15 && *screen->frameIndex(1) > 3; }));
+    press(Qt::Key_Space);
+    EXPECT_TRUE(screen->wait([&] { return screen->player(0)->rate() == 0 && screen->player(1)->rate() == 0; }));
+    press(Qt::Key_Home);
+    waitForFrame(0, 0);
+    waitForFrame(1, 0);
+}
+
 // The picture may fill its place, in which case it is cut off at its cell and does not reach into the neighbour's.
 TEST_F(PlaybackTest, TheFillModeChangesThePictureNotItsNeighbour) {
     const QRectF fitted = screen->pictureOf(0);
