@@ -198,6 +198,85 @@ TEST_F(PlayerControllerTest, OnlyAMovementInsideThePictureDraws) {
     EXPECT_TRUE(hudOf(1).shadowViews[0].lock()->isHidden());
 }
 
+TEST_F(PlayerControllerTest, AStrokeTakenBackLeavesNeitherInkNorHistory) {
+    drag(0, {{100, 150}, {150, 150}});
+    platform->drainMainQueue();
+    const auto& pan = players()[0]->cell()->playerScrollView.lock()->customPanGestureRecognizer();
+    pan->update(ui::GestureState::began, {120, 170});
+    pan->update(ui::GestureState::changed, {160, 170});
+    EXPECT_EQ(sketchOf(0).pathArray.size(), 2U);
+    pan->update(ui::GestureState::cancelled, {160, 170});
+    platform->drainMainQueue();
+    EXPECT_EQ(sketchOf(0).pathArray.size(), 1U);
+    EXPECT_EQ(sketchOf(0).currentTool, nullptr);
+    tap(hudOf(0).undoButton);
+    platform->drainMainQueue();
+    EXPECT_TRUE(sketchOf(0).pathArray.empty());
+    EXPECT_FALSE(local(0).canUndo);
+}
+
+TEST_F(PlayerControllerTest, ZoomingKeepsThePointUnderTheFingersAndTheEdgesOutside) {
+    GesturedScrollView& scroll = *players()[0]->cell()->playerScrollView.lock();
+    const Size size = scroll.bounds().size;
+    const Point anchor{size.width * 0.25, size.height * 0.5};
+    scroll.zoom(3, anchor);
+    EXPECT_EQ(scroll.zoomScale(), 3);
+    EXPECT_NEAR((scroll.contentOffset().x + anchor.x) / 3, anchor.x, 1e-9);
+    EXPECT_NEAR((scroll.contentOffset().y + anchor.y) / 3, anchor.y, 1e-9);
+    EXPECT_EQ(sketchOf(0).contentScale(), 1) << "as long as the fingers are at it";
+    scroll.zoomDidEnd();
+    EXPECT_EQ(sketchOf(0).contentScale(), 3);
+
+    scroll.move({1e6, -1e6});
+    EXPECT_EQ(scroll.contentOffset(), (Point{0, size.height * 2}));
+    scroll.zoom(1e9, anchor);
+    EXPECT_EQ(scroll.zoomScale(), 8);
+    for (const double nonsense : {0.0, -1.0, std::nan("")}) scroll.zoom(nonsense, anchor);
+    EXPECT_EQ(scroll.zoomScale(), 8);
+
+    // A stroke lands where the enlarged picture is touched.
+    scroll.resetZoom();
+    scroll.zoom(2, {0, 0});
+    const Point start{sketchOf(0).frame().origin.x * 2 + 40, sketchOf(0).frame().origin.y * 2 + 40};
+    drag(0, {start, {start.x + 60, start.y}});
+    EXPECT_EQ(sketchOf(0).currentPoint, (Point{50, 20}));
+
+    players()[0]->unbind();
+    EXPECT_EQ(scroll.zoomScale(), 1);
+    EXPECT_EQ(scroll.contentOffset(), Point());
+}
+
+TEST_F(PlayerControllerTest, KeysReachTheRightPlayersAndNothingElse) {
+    const auto press = [&](ui::Key key, bool isControlDown = false) { return screen()->keyPressed({key, false, isControlDown}); };
+    EXPECT_TRUE(press(ui::Key::f));
+    platform->drainMainQueue();
+    EXPECT_EQ(local(0).contentModeIndex, 1);
+    EXPECT_EQ(local(1).contentModeIndex, 0);
+    EXPECT_FALSE(press(ui::Key::f, true)) << "belongs to the host";
+    EXPECT_FALSE(press(ui::Key::z));
+
+    tap(hudOf(1).forwardButton);
+    EXPECT_TRUE(press(ui::Key::right));
+    platform->drainMainQueue();
+    EXPECT_EQ(frameOf(0), 0);
+    EXPECT_EQ(frameOf(1), 2);
+
+    // Locked, all play and all change.
+    store().dispatch(SetPlaybackLockStateAction(true));
+    press(ui::Key::f);
+    press(ui::Key::right);
+    platform->drainMainQueue();
+    EXPECT_EQ(local(0).contentModeIndex, 2);
+    EXPECT_EQ(local(1).contentModeIndex, 1);
+    EXPECT_EQ(frameOf(0), 1);
+    EXPECT_EQ(frameOf(1), 3);
+
+    store().dispatch(RemoveMediaAction(1));
+    store().dispatch(RemoveMediaAction(0));
+    platform->drainMainQueue();
+    EXPECT_FALSE(press(ui::Key::space));
+}
+
 TEST_F(PlayerControllerTest, TheObserverTicksOncePerFrameOrOncePerSecond) {
     EXPECT_EQ(playerOf(0).timeObserverIntervals(), std::vector{media::Time(1, 10)});
     store().dispatch(UpdateMediaAction(0, {URL("file:///missing"), {}}));
