@@ -83,6 +83,10 @@ Storyboard {
                 Label {
                     id: timer
                     outlet: "timerLabel"
+
+                    // Unseen, it costs no frames though it may run on.
+                    readonly property string clock: hidden || text === "" ? "00:00:00" : text
+
                     // In the middle of the bar, or else of what the buttons leave.
                     x: {
                         const start = overlay.isMirrored ? barButtons.x + barButtons.width : close.x + close.width
@@ -93,7 +97,7 @@ Storyboard {
                     height: parent.height
 
                     Accessible.role: Accessible.StaticText
-                    Accessible.name: qsTr("Recording for %1").arg(timer.text)
+                    Accessible.name: qsTr("Recording for %1").arg(clock)
 
                     Row {
                         id: timerRow
@@ -113,15 +117,14 @@ Storyboard {
                             LayoutMirroring.childrenInherit: true
 
                             Repeater {
-                                model: Math.max(8, timer.text.length)
+                                model: timer.clock.length
 
                                 Text {
                                     required property int index
-                                    readonly property string clock: timer.text === "" ? "00:00:00" : timer.text
 
-                                    width: clock[index] === ":" ? 5 : digitSize.advanceWidth
+                                    width: timer.clock[index] === ":" ? 5 : digitSize.advanceWidth
                                     horizontalAlignment: Text.AlignHCenter
-                                    text: clock[index] ?? ""
+                                    text: timer.clock[index] ?? ""
                                     color: Theme.ink
                                     font.pixelSize: 15
                                 }
@@ -207,136 +210,163 @@ Storyboard {
                     width: toolGroup.isFlat ? tools.implicitWidth + fold.width + 3 * 4 : 52
                     height: toolGroup.isFlat ? 52 : tools.implicitHeight + fold.height + 3 * 4
 
-                    Rectangle {
+                    // Grows and shrinks with the tools, and shows no more of them than it has room for meanwhile.
+                    Item {
+                        id: drawer
                         anchors.left: parent.left
                         width: strip.width
                         height: strip.height
-                        radius: 10
-                        color: strip.backgroundColor
-                        visible: !tools.hidden
-                    }
-                    Item {
-                        id: fold
-                        anchors.left: parent.left
-                        anchors.leftMargin: 4
-                        y: 4
-                        width: 44
-                        height: 44
-                        rotation: !toolGroup.isFlat ? 0 : overlay.isMirrored ? 90 : -90
+                        clip: width !== strip.width || height !== strip.height
                         visible: !tools.hidden
 
-                        GlyphButton {
-                            outlet: "expandToolbarButton"
-                            action: "handleToolbarExpand:"
-                            hint: qsTr("Show all tools")
-                            glyph: "expand"
+                        Behavior on width {
+                            enabled: toolGroup.isFlat && overlay.opacity === 1
+                            NumberAnimation { duration: Theme.quickMotion; easing.type: Easing.OutCubic }
                         }
-                        GlyphButton {
-                            outlet: "collapseToolbarButton"
-                            action: "handleToolbarCollapse:"
-                            hint: qsTr("Show the chosen tool only")
-                            glyph: "collapse"
+                        Behavior on height {
+                            enabled: !toolGroup.isFlat && overlay.opacity === 1
+                            NumberAnimation { duration: Theme.quickMotion; easing.type: Easing.OutCubic }
                         }
-                    }
-                    StackView {
-                        id: tools
-                        outlet: "drawingToolsStackView"
-                        spacing: 8
-                        horizontal: toolGroup.isFlat
-                        mirrored: overlay.isMirrored
-                        anchors.left: parent.left
-                        anchors.leftMargin: toolGroup.isFlat ? 52 : 4
-                        y: toolGroup.isFlat ? 4 : 52
-                        width: implicitWidth
-                        height: implicitHeight
 
-                        readonly property Item chosen: [pen, line, arrow, rectangle, ellipse].find(tool => tool.selected)
-                                                       ?? null
-
-                        GlyphButton {
-                            id: pen
-                            outlet: "drawingToolButtons"
-                            action: "tapOnPen:"
-                            tag: 0
-                            hint: qsTr("Pen")
-                            glyph: "pen"
-                            ringColor: tintColor
-                        }
-                        GlyphButton {
-                            id: line
-                            outlet: "drawingToolButtons"
-                            action: "tapOnLine:"
-                            tag: 2
-                            hint: qsTr("Line")
-                            glyph: "line"
-                            ringColor: tintColor
-                        }
-                        GlyphButton {
-                            id: arrow
-                            outlet: "drawingToolButtons"
-                            action: "tapOnArrow:"
-                            tag: 3
-                            hint: qsTr("Arrow")
-                            glyph: "arrow"
-                            ringColor: tintColor
-                        }
-                        GlyphButton {
-                            id: rectangle
-                            outlet: "drawingToolButtons"
-                            action: "tapOnRect:"
-                            tag: 4
-                            hint: qsTr("Rectangle")
-                            glyph: "rectangle"
-                            ringColor: tintColor
-                        }
-                        GlyphButton {
-                            id: ellipse
-                            outlet: "drawingToolButtons"
-                            action: "tapOnCircle:"
-                            tag: 6
-                            hint: qsTr("Ellipse")
-                            glyph: "ellipse"
-                            ringColor: tintColor
-                        }
-                        // Only holds the marker's place, turn and colour; what is seen of it follows below.
-                        ImageView {
-                            id: marker
-                            outlet: "arrowImage"
-                            glyph: "marker"
-                            x: overlay.isMirrored ? -26 : 54
-                            width: 16
-                            height: 16
+                        Rectangle {
+                            anchors.fill: parent
+                            radius: 10
+                            color: strip.backgroundColor
                         }
                         Item {
-                            id: opener
-                            visible: !tools.hidden
-                            x: toolGroup.isFlat ? tools.chosen ? tools.chosen.x : 0 : marker.x - 6
-                            y: !toolGroup.isFlat ? marker.y - 14 : picker.isAbove ? -24 : 48
-                            width: toolGroup.isFlat ? 44 : 28
-                            height: toolGroup.isFlat ? 20 : 44
-                            enabled: !toolGroup.isFlat
+                            id: fold
+                            anchors.left: parent.left
+                            anchors.leftMargin: 4
+                            y: 4
+                            width: 44
+                            height: 44
+                            rotation: !toolGroup.isFlat ? 0 : overlay.isMirrored ? 90 : -90
 
-                            Behavior on x { NumberAnimation { duration: Theme.quickMotion; easing.type: Easing.OutCubic } }
-                            Behavior on y { NumberAnimation { duration: Theme.quickMotion; easing.type: Easing.OutCubic } }
+                            GlyphButton {
+                                outlet: "expandToolbarButton"
+                                action: "handleToolbarExpand:"
+                                hint: qsTr("Show all tools")
+                                glyph: "expand"
+                            }
+                            GlyphButton {
+                                outlet: "collapseToolbarButton"
+                                action: "handleToolbarCollapse:"
+                                hint: qsTr("Show the chosen tool only")
+                                glyph: "collapse"
+                            }
+                        }
+                        StackView {
+                            id: tools
+                            outlet: "drawingToolsStackView"
+                            spacing: 8
+                            horizontal: toolGroup.isFlat
+                            mirrored: overlay.isMirrored
+                            anchors.left: parent.left
+                            anchors.leftMargin: toolGroup.isFlat ? 52 : 4
+                            y: toolGroup.isFlat ? 4 : 52
+                            width: implicitWidth
+                            height: implicitHeight
 
-                            Button {
-                                action: "tapOnColorPicker:"
-                                anchors.fill: parent
+                            readonly property Item chosen: [pen, line, arrow, rectangle, ellipse].find(tool => tool.selected)
+                                                           ?? null
 
-                                Accessible.role: Accessible.Button
-                                Accessible.name: qsTr("Choose a color")
-                                Accessible.onPressAction: click()
+                            GlyphButton {
+                                id: pen
+                                outlet: "drawingToolButtons"
+                                action: "tapOnPen:"
+                                tag: 0
+                                hint: qsTr("Pen")
+                                glyph: "pen"
+                                ringColor: tintColor
+                            }
+                            GlyphButton {
+                                id: line
+                                outlet: "drawingToolButtons"
+                                action: "tapOnLine:"
+                                tag: 2
+                                hint: qsTr("Line")
+                                glyph: "line"
+                                ringColor: tintColor
+                            }
+                            GlyphButton {
+                                id: arrow
+                                outlet: "drawingToolButtons"
+                                action: "tapOnArrow:"
+                                tag: 3
+                                hint: qsTr("Arrow")
+                                glyph: "arrow"
+                                ringColor: tintColor
+                            }
+                            GlyphButton {
+                                id: rectangle
+                                outlet: "drawingToolButtons"
+                                action: "tapOnRect:"
+                                tag: 4
+                                hint: qsTr("Rectangle")
+                                glyph: "rectangle"
+                                ringColor: tintColor
+                            }
+                            GlyphButton {
+                                id: ellipse
+                                outlet: "drawingToolButtons"
+                                action: "tapOnCircle:"
+                                tag: 6
+                                hint: qsTr("Ellipse")
+                                glyph: "ellipse"
+                                ringColor: tintColor
+                            }
+                            // Only holds the marker's place, turn and colour; what is seen of it follows below.
+                            ImageView {
+                                id: marker
+                                outlet: "arrowImage"
+                                glyph: "marker"
+                                x: overlay.isMirrored ? -26 : 54
+                                width: 16
+                                height: 16
+                            }
+                        }
+                    }
+                    Item {
+                        id: opener
+                        visible: !tools.hidden
+                        x: toolGroup.isFlat ? tools.x + (tools.chosen ? tools.chosen.x : 0) : overlay.isMirrored ? -44 : 52
+                        y: toolGroup.isFlat ? picker.isAbove ? -20 : 52 : tools.y + marker.y + marker.height / 2 - 22
+                        width: 44
+                        height: toolGroup.isFlat ? 20 : 44
+                        enabled: !toolGroup.isFlat // where the chosen tool alone is the button
 
-                                Rectangle {
-                                    anchors.centerIn: parent
-                                    width: 20
-                                    height: 20
-                                    radius: 10
-                                    color: Theme.panel
-                                    border.width: parent.focusVisible ? 2 : 0
-                                    border.color: Theme.accent
-                                    scale: parent.pressed ? 0.94 : 1
-                                }
+                        // Where the marker stands, from the leading end.
+                        readonly property real center: toolGroup.isFlat ? 22 : tools.x + marker.x + marker.width / 2 - x
+
+                        Behavior on x {
+                            enabled: toolGroup.isFlat && overlay.opacity === 1
+                            NumberAnimation { duration: Theme.quickMotion; easing.type: Easing.OutCubic }
+                        }
+                        Behavior on y {
+                            enabled: !toolGroup.isFlat && overlay.opacity === 1
+                            NumberAnimation { duration: Theme.quickMotion; easing.type: Easing.OutCubic }
+                        }
+
+                        Button {
+                            id: openerButton
+                            action: "tapOnColorPicker:"
+                            anchors.fill: parent
+
+                            Accessible.role: Accessible.Button
+                            Accessible.name: qsTr("Choose a color")
+                            Accessible.onPressAction: click()
+
+                            Rectangle {
+                                x: opener.center - 10
+                                anchors.verticalCenter: parent.verticalCenter
+                                width: 20
+                                height: 20
+                                radius: 10
+                                color: Theme.panel
+                                border.width: openerButton.focusVisible ? 2 : 0
+                                border.color: Theme.accent
+                                scale: openerButton.pressed ? 0.94 : 1
+
                                 Icon {
                                     anchors.centerIn: parent
                                     width: 16
@@ -344,10 +374,10 @@ Storyboard {
                                     image: marker.image
                                     color: marker.tintColor
                                     rotation: marker.rotation
-                                              + (!toolGroup.isFlat ? overlay.isMirrored ? 180 : 0
-                                                                   : picker.isAbove ? -90 : 90)
+                                              + (toolGroup.isFlat ? picker.isAbove ? -90 : 90 : overlay.isMirrored ? 180 : 0)
 
                                     Behavior on rotation {
+                                        enabled: overlay.opacity === 1
                                         NumberAnimation { duration: Theme.quickMotion; easing.type: Easing.OutCubic }
                                     }
                                 }

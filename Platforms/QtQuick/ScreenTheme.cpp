@@ -52,6 +52,5 @@ QColor ScreenTheme::accent() const { return toQColor(subscriber_->colors.accent)
 
 int ScreenTheme::pressMotion() const { return Motion::shared().duration(80); }
 int ScreenTheme::quickMotion() const { return Motion::shared().duration(200); }
-int ScreenTheme::panelMotion() const { return Motion::shared().duration(330); }
 
 }  // namespace videoanalysis

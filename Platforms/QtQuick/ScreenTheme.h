@@ -22,10 +22,9 @@ class ScreenTheme : public QObject {
     Q_PROPERTY(QColor ink READ ink NOTIFY changed)
     /// The colour of the selected tool.
     Q_PROPERTY(QColor accent READ accent NOTIFY changed)
-    /// How long a press, what appears under a finger, and a panel take, in milliseconds; 0 when motion is reduced.
+    /// How long a press, and what appears under a finger, take, in milliseconds; 0 when motion is reduced.
     Q_PROPERTY(int pressMotion READ pressMotion NOTIFY motionChanged)
     Q_PROPERTY(int quickMotion READ quickMotion NOTIFY motionChanged)
-    Q_PROPERTY(int panelMotion READ panelMotion NOTIFY motionChanged)
 
 public:
     explicit ScreenTheme(QObject* parent = nullptr);
@@ -37,7 +36,6 @@ public:
     QColor accent() const;
     int pressMotion() const;
     int quickMotion() const;
-    int panelMotion() const;
 
 Q_SIGNALS:
     void changed();

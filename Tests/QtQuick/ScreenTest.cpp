@@ -161,6 +161,18 @@ TEST_F(AnalysisScreenTest, ToolsAndButtonsKeepOutOfOneAnothersWayAtEverySize) {
     QGuiApplication::setLayoutDirection(Qt::LeftToRight);
 }
 
+TEST_F(AnalysisScreenTest, AClockThatNobodySeesPaintsNothing) {
+    open({clip("h264.mp4")});
+    mainStore().dispatch(HasRecordingPermissionAction(true));
+    settle();
+    const auto overlay = mainStore().state().mainViewController()->overlayViewController();
+    int frames = 0;
+    QObject::connect(&host->window(), &QQuickWindow::frameSwapped, &host->window(), [&] { ++frames; });
+    screen->wait(2500);
+    EXPECT_GE(overlay->seconds, 2);
+    EXPECT_EQ(frames, 0);
+}
+
 TEST_F(AnalysisScreenTest, TheKeyboardWalksThroughThePaletteAndPicks) {
     open({clip("h264.mp4")});
     mainStore().dispatch(SetColorPickerCollapseStateAction(true));
