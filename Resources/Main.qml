@@ -210,13 +210,13 @@ Storyboard {
                     width: toolGroup.isFlat ? tools.implicitWidth + fold.width + 3 * 4 : 52
                     height: toolGroup.isFlat ? 52 : tools.implicitHeight + fold.height + 3 * 4
 
-                    // Grows and shrinks with the tools, and shows no more of them than it has room for meanwhile.
-                    Item {
-                        id: drawer
+                    // Grows and shrinks under the tools, which can be pressed at once.
+                    Rectangle {
                         anchors.left: parent.left
                         width: strip.width
                         height: strip.height
-                        clip: width !== strip.width || height !== strip.height
+                        radius: 10
+                        color: strip.backgroundColor
                         visible: !tools.hidden
 
                         Behavior on width {
@@ -227,103 +227,98 @@ Storyboard {
                             enabled: !toolGroup.isFlat && overlay.opacity === 1
                             NumberAnimation { duration: Theme.quickMotion; easing.type: Easing.OutCubic }
                         }
+                    }
+                    Item {
+                        id: fold
+                        anchors.left: parent.left
+                        anchors.leftMargin: 4
+                        y: 4
+                        width: 44
+                        height: 44
+                        rotation: !toolGroup.isFlat ? 0 : overlay.isMirrored ? 90 : -90
+                        visible: !tools.hidden
 
-                        Rectangle {
-                            anchors.fill: parent
-                            radius: 10
-                            color: strip.backgroundColor
+                        GlyphButton {
+                            outlet: "expandToolbarButton"
+                            action: "handleToolbarExpand:"
+                            hint: qsTr("Show all tools")
+                            glyph: "expand"
                         }
-                        Item {
-                            id: fold
-                            anchors.left: parent.left
-                            anchors.leftMargin: 4
-                            y: 4
-                            width: 44
-                            height: 44
-                            rotation: !toolGroup.isFlat ? 0 : overlay.isMirrored ? 90 : -90
-
-                            GlyphButton {
-                                outlet: "expandToolbarButton"
-                                action: "handleToolbarExpand:"
-                                hint: qsTr("Show all tools")
-                                glyph: "expand"
-                            }
-                            GlyphButton {
-                                outlet: "collapseToolbarButton"
-                                action: "handleToolbarCollapse:"
-                                hint: qsTr("Show the chosen tool only")
-                                glyph: "collapse"
-                            }
+                        GlyphButton {
+                            outlet: "collapseToolbarButton"
+                            action: "handleToolbarCollapse:"
+                            hint: qsTr("Show the chosen tool only")
+                            glyph: "collapse"
                         }
-                        StackView {
-                            id: tools
-                            outlet: "drawingToolsStackView"
-                            spacing: 8
-                            horizontal: toolGroup.isFlat
-                            mirrored: overlay.isMirrored
-                            anchors.left: parent.left
-                            anchors.leftMargin: toolGroup.isFlat ? 52 : 4
-                            y: toolGroup.isFlat ? 4 : 52
-                            width: implicitWidth
-                            height: implicitHeight
+                    }
+                    StackView {
+                        id: tools
+                        outlet: "drawingToolsStackView"
+                        spacing: 8
+                        horizontal: toolGroup.isFlat
+                        mirrored: overlay.isMirrored
+                        anchors.left: parent.left
+                        anchors.leftMargin: toolGroup.isFlat ? 52 : 4
+                        y: toolGroup.isFlat ? 4 : 52
+                        width: implicitWidth
+                        height: implicitHeight
 
-                            readonly property Item chosen: [pen, line, arrow, rectangle, ellipse].find(tool => tool.selected)
-                                                           ?? null
+                        readonly property Item chosen: [pen, line, arrow, rectangle, ellipse].find(tool => tool.selected)
+                                                       ?? null
 
-                            GlyphButton {
-                                id: pen
-                                outlet: "drawingToolButtons"
-                                action: "tapOnPen:"
-                                tag: 0
-                                hint: qsTr("Pen")
-                                glyph: "pen"
-                                ringColor: tintColor
-                            }
-                            GlyphButton {
-                                id: line
-                                outlet: "drawingToolButtons"
-                                action: "tapOnLine:"
-                                tag: 2
-                                hint: qsTr("Line")
-                                glyph: "line"
-                                ringColor: tintColor
-                            }
-                            GlyphButton {
-                                id: arrow
-                                outlet: "drawingToolButtons"
-                                action: "tapOnArrow:"
-                                tag: 3
-                                hint: qsTr("Arrow")
-                                glyph: "arrow"
-                                ringColor: tintColor
-                            }
-                            GlyphButton {
-                                id: rectangle
-                                outlet: "drawingToolButtons"
-                                action: "tapOnRect:"
-                                tag: 4
-                                hint: qsTr("Rectangle")
-                                glyph: "rectangle"
-                                ringColor: tintColor
-                            }
-                            GlyphButton {
-                                id: ellipse
-                                outlet: "drawingToolButtons"
-                                action: "tapOnCircle:"
-                                tag: 6
-                                hint: qsTr("Ellipse")
-                                glyph: "ellipse"
-                                ringColor: tintColor
-                            }
-                            // Only holds the marker's place, turn and colour; what is seen of it follows below.
-                            ImageView {
-                                id: marker
-                                outlet: "arrowImage"
-                                glyph: "marker"
-                                x: overlay.isMirrored ? -26 : 54
-                                width: 16
-                                height: 16
-                            }
+                        GlyphButton {
+                            id: pen
+                            outlet: "drawingToolButtons"
+                            action: "tapOnPen:"
+                            tag: 0
+                            hint: qsTr("Pen")
+                            glyph: "pen"
+                            ringColor: tintColor
+                        }
+                        GlyphButton {
+                            id: line
+                            outlet: "drawingToolButtons"
+                            action: "tapOnLine:"
+                            tag: 2
+                            hint: qsTr("Line")
+                            glyph: "line"
+                            ringColor: tintColor
+                        }
+                        GlyphButton {
+                            id: arrow
+                            outlet: "drawingToolButtons"
+                            action: "tapOnArrow:"
+                            tag: 3
+                            hint: qsTr("Arrow")
+                            glyph: "arrow"
+                            ringColor: tintColor
+                        }
+                        GlyphButton {
+                            id: rectangle
+                            outlet: "drawingToolButtons"
+                            action: "tapOnRect:"
+                            tag: 4
+                            hint: qsTr("Rectangle")
+                            glyph: "rectangle"
+                            ringColor: tintColor
+                        }
+                        GlyphButton {
+                            id: ellipse
+                            outlet: "drawingToolButtons"
+                            action: "tapOnCircle:"
+                            tag: 6
+                            hint: qsTr("Ellipse")
+                            glyph: "ellipse"
+                            ringColor: tintColor
+                        }
+                        // Only holds the marker's place, turn and colour; what is seen of it follows below.
+                        ImageView {
+                            id: marker
+                            outlet: "arrowImage"
+                            glyph: "marker"
+                            x: overlay.isMirrored ? -26 : 54
+                            width: 16
+                            height: 16
                         }
                     }
                     Item {

@@ -29,7 +29,7 @@ using Style = ui::ModalPresentationStyle;
 /// Windows of less room than this show every screen in full.
 constexpr QSizeF leastForCards(640, 600);
 constexpr double margin = 32;
-constexpr QSizeF formSize(720, 640);
+constexpr QSizeF formSize(760, 720);
 constexpr QSizeF popoverSize(420, 640);
 
 bool isCard(Style style, QSizeF window) {
@@ -49,7 +49,7 @@ QRect placeOf(Style style, QSizeF window) {
     return card.toRect();
 }
 
-/// Lies under a card: it darkens what is below, takes the presses beside the card, and edges the card.
+/// Lies under a card: it darkens what is below or, where it does not, edges the card; and it takes the presses beside the card.
 class Backdrop : public QQuickItem {
 public:
     std::function<void()> pressed;
@@ -79,7 +79,7 @@ protected:
         ground->setColor(QColor::fromRgbF(0, 0, 0, static_cast<float>(darkness_)));
         auto* edge = static_cast<QSGRectangleNode*>(ground->firstChild());
         const double hairline = 1 / window()->effectiveDevicePixelRatio();
-        edge->setRect(card_.adjusted(-hairline, -hairline, hairline, hairline));
+        edge->setRect(darkness_ > 0 ? QRectF() : card_.adjusted(-hairline, -hairline, hairline, hairline));
         edge->setColor(QColor(128, 128, 128));
         return ground;
     }

@@ -1,4 +1,4 @@
-// A panel over a dimmed screen; where there is little room it is the whole screen.
+// The panel of a screen that is presented as a form sheet; where there is little room it is the whole screen.
 import QtQuick
 import VideoAnalysis
 
@@ -6,10 +6,8 @@ View {
     id: sheet
 
     default property alias content: panel.data
-    /// How large the panel becomes at most.
-    property real preferredWidth: 760
-    property real preferredHeight: 720
-    readonly property bool isWhole: width < 600 || height < 560
+    /// It has the window for itself; otherwise it is a card.
+    readonly property bool isWhole: !parent || width >= parent.width
 
     solid: true
 
@@ -18,13 +16,6 @@ View {
 
     Rectangle {
         anchors.fill: parent
-        color: "black"
-        opacity: 0.6
-    }
-    Rectangle {
-        anchors.centerIn: parent
-        width: sheet.isWhole ? sheet.width : Math.min(sheet.width - 48, sheet.preferredWidth)
-        height: sheet.isWhole ? sheet.height : Math.min(sheet.height - 48, sheet.preferredHeight)
         radius: sheet.isWhole ? 0 : 10
         color: Theme.ground
 

@@ -261,7 +261,7 @@ TEST_F(ConfiguredScreenTest, EachPresentationStyleTakesItsPlaceOverTheHostsScree
         {ui::ModalPresentationStyle::fullScreen, window},
         {ui::ModalPresentationStyle::overFullScreen, window},
         {ui::ModalPresentationStyle::pageSheet, window.adjusted(32, 32, -32, -32)},
-        {ui::ModalPresentationStyle::formSheet, QRectF(280, 80, 720, 640)},
+        {ui::ModalPresentationStyle::formSheet, QRectF(260, 40, 760, 720)},
         {ui::ModalPresentationStyle::popover, QRectF(828, 32, 420, 640)}};
     for (const auto& [style, place] : places) {
         SCOPED_TRACE(static_cast<int>(style));
