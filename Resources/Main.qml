@@ -183,17 +183,18 @@ Storyboard {
 
                 // Five tools and the button that folds them.
                 readonly property real stripLength: 6 * 44 + 4 * 8 + 3 * 4
-                // The clip's buttons are at the right, where the strip of a mirrored screen is as well.
-                readonly property real head: overlay.isMirrored ? 12 + 44 + 8 : 8
-                readonly property bool isFlat: room < head + stripLength + 8
+                readonly property real belowClipButtons: topBar.height + 12 + 44 + 4
+                readonly property bool isFlat: room < stripLength + 12 + 44 + 8 + 8
 
-                /// The lying strip stands beside the clip's buttons, or below them, or in the lower player's picture.
+                /// The lying strip stands just above the player's controls, or else beside the clip's buttons (which are at
+                /// the right in any language), or else in the lower player's picture.
                 readonly property real flatY: {
+                    const aboveControls = Math.round(topBar.height + room - 8 - 52)
+                    if (aboveControls >= belowClipButtons) return aboveControls
+                    const isRoomBeside = cellWidth - 12 - stripLength >= 8 + clipButtonsWidth + 12
                     const besideClipButtons = topBar.height + 8
-                    if (!overlay.isMirrored && cellWidth - 12 - stripLength >= 8 + clipButtonsWidth + 12) return besideClipButtons
-                    const belowClipButtons = topBar.height + 12 + 44 + 4
-                    if (room >= 12 + 44 + 4 + 52) return belowClipButtons
-                    return areStacked ? Math.round(cellHeight) + 12 + 44 + 8 : besideClipButtons
+                    if (isRoomBeside && !overlay.isMirrored || !areStacked) return besideClipButtons
+                    return Math.round(cellHeight) + 12 + 44 + 8
                 }
 
                 View {
@@ -388,7 +389,9 @@ Storyboard {
                     // Four colours of a family in each line; beside a lying strip two families.
                     readonly property int columns: toolGroup.isFlat ? 8 : 4
                     readonly property real highest: topBar.height + 8
-                    readonly property bool isAbove: toolGroup.isFlat && strip.y > toolGroup.cellHeight
+                    readonly property bool isInLowerPlayer: toolGroup.isFlat && strip.y > toolGroup.cellHeight
+                    readonly property bool isAbove: isInLowerPlayer || toolGroup.isFlat
+                                                    && strip.y - 24 - contentHeight >= toolGroup.belowClipButtons
                     /// Over other controls, which must not shine through.
                     opaque: toolGroup.isFlat
 
@@ -399,7 +402,8 @@ Storyboard {
                                      toolGroup.isFlat && !isAbove ? parent.height - strip.y - strip.height - 24 - 12
                                                                   : parent.height - highest - 12)
                     y: {
-                        if (isAbove) return Math.max(highest, Math.round(toolGroup.cellHeight) + 8 - height)
+                        if (isInLowerPlayer) return Math.max(highest, Math.round(toolGroup.cellHeight) + 8 - height)
+                        if (isAbove) return strip.y - 24 - height
                         if (toolGroup.isFlat) return strip.y + strip.height + 24
                         const beside = strip.y + tools.y + marker.y + marker.height / 2 - height / 2
                         return Math.round(Math.max(highest, Math.min(beside, parent.height - 12 - height)))

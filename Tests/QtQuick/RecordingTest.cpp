@@ -156,8 +156,8 @@ TEST_F(RecordingTest, DrawingsAndAWindowOfAnotherShapeAreOnThePicture) {
     screen->drawWithMouse(stroke(0, 0.5));
     settle();
     const QPointF inked = at(0, 0.5, 0.5);
-    host->window().resize(500, 800);
-    ASSERT_TRUE(screen->wait([&] { return screen->pictureOf(0).width() < 510; }));
+    host->window().resize(620, 800);
+    ASSERT_TRUE(screen->wait([&] { return screen->pictureOf(0).width() < 630; }));
     settle();
     const QRectF place = screen->pictureOf(0);
     const std::string movie = finish();
@@ -175,7 +175,7 @@ TEST_F(RecordingTest, DrawingsAndAWindowOfAnotherShapeAreOnThePicture) {
     EXPECT_TRUE(std::any_of(pictures.begin(), pictures.end(), isDrawn));
     const double scale = 500.0 / 800;
     EXPECT_EQ(numberIn(pictures.back(), QSize(800, 500),
-                       {(800 - 500 * scale) / 2 + place.x() * scale, place.y() * scale, place.width() * scale, place.height() * scale}),
+                       {(800 - 620 * scale) / 2 + place.x() * scale, place.y() * scale, place.width() * scale, place.height() * scale}),
               0);
     EXPECT_EQ(imageOf(pictures.back()).pixelColor(50, 250), QColor(Qt::black));
 }
