@@ -74,7 +74,7 @@ Scene {
 
             VideoView {
                 id: video
-                outlet: "playerView"
+                outlet: "videoView"
                 x: crop.pictureRect.x
                 y: crop.pictureRect.y
                 width: crop.pictureRect.width
