@@ -7,14 +7,14 @@ View {
 
     default property alias content: panel.data
     /// How large the panel becomes at most.
-    property real preferredWidth: 760
-    property real preferredHeight: 720
+    property real preferredWidth: Math.max(760, Math.min(width * 0.6, 1080))
+    property real preferredHeight: Math.max(720, Math.min(height * 0.85, 900))
     readonly property bool isWhole: width < 600 || height < 560
 
     solid: true
 
     // The keyboard is the sheet's while it is there.
-    onVisibleChanged: if (visible) forceActiveFocus()
+    Window.onWindowChanged: if (Window.window) forceActiveFocus()
 
     Rectangle {
         anchors.fill: parent

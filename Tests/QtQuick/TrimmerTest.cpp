@@ -146,6 +146,61 @@ TEST_F(TrimScreen, NothingBelowItCanBePressedAndItGoesWithTheAnalysis) {
     settle();
 }
 
+TEST_F(TrimScreen, TheProgramOpensItFromItsMenuAndByKeys) {
+    open({clip("h264.mp4"), clip("gop1.mp4")});
+    QTest::keyClick(&host->window(), Qt::Key_E, Qt::ControlModifier | Qt::ShiftModifier);
+    ASSERT_TRUE(screen->wait([&] { return trimmer() && trimmer()->isEnabled(); }));
+    settle();
+    save(QStringLiteral("trim-two-players.png"));
+    QTest::keyClick(&host->window(), Qt::Key_Escape);
+    ASSERT_TRUE(screen->wait([&] { return !isOpen(); }));
+    settle();
+    QTest::keyClick(&host->window(), Qt::Key_F10);
+    const auto* entry = host->window().rootObject()->parentItem()->findChild<QQuickItem*>(QStringLiteral("trimFirstEntry"));
+    ASSERT_TRUE(entry && entry->isVisible());
+    save(QStringLiteral("menu.png"));
+    screen->clickAt(host::ScreenDriver::rectOf(entry).center());
+    EXPECT_TRUE(screen->wait([&] { return isOpen(); }));
+    EXPECT_FALSE(entry->isVisible());
+    ASSERT_TRUE(screen->wait([&] { return trimmer()->isEnabled(); }));
+    ASSERT_TRUE(screen->click(QStringLiteral("cancelButton")));
+    ASSERT_TRUE(screen->wait([&] { return !isOpen(); }));
+}
+
+TEST_F(TrimScreen, AHandleHeldStillShowsItsSurroundings) {
+    openTrimmer({QStringLiteral(VIDEOANALYSIS_SAMPLE_CLIPS_DIR "/runner.mp4")});
+    const QPointF start = inRow(trimmer()->startX() - 10);
+    press(start);
+    moveTo(start + QPointF(200, 0));
+    EXPECT_TRUE(screen->wait([&] { return trimmer()->isZoomed(); }, 3000));
+    save(QStringLiteral("zoomed.png"));
+    release(start + QPointF(200, 0));
+    EXPECT_FALSE(trimmer()->isZoomed());
+    ASSERT_TRUE(screen->click(QStringLiteral("cancelButton")));
+    ASSERT_TRUE(screen->wait([&] { return !isOpen(); }));
+}
+
+TEST_F(TrimScreen, ASaveShowsItsProgressAndCanBeCancelled) {
+    openTrimmer({clip("gop250.mp4")});
+    ASSERT_TRUE(screen->click(QStringLiteral("cropButton")));
+    settle();
+    screen->drawWithMouse({host::ScreenDriver::rectOf(crop()).topLeft() + crop()->maskRect().topLeft() + QPointF(2, 2),
+                           host::ScreenDriver::rectOf(crop()).center() - QPointF(120, 90)});
+    EXPECT_LT(crop()->maskRect().width(), crop()->pictureRect().width());
+    ASSERT_TRUE(screen->click(QStringLiteral("saveButton")));
+    ASSERT_TRUE(screen->wait([&] { return screen->item(QStringLiteral("progressView")) != nullptr; }));
+    screen->grab();
+    ASSERT_TRUE(screen->click(QStringLiteral("cancelButton")));
+    EXPECT_TRUE(screen->wait([&] { return screen->item(QStringLiteral("progressView")) == nullptr; }));
+    // Cancelled, or just in time: either way the screen or the new clip is there.
+    settle();
+    if (isOpen()) {
+        EXPECT_TRUE(trimmer()->isEnabled());
+        ASSERT_TRUE(screen->click(QStringLiteral("cancelButton")));
+        ASSERT_TRUE(screen->wait([&] { return !isOpen(); }));
+    }
+}
+
 TEST_F(TrimScreen, EveryControlHasRoomOnEveryScreen) {
     for (const QSize size : {QSize(360, 640), QSize(1024, 768), QSize(1920, 1080)}) {
         SCOPED_TRACE(size.width());
