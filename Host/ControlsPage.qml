@@ -112,6 +112,15 @@ Rectangle {
                 GlyphButton { glyph: "undo"; hint: qsTr("Undo"); enabled: false }
             }
 
+            Heading { text: qsTr("Color picker: circles, squares") }
+            Row {
+                width: parent.width
+                spacing: 16
+
+                ColorPicker { width: (parent.width - 16) / 2; height: 168; opaque: true }
+                ColorPicker { width: (parent.width - 16) / 2; height: 168; opaque: true; circles: false }
+            }
+
             Heading { text: qsTr("Slider") }
             SeekSlider { width: parent.width; hint: qsTr("Seek") }
             SeekSlider { width: parent.width; hint: qsTr("Seek, disabled"); enabled: false }

@@ -32,10 +32,10 @@ Checkbox {
             border.color: checkbox.checked ? Theme.accent : Qt.rgba(Theme.ink.r, Theme.ink.g, Theme.ink.b, 0.7)
             scale: checkbox.pressed ? 0.94 : 1
 
-            Behavior on scale { NumberAnimation { duration: 80; easing.type: Easing.OutCubic } }
+            Behavior on scale { NumberAnimation { duration: Theme.pressMotion; easing.type: Easing.OutCubic } }
             Behavior on color {
                 enabled: checkbox.animated
-                ColorAnimation { duration: 120 }
+                ColorAnimation { duration: Theme.pressMotion }
             }
 
             Shape {
@@ -51,7 +51,7 @@ Checkbox {
 
                 Behavior on drawn {
                     enabled: checkbox.animated
-                    NumberAnimation { duration: 200; easing.type: Easing.OutCubic }
+                    NumberAnimation { duration: Theme.quickMotion; easing.type: Easing.OutCubic }
                 }
 
                 ShapePath {

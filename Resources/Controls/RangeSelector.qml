@@ -68,7 +68,7 @@ RangeSlider {
                 border.color: Theme.ground
                 scale: slider.tracked === thumb.modelData ? 1.25 : 1
 
-                Behavior on scale { NumberAnimation { duration: 80; easing.type: Easing.OutCubic } }
+                Behavior on scale { NumberAnimation { duration: Theme.pressMotion; easing.type: Easing.OutCubic } }
             }
             Rectangle {
                 anchors.centerIn: parent
