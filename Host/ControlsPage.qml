@@ -117,8 +117,19 @@ Rectangle {
                 width: parent.width
                 spacing: 16
 
-                ColorPicker { width: (parent.width - 16) / 2; height: 168; opaque: true }
-                ColorPicker { width: (parent.width - 16) / 2; height: 168; opaque: true; circles: false }
+                ColorPicker {
+                    width: (parent.width - 16) / 2
+                    height: 168
+                    opaque: true
+                    Component.onCompleted: select(2)
+                }
+                ColorPicker {
+                    width: (parent.width - 16) / 2
+                    height: 168
+                    opaque: true
+                    circles: false
+                    Component.onCompleted: select(6)
+                }
             }
 
             Heading { text: qsTr("Slider") }
