@@ -105,6 +105,10 @@ void HostApplication::open(const std::vector<Object>& clips) {
     analysis_->present(startScreen_, ui::ModalPresentationStyle::fullScreen);
 }
 
+void HostApplication::editMedia(int index) {
+    if (analysis_) analysis_->editMedia(index);
+}
+
 void HostApplication::chooseFile(const QUrl& file) { choose(Object{urlOf(file.toLocalFile()), {}}); }
 
 void HostApplication::chooseSample() {

@@ -60,6 +60,8 @@ public:
 
     /// Opens the analysis over the start screen.
     Q_INVOKABLE void openAnalysis();
+    /// Opens the trim screen for the clip at `index`; nothing without an analysis or such a clip.
+    Q_INVOKABLE void editMedia(int index);
     /// The user's answer to `choosing`.
     Q_INVOKABLE void chooseFile(const QUrl& file);
     Q_INVOKABLE void chooseSample();

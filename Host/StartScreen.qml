@@ -144,6 +144,91 @@ Item {
                 font.pixelSize: 13
                 wrapMode: Text.Wrap
             }
+            SheetButton {
+                objectName: "controlsButton"
+                width: parent.width
+                text: qsTr("Controls")
+                onClicked: controlsPage.active = true
+            }
+        }
+    }
+
+    // What the analysis itself has no button for.
+    Shortcut { sequence: "Ctrl+E"; onActivated: host.editMedia(0) }
+    Shortcut { sequence: "Ctrl+Shift+E"; onActivated: host.editMedia(1) }
+    Shortcut { sequences: ["F10", "Menu"]; onActivated: menu.visible = !menu.visible }
+
+    Rectangle {
+        id: menu
+        objectName: "menuSheet"
+        parent: root.parent
+        anchors.fill: parent
+        z: 100000
+        color: "#b0000000"
+        visible: false
+
+        function choose(action) {
+            visible = false
+            action()
+        }
+
+        MouseArea {
+            anchors.fill: parent
+            onClicked: menu.visible = false
+        }
+        Rectangle {
+            anchors.centerIn: parent
+            width: Math.min(parent.width - 48, 380)
+            height: entries.height + 32
+            radius: 10
+            color: "#1f232a"
+
+            MouseArea { anchors.fill: parent }
+            Column {
+                id: entries
+                x: 16
+                y: 16
+                width: parent.width - 32
+                spacing: 8
+
+                SheetButton {
+                    objectName: "trimFirstEntry"
+                    width: parent.width
+                    text: qsTr("Trim the first clip…   Ctrl+E")
+                    onClicked: menu.choose(() => host.editMedia(0))
+                }
+                SheetButton {
+                    objectName: "trimSecondEntry"
+                    width: parent.width
+                    text: qsTr("Trim the second clip…   Ctrl+Shift+E")
+                    onClicked: menu.choose(() => host.editMedia(1))
+                }
+                SheetButton {
+                    width: parent.width
+                    text: qsTr("Controls")
+                    onClicked: menu.choose(() => controlsPage.active = true)
+                }
+                SheetButton {
+                    width: parent.width
+                    text: qsTr("Cancel")
+                    onClicked: menu.visible = false
+                }
+            }
+        }
+    }
+
+    Loader {
+        id: controlsPage
+        objectName: "controlsPage"
+        parent: root.parent
+        anchors.fill: parent
+        z: 100000
+        active: false
+        source: "ControlsPage.qml"
+
+        Connections {
+            target: controlsPage.item
+            function onClosed() { controlsPage.active = false }
         }
     }
 

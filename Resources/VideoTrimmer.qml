@@ -74,7 +74,7 @@ Scene {
 
             VideoView {
                 id: video
-                outlet: "playerView"
+                outlet: "videoView"
                 x: crop.pictureRect.x
                 y: crop.pictureRect.y
                 width: crop.pictureRect.width
@@ -383,8 +383,8 @@ Scene {
                     readonly property string said: {
                         if (secondsLeft < 0) return qsTr("Saving")
                         const seconds = Math.ceil(secondsLeft)
-                        if (seconds < 60) return qsTr("Saving, about %n second(s) left", "", Math.max(seconds, 1))
-                        return qsTr("Saving, about %n minute(s) left", "", Math.round(seconds / 60))
+                        if (seconds < 60) return qsTr("Saving, about %1 s left").arg(Math.max(seconds, 1))
+                        return qsTr("Saving, about %1 min left").arg(Math.round(seconds / 60))
                     }
 
                     Accessible.role: Accessible.ProgressBar

@@ -234,7 +234,7 @@ ExportEncoder::Crop ExportJob::storedCrop(const AVFrame& picture) const {
         crop = {crop.origin.y, 1 - crop.origin.x - crop.size.width, crop.size.height, crop.size.width};
     }
     const auto pixels = [](double fraction, int side) {
-        return static_cast<int>(std::lround(std::clamp(fraction, 0.0, 1.0) * side));
+        return std::isfinite(fraction) ? static_cast<int>(std::lround(std::clamp(fraction, 0.0, 1.0) * side)) : 0;
     };
     return {pixels(crop.origin.x, picture.width), pixels(crop.origin.y, picture.height),
             std::max(pixels(crop.size.width, picture.width), 1), std::max(pixels(crop.size.height, picture.height), 1)};

@@ -2,6 +2,7 @@
 
 #include "Platforms/QtQuick/ButtonItem.h"
 #include "Platforms/QtQuick/CellItems.h"
+#include "Platforms/QtQuick/CheckboxItem.h"
 #include "Platforms/QtQuick/CollectionViewItem.h"
 #include "Platforms/QtQuick/ColorPickerItem.h"
 #include "Platforms/QtQuick/CropViewItem.h"
@@ -9,6 +10,7 @@
 #include "Platforms/QtQuick/IconItem.h"
 #include "Platforms/QtQuick/ImageViewItem.h"
 #include "Platforms/QtQuick/LabelItem.h"
+#include "Platforms/QtQuick/RangeSliderItem.h"
 #include "Platforms/QtQuick/ScreenTheme.h"
 #include "Platforms/QtQuick/SketchViewItem.h"
 #include "Platforms/QtQuick/SliderItem.h"
@@ -58,6 +60,8 @@ void registerTypes() {
         qmlRegisterType<TrimmerViewItem>(uri, 1, 0, "TrimmerView");
         qmlRegisterType<CropViewItem>(uri, 1, 0, "CropView");
         qmlRegisterType<TrimmerProgressItem>(uri, 1, 0, "SaveProgress");
+        qmlRegisterType<RangeSliderItem>(uri, 1, 0, "RangeSlider");
+        qmlRegisterType<CheckboxItem>(uri, 1, 0, "Checkbox");
         qmlRegisterType<IconItem>(uri, 1, 0, "Icon");
         qmlRegisterType<StoryboardScene>(uri, 1, 0, "Scene");
         qmlRegisterType<StoryboardDocument>(uri, 1, 0, "Storyboard");

@@ -51,7 +51,7 @@ Item {
             radius: 1.5
             color: Theme.ground
 
-            Behavior on height { NumberAnimation { duration: 80; easing.type: Easing.OutCubic } }
+            Behavior on height { NumberAnimation { duration: Theme.pressMotion; easing.type: Easing.OutCubic } }
         }
     }
     Rectangle {

@@ -395,5 +395,30 @@ TEST_F(ExportTest, DamagedAndTinyClipsAreSavedAsFarAsTheyGo) {
     }
 }
 
+TEST_F(ExportTest, ClipsWithFlippedBytesEndInAFileOrAReason) {
+    std::mt19937 random(99);
+    const char* scale = std::getenv("VIDEOANALYSIS_EXPORT_SCALE");
+    const int rounds = 3 * (scale ? std::atoi(scale) : 1);
+    for (const char* name : {"h264.mp4", "hevc.mp4", "vp9.webm", "h264.mkv", "offset.ts", "mpeg4.avi"}) {
+        std::ifstream stream(clip(name).path(), std::ios::binary);
+        const std::string whole((std::istreambuf_iterator<char>(stream)), {});
+        ASSERT_FALSE(whole.empty());
+        for (int round = 0; round < rounds; ++round) {
+            std::string bytes = whole;
+            for (int flip = 0; flip < 40; ++flip) bytes[random() % bytes.size()] = static_cast<char>(random());
+            const files::path damaged = folder / ("damaged" + files::path(name).extension().string());
+            std::ofstream(damaged, std::ios::binary) << bytes;
+            for (const Rect& crop : {Rect{0, 0, 1, 1}, Rect{0.1, 0.1, 0.5, 0.5}}) {
+                SCOPED_TRACE(std::string(name) + " round " + std::to_string(round));
+                const ExportResult result = run({URL(damaged.string()), Time(1, 2), Time(3, 1), crop, target("part.mp4")});
+                EXPECT_EQ(result.error.empty(), result.status == ExportResult::Status::finished) << result.error;
+                EXPECT_EQ(fileCount(), result.error.empty() ? 2U : 1U);
+                files::remove(folder / "part.mp4");
+            }
+            files::remove(damaged);
+        }
+    }
+}
+
 }  // namespace
 }  // namespace videoanalysis::media

@@ -31,7 +31,7 @@ protected:
         return editor();
     }
     HeadlessPlayer& playerOf(VideoTrimmerController& screen) {
-        return dynamic_cast<HeadlessPlayer&>(*screen.playerView.lock()->player());
+        return dynamic_cast<HeadlessPlayer&>(*screen.videoView.lock()->player());
     }
     /// Everything that happens before the clock moves.
     void settle() { platform->drainMainQueue(); }
@@ -177,7 +177,7 @@ TEST_F(VideoTrimmerControllerTest, ASavedEditReplacesTheClipOnceTheEditorIsGone)
 TEST_F(VideoTrimmerControllerTest, CancellingLeavesEverythingAsItWas) {
     drawLine();
     auto screen = edit();
-    const std::weak_ptr<media::Player> player = screen->playerView.lock()->player();
+    const std::weak_ptr<media::Player> player = screen->videoView.lock()->player();
     screen->save(control);
     // The first press ends the save, the screen stays.
     screen->cancel(control);

@@ -4,6 +4,7 @@
 #include "VideoAnalysis/Platform/Dispatch.h"
 #include "VideoAnalysis/Platform/FatalError.h"
 #include "VideoAnalysis/Platform/Platform.h"
+#include "VideoAnalysis/Platform/UUID.h"
 #include "VideoAnalysis/Platform/UI/Bundle.h"
 #include "VideoAnalysis/Platform/UI/Device.h"
 #include "VideoAnalysis/Player/PlayerCollectionViewCellController.h"
@@ -12,7 +13,6 @@
 #include "VideoAnalysis/Screen/PlayersManager.h"
 
 #include <cstddef>
-#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -23,25 +23,10 @@ namespace {
 constexpr int overlayWindowTag = 99;
 constexpr int firstSystemWithoutPreview = 14;
 
-/// A random (version 4) UUID in its usual spelling.
-std::string randomUUID() {
-    constexpr char digits[] = "0123456789ABCDEF";
-    std::string text = "XXXXXXXX-XXXX-4XXX-YXXX-XXXXXXXXXXXX";
-    std::random_device random;
-    for (char& character : text) {
-        if (character == 'X') {
-            character = digits[random() % 16];
-        } else if (character == 'Y') {
-            character = digits[8 + random() % 4];  // the variant
-        }
-    }
-    return text;
-}
-
 /// Where a recording goes; an empty URL without a temporary directory.
 URL makeOutputURL() {
     const std::string directory = platform().temporaryDirectory();
-    return directory.empty() ? URL() : URL::fileURL(directory + "/" + randomUUID() + ".mp4");
+    return directory.empty() ? URL() : URL::fileURL(directory + "/" + newUUID() + ".mp4");
 }
 
 /// What a failed stop leaves.

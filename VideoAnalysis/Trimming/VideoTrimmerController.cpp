@@ -45,7 +45,7 @@ VideoTrimmerController::~VideoTrimmerController() {
 }
 
 void VideoTrimmerController::connectOutlets(ui::Outlets& outlets) {
-    outlets.connect("playerView", playerView);
+    outlets.connect("videoView", videoView);
     outlets.connect("trimmerView", trimmerView);
     outlets.connect("cropView", cropView);
     outlets.connect("playButton", playButton);
@@ -74,13 +74,13 @@ void VideoTrimmerController::viewDidLoad() {
     trimmer->addAction(ui::ControlEvent::valueChanged, [this](ui::Control&) { tracked(); });
     trimmer->addAction(ui::ControlEvent::touchUpInside, [this](ui::Control&) { trackingEnded(); });
     trimmer->rowObserver = [this] { requestThumbnails(); };
-    ui::required(playerView, "playerView")->setContentMode(ui::ContentMode::scaleToFill);
+    ui::required(videoView, "videoView")->setContentMode(ui::ContentMode::scaleToFill);
     updateControls();
     updateLabels();
 }
 
 void VideoTrimmerController::viewWillAppear(bool) {
-    const auto video = ui::required(playerView, "playerView");
+    const auto video = ui::required(videoView, "videoView");
     video->delegate = std::static_pointer_cast<VideoTrimmerController>(shared_from_this());
     video->setURL(url);
     generator_ = platform().media().makeImageGenerator(url);
@@ -94,13 +94,13 @@ void VideoTrimmerController::viewDidDisappear(bool) {
     generator_ = nullptr;
     if (const auto active = player(); active && timeObserver_) active->removeTimeObserver(timeObserver_);
     timeObserver_ = nullptr;
-    if (const auto video = playerView.lock()) video->setURL(std::nullopt);
+    if (const auto video = videoView.lock()) video->setURL(std::nullopt);
 }
 
 // ---- Playing
 
 std::shared_ptr<media::Player> VideoTrimmerController::player() const {
-    const auto video = playerView.lock();
+    const auto video = videoView.lock();
     return video ? video->player() : nullptr;
 }
 
@@ -119,8 +119,8 @@ media::Time VideoTrimmerController::endTime() const {
     return timeOf(trimmer->end() - trimmer->step() * 0.25);
 }
 
-void VideoTrimmerController::playerReadyToPlayFor(VideoView& videoView) {
-    const std::shared_ptr<media::Player> active = videoView.player();
+void VideoTrimmerController::playerReadyToPlayFor(VideoView& ready) {
+    const std::shared_ptr<media::Player> active = ready.player();
     const media::PlayerItem& item = *active->currentItem();
     const std::vector<media::VideoTrack> tracks = item.videoTracks();
     const media::Time frame = tracks.empty() ? media::Time(1, 30) : tracks.front().minFrameDuration;

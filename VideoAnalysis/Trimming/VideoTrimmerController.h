@@ -45,7 +45,7 @@ public:
     /// The clip. Set before the screen appears.
     URL url;
 
-    std::weak_ptr<VideoView> playerView;
+    std::weak_ptr<VideoView> videoView;
     std::weak_ptr<TrimmerView> trimmerView;
     std::weak_ptr<CropView> cropView;
     std::weak_ptr<ui::Button> playButton;
@@ -76,8 +76,8 @@ public:
     /// While saving: ends that, and the screen stays. Otherwise the delegate hears that nothing comes of it.
     void cancel(ui::Control& sender);
 
-    void playerReadyToPlayFor(VideoView& videoView) override;
-    void playbackDidFinishFor(VideoView& videoView) override;
+    void playerReadyToPlayFor(VideoView& ready) override;
+    void playbackDidFinishFor(VideoView& finished) override;
 
     /// Minutes, seconds and hundredths, as in "1:02.50".
     static std::string textOf(double seconds);
