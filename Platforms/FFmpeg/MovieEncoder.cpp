@@ -125,6 +125,10 @@ bool MovieEncoder::open(std::string& error) {
     packet_.reset(av_packet_alloc());
     held_.reset(av_packet_alloc());
     if (!file_ || !packet_ || !held_ || !openEncoder(error)) return false;
+    if (!pictures_.prepare()) {
+        error = "not enough memory for the pictures of a recording";
+        return false;
+    }
     if (format_.channels > 0) {
         sound_ = MovieSound::open(format_.sampleRate, format_.channels, error);
         if (!sound_) return false;

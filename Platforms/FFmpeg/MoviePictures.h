@@ -14,9 +14,11 @@ namespace videoanalysis::media {
 class MoviePictures {
 public:
     /// `width` x `height` pixels, even; at most `count` pictures are out at a time.
-    MoviePictures(int width, int height, int count) : width_(width), height_(height), left_(count) {}
+    MoviePictures(int width, int height, int count) : width_(width), height_(height), count_(count) {}
 
-    /// Null when all are out. Any thread.
+    /// Makes the pictures, memory and all, so that taking one costs nothing. False when there is not enough memory.
+    bool prepare();
+    /// Null when all are out or none have been made. Any thread.
     FrameHandle take();
     /// Any thread.
     void giveBack(FrameHandle picture);
@@ -29,9 +31,9 @@ public:
 private:
     const int width_;
     const int height_;
+    const int count_;
     std::mutex mutex_;
     std::vector<FrameHandle> free_;
-    int left_;  ///< so many may still be made
     FrameHandle unscaled_;
 };
 

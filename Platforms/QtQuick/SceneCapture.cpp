@@ -9,6 +9,7 @@
 #include <QSGRendererInterface>
 
 #include <algorithm>
+#include <ctime>
 #include <utility>
 #include <vector>
 
@@ -20,6 +21,13 @@ constexpr double topLayer = 1e6;  // above whatever a host has put into its wind
 bool isPlain(const QImage& image) {
     return image.format() == QImage::Format_RGB32 || image.format() == QImage::Format_ARGB32_Premultiplied ||
            image.format() == QImage::Format_ARGB32;
+}
+
+/// Of the calling thread.
+double computedMilliseconds() {
+    timespec time{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
 }
 
 }  // namespace
@@ -120,6 +128,7 @@ void SceneCapture::takeRendered() {
         if (!rest_.isActive()) rest_.start(static_cast<int>(wait.count()));
         return;
     }
+    const double computed = computedMilliseconds();
     rest_.stop();
     const auto* painter =
         static_cast<QPainter*>(window_->rendererInterface()->getResource(window_, QSGRendererInterface::PainterResource));
@@ -132,18 +141,19 @@ void SceneCapture::takeRendered() {
         const QImage converted = image.convertToFormat(QImage::Format_RGB32);
         give(converted.constBits(), converted.size(), converted.bytesPerLine(), now);
     }
-    count(now);
+    count(now, computed);
 }
 
 void SceneCapture::takeGrabbed() {
     if (!window_) return;
     const Clock::time_point now = Clock::now();
+    const double computed = computedMilliseconds();
     if (!isDue(now)) return;
     QImage image = window_->grabWindow();
     if (image.isNull()) return;
     if (!isPlain(image)) image = image.convertToFormat(QImage::Format_RGB32);
     give(image.constBits(), image.size(), image.bytesPerLine(), changed_ == Clock::time_point() ? now : changed_);
-    count(now);
+    count(now, computed);
 }
 
 void SceneCapture::readFramebuffer() {
@@ -154,6 +164,7 @@ void SceneCapture::readFramebuffer() {
             this, [this, wait] { rest_.start(static_cast<int>(wait.count())); }, Qt::QueuedConnection);
         return;
     }
+    const double computed = computedMilliseconds();
     QOpenGLContext* context = QOpenGLContext::currentContext();
     if (!context) return;
     const QSize size = window_->size() * window_->effectiveDevicePixelRatio();
@@ -166,7 +177,7 @@ void SceneCapture::readFramebuffer() {
     window_->endExternalCommands();
     // The framebuffer's first row is the lowest.
     give(pixels.data() + bytesPerRow * (size.height() - 1), size, -bytesPerRow, now);
-    count(now);
+    count(now, computed);
 }
 
 void SceneCapture::give(const std::uint8_t* pixels, QSize size, std::ptrdiff_t bytesPerRow, Clock::time_point moment) {
@@ -174,12 +185,14 @@ void SceneCapture::give(const std::uint8_t* pixels, QSize size, std::ptrdiff_t b
     receiver_(pixels, size, bytesPerRow, moment);
 }
 
-void SceneCapture::count(Clock::time_point start) {
+void SceneCapture::count(Clock::time_point start, double startComputed) {
     const double milliseconds = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+    const double computed = computedMilliseconds() - startComputed;
     constexpr std::array limits{0.5, 1.0, 2.0, 4.0};
     const std::lock_guard lock(mutex_);
     ++statistics_.count;
     statistics_.longest = std::max(statistics_.longest, milliseconds);
+    statistics_.longestComputed = std::max(statistics_.longestComputed, computed);
     const auto place = std::upper_bound(limits.begin(), limits.end(), milliseconds) - limits.begin();
     ++statistics_.histogram[static_cast<std::size_t>(place)];
 }

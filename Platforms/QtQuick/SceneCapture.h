@@ -20,7 +20,8 @@ namespace videoanalysis {
 /// How long taking pictures has held up the thread that they were taken on.
 struct CaptureStatistics {
     std::int64_t count = 0;
-    double longest = 0;  ///< milliseconds
+    double longest = 0;          ///< milliseconds
+    double longestComputed = 0;  ///< milliseconds of them that the thread itself computed, on a machine that others use too
     /// How many took less than 0.5, 1, 2, 4 milliseconds, and longer.
     std::array<std::int64_t, 5> histogram{};
 };
@@ -56,7 +57,7 @@ private:
     void readFramebuffer();
     bool isDue(Clock::time_point now);
     void give(const std::uint8_t* pixels, QSize size, std::ptrdiff_t bytesPerRow, Clock::time_point moment);
-    void count(Clock::time_point start);
+    void count(Clock::time_point start, double startComputed);
 
     const QPointer<QQuickWindow> window_;
     const Clock::duration period_;
