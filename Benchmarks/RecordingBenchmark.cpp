@@ -129,7 +129,8 @@ double recordWithPeer(Screen& screen, const QByteArray& display, const QString& 
                 QStringLiteral("%1x%2").arg(width).arg(height), "-i", QString::fromLatin1(display + "+0,0"), "-t",
                 QString::number(seconds + 1), "-c:v", "libx264", "-preset", "superfast", "-pix_fmt", "yuv420p", output});
     screen.play(seconds);
-    if (!peer.waitForFinished(30000) || peer.exitCode() != 0) throw std::runtime_error("ffmpeg cannot record the display");
+    const bool hasEnded = peer.state() == QProcess::NotRunning || peer.waitForFinished(30000);
+    if (!hasEnded || peer.exitCode() != 0) throw std::runtime_error("ffmpeg cannot record the display");
     return (usedByChildren() - before) / (seconds + 1);
 }
 

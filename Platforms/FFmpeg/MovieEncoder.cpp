@@ -281,6 +281,11 @@ void MovieEncoder::end() {
         }
         if (!hasFailed_ && !file_->end()) noteFailure(file_->error());
     }
+    // Here, because whoever destroys the writer should not have to wait for it.
+    last_ = {};
+    encoder_.reset();
+    sound_.reset();
+    pictures_.clear();
 }
 
 recording::Error MovieEncoder::deliver() {

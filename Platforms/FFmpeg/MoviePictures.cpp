@@ -49,6 +49,11 @@ void MoviePictures::giveBack(FrameHandle picture) {
     free_.push_back(std::move(picture));
 }
 
+void MoviePictures::clear() {
+    const std::lock_guard lock(mutex_);
+    free_.clear();
+}
+
 void MoviePictures::convert(const std::uint8_t* pixels, int width, int height, std::ptrdiff_t bytesPerRow,
                             AVFrame& picture) {
     width &= ~1;

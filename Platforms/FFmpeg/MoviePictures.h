@@ -22,6 +22,8 @@ public:
     FrameHandle take();
     /// Any thread.
     void giveBack(FrameHandle picture);
+    /// Frees those that are not out. Any thread.
+    void clear();
 
     /// Converts pixels in the order blue, green, red, anything (see `recording::MovieWriter::addPicture`) to YUV with the
     /// weights of BT.601 in the narrow range; a picture of another size is fitted into the middle, with black beside it. One
