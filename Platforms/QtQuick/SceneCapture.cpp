@@ -5,6 +5,7 @@
 #include <QOpenGLFunctions>
 #include <QPainter>
 #include <QQuickWindow>
+#include <QSGRectangleNode>
 #include <QSGRenderNode>
 #include <QSGRendererInterface>
 
@@ -49,6 +50,25 @@ private:
     QRectF rect_;
 };
 
+/// A point that can be painted anew, though nothing is to be seen of it, so that the software renderer calls the capture.
+class SceneCapture::Spot : public QQuickItem {
+public:
+    explicit Spot(QQuickItem& parent) : QQuickItem(&parent) {
+        setFlag(ItemHasContents);
+        setSize({1, 1});
+        setZ(-1);
+    }
+
+protected:
+    QSGNode* updatePaintNode(QSGNode* old, UpdatePaintNodeData*) override {
+        auto* node = old ? static_cast<QSGRectangleNode*>(old) : window()->createRectangleNode();
+        node->setRect(boundingRect());
+        node->setColor(Qt::transparent);
+        node->markDirty(QSGNode::DirtyMaterial);
+        return node;
+    }
+};
+
 /// The thread that renders may be about to call a capture that is being deleted.
 struct SceneCapture::Guard {
     std::mutex mutex;
@@ -64,7 +84,11 @@ SceneCapture::SceneCapture(QQuickWindow& window, int framesPerSecond, Receiver r
     const auto api = window.rendererInterface()->graphicsApi();
     if (api == QSGRendererInterface::Software) {
         setFlag(ItemHasContents);
-        rest_.callOnTimeout(this, [this] { takeGrabbed(); });
+        spot_ = new Spot(*this);
+        rest_.callOnTimeout(this, [this] {
+            isResting_ = true;
+            spot_->update();
+        });
     } else if (api == QSGRendererInterface::OpenGL && QOpenGLContext::openGLModuleType() == QOpenGLContext::LibGL) {
         guard_ = std::make_shared<Guard>();
         guard_->capture = this;
@@ -122,12 +146,14 @@ bool SceneCapture::isDue(Clock::time_point now) {
 
 void SceneCapture::takeRendered() {
     const Clock::time_point now = Clock::now();
+    const bool isRest = std::exchange(isResting_, false);
     if (!isDue(now)) {
         changed_ = now;
         const auto wait = std::chrono::ceil<std::chrono::milliseconds>(due_ + period_ / 2 - now);
         if (!rest_.isActive()) rest_.start(static_cast<int>(wait.count()));
         return;
     }
+    const Clock::time_point moment = isRest ? changed_ : now;
     const double computed = computedMilliseconds();
     rest_.stop();
     const auto* painter =
@@ -136,10 +162,10 @@ void SceneCapture::takeRendered() {
     if (!device || device->devType() != QInternal::Image) return;
     const auto& image = *static_cast<const QImage*>(device);
     if (isPlain(image)) {
-        give(image.constBits(), image.size(), image.bytesPerLine(), now);
+        give(image.constBits(), image.size(), image.bytesPerLine(), moment);
     } else {
         const QImage converted = image.convertToFormat(QImage::Format_RGB32);
-        give(converted.constBits(), converted.size(), converted.bytesPerLine(), now);
+        give(converted.constBits(), converted.size(), converted.bytesPerLine(), moment);
     }
     count(now, computed);
 }
@@ -152,7 +178,7 @@ void SceneCapture::takeGrabbed() {
     QImage image = window_->grabWindow();
     if (image.isNull()) return;
     if (!isPlain(image)) image = image.convertToFormat(QImage::Format_RGB32);
-    give(image.constBits(), image.size(), image.bytesPerLine(), changed_ == Clock::time_point() ? now : changed_);
+    give(image.constBits(), image.size(), image.bytesPerLine(), now);
     count(now, computed);
 }
 
@@ -181,7 +207,6 @@ void SceneCapture::readFramebuffer() {
 }
 
 void SceneCapture::give(const std::uint8_t* pixels, QSize size, std::ptrdiff_t bytesPerRow, Clock::time_point moment) {
-    changed_ = {};
     receiver_(pixels, size, bytesPerRow, moment);
 }
 

@@ -49,6 +49,7 @@ protected:
 
 private:
     class Node;
+    class Spot;
     struct Guard;
 
     void followWindow();
@@ -62,8 +63,10 @@ private:
     const QPointer<QQuickWindow> window_;
     const Clock::duration period_;
     const Receiver receiver_;
+    Spot* spot_ = nullptr;
     QTimer rest_;  ///< takes the last one of some changes that came too quickly
-    Clock::time_point changed_;
+    Clock::time_point changed_;  ///< when the last one that was not due came
+    bool isResting_ = false;     ///< what is painted next has been there since then
     Clock::time_point due_;  ///< of the next picture; the rendering thread's
     std::shared_ptr<Guard> guard_;  ///< where another thread renders
     mutable std::mutex mutex_;

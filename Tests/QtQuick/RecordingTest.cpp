@@ -97,13 +97,13 @@ std::optional<int> numberIn(const std::vector<unsigned char>& picture, QSize siz
 }
 
 TEST_F(RecordingTest, EveryFrameOfBothPlayersIsOnTheRecordedPictureAtItsTime) {
-    const QSize size(960, 540);
+    const QSize size(1280, 800);
     open({clip("h264.mp4"), clip("h264.mp4")}, size);
     const LogLines log;
     const QRectF left = screen->pictureOf(0);
     const QRectF right = screen->pictureOf(1);
     record();
-    EXPECT_TRUE(hasStarted());
+    EXPECT_TRUE(screen->wait([&] { return hasStarted(); }));
     ASSERT_TRUE(screen->click("playPauseButton", 0));
     screen->wait(300);
     ASSERT_TRUE(screen->click("playPauseButton", 1));
@@ -150,34 +150,33 @@ TEST_F(RecordingTest, EveryFrameOfBothPlayersIsOnTheRecordedPictureAtItsTime) {
 }
 
 TEST_F(RecordingTest, DrawingsAndAWindowOfAnotherShapeAreOnThePicture) {
-    open({clip("h264.mp4")}, QSize(800, 500));
+    open({clip("h264.mp4")}, QSize(1000, 800));
     record();
     screen->wait(100);
     screen->drawWithMouse(stroke(0, 0.5));
     settle();
     const QPointF inked = at(0, 0.5, 0.5);
-    host->window().resize(620, 800);
-    ASSERT_TRUE(screen->wait([&] { return screen->pictureOf(0).width() < 630; }));
+    host->window().resize(800, 1000);
+    ASSERT_TRUE(screen->wait([&] { return screen->pictureOf(0).width() < 810; }));
     settle();
     const QRectF place = screen->pictureOf(0);
     const std::string movie = finish();
     const MovieFacts facts = factsOf(movie);
-    EXPECT_EQ(QSize(facts.width, facts.height), QSize(800, 500)) << "it keeps its size";
+    EXPECT_EQ(QSize(facts.width, facts.height), QSize(1000, 800)) << "it keeps its size";
     EXPECT_EQ(facts.complaints, "");
 
-    const auto pictures = picturesOf(movie, 800, 500);
-    const auto imageOf = [](const std::vector<unsigned char>& picture) { return QImage(picture.data(), 800, 500, QImage::Format_RGB32); };
+    const auto pictures = picturesOf(movie, 1000, 800);
+    const auto imageOf = [](const std::vector<unsigned char>& picture) { return QImage(picture.data(), 1000, 800, QImage::Format_RGB32); };
     const auto isDrawn = [&](const auto& picture) {
         const QColor color = imageOf(picture).pixelColor(inked.toPoint());
         return color.red() < 60 && color.green() > 190 && color.blue() > 210;
     };
     EXPECT_FALSE(isDrawn(pictures.front()));
     EXPECT_TRUE(std::any_of(pictures.begin(), pictures.end(), isDrawn));
-    const double scale = 500.0 / 800;
-    EXPECT_EQ(numberIn(pictures.back(), QSize(800, 500),
-                       {(800 - 620 * scale) / 2 + place.x() * scale, place.y() * scale, place.width() * scale, place.height() * scale}),
-              0);
-    EXPECT_EQ(imageOf(pictures.back()).pixelColor(50, 250), QColor(Qt::black));
+    const double scale = 800.0 / 1000;
+    const QRectF shown((1000 - 800 * scale) / 2 + place.x() * scale, place.y() * scale, place.width() * scale, place.height() * scale);
+    EXPECT_EQ(numberIn(pictures.back(), QSize(1000, 800), shown), 0);
+    EXPECT_EQ(imageOf(pictures.back()).pixelColor(80, 400), QColor(Qt::black));
 }
 
 // VIDEOANALYSIS_LONG=1 makes it two minutes.
