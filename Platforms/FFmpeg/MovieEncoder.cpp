@@ -125,6 +125,10 @@ bool MovieEncoder::open(std::string& error) {
     packet_.reset(av_packet_alloc());
     held_.reset(av_packet_alloc());
     if (!file_ || !packet_ || !held_ || !openEncoder(error)) return false;
+    if (!pictures_.prepare()) {
+        error = "not enough memory for the pictures of a recording";
+        return false;
+    }
     if (format_.channels > 0) {
         sound_ = MovieSound::open(format_.sampleRate, format_.channels, error);
         if (!sound_) return false;
@@ -277,6 +281,11 @@ void MovieEncoder::end() {
         }
         if (!hasFailed_ && !file_->end()) noteFailure(file_->error());
     }
+    // Here, because whoever destroys the writer should not have to wait for it.
+    last_ = {};
+    encoder_.reset();
+    sound_.reset();
+    pictures_.clear();
 }
 
 recording::Error MovieEncoder::deliver() {

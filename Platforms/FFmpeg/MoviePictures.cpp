@@ -24,23 +24,34 @@ int even(double length) { return std::max(static_cast<int>(length) & ~1, 2); }
 
 }  // namespace
 
-FrameHandle MoviePictures::take() {
-    {
-        const std::lock_guard lock(mutex_);
-        if (!free_.empty()) {
-            FrameHandle picture = std::move(free_.back());
-            free_.pop_back();
-            return picture;
-        }
-        if (left_ == 0) return nullptr;
-        --left_;
+bool MoviePictures::prepare() {
+    for (int i = 0; i < count_; ++i) {
+        FrameHandle picture = makePicture(width_, height_);
+        if (!picture) return false;
+        // Touched once, so that the system need not find the memory while somebody waits.
+        libyuv::I420Rect(picture->data[0], picture->linesize[0], picture->data[1], picture->linesize[1],
+                         picture->data[2], picture->linesize[2], 0, 0, width_, height_, black, colourless, colourless);
+        giveBack(std::move(picture));
     }
-    return makePicture(width_, height_);
+    return true;
+}
+
+FrameHandle MoviePictures::take() {
+    const std::lock_guard lock(mutex_);
+    if (free_.empty()) return nullptr;
+    FrameHandle picture = std::move(free_.back());
+    free_.pop_back();
+    return picture;
 }
 
 void MoviePictures::giveBack(FrameHandle picture) {
     const std::lock_guard lock(mutex_);
     free_.push_back(std::move(picture));
+}
+
+void MoviePictures::clear() {
+    const std::lock_guard lock(mutex_);
+    free_.clear();
 }
 
 void MoviePictures::convert(const std::uint8_t* pixels, int width, int height, std::ptrdiff_t bytesPerRow,

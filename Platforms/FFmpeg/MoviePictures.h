@@ -14,12 +14,16 @@ namespace videoanalysis::media {
 class MoviePictures {
 public:
     /// `width` x `height` pixels, even; at most `count` pictures are out at a time.
-    MoviePictures(int width, int height, int count) : width_(width), height_(height), left_(count) {}
+    MoviePictures(int width, int height, int count) : width_(width), height_(height), count_(count) {}
 
-    /// Null when all are out. Any thread.
+    /// Makes the pictures, memory and all, so that taking one costs nothing. False when there is not enough memory.
+    bool prepare();
+    /// Null when all are out or none have been made. Any thread.
     FrameHandle take();
     /// Any thread.
     void giveBack(FrameHandle picture);
+    /// Frees those that are not out. Any thread.
+    void clear();
 
     /// Converts pixels in the order blue, green, red, anything (see `recording::MovieWriter::addPicture`) to YUV with the
     /// weights of BT.601 in the narrow range; a picture of another size is fitted into the middle, with black beside it. One
@@ -29,9 +33,9 @@ public:
 private:
     const int width_;
     const int height_;
+    const int count_;
     std::mutex mutex_;
     std::vector<FrameHandle> free_;
-    int left_;  ///< so many may still be made
     FrameHandle unscaled_;
 };
 

@@ -5,10 +5,12 @@
 #include <QOpenGLFunctions>
 #include <QPainter>
 #include <QQuickWindow>
+#include <QSGRectangleNode>
 #include <QSGRenderNode>
 #include <QSGRendererInterface>
 
 #include <algorithm>
+#include <ctime>
 #include <utility>
 #include <vector>
 
@@ -20,6 +22,13 @@ constexpr double topLayer = 1e6;  // above whatever a host has put into its wind
 bool isPlain(const QImage& image) {
     return image.format() == QImage::Format_RGB32 || image.format() == QImage::Format_ARGB32_Premultiplied ||
            image.format() == QImage::Format_ARGB32;
+}
+
+/// Of the calling thread.
+double computedMilliseconds() {
+    timespec time{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
 }
 
 }  // namespace
@@ -41,6 +50,25 @@ private:
     QRectF rect_;
 };
 
+/// A point that can be painted anew, though nothing is to be seen of it, so that the software renderer calls the capture.
+class SceneCapture::Spot : public QQuickItem {
+public:
+    explicit Spot(QQuickItem& parent) : QQuickItem(&parent) {
+        setFlag(ItemHasContents);
+        setSize({1, 1});
+        setZ(-1);
+    }
+
+protected:
+    QSGNode* updatePaintNode(QSGNode* old, UpdatePaintNodeData*) override {
+        auto* node = old ? static_cast<QSGRectangleNode*>(old) : window()->createRectangleNode();
+        node->setRect(boundingRect());
+        node->setColor(Qt::transparent);
+        node->markDirty(QSGNode::DirtyMaterial);
+        return node;
+    }
+};
+
 /// The thread that renders may be about to call a capture that is being deleted.
 struct SceneCapture::Guard {
     std::mutex mutex;
@@ -56,7 +84,11 @@ SceneCapture::SceneCapture(QQuickWindow& window, int framesPerSecond, Receiver r
     const auto api = window.rendererInterface()->graphicsApi();
     if (api == QSGRendererInterface::Software) {
         setFlag(ItemHasContents);
-        rest_.callOnTimeout(this, [this] { takeGrabbed(); });
+        spot_ = new Spot(*this);
+        rest_.callOnTimeout(this, [this] {
+            isResting_ = true;
+            spot_->update();
+        });
     } else if (api == QSGRendererInterface::OpenGL && QOpenGLContext::openGLModuleType() == QOpenGLContext::LibGL) {
         guard_ = std::make_shared<Guard>();
         guard_->capture = this;
@@ -114,12 +146,15 @@ bool SceneCapture::isDue(Clock::time_point now) {
 
 void SceneCapture::takeRendered() {
     const Clock::time_point now = Clock::now();
+    const bool isRest = std::exchange(isResting_, false);
     if (!isDue(now)) {
         changed_ = now;
         const auto wait = std::chrono::ceil<std::chrono::milliseconds>(due_ + period_ / 2 - now);
         if (!rest_.isActive()) rest_.start(static_cast<int>(wait.count()));
         return;
     }
+    const Clock::time_point moment = isRest ? changed_ : now;
+    const double computed = computedMilliseconds();
     rest_.stop();
     const auto* painter =
         static_cast<QPainter*>(window_->rendererInterface()->getResource(window_, QSGRendererInterface::PainterResource));
@@ -127,23 +162,24 @@ void SceneCapture::takeRendered() {
     if (!device || device->devType() != QInternal::Image) return;
     const auto& image = *static_cast<const QImage*>(device);
     if (isPlain(image)) {
-        give(image.constBits(), image.size(), image.bytesPerLine(), now);
+        give(image.constBits(), image.size(), image.bytesPerLine(), moment);
     } else {
         const QImage converted = image.convertToFormat(QImage::Format_RGB32);
-        give(converted.constBits(), converted.size(), converted.bytesPerLine(), now);
+        give(converted.constBits(), converted.size(), converted.bytesPerLine(), moment);
     }
-    count(now);
+    count(now, computed);
 }
 
 void SceneCapture::takeGrabbed() {
     if (!window_) return;
     const Clock::time_point now = Clock::now();
+    const double computed = computedMilliseconds();
     if (!isDue(now)) return;
     QImage image = window_->grabWindow();
     if (image.isNull()) return;
     if (!isPlain(image)) image = image.convertToFormat(QImage::Format_RGB32);
-    give(image.constBits(), image.size(), image.bytesPerLine(), changed_ == Clock::time_point() ? now : changed_);
-    count(now);
+    give(image.constBits(), image.size(), image.bytesPerLine(), now);
+    count(now, computed);
 }
 
 void SceneCapture::readFramebuffer() {
@@ -154,6 +190,7 @@ void SceneCapture::readFramebuffer() {
             this, [this, wait] { rest_.start(static_cast<int>(wait.count())); }, Qt::QueuedConnection);
         return;
     }
+    const double computed = computedMilliseconds();
     QOpenGLContext* context = QOpenGLContext::currentContext();
     if (!context) return;
     const QSize size = window_->size() * window_->effectiveDevicePixelRatio();
@@ -166,20 +203,21 @@ void SceneCapture::readFramebuffer() {
     window_->endExternalCommands();
     // The framebuffer's first row is the lowest.
     give(pixels.data() + bytesPerRow * (size.height() - 1), size, -bytesPerRow, now);
-    count(now);
+    count(now, computed);
 }
 
 void SceneCapture::give(const std::uint8_t* pixels, QSize size, std::ptrdiff_t bytesPerRow, Clock::time_point moment) {
-    changed_ = {};
     receiver_(pixels, size, bytesPerRow, moment);
 }
 
-void SceneCapture::count(Clock::time_point start) {
+void SceneCapture::count(Clock::time_point start, double startComputed) {
     const double milliseconds = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+    const double computed = computedMilliseconds() - startComputed;
     constexpr std::array limits{0.5, 1.0, 2.0, 4.0};
     const std::lock_guard lock(mutex_);
     ++statistics_.count;
     statistics_.longest = std::max(statistics_.longest, milliseconds);
+    statistics_.longestComputed = std::max(statistics_.longestComputed, computed);
     const auto place = std::upper_bound(limits.begin(), limits.end(), milliseconds) - limits.begin();
     ++statistics_.histogram[static_cast<std::size_t>(place)];
 }

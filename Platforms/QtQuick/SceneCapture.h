@@ -20,7 +20,8 @@ namespace videoanalysis {
 /// How long taking pictures has held up the thread that they were taken on.
 struct CaptureStatistics {
     std::int64_t count = 0;
-    double longest = 0;  ///< milliseconds
+    double longest = 0;          ///< milliseconds
+    double longestComputed = 0;  ///< milliseconds of them that the thread itself computed, on a machine that others use too
     /// How many took less than 0.5, 1, 2, 4 milliseconds, and longer.
     std::array<std::int64_t, 5> histogram{};
 };
@@ -48,6 +49,7 @@ protected:
 
 private:
     class Node;
+    class Spot;
     struct Guard;
 
     void followWindow();
@@ -56,13 +58,15 @@ private:
     void readFramebuffer();
     bool isDue(Clock::time_point now);
     void give(const std::uint8_t* pixels, QSize size, std::ptrdiff_t bytesPerRow, Clock::time_point moment);
-    void count(Clock::time_point start);
+    void count(Clock::time_point start, double startComputed);
 
     const QPointer<QQuickWindow> window_;
     const Clock::duration period_;
     const Receiver receiver_;
+    Spot* spot_ = nullptr;
     QTimer rest_;  ///< takes the last one of some changes that came too quickly
-    Clock::time_point changed_;
+    Clock::time_point changed_;  ///< when the last one that was not due came
+    bool isResting_ = false;     ///< what is painted next has been there since then
     Clock::time_point due_;  ///< of the next picture; the rendering thread's
     std::shared_ptr<Guard> guard_;  ///< where another thread renders
     mutable std::mutex mutex_;

@@ -19,6 +19,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -88,6 +89,7 @@ protected:
     QString growing() const { return QDir(folder.path()).filePath(QStringLiteral("data")); }
 
     QTemporaryDir folder;
+    std::unique_ptr<QObject> observing = std::make_unique<QObject>();
 };
 
 /// The number that a player's picture carries on a recorded picture of the whole window.
@@ -97,17 +99,27 @@ std::optional<int> numberIn(const std::vector<unsigned char>& picture, QSize siz
 }
 
 TEST_F(RecordingTest, EveryFrameOfBothPlayersIsOnTheRecordedPictureAtItsTime) {
-    const QSize size(960, 540);
+    const QSize size(1280, 800);
     open({clip("h264.mp4"), clip("h264.mp4")}, size);
     const LogLines log;
     const QRectF left = screen->pictureOf(0);
     const QRectF right = screen->pictureOf(1);
+    // When the window first showed each frame of each player.
+    std::vector<std::map<int, double>> onScreen(2);
+    const Clock::time_point start = Clock::now();
+    QObject::connect(&host->window(), &QQuickWindow::frameSwapped, observing.get(), [&] {
+        const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+        for (std::size_t player = 0; player < 2; ++player) {
+            onScreen[player].emplace(static_cast<int>(screen->frameIndex(player).value_or(-1)), seconds);
+        }
+    });
     record();
-    EXPECT_TRUE(hasStarted());
+    EXPECT_TRUE(screen->wait([&] { return hasStarted(); }));
     ASSERT_TRUE(screen->click("playPauseButton", 0));
     screen->wait(300);
     ASSERT_TRUE(screen->click("playPauseButton", 1));
     screen->wait(2500);
+    observing.reset();
     const std::string movie = finish();
     EXPECT_EQ(LogLines::aboutRecordings(), QStringList{"The recording is silent: there is no microphone"});
     EXPECT_TRUE(QDir(growing()).entryList({"*.mp4"}, QDir::Files).isEmpty());
@@ -118,66 +130,61 @@ TEST_F(RecordingTest, EveryFrameOfBothPlayersIsOnTheRecordedPictureAtItsTime) {
     EXPECT_EQ(QSize(facts.width, facts.height), size);
     EXPECT_TRUE(facts.indexComesFirst);
     EXPECT_EQ(facts.complaints, "");
-    EXPECT_NEAR(static_cast<double>(facts.pictureTimes.size()) / facts.end(), 30, 1.5);
+    const double rate = static_cast<double>(facts.pictureTimes.size()) / facts.end();
+    EXPECT_LT(rate, 31.5);
+    EXPECT_GT(rate, 20) << "on a machine that is not busy it is 30";
     EXPECT_EQ(recorder().movieStatistics().dropped, 0);
     const auto pictures = picturesOf(movie, size.width(), size.height());
     ASSERT_EQ(pictures.size(), facts.pictureTimes.size());
-    for (const QRectF& place : {left, right}) {
-        // A steady clip: from when it starts, the number follows the time, and hardly a frame is missing.
-        std::vector<std::pair<double, int>> shown;
+    for (std::size_t player = 0; player < 2; ++player) {
+        std::vector<double> offsets;  // of each frame's time on the recording from that on the screen
+        int last = 0;
         for (std::size_t i = 0; i < pictures.size(); ++i) {
-            const auto number = numberIn(pictures[i], size, place);
+            const auto number = numberIn(pictures[i], size, player == 0 ? left : right);
             ASSERT_TRUE(number) << i;
-            if (*number > 0 && (shown.empty() || shown.back().second != *number)) {
-                shown.emplace_back(facts.pictureTimes[i], *number);
-            }
+            if (*number == last) continue;
+            ASSERT_GT(*number, last) << "no picture goes back";
+            last = *number;
+            ASSERT_TRUE(onScreen[player].contains(last)) << last;
+            offsets.push_back(facts.pictureTimes[i] - onScreen[player][last]);
         }
-        ASSERT_GT(shown.size(), 40U);
-        int missing = 0;
-        std::vector<double> offsets;
-        for (std::size_t i = 0; i < shown.size(); ++i) {
-            offsets.push_back(shown[i].first - shown[i].second / 30.0);
-            if (i > 0) missing += shown[i].second - shown[i - 1].second - 1;
-            ASSERT_GE(missing, 0) << "no picture goes back";
-        }
-        EXPECT_LT(missing, static_cast<int>(shown.size() / 5));
-        std::vector<double> sorted = offsets;
-        std::sort(sorted.begin(), sorted.end());
-        const double usual = sorted[sorted.size() / 2];
-        const auto far = std::count_if(offsets.begin(), offsets.end(), [&](double offset) { return std::abs(offset - usual) > 0.04; });
-        EXPECT_LT(far, static_cast<std::ptrdiff_t>(offsets.size() / 10)) << "the machine may be busy now and then";
+        ASSERT_GT(offsets.size(), 10U);
+        EXPECT_GT(offsets.size() * 5, onScreen[player].size() * 4) << "hardly a frame that was on the screen is missing";
+        std::sort(offsets.begin(), offsets.end());
+        // Those that follow one another too quickly come with the next one, and the machine may be busy now and then.
+        EXPECT_LT(offsets.back() - offsets.front(), 0.15);
+        EXPECT_LT(offsets[offsets.size() * 9 / 10] - offsets[offsets.size() / 10], 0.04);
     }
 }
 
 TEST_F(RecordingTest, DrawingsAndAWindowOfAnotherShapeAreOnThePicture) {
-    open({clip("h264.mp4")}, QSize(800, 500));
+    open({clip("h264.mp4")}, QSize(1000, 800));
     record();
     screen->wait(100);
     screen->drawWithMouse(stroke(0, 0.5));
     settle();
     const QPointF inked = at(0, 0.5, 0.5);
-    host->window().resize(620, 800);
-    ASSERT_TRUE(screen->wait([&] { return screen->pictureOf(0).width() < 630; }));
+    host->window().resize(800, 1000);
+    ASSERT_TRUE(screen->wait([&] { return screen->pictureOf(0).width() < 810; }));
     settle();
     const QRectF place = screen->pictureOf(0);
     const std::string movie = finish();
     const MovieFacts facts = factsOf(movie);
-    EXPECT_EQ(QSize(facts.width, facts.height), QSize(800, 500)) << "it keeps its size";
+    EXPECT_EQ(QSize(facts.width, facts.height), QSize(1000, 800)) << "it keeps its size";
     EXPECT_EQ(facts.complaints, "");
 
-    const auto pictures = picturesOf(movie, 800, 500);
-    const auto imageOf = [](const std::vector<unsigned char>& picture) { return QImage(picture.data(), 800, 500, QImage::Format_RGB32); };
+    const auto pictures = picturesOf(movie, 1000, 800);
+    const auto imageOf = [](const std::vector<unsigned char>& picture) { return QImage(picture.data(), 1000, 800, QImage::Format_RGB32); };
     const auto isDrawn = [&](const auto& picture) {
         const QColor color = imageOf(picture).pixelColor(inked.toPoint());
         return color.red() < 60 && color.green() > 190 && color.blue() > 210;
     };
     EXPECT_FALSE(isDrawn(pictures.front()));
     EXPECT_TRUE(std::any_of(pictures.begin(), pictures.end(), isDrawn));
-    const double scale = 500.0 / 800;
-    EXPECT_EQ(numberIn(pictures.back(), QSize(800, 500),
-                       {(800 - 620 * scale) / 2 + place.x() * scale, place.y() * scale, place.width() * scale, place.height() * scale}),
-              0);
-    EXPECT_EQ(imageOf(pictures.back()).pixelColor(50, 250), QColor(Qt::black));
+    const double scale = 800.0 / 1000;
+    const QRectF shown((1000 - 800 * scale) / 2 + place.x() * scale, place.y() * scale, place.width() * scale, place.height() * scale);
+    EXPECT_EQ(numberIn(pictures.back(), QSize(1000, 800), shown), 0);
+    EXPECT_EQ(imageOf(pictures.back()).pixelColor(80, 400), QColor(Qt::black));
 }
 
 // VIDEOANALYSIS_LONG=1 makes it two minutes.
@@ -201,9 +208,13 @@ TEST_F(RecordingTest, SoundAndPictureStayTogetherAndALostMicrophoneLeavesSilence
         screen->wait(i == 0 ? 500 : isLong ? 9000 : 700);
         const double heard = secondsOf(voice.beep());
         ASSERT_GT(heard, 0);
-        const double flashed = secondsOf(Clock::now());
+        double flashed = 0;  // when the window showed it
+        const auto token = QObject::connect(&host->window(), &QQuickWindow::frameSwapped, [&] {
+            if (flashed == 0) flashed = secondsOf(Clock::now());
+        });
         flash->setVisible(true);
         screen->wait(300);
+        QObject::disconnect(token);
         flash->setVisible(false);
         leads.push_back(flashed - heard);
     }

@@ -59,8 +59,8 @@ public:
 class MovieMaker {
 public:
     virtual ~MovieMaker() = default;
-    /// Begins a movie, without waiting for the disk. `opened` comes on a thread of the writer's when there is a file and what
-    /// is handed over is written, or with the reason why not; the writer then only remains to be destroyed.
+    /// Begins a movie, without waiting for the disk. Pictures and sound may be handed over once it is opened: `opened` comes
+    /// then, on a thread of the writer's, or with the reason why not; the writer then only remains to be destroyed.
     virtual std::unique_ptr<MovieWriter> makeMovie(const MovieFormat& format, std::function<void(Error)> opened) = 0;
 };
 
