@@ -11,7 +11,18 @@
 
 using namespace videoanalysis::host;
 
+namespace {
+
+/// Qt tells of every machine without a sound server; here that is no fault, clips are silent then.
+void passOn(QtMsgType type, const QMessageLogContext& context, const QString& message) {
+    if (message.startsWith(QLatin1String("PulseAudioService: pa_context_connect() failed"))) return;
+    std::fprintf(stderr, "%s\n", qPrintable(qFormatLogMessage(type, context, message)));
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
+    qInstallMessageHandler(passOn);
     const bool isHeadless = CommandLine::isHeadless(argc, argv);
     if (isHeadless) qputenv("QT_QPA_PLATFORM", "offscreen");
     // Every position of a finger counts for a stroke, not only one for each frame of the screen.

@@ -12,7 +12,7 @@ View {
     solid: true
 
     // The keyboard is the sheet's while it is there.
-    onVisibleChanged: if (visible) forceActiveFocus()
+    Window.onWindowChanged: if (Window.window) forceActiveFocus()
 
     Rectangle {
         anchors.fill: parent

@@ -72,17 +72,16 @@ TEST_F(DrawingTest, OnlyAMovementOnThePictureDraws) {
     QQuickWindow* window = &host->window();
     const QPoint start = at(1, 0.3, 0.3).toPoint();
     QTest::touchEvent(window, device).press(0, start);
-    QTest::touchEvent(window, device).move(0, start + QPoint(30, 0));
     QTest::touchEvent(window, device).move(0, start + QPoint(60, 0));
-    screen->wait(50);
+    QTest::touchEvent(window, device).move(0, start + QPoint(120, 0));
+    screen->wait(500);
     QTest::touchEvent(window, device).stationary(0).press(1, start + QPoint(0, 100));
+    EXPECT_EQ(drawn(1), 1U) << "the second finger has ended the stroke, which is long enough to stay";
     QTest::touchEvent(window, device).move(0, start + QPoint(160, 0)).stationary(1);
     screen->wait(50);
     QTest::touchEvent(window, device).release(0, start + QPoint(160, 0)).release(1, start + QPoint(0, 100));
     settle();
-    const QImage grabbed = screen->grab();
-    EXPECT_TRUE(isInked(grabbed, start + QPoint(30, 0)));
-    EXPECT_FALSE(isInked(grabbed, start + QPoint(120, 0))) << "the second finger has ended the stroke";
+    EXPECT_EQ(drawn(1), 1U);
 }
 
 TEST_F(DrawingTest, TheChosenToolDrawsInItsColour) {

@@ -146,6 +146,12 @@ TEST_F(TrimScreen, NothingBelowItCanBePressedAndItGoesWithTheAnalysis) {
     settle();
 }
 
+TEST_F(TrimScreen, TheProgramMayBeLeftWhileItIsOpen) {
+    openTrimmer({clip("h264.mp4"), clip("gop1.mp4")}, QSize(1024, 768));
+    settle();
+    host.reset();
+}
+
 TEST_F(TrimScreen, TheProgramOpensItFromItsMenuAndByKeys) {
     open({clip("h264.mp4"), clip("gop1.mp4")});
     QTest::keyClick(&host->window(), Qt::Key_E, Qt::ControlModifier | Qt::ShiftModifier);

@@ -54,7 +54,7 @@ TEST_F(ZoomTest, FingersWheelAndMiddleButtonMoveThePictureUnderThem) {
     screen->drawWithTouch({from, from + QPointF(30, 0), from + QPointF(60, 0), from + QPointF(90, 0)});
     settle();
     EXPECT_EQ(strokes(), 2U);
-    EXPECT_TRUE(isInked(screen->grab(), from + QPointF(60, 0)));
+    EXPECT_TRUE(isInked(screen->grab(), from + QPointF(30, 0)));
 
     const QPointF before = at(0, 0.5, 0.5);
     QTest::mousePress(&host->window(), Qt::MiddleButton, {}, before.toPoint());

@@ -1,6 +1,6 @@
+#include "Tests/Support/ComponentTest.h"
 #include "VideoAnalysis/Trimming/CropView.h"
 
-#include <gtest/gtest.h>
 
 #include <memory>
 #include <random>
@@ -8,7 +8,7 @@
 namespace videoanalysis {
 namespace {
 
-class CropViewTest : public testing::Test {
+class CropViewTest : public ComponentTest {
 protected:
     CropViewTest() {
         view->setFrame({0, 0, 400, 300});
