@@ -180,7 +180,7 @@ std::optional<FrameLoader::Goal> FrameLoader::nextGoal(std::optional<Clock::time
         const std::int64_t first = index_->firstFrameFrom(index_->startPacketFor(playhead_));
         const std::int64_t wayBack = std::max<std::int64_t>(playhead_ - first, 0);
         if (travel_ == Travel::backward) return backwardGoal(playhead_, 0);
-        const std::int64_t kept = std::min(wayBack, 4 + wayBack / 5);
+        const std::int64_t kept = std::min(wayBack, 4 + wayBack / 3);
         return Goal{playhead_, playhead_ - kept, travel_ == Travel::none};
     }
     if (frameBytes_ == 0) return std::nullopt;

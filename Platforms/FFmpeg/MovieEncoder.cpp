@@ -4,6 +4,8 @@ extern "C" {
 #include <libavutil/opt.h>
 }
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -108,6 +110,7 @@ recording::MovieStatistics MovieEncoder::statistics() const {
 // ---- The thread's
 
 void MovieEncoder::run() {
+    [[maybe_unused]] const int priority = nice(5);  // of this thread and those that the codec starts: the screen comes first
     std::string error;
     const bool isOpen = open(error);
     opened_(isOpen ? recording::Error() : recording::Error(error));

@@ -5,6 +5,7 @@
 #include "Host/HostApplication.h"
 #include "Host/ScreenDriver.h"
 
+#include <QDir>
 #include <QStringList>
 
 #include <gtest/gtest.h>
@@ -88,6 +89,14 @@ protected:
     static bool isNear(const QColor& a, const QColor& b) {
         return std::abs(a.red() - b.red()) <= 2 && std::abs(a.green() - b.green()) <= 2 &&
                std::abs(a.blue() - b.blue()) <= 2;
+    }
+
+    /// With VIDEOANALYSIS_PICTURES naming a folder, the window's picture goes there: to be looked at, and for the documentation.
+    void save(const QString& name) const {
+        const char* folder = std::getenv("VIDEOANALYSIS_PICTURES");
+        if (!folder) return;
+        screen->wait(800);  // what arrives in the background is there
+        screen->grab().save(QDir(QString::fromLocal8Bit(folder)).filePath(name));
     }
 
     void TearDown() override {

@@ -121,9 +121,9 @@ TEST_F(AnalysisScreenTest, AWholeVisitFromTheSecondClipToClosing) {
 
 // Nothing covers anything that can be pressed, at any size, with any number of players, folded or not, mirrored or not.
 TEST_F(AnalysisScreenTest, ToolsAndButtonsKeepOutOfOneAnothersWayAtEverySize) {
-    const QString one = clip("h264.mp4");
+    const QStringList samples = host::HostApplication::sampleClips();
     const std::vector<std::pair<QStringList, Qt::LayoutDirection>> screens = {
-        {{one}, Qt::LeftToRight}, {{one, one}, Qt::LeftToRight}, {{one, one}, Qt::RightToLeft}};
+        {samples.first(1), Qt::LeftToRight}, {samples, Qt::LeftToRight}, {samples, Qt::RightToLeft}};
     for (const auto& [clips, direction] : screens) {
         QGuiApplication::setLayoutDirection(direction);
         open(clips);
@@ -132,9 +132,15 @@ TEST_F(AnalysisScreenTest, ToolsAndButtonsKeepOutOfOneAnothersWayAtEverySize) {
             SCOPED_TRACE(testing::Message() << clips.size() << (direction == Qt::RightToLeft ? " mirrored" : "")
                                             << " at " << size.width() << " x " << size.height());
             host->window().resize(size);
+            const QString name = QStringLiteral("%1x%2-%3-players%4-")
+                                     .arg(size.width())
+                                     .arg(size.height())
+                                     .arg(clips.size())
+                                     .arg(QLatin1String(direction == Qt::RightToLeft ? "-mirrored" : ""));
             for (const bool isFolded : {true, false}) {
                 mainStore().dispatch(SetDrawingToolsCollapseStateAction(isFolded));
                 settle();
+                save(name + QLatin1String(isFolded ? "folded.png" : "tools.png"));
                 const QRectF window(0, 0, size.width(), size.height());
                 const QRectF strip = rectOf("drawingShapeView");
                 EXPECT_TRUE(window.adjusted(12, 52, -12, -12).contains(strip));
@@ -150,6 +156,7 @@ TEST_F(AnalysisScreenTest, ToolsAndButtonsKeepOutOfOneAnothersWayAtEverySize) {
             }
             mainStore().dispatch(SetColorPickerCollapseStateAction(true));
             settle();
+            save(name + QStringLiteral("colors.png"));
             const QRectF palette = rectOf("colorPickerView");
             EXPECT_TRUE(QRectF(QPointF(), QSizeF(size)).adjusted(12, 52, -12, -12).contains(palette));
             EXPECT_FALSE(palette.intersects(rectOf("drawingShapeView")));

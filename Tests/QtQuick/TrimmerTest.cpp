@@ -43,13 +43,6 @@ protected:
     void press(const QPointF& point) { QTest::mousePress(&host->window(), Qt::LeftButton, {}, point.toPoint()); }
     void moveTo(const QPointF& point) { QTest::mouseMove(&host->window(), point.toPoint()); }
     void release(const QPointF& point) { QTest::mouseRelease(&host->window(), Qt::LeftButton, {}, point.toPoint()); }
-    /// Everything that is shown has been shown, also the thumbnails.
-    void save(const QString& name) {
-        const char* folder = std::getenv("VIDEOANALYSIS_PICTURES");
-        if (!folder) return;
-        screen->wait(800);
-        screen->grab().save(QDir(QString::fromLocal8Bit(folder)).filePath(name));
-    }
 };
 
 TEST_F(TrimScreen, WhatIsKeptBetweenTheHandlesTakesTheClipsPlace) {
