@@ -228,7 +228,7 @@ public:
     /// Returns at once. Never null; of a clip that cannot be read every picture is null.
     virtual std::shared_ptr<ImageGenerator> makeImageGenerator(const URL& url) = 0;
     /// Writes a part of a clip to a file of its own, frame-exactly. `completion` is called once, in a later turn of the main
-    /// queue, unless the session is gone by then.
+    /// queue, unless the export is gone by then.
     virtual std::shared_ptr<ExportSession> startExport(const ExportRequest& request,
                                                        std::function<void(const ExportResult&)> completion) = 0;
 };
