@@ -116,12 +116,6 @@ std::unique_ptr<ClipFile> ClipFile::open(const URL& url, Content content, const 
         error = content == Content::video ? "it has no video" : "it has no sound";
         return nullptr;
     }
-    // The library reads on without the key, and decoders make noise of what they get.
-    const std::uint32_t tag = format->streams[number]->codecpar->codec_tag;
-    if (tag == MKTAG('e', 'n', 'c', 'v') || tag == MKTAG('e', 'n', 'c', 'a')) {
-        error = "it is encrypted";
-        return nullptr;
-    }
     for (unsigned i = 0; i < format->nb_streams; ++i) {
         format->streams[i]->discard = static_cast<int>(i) == number ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
     }
@@ -133,8 +127,14 @@ int ClipFile::read(AVPacket* packet) {
     while (true) {
         const int result = av_read_frame(format_.get(), packet);
         if (result < 0) return result;
-        if (packet->stream_index == stream_->index) return 0;
+        // Without the key the library passes on what is there, and decoders make noise of it.
+        const bool isNoise = av_packet_get_side_data(packet, AV_PKT_DATA_ENCRYPTION_INFO, nullptr) != nullptr;
+        if (packet->stream_index == stream_->index && !isNoise) return 0;
         av_packet_unref(packet);
+        if (isNoise) {
+            isEncrypted_ = true;
+            return AVERROR(EACCES);
+        }
     }
 }
 

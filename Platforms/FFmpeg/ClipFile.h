@@ -27,6 +27,8 @@ public:
 
     /// The next packet of the selected stream, in decoding order. 0, or the library's error: AVERROR_EOF at the end.
     int read(AVPacket* packet);
+    /// Whether `read` has come to a packet that it cannot read without a key.
+    bool isEncrypted() const { return isEncrypted_; }
     /// Puts the reading position near the key frame for `timestamp` (stream time base), at or before it in most containers.
     /// False when the container cannot.
     bool seek(std::int64_t timestamp);
@@ -41,6 +43,7 @@ private:
     IOContextHandle io_;  // before the format context, which reads through it until it is closed
     FormatContextHandle format_;
     AVStream* stream_ = nullptr;
+    bool isEncrypted_ = false;
 };
 
 }  // namespace videoanalysis::media

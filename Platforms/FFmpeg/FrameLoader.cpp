@@ -126,7 +126,7 @@ void FrameLoader::scan() {
     if (index) {
         publishIndex(std::move(index));
     } else {
-        tell(&News::openingError, "it has no pictures");
+        tell(&News::openingError, file->isEncrypted() ? "it is encrypted" : "it has no pictures");
     }
 }
 

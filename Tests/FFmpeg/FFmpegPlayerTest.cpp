@@ -224,6 +224,7 @@ TEST_F(PlayerTest, WhatCannotBePlayedFailsWithOneLine) {
         ASSERT_EQ(platform->log.size(), 1U) << name;
         EXPECT_EQ(platform->log[0], item->errorDescription());
         EXPECT_NE(platform->log[0].find(name), std::string::npos);
+        EXPECT_EQ(platform->log[0].find("it is encrypted") != std::string::npos, name == std::string("encrypted.mp4"));
     }
     const auto player = open(URL("concat:a|b"));
     EXPECT_EQ(player->currentItem()->status(), ItemStatus::failed);
