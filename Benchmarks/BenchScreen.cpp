@@ -33,7 +33,8 @@ std::shared_ptr<const media::VideoFrame> frameOf(const PlayerCollectionViewCellC
 
 }  // namespace
 
-BenchScreen::BenchScreen(const std::string& clip) : application_(withoutDisplay(argumentCount_), arguments_), start_(window_.contentItem()) {
+BenchScreen::BenchScreen(const std::string& clip)
+    : application_(withoutDisplay(argumentCount_), arguments_), start_(window_.contentItem()) {
     window_.resize(1280, 800);
     window_.show();
     platform_ = std::make_shared<QtQuickPlatform>(window_, std::make_unique<media::FFmpegEngine>(),
@@ -59,7 +60,8 @@ bool BenchScreen::isReady() const {
     const auto screen = mainStore().state().mainViewController();
     if (!screen->isViewLoaded()) return false;
     const auto& controllers = screen->playersManager()->cellControllers;
-    return std::all_of(controllers.begin(), controllers.end(), [](const auto& each) { return frameOf(*each) != nullptr; });
+    return std::all_of(controllers.begin(), controllers.end(),
+                       [](const auto& each) { return frameOf(*each) != nullptr; });
 }
 
 std::int64_t BenchScreen::shownFrame(std::size_t player) const {

@@ -58,7 +58,8 @@ public:
 
     void sleepUntilThereIsWork(double longestMilliseconds) {
         std::unique_lock lock(mutex_);
-        changed_.wait_for(lock, std::chrono::duration<double, std::milli>(longestMilliseconds), [this] { return !isEmpty(); });
+        changed_.wait_for(lock, std::chrono::duration<double, std::milli>(longestMilliseconds),
+                          [this] { return !isEmpty(); });
     }
 
 private:
@@ -327,8 +328,8 @@ void measurePlaying(Report& report) {
         used = now(Clock::allThreads) - processor;
         for (const auto& player : players) player->setRate(0);
         const double due = 2 * 30 * seconds;
-        report.value("two players at 30 a second, frames not in their period", std::max(100 - 100 * onTime / due, 0.0), "%",
-                     1);
+        report.value("two players at 30 a second, frames not in their period", std::max(100 - 100 * onTime / due, 0.0),
+                     "%", 1);
     }
     const double before = childrenTime();
     const int processes[] = {MpvPeer::playInProcess(halfMinute, shownWidth, shownHeight, seconds),

@@ -35,7 +35,8 @@ const int seconds = std::getenv("VIDEOANALYSIS_SHORT") ? 15 : 60;
 /// Sets a variable of the environment, and puts it back for the other benchmarks.
 class Setting {
 public:
-    Setting(const char* name, const QByteArray& value) : name_(name), wasSet_(qEnvironmentVariableIsSet(name)), before_(qgetenv(name)) {
+    Setting(const char* name, const QByteArray& value)
+        : name_(name), wasSet_(qEnvironmentVariableIsSet(name)), before_(qgetenv(name)) {
         qputenv(name, value);
     }
     ~Setting() {
@@ -58,8 +59,10 @@ private:
 class Display {
 public:
     Display() {
-        server_.start(QStringLiteral("Xvfb"), {"-displayfd", "1", "-screen", "0", QStringLiteral("%1x%2x24").arg(width).arg(height), "-nolisten", "tcp"});
-        if (!server_.waitForStarted() || !server_.waitForReadyRead(10000)) throw std::runtime_error("Xvfb does not start");
+        server_.start(QStringLiteral("Xvfb"), {"-displayfd", "1", "-screen", "0",
+                                               QStringLiteral("%1x%2x24").arg(width).arg(height), "-nolisten", "tcp"});
+        if (!server_.waitForStarted() || !server_.waitForReadyRead(10000))
+            throw std::runtime_error("Xvfb does not start");
         name = ":" + server_.readLine().trimmed();
     }
     ~Display() {
@@ -76,7 +79,9 @@ private:
 double usedByChildren() {
     rusage usage{};
     ::getrusage(RUSAGE_CHILDREN, &usage);
-    const auto of = [](const timeval& time) { return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6; };
+    const auto of = [](const timeval& time) {
+        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+    };
     return of(usage.ru_utime) + of(usage.ru_stime);
 }
 
@@ -127,11 +132,13 @@ public:
 
     void record() {
         mainStore().dispatch(SetScreenRecordingStateAction(true));
-        if (!host::ScreenDriver::wait([&] { return recorder().isRecording(); })) throw std::runtime_error("no recording");
+        if (!host::ScreenDriver::wait([&] { return recorder().isRecording(); }))
+            throw std::runtime_error("no recording");
     }
     void finish() {
         mainStore().dispatch(SetScreenRecordingStateAction(false));
-        if (!host::ScreenDriver::wait([&] { return !recorder().isRecording(); }, 60000)) throw std::runtime_error("no end");
+        if (!host::ScreenDriver::wait([&] { return !recorder().isRecording(); }, 60000))
+            throw std::runtime_error("no end");
     }
 
 private:
@@ -143,10 +150,28 @@ double recordWithPeer(Screen& screen, const QByteArray& display, const QString& 
     QProcess peer;
     peer.setProcessChannelMode(QProcess::ForwardedChannels);
     const double before = usedByChildren();
-    peer.start(QStringLiteral("ffmpeg"),
-               {"-nostdin", "-v", "error", "-f", "x11grab", "-draw_mouse", "0", "-framerate", QString::number(rate), "-video_size",
-                QStringLiteral("%1x%2").arg(width).arg(height), "-i", QString::fromLatin1(display + "+0,0"), "-t",
-                QString::number(seconds + 1), "-c:v", "libx264", "-preset", "superfast", "-pix_fmt", "yuv420p", output});
+    peer.start(QStringLiteral("ffmpeg"), {"-nostdin",
+                                          "-v",
+                                          "error",
+                                          "-f",
+                                          "x11grab",
+                                          "-draw_mouse",
+                                          "0",
+                                          "-framerate",
+                                          QString::number(rate),
+                                          "-video_size",
+                                          QStringLiteral("%1x%2").arg(width).arg(height),
+                                          "-i",
+                                          QString::fromLatin1(display + "+0,0"),
+                                          "-t",
+                                          QString::number(seconds + 1),
+                                          "-c:v",
+                                          "libx264",
+                                          "-preset",
+                                          "superfast",
+                                          "-pix_fmt",
+                                          "yuv420p",
+                                          output});
     screen.play(seconds);
     const bool hasEnded = peer.state() == QProcess::NotRunning || peer.waitForFinished(30000);
     if (!hasEnded || peer.exitCode() != 0) throw std::runtime_error("ffmpeg cannot record the display");

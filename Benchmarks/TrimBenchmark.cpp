@@ -75,11 +75,10 @@ public:
         bool isDone = false;
         const double start = now(Clock::wall);
         const auto generator = engine_.makeImageGenerator(URL(tenMinutes));
-        generator->generate(times, {160, 160}, media::ImageGenerator::Order::exact,
-                            [&](const media::GeneratedImage&) {
-                                if (left == times.size()) first = now(Clock::wall) - start;
-                                isDone = --left == 0;
-                            });
+        generator->generate(times, {160, 160}, media::ImageGenerator::Order::exact, [&](const media::GeneratedImage&) {
+            if (left == times.size()) first = now(Clock::wall) - start;
+            isDone = --left == 0;
+        });
         return timeUntil(isDone);
     }
 
@@ -100,9 +99,9 @@ BENCHMARK_GROUP(trim, "trim") {
     for (int round = 0; round < rounds; ++round) {
         Bench bench;
         trims.push_back(bench.trim(ours));
-        encodings.push_back(timeOf("ffmpeg -nostdin -loglevel error -y -ss 1.05 -t 8 -i '" + tenSeconds +
-                                   "' -c:v libx264 -preset veryfast -crf 18 -bf 2 -x264-params b-pyramid=none -c:a aac '" +
-                                   theirs + "'"));
+        encodings.push_back(timeOf(
+            "ffmpeg -nostdin -loglevel error -y -ss 1.05 -t 8 -i '" + tenSeconds +
+            "' -c:v libx264 -preset veryfast -crf 18 -bf 2 -x264-params b-pyramid=none -c:a aac '" + theirs + "'"));
     }
     report.against("8 of 10 seconds, 1080p60, key frame every 60", median(trims), "ms", "ffmpeg, all encoded",
                    median(encodings), 0.35);
@@ -120,8 +119,9 @@ BENCHMARK_GROUP(trim, "trim") {
         firsts.push_back(first);
         double all = 0;
         for (const Time& time : times) {
-            all += timeOf("ffmpeg -nostdin -loglevel error -y -ss " + std::to_string(time.seconds()) + " -i '" +
-                          tenMinutes + "' -frames:v 1 -vf scale=160:-2 '" + (folder.path / "theirs.bmp").string() + "'");
+            all +=
+                timeOf("ffmpeg -nostdin -loglevel error -y -ss " + std::to_string(time.seconds()) + " -i '" +
+                       tenMinutes + "' -frames:v 1 -vf scale=160:-2 '" + (folder.path / "theirs.bmp").string() + "'");
         }
         seeks.push_back(all);
     }

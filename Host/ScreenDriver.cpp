@@ -106,7 +106,9 @@ void ScreenDriver::pinch(const QLineF& from, const QLineF& to, const std::vector
     for (int step = 1; step <= steps; ++step) {
         const double way = static_cast<double>(step) / steps;
         const auto between = [way](QPointF a, QPointF b) { return (a + (b - a) * way).toPoint(); };
-        QTest::touchEvent(window_, touchScreen()).move(0, between(from.p1(), to.p1())).move(1, between(from.p2(), to.p2()));
+        QTest::touchEvent(window_, touchScreen())
+            .move(0, between(from.p1(), to.p1()))
+            .move(1, between(from.p2(), to.p2()));
         wait(1);
     }
     QTest::touchEvent(window_, touchScreen()).release(0, to.p1().toPoint()).stationary(1);

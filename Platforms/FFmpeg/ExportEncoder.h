@@ -20,7 +20,7 @@ public:
     struct Crop {
         int left = 0;
         int top = 0;
-        int width = 0;   ///< 0 for the whole picture
+        int width = 0;  ///< 0 for the whole picture
         int height = 0;
     };
     struct Settings {

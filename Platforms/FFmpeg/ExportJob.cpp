@@ -79,8 +79,7 @@ void breakLink(AVPacket& packet) {
 bool setExtradata(AVCodecParameters& parameters, const std::vector<std::uint8_t>& bytes) {
     av_freep(&parameters.extradata);
     parameters.extradata_size = 0;
-    parameters.extradata =
-        static_cast<std::uint8_t*>(av_mallocz(bytes.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+    parameters.extradata = static_cast<std::uint8_t*>(av_mallocz(bytes.size() + AV_INPUT_BUFFER_PADDING_SIZE));
     if (!parameters.extradata) return false;
     std::copy(bytes.begin(), bytes.end(), parameters.extradata);
     parameters.extradata_size = static_cast<int>(bytes.size());
@@ -141,7 +140,8 @@ bool ExportJob::prepare() {
     if (!file) return fail(error);
     const AVCodecParameters& parameters = *file->stream()->codecpar;
     index_ = scanClip(*file, isCancelled_, [&](const AVPacket& packet) {
-        kinds_.push_back((packet.flags & AV_PKT_FLAG_KEY) != 0 ? keyFrameKind(packet, parameters) : KeyFrameKind::unfit);
+        kinds_.push_back((packet.flags & AV_PKT_FLAG_KEY) != 0 ? keyFrameKind(packet, parameters)
+                                                               : KeyFrameKind::unfit);
     });
     if (!index_) return fail("it has no pictures");
     decoder_ = ClipDecoder::make(std::move(file), pool_, options_.decoderThreads, options_.maxPixels, error);
@@ -266,7 +266,8 @@ bool ExportJob::copyMost(const ExportPlan& plan) {
         isPossible = filter != nullptr;
         if (isPossible) {
             const AVCodecParameters& parameters = *filter->par_out;
-            if (parameters.extradata) extradata.assign(parameters.extradata, parameters.extradata + parameters.extradata_size);
+            if (parameters.extradata)
+                extradata.assign(parameters.extradata, parameters.extradata + parameters.extradata_size);
         }
         if (isPossible && source->codecpar->codec_id == AV_CODEC_ID_H264) {
             parameterSet = freeParameterSet(extradata.data(), extradata.size());
@@ -320,8 +321,8 @@ bool ExportJob::copyMost(const ExportPlan& plan) {
         }
         return true;
     };
-    const bool breaksLink = plan.firstCopied > plan.firstFrame &&
-                            kinds_[static_cast<std::size_t>(plan.firstPacket)] == KeyFrameKind::open;
+    const bool breaksLink =
+        plan.firstCopied > plan.firstFrame && kinds_[static_cast<std::size_t>(plan.firstPacket)] == KeyFrameKind::open;
     if (!add(head) || !copyPackets(plan, filter.get(), breaksLink) || !add(tail)) return false;
     const int result = addSound(std::numeric_limits<double>::infinity());
     return result >= 0 || failWith(result);
@@ -427,8 +428,8 @@ bool ExportJob::begin(const AVCodecParameters& parameters, const AVFrame* pictur
     }
     video->time_base = source->time_base;
     video->avg_frame_rate = source->avg_frame_rate;
-    video->sample_aspect_ratio = parameters.sample_aspect_ratio.num > 0 ? parameters.sample_aspect_ratio
-                                                                        : source->sample_aspect_ratio;
+    video->sample_aspect_ratio =
+        parameters.sample_aspect_ratio.num > 0 ? parameters.sample_aspect_ratio : source->sample_aspect_ratio;
     video->disposition = AV_DISPOSITION_DEFAULT;
     std::size_t size = 0;
     const std::uint8_t* matrix = av_stream_get_side_data(source, AV_PKT_DATA_DISPLAYMATRIX, &size);
@@ -465,8 +466,8 @@ int ExportJob::addPicture(AVPacket& packet) {
     const auto frame = index_->frameWithTimestamp(packet.pts + zero + index_->zeroTimestamp());
     // Decoding times are the presentation times in their order, moved up by as many pictures as decoding runs ahead.
     const std::int64_t slot = firstFrame_ + written_ - reordering_;
-    packet.dts = slot >= firstFrame_ ? ticksOf(std::min(slot, lastFrame_))
-                                     : (slot - firstFrame_) * index_->minFrameTicks();
+    packet.dts =
+        slot >= firstFrame_ ? ticksOf(std::min(slot, lastFrame_)) : (slot - firstFrame_) * index_->minFrameTicks();
     packet.dts = std::min(packet.dts, packet.pts);
     packet.duration = frame ? index_->endTicksOf(*frame) - index_->ticksOf(*frame) : 0;
     ++written_;
@@ -476,8 +477,8 @@ int ExportJob::addPicture(AVPacket& packet) {
 
 int ExportJob::addSound(double upTo) {
     if (!sound_) return 0;
-    return sound_->writeUpTo(
-        upTo, [this](AVPacket& packet) { return file_->write(packet, 1, sound_->encoder().time_base); });
+    return sound_->writeUpTo(upTo,
+                             [this](AVPacket& packet) { return file_->write(packet, 1, sound_->encoder().time_base); });
 }
 
 std::int64_t ExportJob::ticksOf(std::int64_t frame) const {

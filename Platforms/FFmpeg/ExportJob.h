@@ -77,7 +77,7 @@ private:
     std::unique_ptr<ExportSound> sound_;
     std::int64_t firstFrame_ = 0;
     std::int64_t lastFrame_ = 0;
-    std::int64_t written_ = 0;    // pictures
+    std::int64_t written_ = 0;     // pictures
     std::int64_t reordering_ = 0;  // by how many pictures decoding runs ahead
     double workDone_ = 0;
     double workInAll_ = 1;

@@ -2,8 +2,8 @@
 // The media engine: opens clips with the FFmpeg libraries and shows every frame of them exactly, backward as smoothly as
 // forward. A host's platform returns one from `Platform::media`.
 
-#include "VideoAnalysis/Platform/AudioSink.h"
 #include "Platforms/FFmpeg/FrameCache.h"
+#include "VideoAnalysis/Platform/AudioSink.h"
 #include "VideoAnalysis/Platform/Media.h"
 
 #include <cstddef>

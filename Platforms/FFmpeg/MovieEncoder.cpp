@@ -19,12 +19,12 @@ namespace {
 
 using Seconds = std::chrono::duration<double>;
 
-constexpr int timescale = 90000;            // ticks a second of the pictures' times
-constexpr double secondsBetweenKeys = 2;    // for seeking in the finished movie
-constexpr double patience = 0.5;            // periods for which a picture may be late before the last one is repeated
-constexpr double soundPatience = 0.5;       // seconds without sound from the device until silence stands in
-constexpr double soundSlack = 0.2;          // seconds that silence stays behind, in case the device is only late
-constexpr double longestSoundQueue = 5;     // seconds
+constexpr int timescale = 90000;          // ticks a second of the pictures' times
+constexpr double secondsBetweenKeys = 2;  // for seeking in the finished movie
+constexpr double patience = 0.5;          // periods for which a picture may be late before the last one is repeated
+constexpr double soundPatience = 0.5;     // seconds without sound from the device until silence stands in
+constexpr double soundSlack = 0.2;        // seconds that silence stays behind, in case the device is only late
+constexpr double longestSoundQueue = 5;   // seconds
 constexpr int mostThreads = 4;
 
 MovieEncoder::Clock::duration ticks(double seconds) {
@@ -110,7 +110,8 @@ recording::MovieStatistics MovieEncoder::statistics() const {
 // ---- The thread's
 
 void MovieEncoder::run() {
-    [[maybe_unused]] const int priority = nice(5);  // of this thread and those that the codec starts: the screen comes first
+    [[maybe_unused]] const int priority =
+        nice(5);  // of this thread and those that the codec starts: the screen comes first
     std::string error;
     const bool isOpen = open(error);
     opened_(isOpen ? recording::Error() : recording::Error(error));
@@ -207,7 +208,8 @@ void MovieEncoder::encode(Picture picture) {
     std::int64_t time = 0;
     if (last_.frame) {
         // It may have been repeated for the place that this one comes late for.
-        time = std::max(std::llround(movieTime(picture.moment) * timescale), lastTime_ + std::llround(period_ / 4 * timescale));
+        time = std::max(std::llround(movieTime(picture.moment) * timescale),
+                        lastTime_ + std::llround(period_ / 4 * timescale));
         pictures_.giveBack(std::move(last_.frame));
     } else {
         zero_ = lastCut_ = lastSound_ = picture.moment;

@@ -34,7 +34,8 @@ std::string nameOfNow() {
 
 }  // namespace
 
-MovieFolder::MovieFolder(std::string path, MovieOptions options) : path_(std::move(path)), options_(std::move(options)) {
+MovieFolder::MovieFolder(std::string path, MovieOptions options)
+    : path_(std::move(path)), options_(std::move(options)) {
     av_log_set_level(AV_LOG_QUIET);  // what goes wrong is told in one line
 }
 
@@ -59,7 +60,8 @@ std::vector<std::string> MovieFolder::unfinished() const {
     return movies;
 }
 
-recording::Error MovieFolder::finish(const std::string& movie, const URL& output, const std::atomic<bool>& isCancelled) {
+recording::Error MovieFolder::finish(const std::string& movie, const URL& output,
+                                     const std::atomic<bool>& isCancelled) {
     return finishMovie(movie, output.path(), isCancelled);
 }
 

@@ -21,7 +21,7 @@ constexpr double clockStretch = 2;              // seconds over which the earlie
 constexpr double smallestDrift = 0.0005;
 constexpr double largestDrift = 0.1;
 constexpr double largestDriftAtFirst = 0.02;
-constexpr double first = 1.5;            // seconds
+constexpr double first = 1.5;          // seconds
 constexpr double fastestPull = 0.004;  // of the sound's speed
 
 }  // namespace

@@ -70,7 +70,9 @@ std::string HeadlessItem::errorDescription() const {
     return status_ == media::ItemStatus::failed ? "no such clip: " + url_.absoluteString() : std::string();
 }
 
-media::Time HeadlessItem::duration() const { return isReady() ? timeOfFrame(clip_, clip_.frames) : media::Time::zero(); }
+media::Time HeadlessItem::duration() const {
+    return isReady() ? timeOfFrame(clip_, clip_.frames) : media::Time::zero();
+}
 
 std::vector<media::VideoTrack> HeadlessItem::videoTracks() const {
     if (!isReady()) return {};
@@ -201,11 +203,11 @@ void HeadlessImageGenerator::generate(const std::vector<media::Time>& times, Siz
             media::GeneratedImage image{time, time, isFinal, nullptr};
             if (clip_) {
                 const HeadlessFrame frame(*clip_, std::lround(time.seconds() / clip_->frameDuration.seconds()));
-                const Rect fitted = media::PlayerLayer::pictureRect({{}, maximumSize}, clip_->size,
-                                                                    media::VideoGravity::resizeAspect);
-                image.bitmap = std::make_shared<const Bitmap>(
-                    frame.scaled(std::max(static_cast<int>(fitted.size.width), 1),
-                                 std::max(static_cast<int>(fitted.size.height), 1)));
+                const Rect fitted =
+                    media::PlayerLayer::pictureRect({{}, maximumSize}, clip_->size, media::VideoGravity::resizeAspect);
+                image.bitmap =
+                    std::make_shared<const Bitmap>(frame.scaled(std::max(static_cast<int>(fitted.size.width), 1),
+                                                                std::max(static_cast<int>(fitted.size.height), 1)));
             }
             queue_.async([alive, handler, image] {
                 if (!alive.expired()) handler(image);
@@ -234,8 +236,8 @@ std::shared_ptr<media::Player> HeadlessMedia::makePlayer(std::shared_ptr<media::
 
 std::shared_ptr<media::ImageGenerator> HeadlessMedia::makeImageGenerator(const URL& url) {
     const auto found = clips_.find(url.absoluteString());
-    return std::make_shared<HeadlessImageGenerator>(
-        queue_, found == clips_.end() ? std::nullopt : std::optional(found->second));
+    return std::make_shared<HeadlessImageGenerator>(queue_, found == clips_.end() ? std::nullopt
+                                                                                  : std::optional(found->second));
 }
 
 std::shared_ptr<media::ExportSession>

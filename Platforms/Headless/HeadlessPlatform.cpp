@@ -44,8 +44,9 @@ public:
 
 // ---- Presentation
 
-void HeadlessPresenter::present(std::shared_ptr<ui::ViewController> presenting, std::shared_ptr<ui::ViewController> presented,
-                                bool animated, ui::ViewController::Completion completion) {
+void HeadlessPresenter::present(std::shared_ptr<ui::ViewController> presenting,
+                                std::shared_ptr<ui::ViewController> presented, bool animated,
+                                ui::ViewController::Completion completion) {
     presenting->setPresentedViewController(presented);
     presented->view();
     queue_.async([this, presented, animated, completion = std::move(completion)]() mutable {

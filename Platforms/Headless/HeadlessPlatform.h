@@ -48,8 +48,8 @@ class HeadlessPresenter final : public ui::Presenter {
 public:
     explicit HeadlessPresenter(HeadlessMainQueue& queue) : queue_(queue) {}
 
-    void present(std::shared_ptr<ui::ViewController> presenting, std::shared_ptr<ui::ViewController> presented, bool animated,
-                 ui::ViewController::Completion completion) override;
+    void present(std::shared_ptr<ui::ViewController> presenting, std::shared_ptr<ui::ViewController> presented,
+                 bool animated, ui::ViewController::Completion completion) override;
     void dismiss(std::shared_ptr<ui::ViewController> viewController, bool animated,
                  ui::ViewController::Completion completion) override;
     void showOverlay(std::shared_ptr<ui::ViewController> root) override;

@@ -117,9 +117,10 @@ Microphone::~Microphone() {
 }
 
 void Microphone::open(Callbacks callbacks) {
-    QMetaObject::invokeMethod(listener_.get(), [listener = listener_.get(), callbacks = std::move(callbacks)]() mutable {
-        listener->open(std::move(callbacks));
-    });
+    QMetaObject::invokeMethod(listener_.get(),
+                              [listener = listener_.get(), callbacks = std::move(callbacks)]() mutable {
+                                  listener->open(std::move(callbacks));
+                              });
 }
 
 void Microphone::close() {

@@ -144,7 +144,8 @@ std::optional<ui::KeyPress> keyPress(const QKeyEvent& event) {
     // Held down, a key steps on; what it switches, it switches once.
     const bool steps = *key == ui::Key::left || *key == ui::Key::right;
     if (event.isAutoRepeat() && !steps) return std::nullopt;
-    return ui::KeyPress{*key, event.modifiers().testFlag(Qt::ShiftModifier), event.modifiers().testFlag(Qt::ControlModifier)};
+    return ui::KeyPress{*key, event.modifiers().testFlag(Qt::ShiftModifier),
+                        event.modifiers().testFlag(Qt::ControlModifier)};
 }
 
 Qt::ScreenOrientation screenOrientation(ui::DeviceOrientation orientation) {

@@ -184,8 +184,12 @@ void QtScreenRecorder::close() {
     microphone_.reset();
 }
 
-recording::MovieStatistics QtScreenRecorder::movieStatistics() const { return movie_ ? movie_->statistics() : lastMovie_; }
+recording::MovieStatistics QtScreenRecorder::movieStatistics() const {
+    return movie_ ? movie_->statistics() : lastMovie_;
+}
 
-CaptureStatistics QtScreenRecorder::captureStatistics() const { return capture_ ? capture_->statistics() : lastCapture_; }
+CaptureStatistics QtScreenRecorder::captureStatistics() const {
+    return capture_ ? capture_->statistics() : lastCapture_;
+}
 
 }  // namespace videoanalysis

@@ -156,8 +156,8 @@ void SceneCapture::takeRendered() {
     const Clock::time_point moment = isRest ? changed_ : now;
     const double computed = computedMilliseconds();
     rest_.stop();
-    const auto* painter =
-        static_cast<QPainter*>(window_->rendererInterface()->getResource(window_, QSGRendererInterface::PainterResource));
+    const auto* painter = static_cast<QPainter*>(
+        window_->rendererInterface()->getResource(window_, QSGRendererInterface::PainterResource));
     const QPaintDevice* device = painter ? painter->device() : nullptr;
     if (!device || device->devType() != QInternal::Image) return;
     const auto& image = *static_cast<const QImage*>(device);

@@ -20,8 +20,9 @@ namespace videoanalysis {
 /// How long taking pictures has held up the thread that they were taken on.
 struct CaptureStatistics {
     std::int64_t count = 0;
-    double longest = 0;          ///< milliseconds
-    double longestComputed = 0;  ///< milliseconds of them that the thread itself computed, on a machine that others use too
+    double longest = 0;  ///< milliseconds
+    double longestComputed =
+        0;  ///< milliseconds of them that the thread itself computed, on a machine that others use too
     /// How many took less than 0.5, 1, 2, 4 milliseconds, and longer.
     std::array<std::int64_t, 5> histogram{};
 };
@@ -64,10 +65,10 @@ private:
     const Clock::duration period_;
     const Receiver receiver_;
     Spot* spot_ = nullptr;
-    QTimer rest_;  ///< takes the last one of some changes that came too quickly
-    Clock::time_point changed_;  ///< when the last one that was not due came
-    bool isResting_ = false;     ///< what is painted next has been there since then
-    Clock::time_point due_;  ///< of the next picture; the rendering thread's
+    QTimer rest_;                   ///< takes the last one of some changes that came too quickly
+    Clock::time_point changed_;     ///< when the last one that was not due came
+    bool isResting_ = false;        ///< what is painted next has been there since then
+    Clock::time_point due_;         ///< of the next picture; the rendering thread's
     std::shared_ptr<Guard> guard_;  ///< where another thread renders
     mutable std::mutex mutex_;
     CaptureStatistics statistics_;

@@ -141,8 +141,8 @@ QSGNode* VideoViewItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
     node->setRect(inside);
     const QPointF texels(size.width() / whole.width(), size.height() / whole.height());
     const QPointF source = inside.topLeft() - whole.topLeft();
-    node->setSourceRect({source.x() * texels.x(), source.y() * texels.y(), inside.width() * texels.x(),
-                         inside.height() * texels.y()});
+    node->setSourceRect(
+        {source.x() * texels.x(), source.y() * texels.y(), inside.width() * texels.x(), inside.height() * texels.y()});
     return node;
 }
 

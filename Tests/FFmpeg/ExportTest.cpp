@@ -63,15 +63,16 @@ DecodedClip decode(const URL& url) {
     if (!decoder || !result.index) return result;
     decoder->setIndex(result.index);
     EXPECT_TRUE(decoder->start(0));
-    for (auto state = ClipDecoder::Result::pending; state == ClipDecoder::Result::pending || state == ClipDecoder::Result::frame;) {
+    for (auto state = ClipDecoder::Result::pending;
+         state == ClipDecoder::Result::pending || state == ClipDecoder::Result::frame;) {
         FrameHandle picture;
         std::int64_t number = 0;
         state = decoder->next(0, picture, number);
         if (state != ClipDecoder::Result::frame) continue;
         const Bitmap bitmap = convertPicture(*picture, {}, 320, 180);
-        result.numbers.push_back(readFrameNumber(reinterpret_cast<const std::uint8_t*>(bitmap.pixels.data()), 320, 180,
-                                                 bitmap.bytesPerRow())
-                                     .value_or(-1));
+        result.numbers.push_back(
+            readFrameNumber(reinterpret_cast<const std::uint8_t*>(bitmap.pixels.data()), 320, 180, bitmap.bytesPerRow())
+                .value_or(-1));
         if (result.numbers.size() > 1) continue;
         result.colorSpace = picture->colorspace;
         result.size = {static_cast<double>(picture->width), static_cast<double>(picture->height)};
@@ -143,7 +144,7 @@ protected:
 struct Source {
     const char* name;
     const char* extension;
-    const char* codec;      // of the result
+    const char* codec;  // of the result
     int firstNumber = 0;
     bool hasSound = false;
 };
@@ -171,13 +172,13 @@ TEST_P(ExportRangeTest, ARandomRangeIsCutFrameExactly) {
     for (int range = 0; range < ranges; ++range) {
         // The whole clip first; then anything, short ranges as often as long ones.
         int first = range == 0 ? 0 : below(frames);
-        int last = range == 0 ? frames - 1
-                              : std::min(frames - 1, first + below(below(2) == 0 ? 12 : frames));
+        int last = range == 0 ? frames - 1 : std::min(frames - 1, first + below(below(2) == 0 ? 12 : frames));
         // Anywhere in the first frame, and past the beginning of the last one.
         const ClipIndex& index = *original.index;
         const auto lengthOf = [&](int frame) { return index.endTicksOf(frame) - index.ticksOf(frame); };
         const Time start = index.timeOfTicks(index.ticksOf(first) + lengthOf(first) * below(3) / 4);
-        const Time end = index.timeOfTicks(index.ticksOf(last) + std::max<std::int64_t>(1, lengthOf(last) * below(5) / 4));
+        const Time end =
+            index.timeOfTicks(index.ticksOf(last) + std::max<std::int64_t>(1, lengthOf(last) * below(5) / 4));
         const URL file = target("part-" + std::to_string(range) + source.extension);
         const ExportResult result = run({clip(source.name), start, end, {0, 0, 1, 1}, file});
         ASSERT_EQ(result.status, ExportResult::Status::finished) << result.error;
@@ -198,9 +199,12 @@ TEST_P(ExportRangeTest, ARandomRangeIsCutFrameExactly) {
 
         const std::string path = "'" + file.path() + "'";
         EXPECT_EQ(outputOf("ffprobe -v warning -show_streams -of json " + path + " > /dev/null"), "");
-        EXPECT_EQ(outputOf("ffmpeg -nostdin -v warning -i " + path + " -fps_mode passthrough -enc_time_base -1 -f null -"), "");
+        EXPECT_EQ(
+            outputOf("ffmpeg -nostdin -v warning -i " + path + " -fps_mode passthrough -enc_time_base -1 -f null -"),
+            "");
         std::istringstream counted(outputOf("ffprobe -v error -count_frames -select_streams v:0 -show_entries "
-                                            "stream=nb_read_frames -of csv=p=0 " + path));
+                                            "stream=nb_read_frames -of csv=p=0 " +
+                                            path));
         int count = 0;
         EXPECT_TRUE(counted >> count) << counted.str();
         EXPECT_EQ(count, last - first + 1);
@@ -232,7 +236,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Source{"mpeg4.avi", ".mp4", "h264"}, Source{"mjpeg.avi", ".mov", "mjpeg"},
                     Source{"variable-hevc.mp4", ".mp4", "hevc"}, Source{"variable-vp9.webm", ".webm", "vp9"},
                     Source{"variable-mpeg4.mp4", ".mp4", "h264"}, Source{"sound.webm", ".webm", "vp9", 0, true},
-                    Source{"sound-hevc.mkv", ".mkv", "hevc", 0, true}, Source{"long-sound.mp4", ".mp4", "h264", 0, true}),
+                    Source{"sound-hevc.mkv", ".mkv", "hevc", 0, true},
+                    Source{"long-sound.mp4", ".mp4", "h264", 0, true}),
     [](const auto& source) { return nameOf(source) + (source.index == 11 ? "_in_mp4" : ""); });
 
 /// The bytes of every packet, without the length or start code in front.
@@ -243,7 +248,8 @@ std::vector<std::string> packetsOf(const URL& url) {
     const auto file = ClipFile::open(url, ClipFile::Content::video, never, error);
     const PacketHandle packet(av_packet_alloc());
     while (file && file->read(packet.get()) >= 0) {
-        packets.emplace_back(reinterpret_cast<const char*>(packet->data) + 4, static_cast<std::size_t>(packet->size) - 4);
+        packets.emplace_back(reinterpret_cast<const char*>(packet->data) + 4,
+                             static_cast<std::size_t>(packet->size) - 4);
         av_packet_unref(packet.get());
     }
     return packets;
@@ -260,7 +266,8 @@ TEST_F(ExportTest, WhatACutLeavesWholeIsCopied) {
                           Case{"mjpeg.avi", ".mov", 76}, Case{"h264.mkv", ".mkv", 66}}) {
         SCOPED_TRACE(c.name);
         const URL file = target(std::string("part") + c.extension);
-        ASSERT_EQ(run({clip(c.name), Time(25 * 100 + 20, 3000), Time(100 * 100 + 20, 3000), {0, 0, 1, 1}, file}).error, "");
+        ASSERT_EQ(run({clip(c.name), Time(25 * 100 + 20, 3000), Time(100 * 100 + 20, 3000), {0, 0, 1, 1}, file}).error,
+                  "");
         const auto whole = packetsOf(clip(c.name));
         const std::set<std::string> stored(whole.begin(), whole.end());
         const auto part = packetsOf(file);
@@ -410,7 +417,8 @@ TEST_F(ExportTest, ClipsWithFlippedBytesEndInAFileOrAReason) {
             std::ofstream(damaged, std::ios::binary) << bytes;
             for (const Rect& crop : {Rect{0, 0, 1, 1}, Rect{0.1, 0.1, 0.5, 0.5}}) {
                 SCOPED_TRACE(std::string(name) + " round " + std::to_string(round));
-                const ExportResult result = run({URL(damaged.string()), Time(1, 2), Time(3, 1), crop, target("part.mp4")});
+                const ExportResult result =
+                    run({URL(damaged.string()), Time(1, 2), Time(3, 1), crop, target("part.mp4")});
                 EXPECT_EQ(result.error.empty(), result.status == ExportResult::Status::finished) << result.error;
                 EXPECT_EQ(fileCount(), result.error.empty() ? 2U : 1U);
                 files::remove(folder / "part.mp4");

@@ -82,7 +82,8 @@ TEST_F(ImageGeneratorTest, TheNewestRequestComesFirstAndNothingComesAfterCancell
     EXPECT_EQ(old, before);
     // And it goes on when asked again.
     isThere = false;
-    generator->generate({middleOf(2)}, {}, ImageGenerator::Order::exact, [&](const GeneratedImage&) { isThere = true; });
+    generator->generate({middleOf(2)}, {}, ImageGenerator::Order::exact,
+                        [&](const GeneratedImage&) { isThere = true; });
     ASSERT_TRUE(turnUntil([&] { return isThere; }));
 }
 

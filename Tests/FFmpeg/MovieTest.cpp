@@ -88,7 +88,8 @@ public:
         if (!hasStarted_) start = now;
         hasStarted_ = true;
         const auto pixels = numbered(static_cast<int>(Seconds(now - start).count() * 100), w, h, noise);
-        return writer->addPicture(reinterpret_cast<const std::uint8_t*>(pixels.data()), w, h, std::ptrdiff_t{4} * w, now);
+        return writer->addPicture(reinterpret_cast<const std::uint8_t*>(pixels.data()), w, h, std::ptrdiff_t{4} * w,
+                                  now);
     }
     /// Shows pictures at 30 a second until `seconds` after the start.
     void showUntil(double seconds, double noise = 0) {
@@ -123,7 +124,8 @@ protected:
     ~MovieTest() override { fs::remove_all(scratch); }
 
     std::size_t filesInFolder() const {
-        return static_cast<std::size_t>(std::distance(fs::directory_iterator(scratch / "growing"), fs::directory_iterator()));
+        return static_cast<std::size_t>(
+            std::distance(fs::directory_iterator(scratch / "growing"), fs::directory_iterator()));
     }
 
     const fs::path scratch = makeScratch();
@@ -178,10 +180,12 @@ TEST_F(MovieTest, OtherSizesAreFittedAndColoursStayWhatTheyAre) {
     Recording recording(folder, silent);
     recording.show(360, 641);
     std::vector<std::uint32_t> patches(static_cast<std::size_t>(width * height));
-    const std::vector<std::uint32_t> colors{0xFFFF0000U, 0xFF00FF00U, 0xFF0000FFU, 0xFFFFEA00U, 0xFF00E5FFU, 0xFFFFFFFFU, 0xFF000000U, 0xFF808080U};
+    const std::vector<std::uint32_t> colors{0xFFFF0000U, 0xFF00FF00U, 0xFF0000FFU, 0xFFFFEA00U,
+                                            0xFF00E5FFU, 0xFFFFFFFFU, 0xFF000000U, 0xFF808080U};
     for (std::size_t i = 0; i < patches.size(); ++i) patches[i] = colors[i % width * colors.size() / width];
     sleepUntil(recording.start, 0.1);
-    recording.writer->addPicture(reinterpret_cast<const std::uint8_t*>(patches.data()), width, height, 4 * width, Clock::now());
+    recording.writer->addPicture(reinterpret_cast<const std::uint8_t*>(patches.data()), width, height, 4 * width,
+                                 Clock::now());
     sleepUntil(recording.start, 0.2);
     recording.show(1, 1);
     const fs::path output = scratch / "fitted.mp4";
@@ -199,11 +203,13 @@ TEST_F(MovieTest, OtherSizesAreFittedAndColoursStayWhatTheyAre) {
         return std::array<int, 3>{picture[at + 2], picture[at + 1], picture[at]};
     };
     for (const int x : {10, 200, 440, 630}) EXPECT_LE(color(pictures[0], x, 180)[0], 3) << "black beside it, at " << x;
-    const auto& patched = *std::find_if(pictures.begin(), pictures.end(), [&](const auto& picture) { return color(picture, 40, 180)[0] > 200; });
+    const auto& patched = *std::find_if(pictures.begin(), pictures.end(),
+                                        [&](const auto& picture) { return color(picture, 40, 180)[0] > 200; });
     for (std::size_t i = 0; i < colors.size(); ++i) {
         const auto shown = color(patched, static_cast<int>(i) * 80 + 40, 180);
         for (std::size_t channel = 0; channel < 3; ++channel) {
-            EXPECT_NEAR(shown[channel], static_cast<int>(colors[i] >> (16 - 8 * channel) & 255), 6) << i << ", " << channel;
+            EXPECT_NEAR(shown[channel], static_cast<int>(colors[i] >> (16 - 8 * channel) & 255), 6)
+                << i << ", " << channel;
         }
     }
 }
@@ -246,7 +252,8 @@ TEST_F(MovieTest, AMachineThatIsTooSlowDropsPicturesEvenlyAndKeepsTheTime) {
     }
     std::sort(gaps.begin(), gaps.end());
     ASSERT_FALSE(gaps.empty());
-    EXPECT_LT(gaps.back(), 0.25 + 3 * gaps[gaps.size() / 2]) << "no long hole, while others are written one after the other";
+    EXPECT_LT(gaps.back(), 0.25 + 3 * gaps[gaps.size() / 2])
+        << "no long hole, while others are written one after the other";
 }
 
 // ---- What goes wrong

@@ -247,7 +247,9 @@ TEST_F(PlayerControllerTest, ZoomingKeepsThePointUnderTheFingersAndTheEdgesOutsi
 }
 
 TEST_F(PlayerControllerTest, KeysReachTheRightPlayersAndNothingElse) {
-    const auto press = [&](ui::Key key, bool isControlDown = false) { return screen()->keyPressed({key, false, isControlDown}); };
+    const auto press = [&](ui::Key key, bool isControlDown = false) {
+        return screen()->keyPressed({key, false, isControlDown});
+    };
     EXPECT_TRUE(press(ui::Key::f));
     platform->drainMainQueue();
     EXPECT_EQ(local(0).contentModeIndex, 1);

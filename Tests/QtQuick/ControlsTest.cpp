@@ -6,7 +6,6 @@
 
 #include <QTest>
 
-
 namespace videoanalysis {
 namespace {
 
@@ -34,7 +33,8 @@ protected:
         for (int tab = 0; tab < 60; ++tab) {
             QTest::keyClick(&host->window(), Qt::Key_Tab);
             const QQuickItem* item = host->window().activeFocusItem();
-            if (item && (item->objectName() == name || (item->parentItem() && item->parentItem()->objectName() == name))) {
+            if (item &&
+                (item->objectName() == name || (item->parentItem() && item->parentItem()->objectName() == name))) {
                 return true;
             }
         }

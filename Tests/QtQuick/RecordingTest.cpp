@@ -149,7 +149,8 @@ TEST_F(RecordingTest, EveryFrameOfBothPlayersIsOnTheRecordedPictureAtItsTime) {
             offsets.push_back(facts.pictureTimes[i] - onScreen[player][last]);
         }
         ASSERT_GT(offsets.size(), 10U);
-        EXPECT_GT(offsets.size() * 5, onScreen[player].size() * 4) << "hardly a frame that was on the screen is missing";
+        EXPECT_GT(offsets.size() * 5, onScreen[player].size() * 4)
+            << "hardly a frame that was on the screen is missing";
         std::sort(offsets.begin(), offsets.end());
         // Those that follow one another too quickly come with the next one, and the machine may be busy now and then.
         EXPECT_LT(offsets.back() - offsets.front(), 0.15);
@@ -174,7 +175,9 @@ TEST_F(RecordingTest, DrawingsAndAWindowOfAnotherShapeAreOnThePicture) {
     EXPECT_EQ(facts.complaints, "");
 
     const auto pictures = picturesOf(movie, 1000, 800);
-    const auto imageOf = [](const std::vector<unsigned char>& picture) { return QImage(picture.data(), 1000, 800, QImage::Format_RGB32); };
+    const auto imageOf = [](const std::vector<unsigned char>& picture) {
+        return QImage(picture.data(), 1000, 800, QImage::Format_RGB32);
+    };
     const auto isDrawn = [&](const auto& picture) {
         const QColor color = imageOf(picture).pixelColor(inked.toPoint());
         return color.red() < 60 && color.green() > 190 && color.blue() > 210;
@@ -182,7 +185,8 @@ TEST_F(RecordingTest, DrawingsAndAWindowOfAnotherShapeAreOnThePicture) {
     EXPECT_FALSE(isDrawn(pictures.front()));
     EXPECT_TRUE(std::any_of(pictures.begin(), pictures.end(), isDrawn));
     const double scale = 800.0 / 1000;
-    const QRectF shown((1000 - 800 * scale) / 2 + place.x() * scale, place.y() * scale, place.width() * scale, place.height() * scale);
+    const QRectF shown((1000 - 800 * scale) / 2 + place.x() * scale, place.y() * scale, place.width() * scale,
+                       place.height() * scale);
     EXPECT_EQ(numberIn(pictures.back(), QSize(1000, 800), shown), 0);
     EXPECT_EQ(imageOf(pictures.back()).pixelColor(80, 400), QColor(Qt::black));
 }
@@ -194,14 +198,18 @@ TEST_F(RecordingTest, SoundAndPictureStayTogetherAndALostMicrophoneLeavesSilence
     open({clip("h264.mp4")}, QSize(640, 400));
     const LogLines log;
     QQmlComponent component(host->window().engine());
-    component.setData("import QtQuick\nRectangle { width: 100; height: 100; x: 300; y: 100; z: 90000; color: 'white'; visible: false }", {});
+    component.setData("import QtQuick\nRectangle { width: 100; height: 100; x: 300; y: 100; z: 90000; color: 'white'; "
+                      "visible: false }",
+                      {});
     const std::unique_ptr<QQuickItem> flash(qobject_cast<QQuickItem*>(component.create()));
     flash->setParentItem(host->window().contentItem());
 
     const bool isLong = std::getenv("VIDEOANALYSIS_LONG") != nullptr;
     record();
     const Clock::time_point start = Clock::now();
-    const auto secondsOf = [&](Clock::time_point moment) { return std::chrono::duration<double>(moment - start).count(); };
+    const auto secondsOf = [&](Clock::time_point moment) {
+        return std::chrono::duration<double>(moment - start).count();
+    };
     std::vector<double> leads;  // of each tone before its flash
     const int count = isLong ? 13 : 3;
     for (int i = 0; i < count; ++i) {
@@ -285,7 +293,8 @@ TEST_F(RecordingTest, HastyTapsAndAnUnwritableFolderLeaveTheScreenAsItWas) {
     screen->wait(100);
     EXPECT_FALSE(recorder().isRecording());
     EXPECT_EQ(hasStarted(), before);
-    EXPECT_TRUE(LogLines::aboutRecordings()[1].contains("cannot record")) << LogLines::aboutRecordings()[1].toStdString();
+    EXPECT_TRUE(LogLines::aboutRecordings()[1].contains("cannot record"))
+        << LogLines::aboutRecordings()[1].toStdString();
     ask(false);
     QFile::remove(folder.filePath(QStringLiteral("data")));
     record();
@@ -323,7 +332,8 @@ TEST_F(RecordingTest, AnInterruptedRecordingIsOfferedBackAtTheNextStart) {
             screen->clickAt(screen->rectOf(button).center());
             EXPECT_EQ(saved().size(), 1) << "of the round before";
         } else {
-            ASSERT_TRUE(screen->wait([&] { return screen->playerCount() == 1 && screen->player(0) && screen->player(0)->currentFrame(); }));
+            ASSERT_TRUE(screen->wait(
+                [&] { return screen->playerCount() == 1 && screen->player(0) && screen->player(0)->currentFrame(); }));
             ASSERT_EQ(saved().size(), 1);
             const MovieFacts facts = factsOf(saved()[0].toStdString());
             EXPECT_EQ(facts.complaints, "");

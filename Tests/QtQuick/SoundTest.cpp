@@ -24,7 +24,8 @@ double pitchOf(const std::vector<float>& samples) {
     }
     if (most / stretch < 0.005) return 0;
     int crossings = 0;
-    for (std::size_t i = loudest; i + 1 < loudest + stretch; ++i) crossings += samples[i] < 0 && samples[i + 1] >= 0 ? 1 : 0;
+    for (std::size_t i = loudest; i + 1 < loudest + stretch; ++i)
+        crossings += samples[i] < 0 && samples[i + 1] >= 0 ? 1 : 0;
     return crossings * 48000.0 / stretch;
 }
 

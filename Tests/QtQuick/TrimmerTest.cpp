@@ -19,10 +19,13 @@ protected:
     void openTrimmer(const QStringList& clips, QSize size = QSize(1280, 800)) {
         open(clips, size);
         host->editMedia(0);
-        ASSERT_TRUE(screen->wait([&] { return trimmer() && trimmer()->isEnabled() && trimmer()->thumbnailCount() > 0; }));
+        ASSERT_TRUE(
+            screen->wait([&] { return trimmer() && trimmer()->isEnabled() && trimmer()->thumbnailCount() > 0; }));
         settle();
     }
-    TrimmerViewItem* trimmer() const { return qobject_cast<TrimmerViewItem*>(screen->item(QStringLiteral("trimmerView"))); }
+    TrimmerViewItem* trimmer() const {
+        return qobject_cast<TrimmerViewItem*>(screen->item(QStringLiteral("trimmerView")));
+    }
     CropViewItem* crop() const { return qobject_cast<CropViewItem*>(screen->item(QStringLiteral("cropView"))); }
     bool isOpen() const { return trimmer() != nullptr; }
 
@@ -35,9 +38,9 @@ protected:
         const QImage window = screen->grab();
         const QRectF picture = host::ScreenDriver::rectOf(screen->item(QStringLiteral("videoView")));
         const double scale = window.devicePixelRatio();
-        return readFrameNumber(window.constBits(), window.width(), window.height(), window.bytesPerLine(),
-                               {picture.x() * scale, picture.y() * scale, picture.width() * scale,
-                                picture.height() * scale})
+        return readFrameNumber(
+                   window.constBits(), window.width(), window.height(), window.bytesPerLine(),
+                   {picture.x() * scale, picture.y() * scale, picture.width() * scale, picture.height() * scale})
             .value_or(-1);
     }
     void press(const QPointF& point) { QTest::mousePress(&host->window(), Qt::LeftButton, {}, point.toPoint()); }
@@ -110,8 +113,8 @@ TEST_F(TrimScreen, TheMaskIsFilledWithThePartThatIsSaved) {
     EXPECT_NEAR(mask.width(), mask.height(), 1e-6);
     // The picture goes left with the finger, so that its right end fills the mask.
     const QPointF corner = host::ScreenDriver::rectOf(crop()).topLeft();
-    screen->drawWithTouch({corner + mask.center(), corner + mask.center() - QPointF(60, 0),
-                           corner + mask.center() - QPointF(900, 0)});
+    screen->drawWithTouch(
+        {corner + mask.center(), corner + mask.center() - QPointF(60, 0), corner + mask.center() - QPointF(900, 0)});
     EXPECT_NEAR(crop()->pictureRect().right(), mask.right(), 1);
     save(QStringLiteral("cropping.png"));
     ASSERT_TRUE(screen->click(QStringLiteral("saveButton")));
@@ -155,7 +158,8 @@ TEST_F(TrimScreen, TheProgramOpensItFromItsMenuAndByKeys) {
     ASSERT_TRUE(screen->wait([&] { return !isOpen(); }));
     settle();
     QTest::keyClick(&host->window(), Qt::Key_F10);
-    const auto* entry = host->window().rootObject()->parentItem()->findChild<QQuickItem*>(QStringLiteral("trimFirstEntry"));
+    const auto* entry =
+        host->window().rootObject()->parentItem()->findChild<QQuickItem*>(QStringLiteral("trimFirstEntry"));
     ASSERT_TRUE(entry && entry->isVisible());
     save(QStringLiteral("menu.png"));
     screen->clickAt(host::ScreenDriver::rectOf(entry).center());
@@ -211,7 +215,8 @@ TEST_F(TrimScreen, EveryControlHasRoomOnEveryScreen) {
         ASSERT_TRUE(screen->click(QStringLiteral("aspectButtons"), 0));
         save(QStringLiteral("crop-%1.png").arg(name));
         const QRectF window({0, 0}, QSizeF(size));
-        for (const char* outlet : {"cancelButton", "saveButton", "playButton", "cropButton", "aspectButtons", "trimmerView"}) {
+        for (const char* outlet :
+             {"cancelButton", "saveButton", "playButton", "cropButton", "aspectButtons", "trimmerView"}) {
             const auto items = screen->items(QString::fromLatin1(outlet));
             ASSERT_FALSE(items.empty()) << outlet;
             for (const QQuickItem* item : items) {

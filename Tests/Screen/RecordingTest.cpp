@@ -14,7 +14,9 @@ class FinishedDelegate final : public RecordingDelegate {
 public:
     std::vector<std::optional<std::vector<Object>>> outputs;
 
-    void videoAnalysisDidFinish(const std::optional<std::vector<Object>>& output) override { outputs.push_back(output); }
+    void videoAnalysisDidFinish(const std::optional<std::vector<Object>>& output) override {
+        outputs.push_back(output);
+    }
 };
 
 class RecordingTest : public ComponentTest {
@@ -61,7 +63,8 @@ TEST_F(RecordingTest, AStoppedRecordingIsDeliveredWithTheClipsAndTheirDrawingsOf
     ask(false);
     EXPECT_EQ(recorder.stops, 1);
     const std::string path = recorder.output.path();
-    EXPECT_TRUE(std::regex_match(path, std::regex("/tmp/[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}\\.mp4")))
+    EXPECT_TRUE(std::regex_match(
+        path, std::regex("/tmp/[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}\\.mp4")))
         << path;
     draw(1);  // while the video is being finished
     answerStop();

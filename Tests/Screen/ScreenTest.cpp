@@ -14,7 +14,8 @@ namespace {
 class ScreenTest : public ComponentTest {
 protected:
     void addAndShow(std::size_t count) {
-        for (std::size_t i = 0; i < count; ++i) store().dispatch(AddMediaAction(clip(std::string(1, static_cast<char>('a' + i)))));
+        for (std::size_t i = 0; i < count; ++i)
+            store().dispatch(AddMediaAction(clip(std::string(1, static_cast<char>('a' + i)))));
         show();
     }
     ui::CollectionView& collection() { return *screen()->playersCollectionView.lock(); }
@@ -85,8 +86,9 @@ TEST_F(ScreenTest, ACellIsBoundOnceAndStays) {
     const auto fresh = screen()->playersManager()->cellForItemAt(collection(), {1, 0});
     EXPECT_NE(fresh, bound);
     EXPECT_EQ(players()[1]->cell(), bound);
-    EXPECT_EQ(platform->log, (std::vector<std::string>{"\n", "Index: 1", "Previous cell address: " + bound->description(),
-                                                       "New generated cell address: " + fresh->description()}));
+    EXPECT_EQ(platform->log,
+              (std::vector<std::string>{"\n", "Index: 1", "Previous cell address: " + bound->description(),
+                                        "New generated cell address: " + fresh->description()}));
     EXPECT_DEATH((void)screen()->playersManager()->cellForItemAt(collection(), {2, 0}), "No player at index 2");
 
     // A reload gives every player its own cell again.
@@ -100,7 +102,8 @@ TEST_F(ScreenTest, BindingSaysWhatItDoesAndTakesNoForeignCell) {
     const std::string player = players()[0]->cell()->description();
     const std::string controls = players()[0]->overlayCell()->description();
     const auto wasLogged = [&](const std::vector<std::string>& lines) {
-        return std::search(platform->log.begin(), platform->log.end(), lines.begin(), lines.end()) != platform->log.end();
+        return std::search(platform->log.begin(), platform->log.end(), lines.begin(), lines.end()) !=
+               platform->log.end();
     };
     EXPECT_TRUE(wasLogged({"\n", "Index: 0", "No previous cell address", "New generated cell address: " + player,
                            "New updated cell address: " + player}));
@@ -354,7 +357,8 @@ TEST_F(ScreenTest, TheHostDecidesAboutAddingAndClosing) {
     EXPECT_EQ(platform->headlessPresenter.preferredOrientation, ui::DeviceOrientation::unknown);
     store().dispatch(DismissAction(false, {}));
     show();
-    EXPECT_EQ(platform->headlessPresenter.preferredOrientation, ui::DeviceOrientation::portrait) << "asked on appearing";
+    EXPECT_EQ(platform->headlessPresenter.preferredOrientation, ui::DeviceOrientation::portrait)
+        << "asked on appearing";
 
     const auto old = screen();
     overlay().handleDiscardAndClose(*overlay().closeButton.lock());

@@ -35,7 +35,8 @@ std::string outputOf(const std::string& command) {
     std::FILE* pipe = ::popen(command.c_str(), "r");
     if (!pipe) return output;
     std::array<char, 65536> buffer{};
-    while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), pipe)) output.append(buffer.data(), count);
+    while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), pipe))
+        output.append(buffer.data(), count);
     ::pclose(pipe);
     return output;
 }
@@ -50,13 +51,14 @@ double MovieFacts::longestGap() const {
 
 MovieFacts factsOf(const std::string& path) {
     MovieFacts facts;
-    std::istringstream times(outputOf("ffprobe -v error -select_streams v:0 -show_entries packet=pts_time -of csv=p=0 " +
-                                      quoted(path) + " 2>/dev/null"));
+    std::istringstream times(
+        outputOf("ffprobe -v error -select_streams v:0 -show_entries packet=pts_time -of csv=p=0 " + quoted(path) +
+                 " 2>/dev/null"));
     for (std::string line; std::getline(times, line);) facts.pictureTimes.push_back(std::strtod(line.c_str(), nullptr));
-    std::istringstream streams(outputOf(
-        "ffprobe -v error -show_entries stream=codec_type,codec_name,width,height,color_space,duration -of "
-        "default=noprint_wrappers=1 " +
-        quoted(path) + " 2>/dev/null"));
+    std::istringstream streams(
+        outputOf("ffprobe -v error -show_entries stream=codec_type,codec_name,width,height,color_space,duration -of "
+                 "default=noprint_wrappers=1 " +
+                 quoted(path) + " 2>/dev/null"));
     std::string codec;
     bool isVideo = false;
     for (std::string line; std::getline(streams, line);) {
@@ -91,9 +93,9 @@ std::vector<float> soundOf(const std::string& path) {
 }
 
 std::vector<std::vector<unsigned char>> picturesOf(const std::string& path, int width, int height) {
-    const std::string bytes =
-        outputOf("ffmpeg -nostdin -v error -i " + quoted(path) + " -an -fps_mode passthrough -enc_time_base 1/90000 -s " + std::to_string(width) +
-                 "x" + std::to_string(height) + " -pix_fmt bgra -f rawvideo -");
+    const std::string bytes = outputOf("ffmpeg -nostdin -v error -i " + quoted(path) +
+                                       " -an -fps_mode passthrough -enc_time_base 1/90000 -s " + std::to_string(width) +
+                                       "x" + std::to_string(height) + " -pix_fmt bgra -f rawvideo -");
     const std::size_t size = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4;
     std::vector<std::vector<unsigned char>> pictures;
     for (std::size_t start = 0; start + size <= bytes.size(); start += size) {

@@ -70,8 +70,8 @@ SoundServer::~SoundServer() {
 
 void SoundServer::startListening() {
     const std::string file = folder_ + "/heard";
-    listener_ = start({"parec", "--device=speaker.monitor", "--format=float32le", "--rate=48000", "--channels=1", "--raw",
-                       "--latency-msec=20"},
+    listener_ = start({"parec", "--device=speaker.monitor", "--format=float32le", "--rate=48000", "--channels=1",
+                       "--raw", "--latency-msec=20"},
                       file);
     // It listens once the first bytes are there.
     std::error_code error;
@@ -87,7 +87,8 @@ std::vector<float> SoundServer::stopListening() {
     std::vector<float> samples;
     std::array<float, 4096> part{};
     while (file.read(reinterpret_cast<char*>(part.data()), sizeof part) || file.gcount() > 0) {
-        samples.insert(samples.end(), part.begin(), part.begin() + file.gcount() / static_cast<std::streamsize>(sizeof(float)));
+        samples.insert(samples.end(), part.begin(),
+                       part.begin() + file.gcount() / static_cast<std::streamsize>(sizeof(float)));
     }
     return samples;
 }

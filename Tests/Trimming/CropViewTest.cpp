@@ -1,6 +1,5 @@
-#include "Tests/Support/ComponentTest.h"
 #include "VideoAnalysis/Trimming/CropView.h"
-
+#include "Tests/Support/ComponentTest.h"
 
 #include <memory>
 #include <random>
@@ -25,7 +24,8 @@ protected:
         EXPECT_GT(crop.size.width, 0);
         EXPECT_GT(crop.size.height, 0);
         const double ratio = CropView::ratioOf(view->aspect());
-        const double shape = crop.size.width * view->pictureSize().width / (crop.size.height * view->pictureSize().height);
+        const double shape =
+            crop.size.width * view->pictureSize().width / (crop.size.height * view->pictureSize().height);
         EXPECT_NEAR(shape, ratio > 0 ? ratio : shape, 1e-6);
         const Rect mask = view->maskRect();
         const Rect picture = view->pictureRect();

@@ -1,9 +1,9 @@
 // The trim screen from a player's edit to its outcome.
 
+#include "VideoAnalysis/Trimming/VideoTrimmerController.h"
 #include "Support/ComponentTest.h"
 #include "VideoAnalysis/Trimming/CropView.h"
 #include "VideoAnalysis/Trimming/TrimmerView.h"
-#include "VideoAnalysis/Trimming/VideoTrimmerController.h"
 
 #include <algorithm>
 
@@ -35,9 +35,7 @@ protected:
     }
     /// Everything that happens before the clock moves.
     void settle() { platform->drainMainQueue(); }
-    void drawLine() {
-        sketchOf(0).pathArray.push_back(SketchTool::make(SketchToolType::line));
-    }
+    void drawLine() { sketchOf(0).pathArray.push_back(SketchTool::make(SketchToolType::line)); }
     std::vector<VideoAnalysisController::Object> mediaList() { return *store().state().media; }
 
     std::shared_ptr<RecordingDelegate> delegate;
@@ -207,7 +205,8 @@ TEST_F(VideoTrimmerControllerTest, AFailedSaveIsWrittenToTheOutputAndChangesNoth
     testing::internal::CaptureStdout();
     platform->mediaEngine.newestExport.lock()->end({media::ExportResult::Status::failed, "No space left on device"});
     settle();
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "A error occurred while editing video: No space left on device\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "A error occurred while editing video: No space left on device\n");
     EXPECT_FALSE(editor());
     EXPECT_EQ(mediaList()[0].url.absoluteString(), "file:///a.mov");
     EXPECT_EQ(sketchOf(0).pathArray.size(), 1U);

@@ -34,7 +34,8 @@ public:
                                      const std::optional<VideoAnalysisConfiguration>& configuration = {});
 
     /// Shows the analysis screen over `viewController`.
-    void present(const std::shared_ptr<ui::ViewController>& viewController, ui::ModalPresentationStyle presentationStyle);
+    void present(const std::shared_ptr<ui::ViewController>& viewController,
+                 ui::ModalPresentationStyle presentationStyle);
     /// Removes the screen and ends the analysis; `completion` (may be empty) runs when the screen is gone.
     void dismiss(bool animated, std::function<void()> completion);
 
@@ -59,11 +60,13 @@ public:
     /// The analysis has finished: the recording first, then each clip with its drawings; absent after a preview.
     virtual void videoAnalysisDidFinish(const std::optional<std::vector<Object>>& output) = 0;
     /// The user wants to delete a clip; calling `completion` deletes it.
-    virtual void videoAnalysisControllerDidRequestToDeleteMedia(const std::shared_ptr<ui::ViewController>& viewController,
-                                                                std::function<void()> completion) = 0;
+    virtual void
+    videoAnalysisControllerDidRequestToDeleteMedia(const std::shared_ptr<ui::ViewController>& viewController,
+                                                   std::function<void()> completion) = 0;
     /// The user wants to close; calling `completion` closes.
-    virtual void videoAnalysisControllerDidRequestDiscardAndClose(const std::shared_ptr<ui::ViewController>& viewController,
-                                                                  std::function<void()> completion) = 0;
+    virtual void
+    videoAnalysisControllerDidRequestDiscardAndClose(const std::shared_ptr<ui::ViewController>& viewController,
+                                                     std::function<void()> completion) = 0;
     /// The user wants a clip for the player at `index`; calling `completion` hands it over.
     virtual void videoAnalysisControllerDidRequestMedia(const std::shared_ptr<ui::ViewController>& viewController,
                                                         std::int64_t index, std::function<void(Object)> completion) = 0;

@@ -93,7 +93,8 @@ void RangeSlider::beginTracking(double fraction) {
     if (!isEnabled() || !std::isfinite(fraction)) return;
     const double toLower = std::abs(fraction - lowerFraction());
     const double toUpper = std::abs(fraction - upperFraction());
-    const bool isLower = toLower < toUpper || (toLower == toUpper && (fraction < lowerFraction() || upper_ >= maximum_));
+    const bool isLower =
+        toLower < toUpper || (toLower == toUpper && (fraction < lowerFraction() || upper_ >= maximum_));
     tracked_ = isLower ? Thumb::lower : Thumb::upper;
     // On a thumb, the finger takes it where it is; beside it, the thumb comes.
     constexpr double onThumb = 0.04;

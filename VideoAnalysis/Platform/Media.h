@@ -25,7 +25,8 @@ struct Time {
     std::int64_t epoch = 0;
 
     Time() = default;
-    Time(std::int64_t value, std::int32_t timescale) : value(value), timescale(timescale), flags(timescale > 0 ? validFlag : 0) {}
+    Time(std::int64_t value, std::int32_t timescale)
+        : value(value), timescale(timescale), flags(timescale > 0 ? validFlag : 0) {}
     static Time zero() { return {0, 1}; }
     /// The multiple of 1 / `timescale` nearest to `seconds`; invalid for a value that is not finite or does not fit.
     static Time fromSeconds(double seconds, std::int32_t timescale);
@@ -164,8 +165,8 @@ private:
 /// A picture that an image generator was asked for.
 struct GeneratedImage {
     Time requestedTime;
-    Time actualTime;      ///< of the frame in the picture
-    bool isFinal = true;  ///< false for a nearby one that stands in until the right one is there
+    Time actualTime;                       ///< of the frame in the picture
+    bool isFinal = true;                   ///< false for a nearby one that stands in until the right one is there
     std::shared_ptr<const Bitmap> bitmap;  ///< upright; null when the clip has no such picture to give
 };
 

@@ -65,7 +65,9 @@ void GesturedScrollView::tap() {
 }
 
 Point GesturedScrollView::limited(Point offset) const {
-    const auto limit = [this](double value, double length) { return std::clamp(value, 0.0, length * (zoomScale() - 1)); };
+    const auto limit = [this](double value, double length) {
+        return std::clamp(value, 0.0, length * (zoomScale() - 1));
+    };
     return {limit(offset.x, bounds().size.width), limit(offset.y, bounds().size.height)};
 }
 

@@ -31,15 +31,15 @@ constexpr double timelineLength = 100;
 std::string positionText(double seconds, std::int64_t frame) {
     const auto hundredths = static_cast<long long>(std::floor(seconds * 100 + 1e-6));
     char text[64];
-    std::snprintf(text, sizeof text, "%lld:%02lld.%02lld · %lld", hundredths / 6000, hundredths / 100 % 60, hundredths % 100,
-                  static_cast<long long>(frame));
+    std::snprintf(text, sizeof text, "%lld:%02lld.%02lld · %lld", hundredths / 6000, hundredths / 100 % 60,
+                  hundredths % 100, static_cast<long long>(frame));
     return text;
 }
 
 }  // namespace
 
-std::shared_ptr<PlayerCollectionViewCellController> PlayerCollectionViewCellController::make(
-    VideoAnalysisController::Object media, std::int64_t index) {
+std::shared_ptr<PlayerCollectionViewCellController>
+PlayerCollectionViewCellController::make(VideoAnalysisController::Object media, std::int64_t index) {
     auto controller = std::make_shared<PlayerCollectionViewCellController>(Private{}, std::move(media), index);
     controller->localStore->subscribe(controller);
     return controller;
@@ -129,10 +129,12 @@ void PlayerCollectionViewCellController::wire(PlayerCollectionViewCellHUDView& v
         const auto button = outlet.lock();
         if (!button) continue;
         button->addAction(ui::ControlEvent::touchUpInside, [weak](ui::Control& sender) {
-            if (const auto controller = weak.lock()) controller->userDidChangePlaybackRate(static_cast<ui::Button&>(sender));
+            if (const auto controller = weak.lock())
+                controller->userDidChangePlaybackRate(static_cast<ui::Button&>(sender));
         });
     }
-    const auto onLongPress = [&](const std::weak_ptr<ui::Button>& outlet, void (Self::*operation)(ui::GestureRecognizer&)) {
+    const auto onLongPress = [&](const std::weak_ptr<ui::Button>& outlet,
+                                 void (Self::*operation)(ui::GestureRecognizer&)) {
         const auto button = outlet.lock();
         if (!button) return;
         button->longPressGestureRecognizer = std::make_shared<ui::LongPressGestureRecognizer>(button);
@@ -359,12 +361,17 @@ bool PlayerCollectionViewCellController::keyPressed(const ui::KeyPress& press) {
             mainStore().dispatch(
                 videoanalysis::SetCellVideoPlayingStateAction(!localStore->state().isMediaPlaying, addressedIndex()));
             return true;
-        case ui::Key::left: mainStore().dispatch(PerformCellVideoSeekBackwardAction(addressedIndex(), -steps)); return true;
-        case ui::Key::right: mainStore().dispatch(PerformCellVideoSeekForwardAction(addressedIndex(), steps)); return true;
+        case ui::Key::left:
+            mainStore().dispatch(PerformCellVideoSeekBackwardAction(addressedIndex(), -steps));
+            return true;
+        case ui::Key::right:
+            mainStore().dispatch(PerformCellVideoSeekForwardAction(addressedIndex(), steps));
+            return true;
         case ui::Key::home: seekTo(0); return true;
         case ui::Key::end: seekTo(1); return true;
         case ui::Key::z:
-            if (const std::shared_ptr<SketchView> sketch = sketchView()) press.isShiftDown ? sketch->redo() : sketch->undo();
+            if (const std::shared_ptr<SketchView> sketch = sketchView())
+                press.isShiftDown ? sketch->redo() : sketch->undo();
             publishHistory();
             return true;
         case ui::Key::f: localStore->dispatch(ChangeCellVideoFillModeAction()); return true;
@@ -395,7 +402,8 @@ float PlayerCollectionViewCellController::rateFromTitle(const std::string& title
     if (first == std::string::npos) return 1.0F;
     const std::string number = title.substr(first, title.find_last_of(digits) - first + 1);
     // Only digits and one point make a number; a point is the separator in every locale.
-    if (number.find_first_not_of("0123456789.") != std::string::npos || number.find('.') != number.rfind('.')) return 1.0F;
+    if (number.find_first_not_of("0123456789.") != std::string::npos || number.find('.') != number.rfind('.'))
+        return 1.0F;
     const std::size_t point = number.find('.');
     double value = std::strtod(number.substr(0, point).c_str(), nullptr);
     if (point != std::string::npos) {
@@ -449,7 +457,8 @@ void PlayerCollectionViewCellController::newState(const LocalState& state) {
     if (const auto button = view->playPauseButton.lock()) {
         button->setImage(Image::systemNamed(state.isMediaPlaying ? "pause.fill" : "play.fill"));
     }
-    if (const auto button = view->videoPlayRateSelectorButton.lock()) button->setTitle(titleForRate(state.playbackRate));
+    if (const auto button = view->videoPlayRateSelectorButton.lock())
+        button->setTitle(titleForRate(state.playbackRate));
     if (const std::shared_ptr<SketchView> sketch = sketchView()) {
         const auto setEnabled = [](const auto& outlet, bool enabled) {
             if (const auto button = outlet.lock()) button->setEnabled(enabled);

@@ -52,7 +52,8 @@ public:
     using SetEditingStateAction = cell::SetEditingStateAction;
 
     /// A controller for `media`, the item at `index`; it subscribes itself to its own store.
-    static std::shared_ptr<PlayerCollectionViewCellController> make(VideoAnalysisController::Object media, std::int64_t index);
+    static std::shared_ptr<PlayerCollectionViewCellController> make(VideoAnalysisController::Object media,
+                                                                    std::int64_t index);
 
     PlayerCollectionViewCellController(Private, VideoAnalysisController::Object media, std::int64_t index);
     ~PlayerCollectionViewCellController() override;

@@ -48,7 +48,8 @@ private:
     void stopRecording();
     void recordingDidStop(const recording::Error& error, const URL& output,
                           const std::weak_ptr<VideoAnalysisControllerDelegate>& delegate);
-    void recordingDidStop(const recording::Error& error, const std::shared_ptr<recording::PreviewViewController>& preview);
+    void recordingDidStop(const recording::Error& error,
+                          const std::shared_ptr<recording::PreviewViewController>& preview);
 
     std::unique_ptr<ui::Window> overlayWindow_;
     std::shared_ptr<PlayersManager> playersManager_;

@@ -224,10 +224,10 @@ void OverlayViewController::renderSelectedTool(const MainViewControllerState& sc
     const auto arrow = ui::required(arrowImage, "arrowImage");
     arrow->setAlpha(0);
     arrow->setRotation(screen.isColorPickerOpened ? std::numbers::pi : 0);
-    const auto selected =
-        std::find_if(drawingToolButtons.begin(), drawingToolButtons.end(), [&](const std::weak_ptr<ui::Button>& outlet) {
-            return ui::required(outlet, "drawingToolButtons")->tag() == selectedTool;
-        });
+    const auto selected = std::find_if(drawingToolButtons.begin(), drawingToolButtons.end(),
+                                       [&](const std::weak_ptr<ui::Button>& outlet) {
+                                           return ui::required(outlet, "drawingToolButtons")->tag() == selectedTool;
+                                       });
     if (selected != drawingToolButtons.end()) {
         const auto button = selected->lock();
         arrow->setTintColor(toolColor(button->tag(), screen.toolColorMap));
@@ -259,7 +259,8 @@ void OverlayViewController::tapOnRect(ui::Control&) { chooseTool(SketchToolType:
 void OverlayViewController::tapOnCircle(ui::Control&) { chooseTool(SketchToolType::ellipseStroke); }
 
 void OverlayViewController::tapOnColorPicker(ui::Control&) {
-    mainStore().dispatch(SetColorPickerCollapseStateAction(!mainStore().state().mainViewControllerState.isColorPickerOpened));
+    mainStore().dispatch(
+        SetColorPickerCollapseStateAction(!mainStore().state().mainViewControllerState.isColorPickerOpened));
 }
 
 void OverlayViewController::handleToolbarExpand(ui::Control&) {
@@ -273,7 +274,8 @@ void OverlayViewController::handleScreenRecording(ui::Control&) {
 }
 
 void OverlayViewController::handlePlaybackLockToggle(ui::Control&) {
-    mainStore().dispatch(SetPlaybackLockStateAction(!mainStore().state().mainViewControllerState.isMediaPlaybackLocked));
+    mainStore().dispatch(
+        SetPlaybackLockStateAction(!mainStore().state().mainViewControllerState.isMediaPlaybackLocked));
 }
 
 void OverlayViewController::handleMediaAddition(ui::Control&) {

@@ -56,13 +56,14 @@ void PlayersManager::setUp(ui::CollectionView& view, const std::shared_ptr<ui::C
 }
 
 bool PlayersManager::keyPressed(const ui::KeyPress& press) {
-    const auto latest = std::max_element(cellControllers.begin(), cellControllers.end(), [](const auto& a, const auto& b) {
-        return a->latestTouch() < b->latestTouch();
-    });
+    const auto latest =
+        std::max_element(cellControllers.begin(), cellControllers.end(),
+                         [](const auto& a, const auto& b) { return a->latestTouch() < b->latestTouch(); });
     if (latest == cellControllers.end()) return false;
     // What a locked player dispatches for playback reaches all of them; the rest is each one's own.
     const bool isOwn = press.key == ui::Key::z || press.key == ui::Key::f;
-    if (!isOwn || !mainStore().state().mainViewControllerState.isMediaPlaybackLocked) return (*latest)->keyPressed(press);
+    if (!isOwn || !mainStore().state().mainViewControllerState.isMediaPlaybackLocked)
+        return (*latest)->keyPressed(press);
     bool isUsed = false;
     for (const auto& controller : cellControllers) isUsed = controller->keyPressed(press) || isUsed;
     return isUsed;
@@ -146,8 +147,8 @@ std::optional<double> PlayersManager::minimumLineSpacingForSectionAt(ui::Collect
     return 0;
 }
 
-std::optional<double> PlayersManager::minimumInteritemSpacingForSectionAt(ui::CollectionView&, ui::CollectionViewLayout&,
-                                                                          std::int64_t) {
+std::optional<double> PlayersManager::minimumInteritemSpacingForSectionAt(ui::CollectionView&,
+                                                                          ui::CollectionViewLayout&, std::int64_t) {
     return 0;
 }
 

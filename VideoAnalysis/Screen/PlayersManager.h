@@ -40,13 +40,15 @@ public:
     bool keyPressed(const ui::KeyPress& press);
 
     std::int64_t numberOfItemsInSection(ui::CollectionView& view, std::int64_t section) override;
-    std::shared_ptr<ui::CollectionViewCell> cellForItemAt(ui::CollectionView& view, const ui::IndexPath& indexPath) override;
+    std::shared_ptr<ui::CollectionViewCell> cellForItemAt(ui::CollectionView& view,
+                                                          const ui::IndexPath& indexPath) override;
     void willDisplay(ui::CollectionView& view, ui::CollectionViewCell& cell, const ui::IndexPath& indexPath) override;
     std::optional<Size> sizeForItemAt(ui::CollectionView& view, ui::CollectionViewLayout& layout,
                                       const ui::IndexPath& indexPath) override;
     std::optional<double> minimumLineSpacingForSectionAt(ui::CollectionView& view, ui::CollectionViewLayout& layout,
                                                          std::int64_t section) override;
-    std::optional<double> minimumInteritemSpacingForSectionAt(ui::CollectionView& view, ui::CollectionViewLayout& layout,
+    std::optional<double> minimumInteritemSpacingForSectionAt(ui::CollectionView& view,
+                                                              ui::CollectionViewLayout& layout,
                                                               std::int64_t section) override;
 
 private:

@@ -12,8 +12,8 @@ namespace videoanalysis {
 class CropView : public ui::View {
 public:
     enum class Aspect { free = 0, square = 1, portrait4To5 = 2, landscape16To9 = 3, portrait9To16 = 4 };
-    static constexpr std::array allAspects = {Aspect::free, Aspect::square, Aspect::portrait4To5, Aspect::landscape16To9,
-                                              Aspect::portrait9To16};
+    static constexpr std::array allAspects = {Aspect::free, Aspect::square, Aspect::portrait4To5,
+                                              Aspect::landscape16To9, Aspect::portrait9To16};
     /// Width over height; 0 for free.
     static double ratioOf(Aspect aspect);
 

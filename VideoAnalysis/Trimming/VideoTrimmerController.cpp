@@ -204,7 +204,7 @@ void VideoTrimmerController::tracked() {
 
 void VideoTrimmerController::trackingEnded() {
     const auto trimmer = ui::required(trimmerView, "trimmerView");
-    trimmer->setPosition(std::clamp(trimmer->trackedPart() == TrimmerView::Part::start  ? trimmer->start()
+    trimmer->setPosition(std::clamp(trimmer->trackedPart() == TrimmerView::Part::start ? trimmer->start()
                                     : trimmer->trackedPart() == TrimmerView::Part::end ? trimmer->end()
                                                                                        : trimmer->position(),
                                     trimmer->start(), trimmer->end()));
@@ -271,7 +271,8 @@ void VideoTrimmerController::save(ui::Control&) {
     if (session_ || !isReady_ || hasFinished_) return;
     const std::string directory = platform().temporaryDirectory();
     if (directory.empty()) {
-        finish([](auto& listener, auto& self, const auto& text) { listener.videoEditorControllerDidFailWithError(self, text); },
+        finish([](auto& listener, auto& self,
+                  const auto& text) { listener.videoEditorControllerDidFailWithError(self, text); },
                "there is no directory for temporary files");
         return;
     }
@@ -328,7 +329,8 @@ void VideoTrimmerController::cancel(ui::Control&) {
     finish([](auto& listener, auto& self, const auto&) { listener.videoEditorControllerDidCancel(self); }, {});
 }
 
-void VideoTrimmerController::finish(void (*tell)(VideoEditorControllerDelegate&, ui::ViewController&, const std::string&),
+void VideoTrimmerController::finish(void (*tell)(VideoEditorControllerDelegate&, ui::ViewController&,
+                                                 const std::string&),
                                     const std::string& text) {
     if (std::exchange(hasFinished_, true)) return;
     pause();

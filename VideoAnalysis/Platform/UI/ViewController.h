@@ -95,8 +95,8 @@ public:
     virtual ~Presenter() = default;
     /// Shows `presented` over `presenting` in its presentation style; then calls `viewWillAppear`, `viewDidAppear` and
     /// `completion`.
-    virtual void present(std::shared_ptr<ViewController> presenting, std::shared_ptr<ViewController> presented, bool animated,
-                         ViewController::Completion completion) = 0;
+    virtual void present(std::shared_ptr<ViewController> presenting, std::shared_ptr<ViewController> presented,
+                         bool animated, ViewController::Completion completion) = 0;
     /// Removes `viewController`; calls `viewWillDisappear`, `viewDidDisappear` and `completion`.
     virtual void dismiss(std::shared_ptr<ViewController> viewController, bool animated,
                          ViewController::Completion completion) = 0;
