@@ -10,10 +10,21 @@ MainQueue::MainQueue() {
     running_.reserve(usualBurst);
 }
 
+MainQueue::~MainQueue() {
+    std::vector<Block> dropped;
+    {
+        const std::lock_guard lock(mutex_);
+        isClosed_ = true;
+        dropped.swap(waiting_);
+    }
+    dropped.clear();  // may post: screens and players go with the last block that holds them
+}
+
 void MainQueue::async(Block block) {
     bool wasEmpty;
     {
         const std::lock_guard lock(mutex_);
+        if (isClosed_) return;
         wasEmpty = waiting_.empty();
         waiting_.push_back(std::move(block));
     }

@@ -100,6 +100,8 @@ public:
 class MainQueue : public Queue {
 public:
     MainQueue();
+    /// Drops what is waiting, and what that posts while it goes.
+    ~MainQueue() override;
 
     void async(Block block) final;
 
@@ -118,6 +120,7 @@ private:
     std::vector<Block> waiting_;
     std::vector<Block> running_;
     bool isRunning_ = false;
+    bool isClosed_ = false;
 };
 
 /// The installed platform's main queue.
