@@ -159,20 +159,6 @@ double MpvPeer::stepBack() {
     return run(command);
 }
 
-double MpvPeer::stepForward() {
-    double before = 0;
-    mpv_get_property(handle_, "time-pos", MPV_FORMAT_DOUBLE, &before);
-    const double start = now(Clock::wall);
-    const char* command[] = {"frame-step", nullptr};
-    if (mpv_command(handle_, command) < 0) return failed;
-    while (now(Clock::wall) - start < longestWait * 1000) {
-        double position = before;
-        mpv_get_property(handle_, "time-pos", MPV_FORMAT_DOUBLE, &position);
-        if (position != before) return now(Clock::wall) - start;
-    }
-    return failed;
-}
-
 }  // namespace videoanalysis::bench
 
 #else
@@ -184,7 +170,6 @@ MpvPeer::~MpvPeer() = default;
 double MpvPeer::open(const std::string&) { return 0; }
 double MpvPeer::seekExactly(double) { return 0; }
 double MpvPeer::stepBack() { return 0; }
-double MpvPeer::stepForward() { return 0; }
 int MpvPeer::playInProcess(const std::string&, int, int, double) { return -1; }
 bool MpvPeer::waitFor(int) { return false; }
 std::optional<int> MpvPeer::playerMain(int, char**) { return std::nullopt; }

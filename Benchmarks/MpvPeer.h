@@ -20,7 +20,6 @@ public:
     double open(const std::string& path);
     double seekExactly(double seconds);
     double stepBack();
-    double stepForward();
 
     /// Plays `path` in a process of its own for `seconds`, drawn in software at `width` x `height` without sound, and returns
     /// that process's number; `waitFor` waits for its end. This program must pass what it is started with to `playerMain`.
