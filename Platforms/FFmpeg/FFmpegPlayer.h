@@ -25,6 +25,7 @@ public:
               std::function<void(bool finished)> completion) override {
         playback_->seek(time, toleranceBefore, toleranceAfter, std::move(completion));
     }
+    void setPlaybackRange(const Time& start, const Time& end) override { playback_->setPlaybackRange(start, end); }
     std::shared_ptr<void> addPeriodicTimeObserver(const Time& interval,
                                                   std::function<void(const Time&)> observer) override {
         return playback_->addPeriodicTimeObserver(interval, std::move(observer));

@@ -28,6 +28,7 @@ public:
     bool canStepForward() const override { return playback_->canStepForward(); }
     bool canStepBackward() const override { return playback_->canStepBackward(); }
     void step(std::int64_t count) override { playback_->step(count); }
+    Time frameTime(const Time& time, std::int64_t count) const override { return playback_->frameTime(time, count); }
 
     void setAudioTimePitchAlgorithm(AudioTimePitchAlgorithm algorithm) override {
         playback_->setAudioTimePitchAlgorithm(algorithm);

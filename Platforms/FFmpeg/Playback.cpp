@@ -77,7 +77,9 @@ void Playback::takeNews() {
         // On the way to a frame asked for, a picture is worth showing when it is nearer than the one that is shown.
         const std::int64_t number = news.preview->index();
         const bool isNearer = shown_ && std::abs(number - asked_) < std::abs(shown_->index() - asked_);
-        if (isClockRunning() ? isWaitingForFrame_ && shown_ && number > shown_->index() : isPending_ && isNearer) {
+        const bool isWanted =
+            isClockRunning() ? isWaitingForFrame_ && shown_ && number > shown_->index() : isPending_ && isNearer;
+        if (isWanted && mayStandIn(number)) {
             show(std::move(news.preview));
         }
         if (isClockRunning()) tick();
@@ -116,8 +118,9 @@ std::vector<VideoTrack> Playback::videoTracks() const {
 }
 
 Time Playback::currentTime() const {
-    if (isAtEnd_) return duration();
-    if (isClockRunning()) return index_->timeOfTicks(std::min(momentAt(Clock::now()), index_->durationTicks()));
+    const auto end = [this] { return index_->endTicksOf(lastPlayedFrame()); };
+    if (isAtEnd_) return index_->timeOfTicks(end());
+    if (isClockRunning()) return index_->timeOfTicks(std::min(momentAt(Clock::now()), end()));
     return shown_ ? shown_->time() : Time::zero();
 }
 
@@ -145,6 +148,15 @@ void Playback::step(std::int64_t count) {
     deferred_->steps = std::clamp(deferred_->steps + step, -farthest, farthest);
     beginRequest({});
     resolveDeferred();
+}
+
+Time Playback::frameTime(const Time& time, std::int64_t count) const {
+    if (status_ != ItemStatus::readyToPlay) return Time::zero();
+    const std::int64_t frames = index_->frameCount();
+    const std::int64_t ticks = index_->ticksAtTime(time);
+    const std::int64_t base = ticks >= index_->durationTicks() ? frames : index_->frameAtTicks(ticks);
+    const std::int64_t frame = base + std::clamp(count, -base, frames - base);
+    return frame == frames ? duration() : index_->timeOfTicks(index_->ticksOf(frame));
 }
 
 // Requests
@@ -210,6 +222,7 @@ void Playback::goTo(std::int64_t frame, Travel travel) {
         // Requests come faster than they can be met: what is there already is shown as long as it leads the right way.
         found = core_->cache->nearest(loader_->clip(), frame);
         if (!found || std::abs(found->index() - frame) >= std::abs(shown_->index() - frame)) return;
+        if (!mayStandIn(found->index())) return;
         later([found, request = request_](Playback& self) {
             if (self.isPending_ && self.request_ == request) self.show(found);
         });
@@ -260,7 +273,28 @@ void Playback::setRate(float rate) {
     changeRate(rate);
     if (rate_ == 0 || isPending_ || status_ != ItemStatus::readyToPlay) return;
     isAtEnd_ = false;
-    startClock(wasRunning ? moment : wasAtEnd ? index_->durationTicks() : index_->ticksOf(shown_->index()));
+    const std::int64_t end = index_->endTicksOf(lastPlayedFrame());
+    startClock(wasRunning ? moment : wasAtEnd ? end : index_->ticksOf(shown_->index()));
+}
+
+void Playback::setPlaybackRange(const Time& start, const Time& end) {
+    if (rangeStart_ == start && rangeEnd_ == end) return;
+    rangeStart_ = start;
+    rangeEnd_ = end;
+    isAtEnd_ = false;  // of the range so far
+}
+
+std::int64_t Playback::lastPlayedFrame() const {
+    if (!rangeEnd_.isValid()) return index_->frameCount() - 1;
+    const std::int64_t frame = index_->frameAtTicks(index_->ticksAtTime(rangeEnd_));
+    const bool beginsLater = compare(index_->timeOfTicks(index_->ticksOf(frame)), rangeEnd_) >= 0;
+    return std::max<std::int64_t>(beginsLater ? frame - 1 : frame, 0);
+}
+
+bool Playback::mayStandIn(std::int64_t frame) const {
+    if (rate_ == 0) return true;
+    const std::int64_t first = rangeStart_.isValid() ? index_->frameAtTicks(index_->ticksAtTime(rangeStart_)) : 0;
+    return frame >= first && frame <= lastPlayedFrame();
 }
 
 void Playback::changeRate(float rate) {
@@ -311,7 +345,9 @@ void Playback::stopClock() {
 
 void Playback::tick() {
     const std::int64_t moment = momentAt(Clock::now());
-    if (moment >= index_->durationTicks() && index_->isComplete()) {
+    const std::int64_t last = lastPlayedFrame();
+    const bool isLastKnown = index_->isComplete() || last + 1 < index_->frameCount();
+    if (moment >= index_->endTicksOf(last) && isLastKnown) {
         playedToEnd();
         return;
     }
@@ -355,7 +391,7 @@ void Playback::scheduleTick(std::int64_t frame) {
 }
 
 void Playback::playedToEnd() {
-    const std::int64_t last = index_->frameCount() - 1;
+    const std::int64_t last = lastPlayedFrame();
     if (shown_->index() != last) {
         if (auto found = core_->cache->find(loader_->clip(), last)) show(std::move(found));
     }

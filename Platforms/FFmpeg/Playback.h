@@ -42,12 +42,14 @@ public:
     bool canStepForward() const;
     bool canStepBackward() const;
     void step(std::int64_t count);
+    Time frameTime(const Time& time, std::int64_t count) const;
     void setAudioTimePitchAlgorithm(AudioTimePitchAlgorithm algorithm) { pitchAlgorithm_ = algorithm; }
 
     // The player's, as `Player` describes them.
     float rate() const { return rate_; }
     void setRate(float rate);
     void seek(const Time& time, const Time& toleranceBefore, const Time& toleranceAfter, Completion completion);
+    void setPlaybackRange(const Time& start, const Time& end);
     std::shared_ptr<void> addPeriodicTimeObserver(const Time& interval, std::function<void(const Time&)> observer);
     void removeTimeObserver(const std::shared_ptr<void>& token);
     std::shared_ptr<const VideoFrame> currentFrame() const { return shown_; }
@@ -97,6 +99,10 @@ private:
     void changeRate(float rate);
     void tick();
     void scheduleTick(std::int64_t frame);
+    /// The last frame that playback shows, as far as the index goes.
+    std::int64_t lastPlayedFrame() const;
+    /// Playing, a frame outside the range is not shown in place of one inside.
+    bool mayStandIn(std::int64_t frame) const;
     void playedToEnd();
     void tellTime();
     void tellTimeIfDue();
@@ -127,6 +133,8 @@ private:
 
     float rate_ = 0;
     bool isAtEnd_ = false;
+    Time rangeStart_;  // of playback; invalid for the clip's own
+    Time rangeEnd_;
     std::optional<Clock::time_point> clockStart_;  // set while the clock runs
     std::int64_t clockStartTicks_ = 0;
     std::int64_t tickNumber_ = 0;

@@ -87,6 +87,18 @@ void HeadlessItem::step(std::int64_t count) {
     if (isReady()) show(frame_ + std::clamp(count, -frame_, clip_.frames - 1 - frame_));
 }
 
+std::int64_t HeadlessItem::frameAt(const media::Time& time) const {
+    std::int64_t frame = 0;
+    while (frame < clip_.frames && media::compare(timeOfFrame(clip_, frame + 1), time) <= 0) ++frame;
+    return frame;
+}
+
+media::Time HeadlessItem::frameTime(const media::Time& time, std::int64_t count) const {
+    if (!isReady()) return media::Time::zero();
+    const std::int64_t base = frameAt(time);
+    return timeOfFrame(clip_, base + std::clamp(count, -base, clip_.frames - base));
+}
+
 std::shared_ptr<void> HeadlessItem::observe(std::function<void(Event)> observer) {
     return remember(observers_, std::move(observer));
 }
@@ -131,7 +143,9 @@ void HeadlessPlayer::setRate(float rate) {
 
 void HeadlessPlayer::tick() {
     if (!headlessItem_.isReady()) return;
-    if (headlessItem_.canStepForward()) {
+    const media::Time next = headlessItem_.frameTime(currentTime(), 1);
+    const bool isInRange = !rangeEnd_.isValid() || media::compare(next, rangeEnd_) < 0;
+    if (headlessItem_.canStepForward() && isInRange) {
         headlessItem_.step(1);
     } else {
         setRate(0);
@@ -139,16 +153,20 @@ void HeadlessPlayer::tick() {
     }
 }
 
-void HeadlessPlayer::seek(const media::Time& time, const media::Time&, const media::Time&,
-                          std::function<void(bool)> completion) {
+void HeadlessPlayer::seek(const media::Time& time, const media::Time& toleranceBefore,
+                          const media::Time& toleranceAfter, std::function<void(bool)> completion) {
     if (headlessItem_.isReady()) {
-        const HeadlessClip& clip = headlessItem_.clip_;
-        std::int64_t frame = 0;
-        while (frame + 1 < clip.frames && media::compare(timeOfFrame(clip, frame + 1), time) <= 0) ++frame;
-        headlessItem_.show(frame);
+        // Of the frames that are allowed, the one farthest from `time`: who wants exactly one must say so.
+        const double shift =
+            toleranceAfter.seconds() > 0 ? toleranceAfter.seconds() : -std::max(toleranceBefore.seconds(), 0.0);
+        const media::Time wanted =
+            shift == 0 ? time : media::Time::fromSeconds(std::clamp(time.seconds() + shift, 0.0, 1e9), 1'000'000);
+        headlessItem_.show(std::min(headlessItem_.frameAt(wanted), headlessItem_.clip_.frames - 1));
     }
     if (completion) queue_.async([completion = std::move(completion)] { completion(true); });
 }
+
+void HeadlessPlayer::setPlaybackRange(const media::Time&, const media::Time& end) { rangeEnd_ = end; }
 
 std::shared_ptr<void> HeadlessPlayer::addPeriodicTimeObserver(const media::Time& interval,
                                                               std::function<void(const media::Time&)> observer) {

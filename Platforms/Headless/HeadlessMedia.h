@@ -39,6 +39,7 @@ public:
     bool canStepForward() const override { return isReady() && frame_ + 1 < clip_.frames; }
     bool canStepBackward() const override { return isReady() && frame_ > 0; }
     void step(std::int64_t count) override;
+    media::Time frameTime(const media::Time& time, std::int64_t count) const override;
     void setAudioTimePitchAlgorithm(media::AudioTimePitchAlgorithm) override {}
     std::shared_ptr<void> observe(std::function<void(Event)> observer) override;
 
@@ -54,6 +55,8 @@ private:
     bool isReady() const { return status_ == media::ItemStatus::readyToPlay; }
     void becomeReady();
     void show(std::int64_t frame);
+    /// The frame shown at `time`; the number of frames from the clip's end on.
+    std::int64_t frameAt(const media::Time& time) const;
 
     HeadlessMainQueue& queue_;
     URL url_;
@@ -77,6 +80,7 @@ public:
     media::Time currentTime() const override { return item_->currentTime(); }
     void seek(const media::Time& time, const media::Time& toleranceBefore, const media::Time& toleranceAfter,
               std::function<void(bool)> completion) override;
+    void setPlaybackRange(const media::Time& start, const media::Time& end) override;
     std::shared_ptr<void> addPeriodicTimeObserver(const media::Time& interval,
                                                   std::function<void(const media::Time&)> observer) override;
     void removeTimeObserver(const std::shared_ptr<void>& token) override;
@@ -101,6 +105,7 @@ private:
     std::shared_ptr<media::PlayerItem> item_;
     HeadlessItem& headlessItem_;
     float rate_ = 0;
+    media::Time rangeEnd_;
     std::shared_ptr<dispatch::Timer> timer_;
     std::vector<std::shared_ptr<TimeObserver>> timeObservers_;
     std::vector<std::weak_ptr<std::function<void()>>> rateObservers_;

@@ -105,6 +105,66 @@ TEST_F(PlayerTest, RequestsBeforeTheClipIsOpenAreKept) {
     EXPECT_EQ(shownNumber(*player), 58);
 }
 
+TEST_F(PlayerTest, APlaybackRangeIsNeverLeft) {
+    for (const char* name : {"gop250.mp4", "variable.mp4"}) {
+        SCOPED_TRACE(name);
+        const auto player = openReady(name);
+        const auto item = player->currentItem();
+        // Frames 90 to 104; both moments lie inside a frame.
+        const auto inside = [&](std::int64_t frame) {
+            return Time::fromSeconds(item->frameTime(Time::zero(), frame).seconds() + 0.002, 1'000'000);
+        };
+        player->setPlaybackRange(inside(90), inside(104));
+        std::vector<int> shown;
+        int rounds = 0;
+        const auto frameToken = player->observeFrame([&] { shown.push_back(shownNumber(*player)); });
+        const auto eventToken = item->observe([&](PlayerItem::Event event) {
+            ASSERT_EQ(event, PlayerItem::Event::playedToEnd);
+            EXPECT_EQ(compare(player->currentTime(), item->frameTime(Time::zero(), 105)), 0);
+            EXPECT_EQ(player->rate(), 0);
+            ++rounds;
+            player->seek(inside(90), Time::zero(), Time::zero());
+            player->play();
+        });
+        ASSERT_TRUE(seekTo(*player, inside(90)));
+        shown.clear();
+        player->play();
+        ASSERT_TRUE(turnUntil([&] { return rounds >= 3; }));
+        player->pause();
+        EXPECT_GT(shown.size(), 10U);
+        for (const int number : shown) {
+            ASSERT_GE(number, 90);
+            ASSERT_LE(number, 104);
+        }
+        // The range does not bind seeks and steps, and goes with invalid times.
+        EXPECT_TRUE(seekTo(*player, inside(110)));
+        EXPECT_EQ(shownNumber(*player), 110);
+        player->setPlaybackRange({}, {});
+        player->setRate(8);
+        ASSERT_TRUE(turnUntil([&] { return player->currentFrame()->index() > 112; }));
+        player->pause();
+    }
+}
+
+TEST_F(PlayerTest, KnowsWhereFramesBegin) {
+    const auto player = openReady("variable.mp4");
+    const PlayerItem& item = *player->currentItem();
+    Time time = Time::zero();
+    for (int frame = 0; frame < 120; ++frame) {
+        ASSERT_TRUE(seekTo(*player, time));
+        ASSERT_EQ(player->currentFrame()->index(), frame);
+        ASSERT_EQ(compare(player->currentFrame()->time(), time), 0);
+        const Time next = item.frameTime(time, 1);
+        ASSERT_GT(compare(next, time), 0);
+        ASSERT_EQ(compare(item.frameTime(next, -1), time), 0);
+        time = next;
+    }
+    EXPECT_EQ(compare(time, item.duration()), 0) << "the end counts as one more";
+    EXPECT_EQ(compare(item.frameTime(item.duration(), 1'000'000'000'000), item.duration()), 0);
+    EXPECT_EQ(compare(item.frameTime(Time::zero(), -3), Time::zero()), 0);
+    EXPECT_EQ(compare(engine->makePlayerItem(clip("h264.mp4"))->frameTime(Time(1, 1), 1), Time::zero()), 0);
+}
+
 TEST_F(PlayerTest, PlaysAtItsRateShowingEveryFrameAndStopsAtTheEnd) {
     const auto player = openReady("h264.mp4");
     const auto item = player->currentItem();

@@ -87,6 +87,10 @@ public:
     /// Moves by `count` frames, back when negative, no further than the first or last frame. Counted from the frame asked
     /// for last, which may not be on the screen yet.
     virtual void step(std::int64_t count) = 0;
+    /// The moment at which the frame begins that is `count` frames after the one shown at `time`, before it when negative;
+    /// not before the first frame. What comes after the last frame, and any `time` from there on, is the clip's end, which
+    /// counts as one more. Zero until the item is ready.
+    virtual Time frameTime(const Time& time, std::int64_t count) const = 0;
 
     virtual void setAudioTimePitchAlgorithm(AudioTimePitchAlgorithm algorithm) = 0;
 
@@ -121,6 +125,11 @@ public:
     /// false.
     virtual void seek(const Time& time, const Time& toleranceBefore, const Time& toleranceAfter,
                       std::function<void(bool finished)> completion = {}) = 0;
+
+    /// Limits playback, not seeks and steps, to a part of the clip: it ends as at the end of the clip with the last frame
+    /// that begins before `end`, and while it plays, or is about to, no frame outside is shown on the way to one inside. The
+    /// first frame of the part is the one shown at `start`. An invalid time stands for the clip's own start or end.
+    virtual void setPlaybackRange(const Time& start, const Time& end) = 0;
 
     /// Calls `observer` with the current time about every `interval` of playback, and at every change of time by a step
     /// or a seek. The token is opaque.
