@@ -1,10 +1,18 @@
 #include "Benchmarks/Benchmark.h"
 
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
+#include <exception>
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <numeric>
@@ -19,6 +27,9 @@ double rounded(double value) {
     std::snprintf(text, sizeof text, "%.5g", value);
     return std::strtod(text, nullptr);
 }
+
+/// Begins the line on which a child process says why its group failed; no line of JSON begins with it.
+const std::string failure = "failed: ";
 
 std::vector<Group>& registeredGroups() {
     static std::vector<Group> all;
@@ -45,18 +56,28 @@ std::string Case::json() const {
     return line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
 
+Case Case::fromJson(const std::string& line) {
+    const auto parsed = nlohmann::json::parse(line);
+    const auto number = [&](const char* key) {
+        const auto& value = parsed.at(key);
+        return value.is_null() ? std::numeric_limits<double>::quiet_NaN() : value.get<double>();
+    };
+    Case result{parsed.at("bench"), parsed.at("case"), number("value"), parsed.at("unit"), {}, 0, {}};
+    if (parsed.contains("peer")) {
+        result.peer = parsed.at("peer");
+        result.peerValue = number("peerValue");
+    }
+    if (parsed.contains("limit")) result.limit = number("limit");
+    return result;
+}
+
 void Report::value(std::string name, double value, std::string unit, std::optional<double> limit) {
-    add({bench_, std::move(name), value, std::move(unit), {}, 0, limit});
+    add_({bench_, std::move(name), value, std::move(unit), {}, 0, limit});
 }
 
 void Report::against(std::string name, double value, std::string unit, std::string peer, double peerValue,
                      std::optional<double> limit) {
-    add({bench_, std::move(name), value, std::move(unit), std::move(peer), peerValue, limit});
-}
-
-void Report::add(Case measured) {
-    std::fprintf(stderr, "%s: %s\n", measured.bench.c_str(), measured.name.c_str());
-    cases_.push_back(std::move(measured));
+    add_({bench_, std::move(name), value, std::move(unit), std::move(peer), peerValue, limit});
 }
 
 const std::vector<Group>& groups() {
@@ -68,6 +89,53 @@ const std::vector<Group>& groups() {
 bool addGroup(std::string name, std::function<void(Report&)> run) {
     registeredGroups().push_back({std::move(name), std::move(run)});
     return true;
+}
+
+std::string runInChildProcess(const Group& group, const std::function<void(Case)>& take) {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) return "no pipe: " + std::string(std::strerror(errno));
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    if (child == 0) {
+        std::FILE* out = fdopen(ends[1], "w");
+        const auto send = [out](const std::string& line) {
+            std::fputs((line + '\n').c_str(), out);
+            std::fflush(out);
+        };
+        Report report(group.name, [&](const Case& measured) { send(measured.json()); });
+        try {
+            group.run(report);
+        } catch (const std::exception& error) {
+            std::string reason = error.what();
+            std::replace(reason.begin(), reason.end(), '\n', ' ');
+            send(failure + reason);
+        }
+        std::exit(0);
+    }
+    close(ends[1]);
+    std::string wrong;
+    bool hasMeasured = false;
+    std::FILE* in = fdopen(ends[0], "r");
+    char* line = nullptr;
+    std::size_t capacity = 0;
+    for (ssize_t length; child > 0 && (length = getline(&line, &capacity, in)) > 0;) {
+        const std::string text(line, static_cast<std::size_t>(length - 1));
+        if (text.starts_with(failure)) {
+            wrong = text.substr(failure.size());
+        } else {
+            take(Case::fromJson(text));
+            hasMeasured = true;
+        }
+    }
+    std::free(line);
+    std::fclose(in);
+    if (child < 0) return "no process for it";
+    int status = 0;
+    waitpid(child, &status, 0);
+    if (!wrong.empty()) return wrong;
+    if (WIFSIGNALED(status)) return std::string("ended by a signal: ") + strsignal(WTERMSIG(status));
+    if (status != 0) return "ended with status " + std::to_string(WEXITSTATUS(status));
+    return hasMeasured ? "" : "measured nothing";
 }
 
 double now(Clock clock) {

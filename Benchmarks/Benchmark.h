@@ -1,6 +1,7 @@
 #pragma once
 // What every benchmark is written with: a named group of measured cases, each with the limit that it must keep. A file of
-// benchmarks registers its group with BENCHMARK_GROUP, and the bench program runs the groups and judges their cases.
+// benchmarks registers its group with BENCHMARK_GROUP; the bench program runs each group in a process of its own and judges
+// the cases.
 //
 //     BENCHMARK_GROUP(sketch, "sketch") {
 //         const auto [ours, bare] = measurePaired(rebuild, drawWithCairo, 15);
@@ -30,14 +31,16 @@ struct Case {
     std::optional<double> ratio() const;
     /// Whether the limit is broken. A figure that is not a number breaks any.
     bool isOver() const;
-    /// One line of JSON, without the end of line.
+    /// One line of JSON, without the end of line; numbers have five digits, one that is not finite is null.
     std::string json() const;
+    /// Reads what json() wrote; a null number is not a number. Throws std::exception for anything else.
+    static Case fromJson(const std::string& line);
 };
 
-/// Collects the cases of a group while it runs, and prints each as it comes.
+/// What a group hands its cases to, each as soon as it is measured.
 class Report {
 public:
-    Report(std::string bench, std::vector<Case>& cases) : bench_(std::move(bench)), cases_(cases) {}
+    Report(std::string bench, std::function<void(Case)> add) : bench_(std::move(bench)), add_(std::move(add)) {}
 
     /// A figure of its own; without a limit it is only shown. Lower is better.
     void value(std::string name, double value, std::string unit, std::optional<double> limit = {});
@@ -47,10 +50,8 @@ public:
                  std::optional<double> limit = {});
 
 private:
-    void add(Case measured);
-
     std::string bench_;
-    std::vector<Case>& cases_;
+    std::function<void(Case)> add_;
 };
 
 /// A group to run, and its place in the list. Groups run in the order of their names.
@@ -61,6 +62,11 @@ struct Group {
 
 /// All registered groups, sorted by name.
 const std::vector<Group>& groups();
+
+/// Runs `group` in a child process and passes each of its cases to `take` as soon as it is measured. Returns what went wrong in
+/// one line: what the group threw, the signal that ended it, or that it measured nothing; empty when it ran to its end. Call it
+/// while the process has one thread.
+std::string runInChildProcess(const Group& group, const std::function<void(Case)>& take);
 
 /// Adds a group before main() begins; used by BENCHMARK_GROUP.
 bool addGroup(std::string name, std::function<void(Report&)> run);

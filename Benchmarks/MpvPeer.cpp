@@ -15,6 +15,7 @@
 #include <cstddef>
 #include <limits>
 #include <mutex>
+#include <stdexcept>
 #include <vector>
 
 namespace videoanalysis::bench {
@@ -32,8 +33,13 @@ constexpr const char* playerArgument = "--play-with-mpv";
 int play(const std::string& path, int width, int height, double seconds) {
     mpv_handle* handle = mpv_create();
     if (!handle) return 1;
-    for (const auto& [name, value] : {std::pair{"vo", "libmpv"}, {"ao", "null"}, {"audio", "no"}, {"hwdec", "no"},
-                                      {"config", "no"}, {"loop-file", "inf"}, {"vd-lavc-threads", "0"}}) {
+    for (const auto& [name, value] : {std::pair{"vo", "libmpv"},
+                                      {"ao", "null"},
+                                      {"audio", "no"},
+                                      {"hwdec", "no"},
+                                      {"config", "no"},
+                                      {"loop-file", "inf"},
+                                      {"vd-lavc-threads", "0"}}) {
         mpv_set_option_string(handle, name, value);
     }
     if (mpv_initialize(handle) < 0) return 1;
@@ -88,8 +94,8 @@ int play(const std::string& path, int width, int height, double seconds) {
 
 int MpvPeer::playInProcess(const std::string& path, int width, int height, double seconds) {
     const std::string numbers[] = {std::to_string(width), std::to_string(height), std::to_string(seconds)};
-    const char* const arguments[] = {"bench", playerArgument, path.c_str(), numbers[0].c_str(), numbers[1].c_str(),
-                                     numbers[2].c_str(), nullptr};
+    const char* const arguments[] = {
+        "bench", playerArgument, path.c_str(), numbers[0].c_str(), numbers[1].c_str(), numbers[2].c_str(), nullptr};
     pid_t process = -1;
     const int error =
         posix_spawn(&process, "/proc/self/exe", nullptr, nullptr, const_cast<char* const*>(arguments), environ);
@@ -108,7 +114,7 @@ std::optional<int> MpvPeer::playerMain(int count, char** arguments) {
 
 std::unique_ptr<MpvPeer> MpvPeer::make() {
     mpv_handle* handle = mpv_create();
-    if (!handle) return nullptr;
+    if (!handle) throw std::runtime_error("mpv does not start; libmpv needs LC_NUMERIC=C");
     for (const auto& [name, value] : {std::pair{"vo", "null"},
                                       {"ao", "null"},
                                       {"hwdec", "no"},
@@ -123,7 +129,7 @@ std::unique_ptr<MpvPeer> MpvPeer::make() {
     }
     if (mpv_initialize(handle) < 0) {
         mpv_terminate_destroy(handle);
-        return nullptr;
+        throw std::runtime_error("mpv does not start");
     }
     return std::unique_ptr<MpvPeer>(new MpvPeer(handle));
 }
@@ -163,9 +169,14 @@ double MpvPeer::stepBack() {
 
 #else
 
+#include <stdexcept>
+
 namespace videoanalysis::bench {
 
-std::unique_ptr<MpvPeer> MpvPeer::make() { return nullptr; }
+std::unique_ptr<MpvPeer> MpvPeer::make() {
+    throw std::runtime_error(
+        "mpv to compare with is missing. Type: sudo apt-get install --no-install-recommends libmpv-dev && ./bench");
+}
 MpvPeer::~MpvPeer() = default;
 double MpvPeer::open(const std::string&) { return 0; }
 double MpvPeer::seekExactly(double) { return 0; }

@@ -1,6 +1,6 @@
 #pragma once
 // A player to compare with: mpv through libmpv, paused, without a window or sound, decoding with as many threads as ours.
-// The media benchmarks measure both in the same run; where libmpv is not installed they show their own figures only.
+// The media benchmarks measure both in the same run and fail where libmpv is not installed.
 
 #include <memory>
 #include <optional>
@@ -12,7 +12,7 @@ namespace videoanalysis::bench {
 
 class MpvPeer {
 public:
-    /// Null without libmpv.
+    /// Never null. Throws std::runtime_error, with the line to type, when libmpv is missing or does not start.
     static std::unique_ptr<MpvPeer> make();
     ~MpvPeer();
 

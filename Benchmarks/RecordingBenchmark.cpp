@@ -32,29 +32,6 @@ constexpr int rate = 30;
 /// Half as long with VIDEOANALYSIS_SHORT, for a first look.
 const int seconds = std::getenv("VIDEOANALYSIS_SHORT") ? 15 : 60;
 
-/// Sets a variable of the environment, and puts it back for the other benchmarks.
-class Setting {
-public:
-    Setting(const char* name, const QByteArray& value)
-        : name_(name), wasSet_(qEnvironmentVariableIsSet(name)), before_(qgetenv(name)) {
-        qputenv(name, value);
-    }
-    ~Setting() {
-        if (wasSet_) {
-            qputenv(name_, before_);
-        } else {
-            qunsetenv(name_);
-        }
-    }
-    Setting(const Setting&) = delete;
-    Setting& operator=(const Setting&) = delete;
-
-private:
-    const char* const name_;
-    const bool wasSet_;
-    const QByteArray before_;
-};
-
 /// A display in memory.
 class Display {
 public:
@@ -62,7 +39,8 @@ public:
         server_.start(QStringLiteral("Xvfb"), {"-displayfd", "1", "-screen", "0",
                                                QStringLiteral("%1x%2x24").arg(width).arg(height), "-nolisten", "tcp"});
         if (!server_.waitForStarted() || !server_.waitForReadyRead(10000))
-            throw std::runtime_error("Xvfb does not start");
+            throw std::runtime_error(
+                "Xvfb does not start. Type: sudo apt-get install --no-install-recommends xvfb xauth");
         name = ":" + server_.readLine().trimmed();
     }
     ~Display() {
@@ -182,12 +160,12 @@ double recordWithPeer(Screen& screen, const QByteArray& display, const QString& 
 
 BENCHMARK_GROUP(recording, "recording") {
     const QTemporaryDir folder;
-    const Setting data("XDG_DATA_HOME", folder.filePath(QStringLiteral("data")).toUtf8());
-    const Setting home("HOME", folder.path().toUtf8());
+    qputenv("XDG_DATA_HOME", folder.filePath(QStringLiteral("data")).toUtf8());
+    qputenv("HOME", folder.path().toUtf8());
     const Display display;
-    const Setting where("DISPLAY", display.name);
-    const Setting windows("QT_QPA_PLATFORM", "xcb");
-    const Setting renderer("QT_QUICK_BACKEND", "software");
+    qputenv("DISPLAY", display.name);
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    qputenv("QT_QUICK_BACKEND", "software");
     static int argumentCount = 1;
     static char name[] = "bench";
     static char* arguments[] = {name, nullptr};

@@ -1,12 +1,12 @@
 // bench [NAME...] [--json FILE]: runs the benchmarks of those names, or all. Status 0 when every limit is kept, 1 when one
-// is broken or nothing could be measured, 2 when the arguments are wrong.
+// is broken or a group failed, 2 when the arguments are wrong or the results cannot be written.
 
 #include "Benchmarks/Benchmark.h"
 #include "Benchmarks/MpvPeer.h"
 
 #include <algorithm>
 #include <cstdio>
-#include <exception>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -74,7 +74,7 @@ int main(int argc, char** argv) {
             return 2;
         }
     }
-    // Opened before minutes of measuring.
+    // Opened before minutes of measuring, and written as the figures come: what was measured stays when the run is cut short.
     std::FILE* json = nullptr;
     if (!jsonPath.empty() && !(json = std::fopen(jsonPath.c_str(), "w"))) {
         std::fprintf(stderr, "bench: cannot write %s\n", jsonPath.c_str());
@@ -83,30 +83,25 @@ int main(int argc, char** argv) {
 
     std::vector<Case> cases;
     bool failed = false;
+    const auto take = [&](Case measured) {
+        std::fprintf(stderr, "%s: %s: %s%s\n", measured.bench.c_str(), measured.name.c_str(),
+                     number(measured.value).c_str(), measured.isOver() ? " OVER" : "");
+        if (json && (std::fprintf(json, "%s\n", measured.json().c_str()) < 0 || std::fflush(json) != 0)) {
+            std::fprintf(stderr, "bench: cannot write %s\n", jsonPath.c_str());
+            std::exit(2);
+        }
+        failed = failed || measured.isOver();
+        cases.push_back(std::move(measured));
+    };
     for (const Group& group : groups()) {
         if (!names.empty() && std::find(names.begin(), names.end(), group.name) == names.end()) continue;
-        Report report(group.name, cases);
-        const std::size_t before = cases.size();
-        try {
-            group.run(report);
-        } catch (const std::exception& error) {
-            std::fprintf(stderr, "bench: %s failed: %s\n", group.name.c_str(), error.what());
-            failed = true;
-        }
-        if (cases.size() == before) {
-            std::fprintf(stderr, "bench: %s measured nothing\n", group.name.c_str());
+        if (const std::string wrong = runInChildProcess(group, take); !wrong.empty()) {
+            std::fprintf(stderr, "bench: %s: %s\n", group.name.c_str(), wrong.c_str());
             failed = true;
         }
     }
 
     printTable(cases);
-    if (json) {
-        for (const Case& one : cases) std::fprintf(json, "%s\n", one.json().c_str());
-        if (std::fclose(json) != 0) {
-            std::fprintf(stderr, "bench: cannot write %s\n", jsonPath.c_str());
-            failed = true;
-        }
-    }
-    failed = failed || std::any_of(cases.begin(), cases.end(), [](const Case& one) { return one.isOver(); });
+    if (json) std::fclose(json);
     return failed ? 1 : 0;
 }

@@ -40,16 +40,22 @@ ensurePackages() {
     apt-get install -y -q --no-install-recommends "${missing[@]}" </dev/null >&2
 }
 
-# Configures the preset $1 in the folder $root if it is not, and builds the targets $2... (all without any). Says nothing
-# unless it takes a while or fails; then what failed is shown.
+# Configures the preset $1 in the folder $root if it is not, or if packages have come or gone since: what was missing then is
+# found now.
+configure() {
+    local folder=$root/build/$1
+    [ "$folder/.configured" -nt /var/lib/dpkg/status ] && [ -e "$folder/build.ninja" ] && return 0
+    (cd "$root" && cmake --preset "$1") </dev/null && touch "$folder/.configured"
+}
+
+# Configures the preset $1 where necessary and builds the targets $2... (all without any). Says nothing unless it takes a
+# while or fails; then what failed is shown.
 buildQuietly() {
     local preset=$1 log status=0
     shift
     log=$(mktemp)
-    if [ ! -e "$root/build/$preset/build.ninja" ]; then
-        echo "Building for the first time; this takes some minutes." >&2
-        (cd "$root" && cmake --preset "$preset") </dev/null >"$log" 2>&1 || status=$?
-    fi
+    [ -e "$root/build/$preset/build.ninja" ] || echo "Building for the first time; this takes some minutes." >&2
+    configure "$preset" >"$log" 2>&1 || status=$?
     if [ $status -eq 0 ]; then
         cmake --build "$root/build/$preset" ${1:+--target "$@"} </dev/null >"$log" 2>&1 || status=$?
     fi
