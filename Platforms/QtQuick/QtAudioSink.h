@@ -6,26 +6,17 @@
 
 #include "VideoAnalysis/Platform/AudioSink.h"
 
-#include <QObject>
-#include <QThread>
-
 #include <memory>
 
 namespace videoanalysis {
 
-/// Any thread. It has a thread of its own, on which Qt's devices live and find an event loop: the main thread never waits
-/// for a sound server. Outputs must be gone before the sink is.
+/// Any thread; needs the application object, and may outlive it together with its outputs, which are silent then. All sinks
+/// share one thread, on which Qt's devices live and find an event loop. Calls wait for it 0.5 s at most, whatever the sound
+/// server does: when the server goes away or hangs, outputs take nothing, and go on by themselves once it is back.
 class QtAudioSink final : public media::AudioSink {
 public:
-    QtAudioSink();
-    ~QtAudioSink() override;
-
-    /// An output to the device that is the system's default at that moment.
+    /// An output to the system's default device; it follows a change of the default when it begins again.
     std::unique_ptr<media::AudioOutput> open(int sampleRate, int channels) override;
-
-private:
-    QThread thread_;
-    QObject* loop_ = nullptr;  // lives on the thread; work is run in its name
 };
 
 }  // namespace videoanalysis

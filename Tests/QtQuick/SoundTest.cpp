@@ -1,9 +1,16 @@
-// The sound of a clip reaches a real sound server, beginning with the picture and ending with it.
+// The sound of a clip reaches a real sound server, beginning with the picture and ending with it; and a server that goes away
+// or hangs takes nothing else with it.
 
 #include "QtQuick/OpenScreen.h"
 #include "Support/SoundServer.h"
 
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QProcess>
+
 #include <cmath>
+#include <csignal>
+#include <cstdio>
 #include <vector>
 
 namespace videoanalysis {
@@ -47,6 +54,58 @@ TEST_F(SoundOnTheScreen, IsHeardWhilePlayingAndNotWhilePaused) {
     server.startListening();
     screen->wait(500);
     EXPECT_EQ(pitchOf(server.stopListening()), 0);
+}
+
+// ---- A server that fails, each time in a process of its own
+
+class FailingServer : public OpenScreen {
+protected:
+    bool advances(int frames) const {
+        const std::int64_t from = screen->frameIndex(0).value_or(0);
+        return screen->wait([&] { return std::abs(screen->frameIndex(0).value_or(0) - from) > frames; });
+    }
+};
+
+// Who the server is and which signal it gets, 0 for none, comes from the test below.
+TEST_F(FailingServer, DISABLED_PlaysOn) {
+    open({clip("long-sound.mp4"), clip("sound.webm")});
+    for (std::size_t player = 0; player < 2; ++player) screen->click(QStringLiteral("playPauseButton"), player);
+    ASSERT_TRUE(advances(15));
+    ASSERT_EQ(kill(qEnvironmentVariableIntValue("SOUND_SERVER"), qEnvironmentVariableIntValue("SOUND_SIGNAL")), 0);
+    EXPECT_TRUE(advances(15));
+    for (int round = 0; round < 2; ++round) screen->click(QStringLiteral("playPauseButton"));
+    EXPECT_TRUE(advances(15)) << "begins again without sound";
+    close();
+    std::puts("closing");
+    std::fflush(stdout);
+}
+
+TEST(FailingServerTest, OneThatGoesAwayOrHangsNeitherEndsTheProgramNorHoldsItUp) {
+    for (const int signal : {SIGKILL, SIGTERM, SIGSTOP, 0}) {
+        SCOPED_TRACE(signal);
+        const SoundServer server;
+        if (!server.isRunning()) GTEST_SKIP() << "there is no sound server on this machine";
+        if (signal == 0) kill(server.process(), SIGSTOP);  // it hangs from the beginning
+        QProcess process;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("SOUND_SERVER"), QString::number(server.process()));
+        environment.insert(QStringLiteral("SOUND_SIGNAL"), QString::number(signal));
+        process.setProcessEnvironment(environment);
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        process.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--gtest_also_run_disabled_tests"),
+                                                                QStringLiteral("--gtest_filter=*DISABLED_PlaysOn")});
+        QByteArray output;
+        while (!output.contains("closing\n") && process.waitForReadyRead(60000)) output += process.readAll();
+        QElapsedTimer closing;
+        closing.start();
+        const bool hasEnded = process.waitForFinished(30000);
+        EXPECT_LT(closing.elapsed(), 2000);
+        if (!hasEnded) process.kill();
+        process.waitForFinished();
+        output += process.readAll();
+        EXPECT_TRUE(output.contains("[  PASSED  ] 1 test.")) << output.constData();
+        EXPECT_TRUE(process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0) << output.constData();
+    }
 }
 
 }  // namespace

@@ -34,6 +34,7 @@ pid_t start(const std::vector<std::string>& command, const std::string& output) 
 void end(pid_t& child) {
     if (child <= 0) return;
     kill(child, SIGTERM);
+    kill(child, SIGCONT);  // it may be stopped
     waitpid(child, nullptr, 0);
     child = -1;
 }

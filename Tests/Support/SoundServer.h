@@ -18,6 +18,8 @@ public:
     ~SoundServer();
 
     bool isRunning() const { return server_ > 0; }
+    /// For signals to it; the server may be stopped or ended before this object.
+    pid_t process() const { return server_; }
 
     /// Begins to listen to what the device plays.
     void startListening();
