@@ -7,13 +7,13 @@
 namespace videoanalysis::host {
 
 struct CommandLine {
-    QStringList clips;     ///< paths or URLs, at most two; empty for the sample clips
+    QStringList clips;     ///< URLs, at most two; empty for the sample clips
     QString outputFolder;  ///< where a run without a screen leaves its results; empty for a run with one
     QString message;  ///< one line for the error output, or the text that was asked for; empty when there is work to do
     int exitStatus = 0;  ///< with a message
 
-    /// `arguments` begin with the program's name. An application object must exist.
-    static CommandLine parse(const QStringList& arguments);
+    /// The arguments that `main` has received; file names in them may be any bytes. An application object must exist.
+    static CommandLine parse(int argc, char** argv);
     /// Whether the arguments ask for a run without a screen: known before there is an application.
     static bool isHeadless(int argc, char** argv);
 };

@@ -3,6 +3,7 @@
 #include "Host/HostApplication.h"
 #include "Host/ScreenDriver.h"
 
+#include <QBuffer>
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
@@ -21,8 +22,13 @@ namespace {
 constexpr int badInput = 2;
 constexpr int screenFailed = 1;
 constexpr int framesToPlay = 12;
+constexpr QSize windowSize(1280, 800);
 
 void complain(const QString& line) { std::fprintf(stderr, "video-analysis: %s\n", qPrintable(line)); }
+
+void complainAbout(const QString& folder, const QFile& file) {
+    complain(QStringLiteral("cannot write into %1: %2").arg(folder, file.errorString()));
+}
 
 /// A wave across the middle of a picture, `height` (0...1) from its top.
 std::vector<QPointF> wave(const QRectF& picture, double height) {
@@ -203,13 +209,23 @@ int HeadlessRun::run(const QStringList& clips, const QString& folder) {
                                                             text << "clip failed: " << line << '\n';
                                                             someFailed = true;
                                                         });
+    host->window().resize(windowSize);
     host->show();
     host->openAnalysis();
     Session session(*host, text);
     const bool isFine = session.work(static_cast<std::size_t>(host->clipNames().size()));
-    const bool isWritten = session.grab().save(&screen, "PNG") && stack.write(stacksOf(*host).serialized().c_str()) > 0;
+    QBuffer picture;  // the library that writes it would print a line of its own about a full disk
+    picture.open(QIODevice::WriteOnly);
+    session.grab().save(&picture, "PNG");
+    screen.write(picture.data());
+    stack.write(stacksOf(*host).serialized().c_str());
     text.flush();
-    if (!isWritten) complain(QStringLiteral("cannot write into %1").arg(folder));
+    bool isWritten = true;
+    for (QFile* file : {&log, &stack, &screen}) {
+        // A full disk shows only when the buffers are emptied.
+        const bool isComplete = file->flush() && file->error() == QFileDevice::NoError && file->size() > 0;
+        if (!isComplete && std::exchange(isWritten, false)) complainAbout(folder, *file);
+    }
     if (!isFine) return screenFailed;
     return someFailed || !isWritten ? badInput : 0;
 }

@@ -14,6 +14,7 @@
 #include <QFileInfo>
 #include <QQmlContext>
 #include <QQuickItem>
+#include <QScreen>
 #include <QStandardPaths>
 
 #include <utility>
@@ -23,9 +24,11 @@ namespace {
 
 constexpr QSize startSize(1280, 800);
 constexpr QSize minimumSize(360, 640);
+constexpr QSize roomForFrame(16, 48);  // what a desktop draws around a window
 
 URL urlOf(const QString& clip) {
-    return clip.contains(QLatin1String("://")) ? URL(clip.toStdString()) : URL::fileURL(clip.toStdString());
+    if (clip.contains(QLatin1String("://"))) return URL(clip.toStdString());
+    return URL::fileURL(QFileInfo(clip).absoluteFilePath().toStdString());
 }
 
 QString nameOf(const URL& url) {
@@ -71,8 +74,9 @@ HostApplication::HostApplication(const QStringList& clips, std::function<void(co
     view_.setResizeMode(QQuickView::SizeRootObjectToView);
     view_.setTitle(QStringLiteral("Video analysis"));
     view_.setColor(Qt::black);
-    view_.setMinimumSize(minimumSize);
-    view_.resize(startSize);
+    const QSize room = view_.screen()->availableSize() - roomForFrame;
+    view_.setMinimumSize(minimumSize.boundedTo(room));
+    view_.resize(startSize.boundedTo(room));
     view_.setSource(QUrl(QStringLiteral("qrc:/VideoAnalysisHost/StartScreen.qml")));
     auto* startScreen = view_.rootObject()->findChild<QQuickItem*>(QStringLiteral("startScreen"));
     startScreen_ = platform_->viewController(*startScreen);
@@ -109,7 +113,7 @@ void HostApplication::editMedia(int index) {
     if (analysis_) analysis_->editMedia(index);
 }
 
-void HostApplication::chooseFile(const QUrl& file) { choose(Object{urlOf(file.toLocalFile()), {}}); }
+void HostApplication::chooseFile(const QUrl& file) { choose(Object{URL(file.toEncoded().toStdString()), {}}); }
 
 void HostApplication::chooseSample() {
     choose(Object{urlOf(sampleClips().at(static_cast<qsizetype>(chosenIndex_ % 2))), {}});

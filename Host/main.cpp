@@ -4,6 +4,7 @@
 #include "Host/HeadlessRun.h"
 #include "Host/HostApplication.h"
 
+#include <QCoreApplication>
 #include <QGuiApplication>
 #include <QTimer>
 
@@ -23,6 +24,16 @@ void passOn(QtMsgType type, const QMessageLogContext& context, const QString& me
 
 int main(int argc, char** argv) {
     qInstallMessageHandler(passOn);
+    {
+        // What is only asked for needs no display. Anything else waits until the toolkit has taken its own options out.
+        QCoreApplication application(argc, argv);
+        QCoreApplication::setApplicationName(QStringLiteral("video-analysis"));
+        const CommandLine commandLine = CommandLine::parse(argc, argv);
+        if (commandLine.exitStatus == 0 && !commandLine.message.isEmpty()) {
+            std::printf("%s\n", qPrintable(commandLine.message.trimmed()));
+            return 0;
+        }
+    }
     const bool isHeadless = CommandLine::isHeadless(argc, argv);
     if (isHeadless) qputenv("QT_QPA_PLATFORM", "offscreen");
     // Every position of a finger counts for a stroke, not only one for each frame of the screen.
@@ -30,9 +41,9 @@ int main(int argc, char** argv) {
     const QGuiApplication application(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("video-analysis"));
 
-    const CommandLine commandLine = CommandLine::parse(QGuiApplication::arguments());
+    const CommandLine commandLine = CommandLine::parse(argc, argv);
     if (!commandLine.message.isEmpty()) {
-        std::fprintf(commandLine.exitStatus ? stderr : stdout, "%s\n", qPrintable(commandLine.message.trimmed()));
+        std::fprintf(stderr, "%s\n", qPrintable(commandLine.message));
         return commandLine.exitStatus;
     }
     if (isHeadless) {

@@ -1,15 +1,24 @@
 // The program as it is started from a command line.
 
+#include "Host/CommandLine.h"
+#include "Host/HostApplication.h"
 #include "VideoAnalysis/JSON/JSON.h"
+#include "VideoAnalysis/Platform/URL.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QImage>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QScreen>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
 
 namespace videoanalysis {
 namespace {
@@ -26,8 +35,9 @@ protected:
         return QStringLiteral(VIDEOANALYSIS_TEST_CLIPS_DIR "/") + QLatin1String(name);
     }
 
-    static Outcome run(const QStringList& arguments) {
+    static Outcome run(const QStringList& arguments, const QProcessEnvironment& environment = {}) {
         QProcess program;
+        if (!environment.isEmpty()) program.setProcessEnvironment(environment);
         program.start(QStringLiteral(VIDEOANALYSIS_SAMPLE_CLIPS_DIR "/../bin/video-analysis"), arguments);
         if (!program.waitForFinished(120000)) {
             program.kill();
@@ -104,10 +114,81 @@ TEST_F(ProgramTest, BadInputIsOneClearLineAndAStatus) {
     // The good clip of the last run was worked all the same.
     const JSON stack = JSON::parse(contents(scratch.filePath(QStringLiteral("out/stack.json"))).toStdString());
     EXPECT_EQ(stack["players"][1]["stack"]["drawnStack"].size(), 2U);
+}
 
-    const Outcome help = run({QStringLiteral("--help"), QStringLiteral("--headless"), QStringLiteral("x")});
-    EXPECT_EQ(help.exitStatus, 0);
+TEST_F(ProgramTest, HelpAndVersionNeedNoDisplay) {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) environment.remove(QLatin1String(name));
+    const Outcome help =
+        run({QStringLiteral("--help"), QStringLiteral("--headless"), QStringLiteral("x")}, environment);
+    EXPECT_EQ(help.exitStatus, 0) << help.errors.toStdString();
     EXPECT_TRUE(help.output.contains(QLatin1String("--headless")));
+    const Outcome version = run({QStringLiteral("--version")}, environment);
+    EXPECT_EQ(version.exitStatus, 0) << version.errors.toStdString();
+    EXPECT_TRUE(
+        QRegularExpression(QStringLiteral("^video-analysis \\d+\\.\\d+\\.\\d+\n$")).match(version.output).hasMatch())
+        << version.output.toStdString();
+}
+
+TEST_F(ProgramTest, ClipsAreAddressesWhateverTheirNames) {
+    const auto addressOf = [](std::string argument) {
+        std::string name = "video-analysis";
+        std::vector<char*> arguments = {name.data(), argument.data(), nullptr};
+        const QStringList clips = host::CommandLine::parse(2, arguments.data()).clips;
+        return clips.size() == 1 ? clips.front().toStdString() : std::string();
+    };
+    const std::string folder = std::filesystem::current_path().string();
+    for (const std::string name : {"a.mp4", "./b/c.mp4", "a b.mp4", "100%41.mp4", "#?.mp4", "Z\xC3\xBCrich.mp4",
+                                   "Z\xFCrich.mp4", "\xED\xB3\xBF \xC3\xBC.mp4"}) {
+        SCOPED_TRACE(name);
+        const std::string address = addressOf(name);
+        EXPECT_TRUE(address.starts_with("file:///")) << address;
+        EXPECT_TRUE(QUrl(QString::fromStdString(address), QUrl::StrictMode).isValid()) << address;
+        EXPECT_EQ(std::filesystem::path(URL(address).path()).lexically_normal(),
+                  (std::filesystem::path(folder) / name).lexically_normal());
+    }
+    EXPECT_EQ(addressOf("/tmp/a.mp4"), "file:///tmp/a.mp4");
+    EXPECT_EQ(addressOf("https://example.org/a%20b.mp4"), "https://example.org/a%20b.mp4");
+}
+
+// /dev/full refuses what is written when the buffers are emptied, as a full disk does.
+TEST_F(ProgramTest, AFullDiskIsOneClearLineAndAStatus) {
+    for (const char* name : {"session.log", "stack.json", "screen.png"}) {
+        SCOPED_TRACE(name);
+        const QString folder = scratch.filePath(QLatin1String(name));
+        ASSERT_TRUE(QDir().mkpath(folder));
+        ASSERT_TRUE(QFile::link(QStringLiteral("/dev/full"), QDir(folder).filePath(QLatin1String(name))));
+        const Outcome outcome = run({QStringLiteral("--headless"), folder, clip("h264.mp4")});
+        EXPECT_EQ(outcome.exitStatus, 2);
+        EXPECT_EQ(outcome.errors,
+                  QStringLiteral("video-analysis: cannot write into %1: No space left on device").arg(folder));
+    }
+}
+
+// In a process of its own, as the scale is that of all screens.
+TEST_F(ProgramTest, DISABLED_TheWindowIsNoLargerThanTheScreen) {
+    host::HostApplication host({}, [](const QString&) {});
+    const QSize room = host.window().screen()->availableSize();
+    for (const QSize size : {host.window().size(), host.window().minimumSize()}) {
+        EXPECT_LE(size.width(), room.width());
+        EXPECT_LE(size.height(), room.height());
+    }
+}
+
+TEST_F(ProgramTest, TheWindowFitsSmallScreens) {
+    for (const char* scale : {"1", "2"}) {  // of 800 x 800 pixels
+        QProcess process;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("QT_SCALE_FACTOR"), QLatin1String(scale));
+        process.setProcessEnvironment(environment);
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        process.start(QCoreApplication::applicationFilePath(),
+                      {QStringLiteral("--gtest_also_run_disabled_tests"),
+                       QStringLiteral("--gtest_filter=*TheWindowIsNoLargerThanTheScreen")});
+        ASSERT_TRUE(process.waitForFinished(60000)) << scale;
+        const QByteArray output = process.readAll();
+        EXPECT_TRUE(output.contains("[  PASSED  ] 1 test.")) << scale << '\n' << output.constData();
+    }
 }
 
 }  // namespace
