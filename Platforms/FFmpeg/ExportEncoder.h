@@ -33,6 +33,9 @@ public:
         int parameterSet = 0;
     };
 
+    /// Whether pictures of so many pixels are so large that only H.264 is encoded in a bounded amount of memory.
+    static bool isLarge(double pixels);
+
     /// For pictures like `picture`. Null on failure, with the reason in `error`.
     static std::unique_ptr<ExportEncoder> make(const Settings& settings, const AVFrame& picture, std::string& error);
     ~ExportEncoder();

@@ -23,6 +23,10 @@ namespace {
 constexpr double workOfEncoding = 20;
 // What the cuts leave is kept in memory until the file begins: of groups longer than this everything is encoded.
 constexpr std::int64_t longestEdge = 1500;
+constexpr std::size_t largestEdge = std::size_t{128} << 20;  // bytes of packets
+constexpr int threadsForLargePictures = 2;                   // of the decoder: each keeps a picture
+// A packet that the scan has read cannot be read again.
+constexpr const char* brokenOff = "the clip broke off while it was being saved";
 
 struct ExportDeleter {
     void operator()(AVBSFContext* filter) const { av_bsf_free(&filter); }
@@ -144,7 +148,11 @@ bool ExportJob::prepare() {
                                                                : KeyFrameKind::unfit);
     });
     if (!index_) return fail("it has no pictures");
-    decoder_ = ClipDecoder::make(std::move(file), pool_, options_.decoderThreads, options_.maxPixels, error);
+    sourcePixels_ = 1.0 * parameters.width * parameters.height;
+    decoder_ =
+        ClipDecoder::make(std::move(file), pool_,
+                          ExportEncoder::isLarge(sourcePixels_) ? threadsForLargePictures : options_.decoderThreads,
+                          options_.maxPixels, error);
     if (!decoder_) return fail(error);
     decoder_->setIndex(index_);
     file_ = ExportFile::make(target, error);
@@ -159,7 +167,9 @@ bool ExportJob::write() {
     const bool isWhole = request_.crop == Rect{0, 0, 1, 1};
     if (isWhole && file_->accepts(source.codec_id) && source.field_order <= AV_FIELD_PROGRESSIVE) {
         const ExportPlan plan = ExportPlan::copyingMost(*index_, kinds_, request_.start, request_.end);
-        if (plan.copies() && plan.firstCopied - plan.firstFrame + plan.lastFrame + 1 - plan.endCopied <= longestEdge) {
+        const bool canJoin = !ExportEncoder::isLarge(sourcePixels_) || source.codec_id == AV_CODEC_ID_H264;
+        if (plan.copies() && (canJoin || !plan.encodes()) &&
+            plan.firstCopied - plan.firstFrame + plan.lastFrame + 1 - plan.endCopied <= longestEdge) {
             return copyMost(plan);
         }
     }
@@ -192,7 +202,7 @@ bool ExportJob::encodeAll(const ExportPlan& plan) {
 bool ExportJob::encode(std::int64_t first, std::int64_t last, const ExportEncoder::Settings& asked,
                        const std::function<bool(const ExportEncoder&, const AVFrame&)>& onStart,
                        const ExportEncoder::Sink& sink) {
-    if (!decoder_->start(index_->startPacketFor(first))) return fail("it cannot be read any more");
+    if (!decoder_->start(index_->startPacketFor(first))) return fail(brokenOff);
     std::unique_ptr<ExportEncoder> encoder;
     bool isAtEnd = false;
     while (!isAtEnd) {
@@ -202,7 +212,10 @@ bool ExportJob::encode(std::int64_t first, std::int64_t last, const ExportEncode
         switch (decoder_->next(first, picture, number)) {
             case ClipDecoder::Result::pending: continue;
             case ClipDecoder::Result::end:
-            case ClipDecoder::Result::failed: isAtEnd = true; continue;
+            case ClipDecoder::Result::failed:
+                if (decoder_->nextPacket() <= index_->packetOfFrame(last)) return fail(brokenOff);
+                isAtEnd = true;
+                continue;
             case ClipDecoder::Result::frame: break;
         }
         if (number < first) continue;
@@ -242,7 +255,9 @@ ExportEncoder::Crop ExportJob::storedCrop(const AVFrame& picture) const {
 
 AVCodecID ExportJob::codecForEncoding() const {
     const AVCodecID source = decoder_->file().stream()->codecpar->codec_id;
-    const bool isKept = source == AV_CODEC_ID_H264 || source == AV_CODEC_ID_HEVC || source == AV_CODEC_ID_VP9;
+    const bool isLarge = ExportEncoder::isLarge(sourcePixels_ * request_.crop.size.width * request_.crop.size.height);
+    const bool isKept =
+        source == AV_CODEC_ID_H264 || (!isLarge && (source == AV_CODEC_ID_HEVC || source == AV_CODEC_ID_VP9));
     if (isKept && file_->accepts(source)) return source;
     return file_->accepts(AV_CODEC_ID_H264) ? AV_CODEC_ID_H264 : AV_CODEC_ID_VP9;
 }
@@ -346,7 +361,8 @@ bool ExportJob::encodeEdge(std::int64_t first, std::int64_t last, int parameterS
     };
     const auto keep = [&](AVPacket& packet) {
         PacketHandle kept(av_packet_alloc());
-        if (!kept) return AVERROR(ENOMEM);
+        edge.bytes += static_cast<std::size_t>(packet.size);
+        if (!kept || edge.bytes > largestEdge) return AVERROR(ENOMEM);
         const bool leads = (packet.flags & AV_PKT_FLAG_KEY) != 0 && !edge.parameterSets.empty();
         if (leads) {
             const auto before = static_cast<int>(edge.parameterSets.size());
@@ -371,11 +387,12 @@ bool ExportJob::copyPackets(const ExportPlan& plan, AVBSFContext* filter, bool b
     const PacketHandle packet(av_packet_alloc());
     if (!reader) return fail(error);
     const auto reach = [&](bool isThere) {
-        while (isThere && reader->read(packet.get()) >= 0) {
+        while (isThere) {
+            av_packet_unref(packet.get());
+            if (reader->read(packet.get()) < 0) return false;
             const auto number = index_->packetWithTimestamps(packet->pts, packet->dts);
             if (number == plan.firstPacket) return true;
             if (number && *number > plan.firstPacket) return false;
-            av_packet_unref(packet.get());
         }
         return false;
     };
@@ -383,7 +400,7 @@ bool ExportJob::copyPackets(const ExportPlan& plan, AVBSFContext* filter, bool b
     if (!reach(reader->seek(index_->timestampOfPacket(plan.firstPacket))) &&
         !reach(reader->seek(index_->timestampOfPacket(earlier))) && !reach(reader->seekToBeginning()) &&
         !reach(reader->seekToFirstByte())) {
-        return isCancelled_ ? false : fail("it cannot be read any more");
+        return fail(brokenOff);
     }
 
     const std::int64_t zero = index_->zeroTimestamp() + index_->ticksOf(firstFrame_);
@@ -409,7 +426,7 @@ bool ExportJob::copyPackets(const ExportPlan& plan, AVBSFContext* filter, bool b
         av_packet_unref(packet.get());
         advance(1);
         if (++number == plan.endPacket) return true;
-        if (reader->read(packet.get()) < 0) return !isCancelled_;  // a clip that breaks off is saved as far as it goes
+        if (reader->read(packet.get()) < 0) return fail(brokenOff);
     }
 }
 

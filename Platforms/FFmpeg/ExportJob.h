@@ -36,6 +36,7 @@ private:
     struct Edge {
         std::vector<PacketHandle> packets;
         std::vector<std::uint8_t> parameterSets;
+        std::size_t bytes = 0;  // of the packets
     };
 
     bool prepare();
@@ -73,6 +74,7 @@ private:
     std::unique_ptr<ClipDecoder> decoder_;
     std::shared_ptr<const ClipIndex> index_;
     std::vector<KeyFrameKind> kinds_;  // of each packet
+    double sourcePixels_ = 0;          // of each picture
     std::unique_ptr<ExportFile> file_;
     std::unique_ptr<ExportSound> sound_;
     std::int64_t firstFrame_ = 0;

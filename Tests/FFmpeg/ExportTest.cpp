@@ -376,6 +376,62 @@ TEST_F(ExportTest, ACancelledExportLeavesNothingAndAnEndedOneKeepsItsFile) {
     EXPECT_EQ(decode(target("part.mp4")).index->frameCount(), 299);
 }
 
+// Whether its later pictures were to be encoded or copied.
+TEST_F(ExportTest, AClipThatIsCutOffDuringTheExportFailsInOneLineAndLeavesNothing) {
+    for (const Rect& crop : {Rect{0, 0, 0.9, 0.9}, Rect{0, 0, 1, 1}}) {
+        SCOPED_TRACE(crop.size.width);
+        const files::path source = folder / "source.mp4";
+        files::copy_file(clip("gop250.mp4").path(), source);
+        const ExportRequest request{URL(source.string()), Time(1, 30), {}, crop, target("part.mp4")};
+        std::optional<ExportResult> result;
+        const auto session = engine->startExport(request, [&](const ExportResult& ended) { result = ended; });
+        ASSERT_TRUE(turnUntil([&] { return session->progress() > 0.02; }));
+        files::resize_file(source, files::file_size(source) - 3000);  // in the second group
+        ASSERT_TRUE(turnUntil([&] { return result.has_value(); }));
+        EXPECT_EQ(result->status, ExportResult::Status::failed);
+        EXPECT_EQ(result->error, "the clip broke off while it was being saved");
+        files::remove(source);
+        EXPECT_EQ(fileCount(), 0U);
+    }
+}
+
+/// The most memory that was resident since the last call, in MB.
+long peakMemory() {
+    long peak = 0;
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with("VmHWM:")) peak = std::atol(line.c_str() + 6) / 1024;
+    }
+    std::ofstream("/proc/self/clear_refs") << "5";
+    return peak;
+}
+
+// The other codecs only when there is time.
+TEST_F(ExportTest, LargePicturesAreSavedInABoundedAmountOfMemory) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "sanitizers take memory of their own";
+#endif
+    std::vector<std::string> encoders = {"libx264 -preset ultrafast"};
+    if (std::getenv("VIDEOANALYSIS_EXPORT_SCALE")) {
+        encoders.insert(encoders.end(), {"libx265 -preset ultrafast -x265-params log-level=none",
+                                         "libvpx-vp9 -deadline realtime -cpu-used 8"});
+    }
+    const files::path source = folder / "large.mp4";
+    for (const std::string& encoder : encoders) {
+        SCOPED_TRACE(encoder);
+        ASSERT_EQ(outputOf("ffmpeg -nostdin -v error -y -f lavfi -i testsrc2=s=7680x4320:r=30 -frames:v 10 -pix_fmt "
+                           "yuv420p -g 8 -c:v " +
+                           encoder + " '" + source.string() + "'"),
+                  "");
+        peakMemory();
+        ASSERT_EQ(run({URL(source.string()), {}, {}, {0, 0, 0.99, 0.99}, target("part.mp4")}).error, "");
+        const long peak = peakMemory();
+        RecordProperty("peak " + encoder.substr(0, encoder.find(' ')), std::to_string(peak));
+        EXPECT_LT(peak, 1500);
+        files::remove(folder / "part.mp4");
+    }
+}
+
 TEST_F(ExportTest, DamagedAndTinyClipsAreSavedAsFarAsTheyGo) {
     ASSERT_EQ(run({clip("one-frame.mp4"), {}, {}, {0, 0, 1, 1}, target("one.mp4")}).error, "");
     EXPECT_EQ(decode(target("one.mp4")).numbers, std::vector<int>{0});
