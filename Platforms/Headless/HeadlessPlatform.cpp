@@ -100,6 +100,7 @@ void HeadlessRecorder::startRecording(std::function<void(recording::Error)> hand
 void HeadlessRecorder::stopRecording(const URL& url, std::function<void(recording::Error)> handler) {
     if (isPending()) return;
     ++stops;
+    recording = false;
     output = url;
     stopHandler_ = std::move(handler);
 }
@@ -107,8 +108,14 @@ void HeadlessRecorder::stopRecording(const URL& url, std::function<void(recordin
 void HeadlessRecorder::stopRecording(PreviewHandler handler) {
     if (isPending()) return;
     ++stops;
+    recording = false;
     output = URL();
     previewHandler_ = std::move(handler);
+}
+
+void HeadlessRecorder::breakOff(const std::string& reason) {
+    if (!recording) fatalError("No recording is running");
+    if (breakOffHandler_) breakOffHandler_(reason);
 }
 
 void HeadlessRecorder::answerStart(const recording::Error& error) {
@@ -119,7 +126,6 @@ void HeadlessRecorder::answerStart(const recording::Error& error) {
 
 void HeadlessRecorder::answerStop(const recording::Error& error) {
     if (!stopHandler_ && !previewHandler_) fatalError("No stop of a recording is pending");
-    recording = false;
     if (stopHandler_) {
         std::exchange(stopHandler_, nullptr)(error);
     } else {
@@ -129,7 +135,6 @@ void HeadlessRecorder::answerStop(const recording::Error& error) {
 
 void HeadlessRecorder::answerStop(const std::shared_ptr<recording::PreviewViewController>& preview) {
     if (!previewHandler_) fatalError("No stop that ends in a preview is pending");
-    recording = false;
     std::exchange(previewHandler_, nullptr)(preview, {});
 }
 

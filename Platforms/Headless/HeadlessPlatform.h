@@ -79,8 +79,12 @@ public:
     int stops = 0;
     /// Where the last stop leaves the video; empty for a stop that ends in a preview.
     URL output;
+    /// What the host has called `recordingTaken` for, the latest last.
+    std::vector<URL> taken;
 
-    /// The answers to what is pending; fatal when nothing of the kind is. A failed stop ends the recording as well.
+    /// The running recording breaks off by itself; fatal when there is none.
+    void breakOff(const std::string& reason);
+    /// The answers to what is pending; fatal when nothing of the kind is. A stop ends the recording when it is asked for.
     void answerStart(const recording::Error& error = {});
     void answerStop(const recording::Error& error = {});
     void answerStop(const std::shared_ptr<recording::PreviewViewController>& preview);
@@ -93,8 +97,13 @@ public:
     void startRecording(std::function<void(recording::Error)> handler) override;
     void stopRecording(const URL& url, std::function<void(recording::Error)> handler) override;
     void stopRecording(PreviewHandler handler) override;
+    void recordingTaken(const URL& url) override { taken.push_back(url); }
+    void setBreakOffHandler(std::function<void(const std::string&)> handler) override {
+        breakOffHandler_ = std::move(handler);
+    }
 
 private:
+    std::function<void(const std::string&)> breakOffHandler_;
     std::function<void(recording::Error)> startHandler_;
     std::function<void(recording::Error)> stopHandler_;
     PreviewHandler previewHandler_;

@@ -3,6 +3,7 @@
 #include "Tests/Support/ComponentTest.h"
 #include "VideoAnalysis/Player/GesturedScrollView.h"
 
+#include <functional>
 #include <regex>
 #include <thread>
 
@@ -13,20 +14,35 @@ namespace {
 class FinishedDelegate final : public RecordingDelegate {
 public:
     std::vector<std::optional<std::vector<Object>>> outputs;
+    std::vector<std::string> breakOffs;
 
     void videoAnalysisDidFinish(const std::optional<std::vector<Object>>& output) override {
         outputs.push_back(output);
     }
+    void videoAnalysisRecordingDidBreakOff(const std::string& reason) override { breakOffs.push_back(reason); }
 };
 
 class RecordingTest : public ComponentTest {
 protected:
     void SetUp() override {
+        openAnalysis();
+        platform->log.clear();
+    }
+
+    void openAnalysis() {
         store().dispatch(SetConfigurationAction({true, true, {}, {}, delegate}));
         store().dispatch(AddMediaAction(clip("a")));
         store().dispatch(AddMediaAction(clip("b")));
         show();
-        platform->log.clear();
+    }
+    void closeAnalysis() {
+        store().dispatch(DismissAction(true, {}));
+        store().dispatch(ClearStateAction());
+        platform->drainMainQueue();
+    }
+    void answerStart(const recording::Error& error = {}) {
+        recorder.answerStart(error);
+        platform->drainMainQueue();
     }
 
     void ask(bool forRecording) {
@@ -92,15 +108,14 @@ TEST_F(RecordingTest, OneRequestIsServedAtATimeWhateverTheUserTaps) {
     ask(false);  // before the recorder has begun
     ask(true);
     EXPECT_EQ(recorder.starts, 1);
+    answerStart();
     ask(false);
-    recorder.answerStart();
-    platform->drainMainQueue();
-    EXPECT_EQ(recorder.stops, 1) << "what was asked for meanwhile is done as soon as it has begun";
+    EXPECT_EQ(recorder.stops, 1);
     store().dispatch(SetHUDVisibleAction(false));
     platform->drainMainQueue();
     EXPECT_EQ(recorder.stops, 1);
 
-    ask(true);  // while the video is being finished
+    ask(true);  // while the video is being finalized
     EXPECT_EQ(recorder.starts, 1);
     answerStop();
     EXPECT_EQ(delegate->outputs.size(), 1U);
@@ -148,15 +163,124 @@ TEST_F(RecordingTest, AnswersFromAnotherThreadAndAfterTheAnalysisWasClosedStillA
     record();
     ask(false);
     const auto old = screen();
-    store().dispatch(DismissAction(true, {}));
-    store().dispatch(ClearStateAction());
-    platform->drainMainQueue();
+    closeAnalysis();
     EXPECT_NE(screen(), old);
     std::thread([&] { recorder.answerStop(); }).join();
     EXPECT_TRUE(delegate->outputs.empty());
     platform->drainMainQueue();
     ASSERT_EQ(delegate->outputs.size(), 1U) << "the recording is not lost";
     EXPECT_EQ(delegate->outputs[0]->size(), 3U);
+}
+
+TEST_F(RecordingTest, ARecordingEndsWithItsScreenAndIsDelivered) {
+    const auto dismissals = {
+        std::function<void()>([&] { screen()->dismiss(true, {}); }),  // a press beside a popover
+        std::function<void()>([&] { closeAnalysis(); }),
+        std::function<void()>([&] { platform->headlessPresenter.dismiss(screen(), true, {}); }),  // with its presenter
+    };
+    int count = 0;
+    for (const auto& dismiss : dismissals) {
+        SCOPED_TRACE(count);
+        if (players().empty()) openAnalysis();
+        record();
+        const auto timer = screen()->overlayViewController()->recordingTimer;
+        dismiss();
+        platform->drainMainQueue();
+        ++count;
+        EXPECT_EQ(recorder.stops, count);
+        EXPECT_FALSE(recorder.isRecording());
+        EXPECT_FALSE(screenState().isScreenRecording);
+        EXPECT_FALSE(timer->isValid());
+        answerStop();
+        ASSERT_EQ(delegate->outputs.size(), static_cast<std::size_t>(count));
+        EXPECT_EQ(delegate->outputs.back()->size(), 3U);
+        show();
+        EXPECT_EQ(recorder.starts, count) << "a screen that appears again does not record by itself";
+        closeAnalysis();
+    }
+}
+
+TEST_F(RecordingTest, AnotherAnalysisDoesNotRecordBecauseTheLastOneDid) {
+    record();
+    ask(false);
+    EXPECT_FALSE(recorder.isRecording()) << "from the moment the stop is asked for";
+    closeAnalysis();
+    openAnalysis();
+    EXPECT_FALSE(screenState().isScreenRecording);
+    answerStop();
+    EXPECT_EQ(delegate->outputs.size(), 1U);
+    EXPECT_EQ(recorder.starts, 1);
+
+    // One that wants to record while the last one's recording is finalized does so as soon as it can.
+    record();
+    closeAnalysis();
+    openAnalysis();
+    ask(true);
+    EXPECT_EQ(recorder.starts, 2);
+    answerStop();
+    EXPECT_EQ(delegate->outputs.size(), 2U);
+    EXPECT_EQ(recorder.starts, 3);
+}
+
+TEST_F(RecordingTest, AStartThatNothingAsksForAnyLongerIsDiscarded) {
+    for (const int version : {16, 13}) {
+        platform->headlessDevice.version = version;
+        recorder.taken.clear();
+        const int stops = recorder.stops;
+        ask(true);
+        ask(false);
+        answerStart();
+        EXPECT_EQ(recorder.stops, stops + 1);
+        EXPECT_FALSE(screenState().hasStartedRecording);
+        answerStop();
+        EXPECT_EQ(recorder.taken.size(), 1U);
+
+        ask(true);
+        closeAnalysis();
+        answerStart();
+        EXPECT_EQ(recorder.stops, stops + 2);
+        openAnalysis();
+        ask(true);  // has to wait
+        const int starts = recorder.starts;
+        answerStop();
+        EXPECT_EQ(recorder.taken.size(), 2U);
+        EXPECT_EQ(recorder.starts, starts + 1);
+        answerStart();
+        EXPECT_TRUE(screenState().hasStartedRecording);
+        EXPECT_TRUE(delegate->outputs.empty());
+        closeAnalysis();
+        recorder.answerStop();
+        platform->drainMainQueue();
+        delegate->outputs.clear();
+        openAnalysis();
+    }
+}
+
+TEST_F(RecordingTest, ABreakOffIsReportedAtOnceAndWhatThereIsIsDelivered) {
+    record();
+    recorder.breakOff("disk full");
+    platform->drainMainQueue();
+    EXPECT_EQ(delegate->breakOffs, std::vector<std::string>{"disk full"});
+    EXPECT_EQ(platform->log, std::vector<std::string>{"disk full"});
+    EXPECT_FALSE(screenState().isScreenRecording);
+    EXPECT_EQ(recorder.stops, 1);
+    answerStop();
+    EXPECT_EQ(delegate->outputs.size(), 1U);
+}
+
+TEST_F(RecordingTest, TheClockCountsOneRecordingAndStartsAgainWithTheNext) {
+    OverlayViewController& overlay = *screen()->overlayViewController();
+    record();
+    const auto timer = overlay.recordingTimer;
+    ASSERT_TRUE(timer && timer->isValid());
+    platform->advance(61.5);
+    EXPECT_EQ(overlay.timerLabel.lock()->text(), "00:01:01");
+    EXPECT_FALSE(overlay.timerLabel.lock()->isHidden());
+    ask(false);
+    EXPECT_FALSE(timer->isValid());
+    EXPECT_EQ(overlay.seconds, 0);
+    EXPECT_TRUE(overlay.timerLabel.lock()->isHidden());
+    answerStop();
 }
 
 TEST_F(RecordingTest, OlderSystemsShowAPreviewAndReportItsEnd) {

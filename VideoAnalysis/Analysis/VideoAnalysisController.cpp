@@ -1,6 +1,8 @@
 #include "VideoAnalysis/Analysis/VideoAnalysisController.h"
 
 #include "VideoAnalysis/Analysis/Actions.h"
+#include "VideoAnalysis/Platform/Platform.h"
+#include "VideoAnalysis/Platform/Recording.h"
 #include "VideoAnalysis/Player/PlayerCollectionViewCellController.h"
 #include "VideoAnalysis/Screen/MainViewController.h"
 #include "VideoAnalysis/Screen/PlayersManager.h"
@@ -50,6 +52,10 @@ std::vector<VideoAnalysisController::Object> VideoAnalysisController::currentMed
     std::vector<Object> media;
     for (const auto& controller : manager->cellControllers) media.push_back(controller->media());
     return media;
+}
+
+void VideoAnalysisController::recordingTaken(const URL& recording) {
+    platform().screenRecorder().recordingTaken(recording);
 }
 
 }  // namespace videoanalysis

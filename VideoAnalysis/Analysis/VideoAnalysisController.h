@@ -44,6 +44,11 @@ public:
 
     /// The clips as they stand now, drawings included, for a host that saves without recording.
     std::vector<Object> currentMedia() const;
+
+    /// Tells the recorder that the host needs a recording it was given through `videoAnalysisDidFinish` no longer, because it
+    /// has copied it or wants to discard it: its file is removed. Not needed for a recording that the host has moved. Needs
+    /// no analysis to be open.
+    static void recordingTaken(const URL& recording);
 };
 
 /// For messages to developers: the location.
@@ -57,8 +62,13 @@ public:
     virtual ~VideoAnalysisControllerDelegate() = default;
     /// How the screen should be held when it appears.
     virtual ui::DeviceOrientation preferredOrientation() const = 0;
-    /// The analysis has finished: the recording first, then each clip with its drawings; absent after a preview.
+    /// The analysis has finished: the recording first, then each clip with its drawings; absent after a preview. The
+    /// recording's file belongs to the host from now on: move it, or copy it and call `recordingTaken`. Until then it stays
+    /// where it is, also when the program ends; the platform's ring says how to find it at the next start.
     virtual void videoAnalysisDidFinish(const std::optional<std::vector<Object>>& output) = 0;
+    /// A running recording broke off by itself for `reason`, one line: the disk is full, the encoder failed. It is stopped
+    /// now; what was recorded until then comes through `videoAnalysisDidFinish`, if it can be played.
+    virtual void videoAnalysisRecordingDidBreakOff(const std::string& /*reason*/) {}
     /// The user wants to delete a clip; calling `completion` deletes it.
     virtual void
     videoAnalysisControllerDidRequestToDeleteMedia(const std::shared_ptr<ui::ViewController>& viewController,

@@ -23,9 +23,10 @@ namespace {
 constexpr int overlayWindowTag = 99;
 constexpr int firstSystemWithoutPreview = 14;
 
-/// Where a recording goes; an empty URL without a temporary directory.
-URL makeOutputURL() {
-    const std::string directory = platform().temporaryDirectory();
+/// Where a recording goes; an empty URL without a directory for it.
+URL makeOutputURL(const recording::ScreenRecorder& recorder) {
+    std::string directory = recorder.outputDirectory();
+    if (directory.empty()) directory = platform().temporaryDirectory();
     return directory.empty() ? URL() : URL::fileURL(directory + "/" + newUUID() + ".mp4");
 }
 
@@ -89,6 +90,7 @@ void MainViewController::viewDidLoad() {
 }
 
 void MainViewController::viewWillAppear(bool) {
+    isGone_ = false;
     view()->setBackgroundColor(mainStore().state().theme.secondaryColor);  // loaded before the configuration arrived
     if (const auto delegate = mainStore().state().delegate.lock()) {
         platform().presenter().setPreferredOrientation(delegate->preferredOrientation());
@@ -102,7 +104,10 @@ void MainViewController::viewWillDisappear(bool) {
     if (ui::Window* window = overlayWindow()) window->setHidden(true);
 }
 
-void MainViewController::viewDidDisappear(bool) { mainStore().unsubscribe(*this); }
+void MainViewController::viewDidDisappear(bool) {
+    mainStore().unsubscribe(*this);
+    if (!presentingViewController()) endRecording();  // unless it has been presented again
+}
 
 void MainViewController::viewWillTransition(Size) {
     const auto collection = ui::required(playersCollectionView, "playersCollectionView");
@@ -120,35 +125,85 @@ bool MainViewController::keyPressed(const ui::KeyPress& press) {
 
 void MainViewController::dismiss(bool animated, Completion completion) {
     if (ui::Window* window = overlayWindow()) window->setHidden(true);
+    endRecording();
     ui::ViewController::dismiss(animated, std::move(completion));
 }
 
 void MainViewController::newState(const MainViewControllerState& state) {
-    if (state.isScreenRecording) {
+    if (state.isScreenRecording && !isGone_) {
         if (!recorder().isRecording()) startRecording();
     } else {
         stopRecording();
     }
 }
 
-// The recorder's handlers may come on any thread: each continues on the main queue.
+// The recorder's handlers may come on any thread: each continues on the main queue. They ask the state again, because another
+// analysis may be on the screen by then.
+
+bool MainViewController::isRecordingWanted() {
+    const State& state = mainStore().state();
+    const auto screen = state.mainViewController();
+    return state.mainViewControllerState.isScreenRecording && screen && !screen->isGone_;
+}
+
+void MainViewController::serveRequests() {
+    if (isRecordingWanted()) mainStore().state().mainViewController()->startRecording();
+}
 
 void MainViewController::startRecording() {
+    recorder().setBreakOffHandler(&MainViewController::recordingDidBreakOff);
     recorder().startRecording([](const recording::Error& error) {
         dispatch::mainQueue().async([error] {
             if (error) {
                 debugLog(*error);
-            } else {
+            } else if (isRecordingWanted()) {
                 const bool hasStarted = mainStore().state().mainViewControllerState.hasStartedRecording;
                 mainStore().dispatch(HasRecordingPermissionAction(!hasStarted));
+            } else {
+                discardRecording();
             }
         });
     });
 }
 
+void MainViewController::recordingDidBreakOff(const std::string& reason) {
+    debugLog(reason);
+    if (const auto host = mainStore().state().delegate.lock()) host->videoAnalysisRecordingDidBreakOff(reason);
+    mainStore().dispatch(SetScreenRecordingStateAction(false));
+}
+
+void MainViewController::discardRecording() {
+    recording::ScreenRecorder& recorder = platform().screenRecorder();
+    const URL output = makeOutputURL(recorder);
+    if (!recorder.isRecording() || output == URL()) return;
+    const auto didStop = [output] {
+        dispatch::mainQueue().async([output] {
+            platform().screenRecorder().recordingTaken(output);
+            serveRequests();
+        });
+    };
+    if (platform().device().systemVersion() >= firstSystemWithoutPreview) {
+        recorder.stopRecording(output, [didStop](const recording::Error&) { didStop(); });
+    } else {
+        recorder.stopRecording([didStop](const auto&, const recording::Error&) { didStop(); });
+    }
+}
+
+void MainViewController::endRecording() {
+    isGone_ = true;
+    stopRecording();
+    // Later, because a reduction may be what removes the screen.
+    dispatch::mainQueue().async([weak = weak_from_this()] {
+        const State& state = mainStore().state();
+        const auto screen = state.mainViewController();
+        if (!screen || screen != weak.lock() || !screen->isGone_) return;
+        if (state.mainViewControllerState.isScreenRecording) mainStore().dispatch(SetScreenRecordingStateAction(false));
+    });
+}
+
 void MainViewController::stopRecording() {
     if (!recorder().isRecording()) return;
-    const URL output = makeOutputURL();
+    const URL output = makeOutputURL(recorder());
     if (output == URL()) return;
     const auto self = std::static_pointer_cast<MainViewController>(shared_from_this());
     if (platform().device().systemVersion() >= firstSystemWithoutPreview) {
@@ -179,8 +234,7 @@ void MainViewController::recordingDidStop(const recording::Error& error, const U
     if (!host) host = delegate.lock();
     if (host) host->videoAnalysisDidFinish(list);
 
-    // Another recording may have been asked for while this one was being finished.
-    if (overlayWindow_ && !overlayWindow_->isHidden()) newState(mainStore().state().mainViewControllerState);
+    serveRequests();
 }
 
 void MainViewController::recordingDidStop(const recording::Error& error,

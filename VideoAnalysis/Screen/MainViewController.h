@@ -44,8 +44,18 @@ public:
     void previewControllerDidFinish(recording::PreviewViewController& previewController) override;
 
 private:
+    // These concern the analysis that is open when they are called, not the screen that began the recording.
+    static bool isRecordingWanted();
+    static void recordingDidBreakOff(const std::string& reason);
+    /// Serves what was asked for while the recorder was busy.
+    static void serveRequests();
+
     void startRecording();
     void stopRecording();
+    /// Stops a recording that nothing asks for and removes it.
+    static void discardRecording();
+    /// The screen disappears for good: a running recording is stopped and delivered, and the request ends.
+    void endRecording();
     void recordingDidStop(const recording::Error& error, const URL& output,
                           const std::weak_ptr<VideoAnalysisControllerDelegate>& delegate);
     void recordingDidStop(const recording::Error& error,
@@ -54,6 +64,7 @@ private:
     std::unique_ptr<ui::Window> overlayWindow_;
     std::shared_ptr<PlayersManager> playersManager_;
     recording::ScreenRecorder* recorder_ = nullptr;
+    bool isGone_ = false;  ///< dismissed, and not presented again
 };
 
 }  // namespace videoanalysis

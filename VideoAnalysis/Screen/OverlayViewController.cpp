@@ -91,7 +91,10 @@ void OverlayViewController::viewDidAppear(bool) {
     mainStore().dispatch(SetDrawingToolTypeAction(SketchToolType::pen, false));
 }
 
-void OverlayViewController::viewDidDisappear(bool) { mainStore().unsubscribe(*this); }
+void OverlayViewController::viewDidDisappear(bool) {
+    mainStore().unsubscribe(*this);
+    if (recordingTimer) recordingTimer->invalidate();  // the next appearance starts it again where the state wants it
+}
 
 void OverlayViewController::viewWillTransition(Size) {
     const auto collection = ui::required(playersCollectionView, "playersCollectionView");
