@@ -4,18 +4,15 @@ extern "C" {
 #include <libavutil/avutil.h>
 }
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <filesystem>
-#include <random>
 #include <utility>
 
 namespace videoanalysis::media {
+namespace {
+
+constexpr mode_t permissions = 0666;  // less the process's mask: an export is a file like any other
+
+}  // namespace
 
 void ExportFile::Deleter::operator()(AVFormatContext* context) const {
     avio_closep(&context->pb);
@@ -28,31 +25,15 @@ std::unique_ptr<ExportFile> ExportFile::make(const std::string& target, std::str
         error = "no container is called as " + target + " ends";
         return nullptr;
     }
-    const std::filesystem::path path(target);
-    std::random_device random;
-    std::string temporary;
-    int descriptor = -1;
-    for (int attempt = 0; descriptor < 0 && attempt < 8; ++attempt) {
-        temporary = (path.parent_path() / ("." + path.stem().string() + "-" + std::to_string(random()) +
-                                           path.extension().string()))
-                        .string();
-        descriptor = ::open(temporary.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
-        if (descriptor < 0 && errno != EEXIST) break;
-    }
-    if (descriptor < 0) {
-        error = "cannot write to " + path.parent_path().string() + ": " + std::strerror(errno);
-        return nullptr;
-    }
-    ::close(descriptor);
-
     std::unique_ptr<ExportFile> file(new ExportFile);
     file->target_ = target;
-    file->temporary_ = temporary;
+    file->file_ = TemporaryFile::make(target, permissions, error);
+    if (!file->file_) return nullptr;
     AVFormatContext* format = nullptr;
     int result = avformat_alloc_output_context2(&format, container, nullptr, nullptr);
     if (result >= 0) {
         file->format_.reset(format);
-        result = avio_open(&format->pb, ("file:" + temporary).c_str(), AVIO_FLAG_WRITE);
+        result = avio_open(&format->pb, ("file:" + file->file_->path()).c_str(), AVIO_FLAG_WRITE);
     }
     if (result < 0) {
         error = libraryError(result);
@@ -61,10 +42,7 @@ std::unique_ptr<ExportFile> ExportFile::make(const std::string& target, std::str
     return file;
 }
 
-ExportFile::~ExportFile() {
-    format_ = nullptr;
-    if (!temporary_.empty()) std::remove(temporary_.c_str());
-}
+ExportFile::~ExportFile() = default;
 
 bool ExportFile::accepts(AVCodecID codec) const {
     return avformat_query_codec(format_->oformat, codec, FF_COMPLIANCE_NORMAL) == 1;
@@ -95,12 +73,10 @@ bool ExportFile::finish(std::string& error) {
         error = libraryError(result);
         return false;
     }
-    if (std::rename(temporary_.c_str(), target_.c_str()) != 0) {
-        error = "cannot write " + target_ + ": " + std::strerror(errno);
-        return false;
-    }
-    temporary_.clear();
-    return true;
+    std::string reason;
+    if (file_->keep([] { return false; }, reason)) return true;
+    error = "cannot write " + target_ + ": " + reason;
+    return false;
 }
 
 }  // namespace videoanalysis::media

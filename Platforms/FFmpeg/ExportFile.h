@@ -3,6 +3,7 @@
 // half a clip. The export job fills it.
 
 #include "Platforms/FFmpeg/LibraryHandles.h"
+#include "Platforms/FFmpeg/TemporaryFile.h"
 
 #include <cstdint>
 #include <memory>
@@ -42,7 +43,7 @@ private:
     ExportFile() = default;
 
     std::string target_;
-    std::string temporary_;
+    std::unique_ptr<TemporaryFile> file_;
     std::unique_ptr<AVFormatContext, Deleter> format_;
 };
 

@@ -4,6 +4,7 @@ extern "C" {
 #include <libavutil/opt.h>
 }
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -26,6 +27,7 @@ constexpr double soundPatience = 0.5;     // seconds without sound from the devi
 constexpr double soundSlack = 0.2;        // seconds that silence stays behind, in case the device is only late
 constexpr double longestSoundQueue = 5;   // seconds
 constexpr int mostThreads = 4;
+constexpr mode_t folderPermissions = 0700;
 
 MovieEncoder::Clock::duration ticks(double seconds) {
     return std::chrono::duration_cast<MovieEncoder::Clock::duration>(Seconds(seconds));
@@ -33,10 +35,19 @@ MovieEncoder::Clock::duration ticks(double seconds) {
 
 }  // namespace
 
+void FinishedMovies::remove(const std::string& path) {
+    const std::lock_guard guard(mutex_);
+    const auto found = locks_.find(path);
+    if (found == locks_.end()) return;
+    ::unlink(path.c_str());
+    locks_.erase(found);
+}
+
 MovieEncoder::MovieEncoder(std::string path, const recording::MovieFormat& format, const MovieOptions& options,
-                           std::function<void(recording::Error)> opened)
+                           std::shared_ptr<FinishedMovies> finished, MovieEvents events)
     : path_(std::move(path)), format_(format), options_(options), period_(1.0 / std::max(format.framesPerSecond, 1)),
-      opened_(std::move(opened)), pictures_(format.width, format.height, std::max(options.queueLength, 1) + 2) {
+      finishedMovies_(std::move(finished)), events_(std::move(events)),
+      pictures_(format.width, format.height, std::max(options.queueLength, 1) + 2) {
     thread_ = std::thread([this] { run(); });
 }
 
@@ -113,9 +124,9 @@ void MovieEncoder::run() {
     [[maybe_unused]] const int priority =
         nice(5);  // of this thread and those that the codec starts: the screen comes first
     std::string error;
-    const bool isOpen = open(error);
-    opened_(isOpen ? recording::Error() : recording::Error(error));
-    if (!isOpen) noteFailure(error);
+    isOpen_ = open(error);
+    if (!isOpen_) noteFailure(error);
+    events_.opened(isOpen_ ? recording::Error() : recording::Error(error));
     work();
     end();
     const recording::Error result = deliver();
@@ -123,8 +134,10 @@ void MovieEncoder::run() {
 }
 
 bool MovieEncoder::open(std::string& error) {
+    const std::filesystem::path folder = std::filesystem::path(path_).parent_path();
     std::error_code code;
-    std::filesystem::create_directories(std::filesystem::path(path_).parent_path(), code);
+    std::filesystem::create_directories(folder.parent_path(), code);
+    ::mkdir(folder.c_str(), folderPermissions);
     file_ = MovieFile::create(path_, error);
     packet_.reset(av_packet_alloc());
     held_.reset(av_packet_alloc());
@@ -294,20 +307,30 @@ void MovieEncoder::end() {
 }
 
 recording::Error MovieEncoder::deliver() {
-    const bool hasContent = file_ && file_->hasContent();
-    file_.reset();  // closed before it is read
+    // The file stays locked until the movie has its final name.
+    const std::unique_ptr<MovieFile> file = std::move(file_);
     if (!finished_) return {};
-    if (!hasContent) {
+    if (!file || !file->hasContent()) {
         const std::string failure = statistics().failure;
         return failure.empty() ? "nothing was recorded" : failure;
     }
-    return finishMovie(path_, output_.path(), isCancelled_);
+    LockedFile lock;
+    const recording::Error error = finishMovie(
+        path_, output_.path(), [this] { return isCancelled_.load(); }, lock);
+    if (!error) finishedMovies_->add(output_.path(), lock ? std::move(lock) : file->lock().share());
+    return error;
 }
 
 void MovieEncoder::noteFailure(const std::string& reason) {
-    hasFailed_ = true;
-    const std::lock_guard lock(mutex_);
-    if (statistics_.failure.empty()) statistics_.failure = reason.empty() ? "the recording broke off" : reason;
+    const std::string line = reason.empty() ? "the recording broke off" : reason;
+    const bool isFirst = !std::exchange(hasFailed_, true);
+    bool isRunning = false;
+    {
+        const std::lock_guard lock(mutex_);
+        if (isFirst) statistics_.failure = line;
+        isRunning = !isEnding_;
+    }
+    if (isFirst && isRunning && isOpen_ && events_.brokeOff) events_.brokeOff(line);
 }
 
 }  // namespace videoanalysis::media

@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -30,11 +31,33 @@ struct MovieOptions {
     friend bool operator==(const MovieOptions&, const MovieOptions&) = default;
 };
 
+/// Called on the encoder's thread; see `recording::MovieMaker`.
+struct MovieEvents {
+    std::function<void(recording::Error)> opened;
+    std::function<void(const std::string& reason)> brokeOff;
+};
+
+/// The finished movies that their host has not taken, with the locks that tell other programs so. Any thread.
+class FinishedMovies {
+public:
+    void add(const std::string& path, LockedFile lock) {
+        const std::lock_guard guard(mutex_);
+        locks_.insert_or_assign(path, std::move(lock));
+    }
+    /// Removes the file too; ignores a path that was not added.
+    void remove(const std::string& path);
+
+private:
+    std::mutex mutex_;
+    std::map<std::string, LockedFile> locks_;
+};
+
 class MovieEncoder final : public recording::MovieWriter {
 public:
-    /// Begins to write the file `path`, which must not exist, in a folder that is made if it is missing.
+    /// Begins to write the file `path`, which must not exist, in a folder that is made if it is missing. Once finished, the
+    /// movie is added to `finished`.
     MovieEncoder(std::string path, const recording::MovieFormat& format, const MovieOptions& options,
-                 std::function<void(recording::Error)> opened);
+                 std::shared_ptr<FinishedMovies> finished, MovieEvents events);
     ~MovieEncoder() override;
 
     bool addPicture(const std::uint8_t* pixels, int width, int height, std::ptrdiff_t bytesPerRow,
@@ -75,7 +98,8 @@ private:
     const recording::MovieFormat format_;
     const MovieOptions options_;
     const double period_;  ///< seconds from picture to picture
-    const std::function<void(recording::Error)> opened_;
+    const std::shared_ptr<FinishedMovies> finishedMovies_;
+    const MovieEvents events_;
     MoviePictures pictures_;
 
     mutable std::mutex mutex_;
@@ -96,6 +120,7 @@ private:
     PacketHandle packet_;
     PacketHandle held_;  ///< the picture encoded last, until it is known how long it lasts
     std::unique_ptr<MovieSound> sound_;
+    bool isOpen_ = false;
     bool hasFailed_ = false;
     Picture last_;  ///< the picture encoded last, for repetitions
     std::int64_t lastTime_ = 0;

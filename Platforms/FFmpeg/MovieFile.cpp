@@ -7,29 +7,15 @@
 #include <vector>
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <unistd.h>
 
 namespace videoanalysis::media {
 namespace {
 
 constexpr int bufferSize = 1 << 16;
-constexpr mode_t permissions = 0644;
+constexpr mode_t permissions = 0600;
 
 std::string systemError(int code) { return std::strerror(code); }
-
-std::string folderOf(const std::string& path) {
-    const auto slash = path.rfind('/');
-    return slash == std::string::npos ? "." : path.substr(0, slash + 1);
-}
-
-/// Has the name of a new file carried to the disk.
-void syncFolderOf(const std::string& path) {
-    const int folder = ::open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (folder < 0) return;
-    ::fsync(folder);
-    ::close(folder);
-}
 
 struct MuxerDeleter {
     void operator()(AVFormatContext* context) const {
@@ -42,14 +28,13 @@ using MuxerHandle = std::unique_ptr<AVFormatContext, MuxerDeleter>;
 }  // namespace
 
 std::unique_ptr<MovieFile> MovieFile::create(const std::string& path, std::string& error) {
-    const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, permissions);
-    if (descriptor < 0) {
+    LockedFile locked = LockedFile::create(path, permissions);
+    if (!locked) {
         error = "cannot record into " + path + ": " + systemError(errno);
         return nullptr;
     }
-    ::flock(descriptor, LOCK_EX | LOCK_NB);
     syncFolderOf(path);
-    std::unique_ptr<MovieFile> file(new MovieFile(path, descriptor));
+    std::unique_ptr<MovieFile> file(new MovieFile(path, std::move(locked)));
     avformat_alloc_output_context2(&file->context_, nullptr, "mp4", nullptr);
     auto* buffer = static_cast<unsigned char*>(av_malloc(bufferSize));
     if (file->context_ && buffer) {
@@ -63,7 +48,7 @@ std::unique_ptr<MovieFile> MovieFile::create(const std::string& path, std::strin
     return file;
 }
 
-MovieFile::MovieFile(std::string path, int descriptor) : path_(std::move(path)), descriptor_(descriptor) {
+MovieFile::MovieFile(std::string path, LockedFile file) : path_(std::move(path)), file_(std::move(file)) {
     syncing_ = std::thread([this] { carryToDisk(); });
 }
 
@@ -80,15 +65,6 @@ MovieFile::~MovieFile() {
         avformat_free_context(context_);
     }
     if (!hasContent()) ::unlink(path_.c_str());
-    ::close(descriptor_);
-}
-
-bool MovieFile::isAbandoned(const std::string& path) {
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) return false;
-    const bool isFree = ::flock(descriptor, LOCK_SH | LOCK_NB) == 0;
-    ::close(descriptor);
-    return isFree;
 }
 
 bool MovieFile::check(int result) {
@@ -96,7 +72,7 @@ bool MovieFile::check(int result) {
     if (error_.empty()) {
         error_ = writeError_ != 0 ? "the recording broke off: " + systemError(writeError_)
                                   : "the recording broke off: " + libraryError(result);
-        if (::ftruncate(descriptor_, wholeSize_) == 0) size_ = wholeSize_;
+        if (::ftruncate(file_.descriptor(), wholeSize_) == 0) size_ = wholeSize_;
     }
     return false;
 }
@@ -105,7 +81,8 @@ int MovieFile::writeBytes(void* opaque, std::uint8_t* bytes, int count) {
     auto& file = *static_cast<MovieFile*>(opaque);
     int written = 0;
     while (written < count && file.writeError_ == 0) {
-        const ssize_t result = ::write(file.descriptor_, bytes + written, static_cast<std::size_t>(count - written));
+        const ssize_t result =
+            ::write(file.file_.descriptor(), bytes + written, static_cast<std::size_t>(count - written));
         if (result > 0) {
             written += static_cast<int>(result);
             file.size_ += result;
@@ -164,7 +141,7 @@ bool MovieFile::end() {
     if (!cut()) return false;
     const bool isFine = check(av_write_trailer(context_)) && check(context_->pb->error);
     if (isFine) wholeSize_ = size_;
-    ::fdatasync(descriptor_);
+    ::fdatasync(file_.descriptor());
     return isFine;
 }
 
@@ -174,73 +151,123 @@ void MovieFile::carryToDisk() {
         changed_.wait(lock, [&] { return isSyncDue_ || isEnding_; });
         if (!std::exchange(isSyncDue_, false)) continue;
         lock.unlock();
-        ::fdatasync(descriptor_);
+        ::fdatasync(file_.descriptor());
         lock.lock();
     }
 }
 
-recording::Error finishMovie(const std::string& from, const std::string& to, const std::atomic<bool>& isCancelled) {
-    const std::string part = to + ".part";
-    const auto fail = [&](const std::string& reason) {
-        ::unlink(part.c_str());
-        return recording::Error("cannot finish the recording as " + to + ": " + reason);
-    };
+namespace {
 
-    AVFormatContext* opened = nullptr;
-    const int openResult = avformat_open_input(&opened, ("file:" + from).c_str(), nullptr, nullptr);
-    if (openResult < 0) return fail(libraryError(openResult));
-    const FormatContextHandle input(opened);
+/// Copies the packets of a movie into a new one. Its own code for "cancelled" is AVERROR_EXIT.
+class Remux {
+public:
+    explicit Remux(const std::function<bool()>& isCancelled) : isCancelled_(isCancelled) {}
 
-    AVFormatContext* allocated = nullptr;
-    avformat_alloc_output_context2(&allocated, nullptr, "mp4", nullptr);
-    const MuxerHandle output(allocated);
-    const PacketHandle packet(av_packet_alloc());
-    if (!output || !packet) return fail("out of memory");
-    for (unsigned i = 0; i < input->nb_streams; ++i) {
-        AVStream* stream = avformat_new_stream(output.get(), nullptr);
-        if (!stream || avcodec_parameters_copy(stream->codecpar, input->streams[i]->codecpar) < 0) {
-            return fail("out of memory");
-        }
-        stream->time_base = input->streams[i]->time_base;
-        stream->avg_frame_rate = input->streams[i]->avg_frame_rate;
+    /// These return 0 or the library's error.
+    int open(const std::string& from) {
+        AVFormatContext* opened = avformat_alloc_context();
+        if (!opened) return AVERROR(ENOMEM);
+        opened->interrupt_callback = interruption();
+        const int result = avformat_open_input(&opened, ("file:" + from).c_str(), nullptr, nullptr);
+        input_.reset(opened);
+        return result;
     }
-    AVDictionary* options = nullptr;
-    av_dict_set(&options, "movflags", "faststart", 0);
-    const std::string url = "file:" + part;
-    int result = (output->url = av_strdup(url.c_str())) ? avio_open(&output->pb, url.c_str(), AVIO_FLAG_WRITE)
-                                                        : AVERROR(ENOMEM);
-    if (result >= 0) result = avformat_write_header(output.get(), &options);
-    av_dict_free(&options);
-    if (result < 0) return fail(libraryError(result));
-
-    // The input's end may be cut off: what can be read is the movie.
-    std::vector<std::int64_t> last(input->nb_streams, INT64_MIN);
-    while (result >= 0 && av_read_frame(input.get(), packet.get()) >= 0) {
-        if (isCancelled) return fail("the program ends");
-        const auto index = static_cast<std::size_t>(packet->stream_index);
-        av_packet_rescale_ts(packet.get(), input->streams[index]->time_base, output->streams[index]->time_base);
-        packet->pos = -1;
-        if (packet->dts == AV_NOPTS_VALUE || packet->dts <= last[index]) {
-            av_packet_unref(packet.get());
-            continue;
-        }
-        last[index] = packet->dts;
-        result = av_interleaved_write_frame(output.get(), packet.get());
+    int copyTo(const std::string& to) {
+        int result = begin("file:" + to);
+        if (result < 0) return result;
+        result = copyPackets();
+        // The index goes to the front now, which moves everything else.
+        const int trailerResult = av_write_trailer(output_.get());
+        if (result >= 0) result = trailerResult;
+        const int closeResult = avio_closep(&output_->pb);
+        return result < 0 ? result : closeResult;
     }
-    const int trailerResult = av_write_trailer(output.get());
-    if (result >= 0) result = trailerResult;
-    const int closeResult = avio_closep(&output->pb);
-    if (result >= 0) result = closeResult;
-    if (result < 0) return fail(libraryError(result));
 
-    const int descriptor = ::open(part.c_str(), O_RDONLY | O_CLOEXEC);
-    const bool isOnDisk = descriptor >= 0 && ::fdatasync(descriptor) == 0;
-    const int code = errno;
-    if (descriptor >= 0) ::close(descriptor);
-    if (!isOnDisk || std::rename(part.c_str(), to.c_str()) != 0) return fail(systemError(isOnDisk ? errno : code));
-    syncFolderOf(to);
-    ::unlink(from.c_str());
-    return {};
+private:
+    AVIOInterruptCB interruption() {
+        return {[](void* opaque) { return static_cast<Remux*>(opaque)->isCancelled_() ? 1 : 0; }, this};
+    }
+
+    int begin(const std::string& url) {
+        AVFormatContext* allocated = nullptr;
+        avformat_alloc_output_context2(&allocated, nullptr, "mp4", url.c_str());
+        output_.reset(allocated);
+        if (!output_) return AVERROR(ENOMEM);
+        output_->interrupt_callback = interruption();
+        for (unsigned i = 0; i < input_->nb_streams; ++i) {
+            AVStream* stream = avformat_new_stream(output_.get(), nullptr);
+            if (!stream || avcodec_parameters_copy(stream->codecpar, input_->streams[i]->codecpar) < 0) {
+                return AVERROR(ENOMEM);
+            }
+            stream->time_base = input_->streams[i]->time_base;
+            stream->avg_frame_rate = input_->streams[i]->avg_frame_rate;
+        }
+        const int result =
+            avio_open2(&output_->pb, url.c_str(), AVIO_FLAG_WRITE, &output_->interrupt_callback, nullptr);
+        if (result < 0) return result;
+        AVDictionary* options = nullptr;
+        av_dict_set(&options, "movflags", "faststart", 0);
+        const int headerResult = avformat_write_header(output_.get(), &options);
+        av_dict_free(&options);
+        return headerResult;
+    }
+
+    /// The input's end may be cut off: what can be read is the movie.
+    int copyPackets() {
+        const PacketHandle packet(av_packet_alloc());
+        if (!packet) return AVERROR(ENOMEM);
+        std::vector<std::int64_t> last(input_->nb_streams, INT64_MIN);
+        while (true) {
+            int result = av_read_frame(input_.get(), packet.get());
+            if (isCancelled_()) return AVERROR_EXIT;
+            if (result == AVERROR_EOF || result == AVERROR_INVALIDDATA) return 0;
+            if (result < 0) return result;  // the disk does not hand over the rest: it must not be removed
+            const auto index = static_cast<std::size_t>(packet->stream_index);
+            av_packet_rescale_ts(packet.get(), input_->streams[index]->time_base, output_->streams[index]->time_base);
+            packet->pos = -1;
+            const bool isCutOff = (packet->flags & AV_PKT_FLAG_CORRUPT) != 0;
+            if (isCutOff || packet->dts == AV_NOPTS_VALUE || packet->dts <= last[index]) {
+                av_packet_unref(packet.get());
+                continue;
+            }
+            last[index] = packet->dts;
+            result = av_interleaved_write_frame(output_.get(), packet.get());
+            if (result < 0) return result;
+        }
+    }
+
+    const std::function<bool()>& isCancelled_;
+    FormatContextHandle input_;
+    MuxerHandle output_;
+};
+
+}  // namespace
+
+recording::Error finishMovie(const std::string& from, const std::string& to, const std::function<bool()>& isCancelled,
+                             LockedFile& lock) {
+    // Once cancelled, it stays cancelled: the library asks too, and makes of it what it likes.
+    bool wasCancelled = false;
+    const std::function<bool()> ask = [&] { return wasCancelled = wasCancelled || isCancelled(); };
+    Remux remux(ask);
+    int result = remux.open(from);
+    const bool isPlayable = result >= 0;
+    std::string reason = libraryError(result);
+    const auto temporary = isPlayable ? TemporaryFile::make(to, permissions, reason) : nullptr;
+    if (temporary) {
+        result = remux.copyTo(temporary->path());
+        reason = libraryError(result);
+        if (result >= 0 && temporary->keep(ask, reason)) {
+            lock = temporary->takeLock();
+            ::unlink(from.c_str());
+            return {};
+        }
+    }
+    if (wasCancelled) return "finishing the recording was cancelled";
+    if (isPlayable && std::rename(from.c_str(), to.c_str()) == 0) {
+        syncFolderOf(to);
+        return {};
+    }
+    return "cannot finish the recording as " + to + ": " + reason;
 }
 
 }  // namespace videoanalysis::media

@@ -3,11 +3,12 @@
 // its end, and is locked while somebody writes it. The movie encoder writes it; the movie folder finds those left behind.
 
 #include "Platforms/FFmpeg/LibraryHandles.h"
+#include "Platforms/FFmpeg/TemporaryFile.h"
 #include "VideoAnalysis/Platform/Recording.h"
 
-#include <atomic>
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -25,10 +26,8 @@ public:
     MovieFile(const MovieFile&) = delete;
     MovieFile& operator=(const MovieFile&) = delete;
 
-    /// Whether nobody writes that file now.
-    static bool isAbandoned(const std::string& path);
-
-    const std::string& path() const { return path_; }
+    /// Locked while this object lives.
+    const LockedFile& lock() const { return file_; }
     bool hasContent() const { return wholeSize_ > 0; }
 
     // Each of these says whether it worked; after a failure `error` says why, and the file ends with its last whole fragment.
@@ -46,14 +45,14 @@ public:
     const std::string& error() const { return error_; }
 
 private:
-    MovieFile(std::string path, int descriptor);
+    MovieFile(std::string path, LockedFile file);
 
     bool check(int result);
     static int writeBytes(void* opaque, std::uint8_t* bytes, int count);
     void carryToDisk();
 
     const std::string path_;
-    const int descriptor_;
+    const LockedFile file_;
     AVFormatContext* context_ = nullptr;
     std::string error_;
     std::int64_t size_ = 0;       ///< bytes
@@ -71,8 +70,11 @@ private:
 };
 
 /// Makes an ordinary movie, its index in front, in the file `to` of the one that a MovieFile wrote, whole or cut off, into `from`,
-/// which is then removed. `to` appears only when it is complete and on the disk. The reason why not, in one line; `from` is left
-/// alone then. Any thread; `isCancelled` may change on another one.
-recording::Error finishMovie(const std::string& from, const std::string& to, const std::atomic<bool>& isCancelled);
+/// which is then removed. `to` appears only when it is complete and on the disk. Where there is no room for that, `from` itself
+/// gets the name `to`: it plays as well. The reason in one line when neither works or `isCancelled`, which is asked often in
+/// every phase, says so; `from` is left alone then. `lock` becomes the one on `to`, empty where it is the one on `from`. Any
+/// thread.
+recording::Error finishMovie(const std::string& from, const std::string& to, const std::function<bool()>& isCancelled,
+                             LockedFile& lock);
 
 }  // namespace videoanalysis::media

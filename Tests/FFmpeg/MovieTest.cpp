@@ -17,18 +17,56 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <future>
 #include <iterator>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <random>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+namespace {
+
+/// What has been carried to the disk: how often, and how large the file was the last time.
+struct Syncs {
+    int count = 0;
+    std::uintmax_t size = 0;
+};
+std::mutex syncMutex;
+std::map<std::pair<dev_t, ino_t>, Syncs> syncsOfFiles;
+
+Syncs syncs(const std::filesystem::path& path) {
+    struct stat status {};
+    ::stat(path.c_str(), &status);
+    const std::lock_guard lock(syncMutex);
+    return syncsOfFiles[{status.st_dev, status.st_ino}];
+}
+
+}  // namespace
+
+/// Stands before the system's own, to write down what it is asked.
+extern "C" int fdatasync(int descriptor) {
+    struct stat status {};
+    ::fstat(descriptor, &status);
+    {
+        const std::lock_guard lock(syncMutex);
+        Syncs& file = syncsOfFiles[{status.st_dev, status.st_ino}];
+        ++file.count;
+        file.size = static_cast<std::uintmax_t>(status.st_size);
+    }
+    return static_cast<int>(::syscall(SYS_fdatasync, descriptor));
+}
 
 namespace videoanalysis::media {
 namespace {
@@ -79,7 +117,9 @@ public:
     Recording(MovieFolder& folder, const recording::MovieFormat& format) {
         auto promise = std::make_shared<std::promise<recording::Error>>();
         auto opened = promise->get_future();
-        writer = folder.makeMovie(format, [promise](const recording::Error& error) { promise->set_value(error); });
+        writer = folder.makeMovie(
+            format, [promise](const recording::Error& error) { promise->set_value(error); },
+            [breakOffs = breakOffs](const std::string&) { ++*breakOffs; });
         openError = opened.get();
     }
 
@@ -109,6 +149,7 @@ public:
 
     std::unique_ptr<recording::MovieWriter> writer;
     recording::Error openError;
+    const std::shared_ptr<std::atomic<int>> breakOffs = std::make_shared<std::atomic<int>>(0);
     Clock::time_point start;
 
 private:
@@ -141,7 +182,7 @@ TEST_F(MovieTest, BecomesAnOrdinaryMovieThatShowsEverythingAtItsTime) {
     recording.show();
     sleepUntil(recording.start, 1.65);
     recording.show();
-    EXPECT_TRUE(folder.unfinished().empty()) << "somebody is writing it";
+    EXPECT_TRUE(folder.untaken().empty()) << "it is being written";
     sleepUntil(recording.start, 2.0);
     const fs::path output = scratch / "it's 100 % finished.mp4";
     ASSERT_EQ(recording.finish(output), recording::Error());
@@ -301,9 +342,14 @@ TEST_F(MovieTest, ADiskThatFillsUpLeavesWhatWasRecordedUntilThen) {
         SCOPED_TRACE(room);
         Recording recording(folder, {width, height, 30, 1, 48000});
         const fs::path output = scratch / ("full" + std::to_string(round) + ".mp4");
+        double noticed = 0;
         {
             const SmallDisk disk(room);
-            recording.showUntil(2, 0.25);
+            recording.showUntil(1, 0.25);
+            for (double next = 1.1; *recording.breakOffs == 0 && next < 30; next += 0.1)
+                recording.showUntil(next, 0.25);
+            EXPECT_EQ(*recording.breakOffs, 1) << "at once, not at the stop";
+            noticed = since(recording.start);
             EXPECT_NE(recording.writer->statistics().failure, "");
             ASSERT_EQ(recording.finish(output), recording::Error());
         }
@@ -311,7 +357,7 @@ TEST_F(MovieTest, ADiskThatFillsUpLeavesWhatWasRecordedUntilThen) {
         EXPECT_EQ(facts.complaints, "");
         EXPECT_TRUE(facts.indexComesFirst);
         EXPECT_GT(facts.end(), 0.2);
-        EXPECT_LT(facts.end(), 1.9);
+        EXPECT_LT(facts.end(), noticed);
         EXPECT_EQ(filesInFolder(), 0U);
     }
     {
@@ -331,19 +377,193 @@ TEST_F(MovieTest, ARecordingThatCannotBeFinishedStaysAndIsFinishedLater) {
     EXPECT_TRUE(recording.finish(scratch / "no such folder" / "later.mp4"));
     const fs::path output = scratch / "later.mp4";
     const std::atomic<bool> isCancelled{false};
-    const auto found = folder.unfinished();
+    const auto found = folder.untaken();
     ASSERT_EQ(found.size(), 1U);
     EXPECT_TRUE(MovieFolder::finish(found[0], URL::fileURL("/dev/null/later.mp4"), isCancelled));
     EXPECT_TRUE(MovieFolder::finish(found[0], URL::fileURL(output), true));
     ASSERT_EQ(MovieFolder::finish(found[0], URL::fileURL(output), isCancelled), recording::Error());
-    EXPECT_TRUE(folder.unfinished().empty());
+    EXPECT_TRUE(folder.untaken().empty());
     EXPECT_EQ(factsOf(output).complaints, "");
     EXPECT_NEAR(factsOf(output).end(), 1, 0.1);
 
     // One that its program gave up without a word, as when it is closed.
     { Recording(folder, silent).showUntil(0.3); }
-    ASSERT_EQ(folder.unfinished().size(), 1U);
-    EXPECT_NEAR(factsOf(folder.unfinished()[0]).end(), 0.3, 0.1);
+    ASSERT_EQ(folder.untaken().size(), 1U);
+    EXPECT_NEAR(factsOf(folder.untaken()[0]).end(), 0.3, 0.1);
+}
+
+TEST_F(MovieTest, WithoutRoomForAnOrdinaryMovieItKeepsTheFormInWhichItGrew) {
+    Recording recording(folder, silent);
+    recording.showUntil(1.2, 0.25);
+    const fs::path output = scratch / "as it grew.mp4";
+    {
+        const SmallDisk disk(100000);
+        ASSERT_EQ(recording.finish(output), recording::Error());
+    }
+    const fs::path plain = scratch / "plain.mp4";
+    fs::rename(output, plain);
+    const MovieFacts facts = factsOf(plain);
+    EXPECT_EQ(facts.complaints, "");
+    EXPECT_FALSE(facts.indexComesFirst);
+    EXPECT_GT(facts.end(), 0.4);
+    EXPECT_EQ(filesInFolder(), 0U);
+}
+
+// ---- Who owns it
+
+std::string permissionsOf(const fs::path& path) {
+    struct stat status {};
+    ::stat(path.c_str(), &status);
+    char text[8];
+    std::snprintf(text, sizeof text, "%03o", status.st_mode & 0777U);
+    return text;
+}
+
+TEST_F(MovieTest, AFinishedMovieStaysInItsFolderUntilItIsTaken) {
+    const fs::path home = folder.outputDirectory();
+    const fs::path first = home / "first.mp4";
+    const fs::path second = home / "second.mp4";
+    const fs::path foreign = home / "foreign.txt";
+    {
+        MovieFolder program(home);
+        const MovieFolder otherProgram(home);
+        for (const fs::path& output : {first, second}) {
+            Recording recording(program, silent);
+            EXPECT_EQ(permissionsOf(home), "700");
+            for (const auto& entry : fs::directory_iterator(home)) EXPECT_EQ(permissionsOf(entry.path()), "600");
+            recording.showUntil(0.2);
+            EXPECT_TRUE(otherProgram.untaken().empty()) << "while it grows";
+            ASSERT_EQ(recording.finish(output), recording::Error());
+        }
+        EXPECT_TRUE(otherProgram.untaken().empty()) << "its host has not taken it";
+        EXPECT_EQ(filesInFolder(), 2U);
+        std::ofstream(foreign) << "foreign";
+        program.movieTaken(URL::fileURL(foreign));
+        EXPECT_TRUE(fs::exists(foreign)) << "no movie of this folder";
+        program.movieTaken(URL::fileURL(first));
+        EXPECT_FALSE(fs::exists(first));
+    }
+    // The program has ended without a word about the second.
+    ASSERT_EQ(folder.untaken(), std::vector<std::string>{second});
+    EXPECT_TRUE(MovieFolder::finish(second, URL::fileURL(scratch / "no such folder" / "taken.mp4"), false));
+    ASSERT_TRUE(fs::exists(second));
+    for (const fs::path& target : {scratch / "taken.mp4", fs::path("/dev/shm/" + scratch.filename().string())}) {
+        SCOPED_TRACE(target);
+        if (!fs::exists(second)) fs::copy_file(scratch / "taken.mp4", second);
+        ASSERT_EQ(MovieFolder::finish(second, URL::fileURL(target), false), recording::Error());
+        EXPECT_EQ(factsOf(target).complaints, "");
+        EXPECT_FALSE(fs::exists(second));
+    }
+    fs::remove("/dev/shm/" + scratch.filename().string());
+}
+
+TEST_F(MovieTest, ForeignFilesAreLeftAloneAndLeftoversRemoved) {
+    const fs::path home = folder.outputDirectory();
+    fs::create_directories(home);
+    // Names under which a half-finished movie might be expected, one of them a link to something dear.
+    const fs::path dear = scratch / "dear.txt";
+    std::ofstream(dear) << "dear";
+    const fs::path output = scratch / "out.mp4";
+    fs::create_symlink(dear, scratch / "out.mp4.part");
+    std::ofstream(scratch / ".out.mp4") << "foreign";
+    const std::string digits(32, 'a');
+    std::ofstream(home / ("." + digits + ".tmp.mp4")) << "half";
+    const fs::path used = home / ("." + std::string(32, 'b') + ".tmp.mp4");
+    const LockedFile lock = LockedFile::create(used, 0600);
+    std::ofstream(home / ".my.tmp.mp4") << "foreign";
+    fs::create_symlink(dear, home / "link.mp4");
+
+    EXPECT_EQ(folder.untaken(), std::vector<std::string>{home / ".my.tmp.mp4"});
+    EXPECT_FALSE(fs::exists(home / ("." + digits + ".tmp.mp4")));
+    EXPECT_TRUE(fs::exists(used)) << "of a running program";
+    Recording recording(folder, silent);
+    recording.showUntil(0.2);
+    ASSERT_EQ(recording.finish(output), recording::Error());
+    EXPECT_EQ(fs::file_size(dear), 4U);
+    EXPECT_TRUE(fs::is_symlink(scratch / "out.mp4.part"));
+    EXPECT_EQ(fs::file_size(scratch / ".out.mp4"), 7U);
+    EXPECT_FALSE(fs::is_symlink(output));
+}
+
+TEST_F(MovieTest, AFileThatAnotherProgramTakesForALeftoverIsMadeOnceMore) {
+    fs::create_directories(scratch / "growing");
+    std::atomic<bool> isDone{false};
+    std::thread otherProgram([&] {
+        while (!isDone) (void)folder.untaken();
+    });
+    for (int i = 0; i < 2000; ++i) {
+        const fs::path path = scratch / "growing" / (std::to_string(i) + ".mp4");
+        const LockedFile file = LockedFile::create(path, 0600);
+        ASSERT_TRUE(file);
+        ASSERT_TRUE(fs::remove(path)) << i;
+    }
+    isDone = true;
+    otherProgram.join();
+}
+
+TEST_F(MovieTest, FinishingIsCancelledInEveryPhaseAndLosesNothing) {
+    { Recording(folder, silent).showUntil(1, 0.25); }
+    const std::string grown = folder.untaken().at(0);
+    const auto size = fs::file_size(grown);
+    const fs::path output = scratch / "growing" / "out.mp4";
+    std::vector<std::uintmax_t> sizes;  // of the file under its hidden name, when it was asked
+    const auto run = [&](std::size_t cancelledAt) {
+        sizes.clear();
+        LockedFile lock;
+        return finishMovie(
+            grown, output,
+            [&] {
+                std::uintmax_t hidden = 0;
+                for (const auto& entry : fs::directory_iterator(scratch / "growing")) {
+                    if (entry.path() != grown && entry.path() != output) hidden = entry.file_size();
+                }
+                sizes.push_back(hidden);
+                return sizes.size() > cancelledAt;
+            },
+            lock);
+    };
+    const std::string kept = scratch / "kept.mp4";
+    fs::copy_file(grown, kept);
+    ASSERT_EQ(run(SIZE_MAX), recording::Error());
+    const std::size_t asked = sizes.size();
+    const auto finished = fs::file_size(output);
+    // ftyp, then the index, which goes to the front when everything else has been written.
+    std::ifstream file(output, std::ios::binary);
+    const auto boxSize = [&file] {
+        std::array<unsigned char, 4> bytes{};
+        file.read(reinterpret_cast<char*>(bytes.data()), 4);
+        return (std::uintmax_t{bytes[0]} << 24) + (bytes[1] << 16) + (bytes[2] << 8) + bytes[3];
+    };
+    file.seekg(static_cast<std::streamoff>(boxSize()));
+    const std::uintmax_t copied = finished - boxSize();
+    EXPECT_EQ(sizes.front(), 0U) << "before anything is written";
+    EXPECT_TRUE(std::any_of(sizes.begin(), sizes.end(), [&](auto s) { return s > 0 && s < copied; })) << "copying";
+    EXPECT_TRUE(std::any_of(sizes.begin(), sizes.end(), [&](auto s) { return s >= copied && s < finished; }))
+        << "moving the index to the front";
+    EXPECT_EQ(sizes.back(), finished) << "waiting for the disk";
+    fs::remove(output);
+    fs::copy_file(kept, grown);
+    for (std::size_t moment = 0; moment < asked; moment += moment < asked - 20 ? asked / 40 + 1 : 1) {
+        ASSERT_TRUE(run(moment)) << moment << " of " << asked;
+        ASSERT_EQ(filesInFolder(), 1U) << moment;
+        ASSERT_EQ(fs::file_size(grown), size) << moment;
+    }
+}
+
+TEST_F(MovieTest, WhatIsWrittenIsCarriedToTheDisk) {
+    Recording recording(folder, silent);
+    const fs::path grown = fs::directory_iterator(scratch / "growing")->path();
+    recording.showUntil(0.8);
+    for (double next = 0.9; syncs(grown).count < 2 && next < 20; next += 0.1) recording.showUntil(next);
+    EXPECT_GE(syncs(grown).count, 2) << "while it grows, for each fragment";
+    const fs::path output = scratch / "growing" / "out.mp4";
+    ASSERT_EQ(recording.finish(output), recording::Error());
+    EXPECT_EQ(syncs(output).size, fs::file_size(output)) << "before it gets its name";
+
+    { Recording(folder, silent).showUntil(0.2); }
+    fs::remove(output);
+    const fs::path left = fs::directory_iterator(scratch / "growing")->path();
+    EXPECT_EQ(syncs(left).size, fs::file_size(left)) << "to its last byte, though it is not finished";
 }
 
 // VIDEOANALYSIS_KILLS=50 makes it as many.
@@ -380,7 +600,7 @@ TEST_F(MovieTest, AKilledProgramLosesTheLastSecondAtMost) {
         ::close(begun[0]);
         ::close(begun[1]);
 
-        const auto found = folder.unfinished();
+        const auto found = folder.untaken();
         const bool isThere = !found.empty();
         EXPECT_TRUE(isThere || killed < 1);
         if (!isThere) continue;
@@ -396,7 +616,7 @@ TEST_F(MovieTest, AKilledProgramLosesTheLastSecondAtMost) {
         EXPECT_TRUE(facts.indexComesFirst);
         EXPECT_EQ(facts.pictureTimes.size(), raw.pictureTimes.size());
         EXPECT_EQ(facts.soundCodec, "aac");
-        EXPECT_TRUE(folder.unfinished().empty());
+        EXPECT_TRUE(folder.untaken().empty());
     }
     std::printf("%d kills: at most %.2f s lost, %.2f s in the mean\n", kills, mostLost, lost);
 }

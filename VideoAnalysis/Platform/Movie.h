@@ -48,8 +48,9 @@ public:
     /// is missing in between is silence. Any thread, one at a time; never waits.
     virtual void addSound(const float* samples, std::size_t count, Clock::time_point moment) = 0;
 
-    /// Ends the movie now and leaves it as an ordinary one, its index in front, in the file `output`. A movie that broke off
-    /// is finished as far as it went. After an error it stays where it grew. `handler` comes on a thread of the writer's.
+    /// Ends the movie now and leaves it as an ordinary one, its index in front, in the file `output`, or as it grew where there
+    /// is no room for that. A movie that broke off is finished as far as it went. After an error it stays where it grew.
+    /// `handler` comes on a thread of the writer's. Destroying the writer cancels the work; the movie stays where it grew.
     virtual void finish(const URL& output, std::function<void(Error)> handler) = 0;
 
     /// Any thread.
@@ -60,8 +61,15 @@ class MovieMaker {
 public:
     virtual ~MovieMaker() = default;
     /// Begins a movie, without waiting for the disk. Pictures and sound may be handed over once it is opened: `opened` comes
-    /// then, on a thread of the writer's, or with the reason why not; the writer then only remains to be destroyed.
-    virtual std::unique_ptr<MovieWriter> makeMovie(const MovieFormat& format, std::function<void(Error)> opened) = 0;
+    /// then, on a thread of the writer's. On error, destroy the writer; no other call is valid. `brokeOff` (may be empty) comes
+    /// on that thread when nothing can be written any longer before the movie was to be finished, with the reason in one line.
+    virtual std::unique_ptr<MovieWriter> makeMovie(const MovieFormat& format, std::function<void(Error)> opened,
+                                                   std::function<void(const std::string& reason)> brokeOff = {}) = 0;
+
+    /// Where movies are to be finished, and what to do with one that its owner has copied or does not want: see
+    /// `ScreenRecorder`.
+    virtual std::string outputDirectory() const { return {}; }
+    virtual void movieTaken(const URL& /*movie*/) {}
 };
 
 }  // namespace videoanalysis::recording

@@ -1,0 +1,134 @@
+#include "Platforms/FFmpeg/TemporaryFile.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <random>
+#include <utility>
+
+namespace videoanalysis::media {
+namespace {
+
+constexpr int attempts = 8;
+constexpr off_t syncStep = off_t{8} << 20;  // bytes that are written to the disk before a cancellation is noticed
+constexpr char marker[] = ".tmp";           // before the extension, which names the container
+
+std::string randomText() {
+    std::random_device device;
+    std::string text;
+    for (int i = 0; i < 4; ++i) {
+        char part[9];
+        std::snprintf(part, sizeof part, "%08x", static_cast<unsigned>(device()));
+        text += part;
+    }
+    return text;
+}
+
+/// False, with the reason in errno, when the disk fails; ECANCELED when it was cancelled.
+bool sync(int descriptor, const std::function<bool()>& isCancelled) {
+    struct stat status {};
+    if (::fstat(descriptor, &status) != 0) return false;
+    for (off_t start = 0; start < status.st_size; start += syncStep) {
+        if (isCancelled()) {
+            errno = ECANCELED;
+            return false;
+        }
+#ifdef SYNC_FILE_RANGE_WRITE
+        // Only so that a cancellation need not wait for the whole file; `fdatasync` has the last word.
+        ::sync_file_range(descriptor, start, syncStep,
+                          SYNC_FILE_RANGE_WAIT_BEFORE | SYNC_FILE_RANGE_WRITE | SYNC_FILE_RANGE_WAIT_AFTER);
+#endif
+    }
+    return ::fdatasync(descriptor) == 0;
+}
+
+}  // namespace
+
+LockedFile::LockedFile(LockedFile&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+
+LockedFile& LockedFile::operator=(LockedFile&& other) noexcept {
+    std::swap(descriptor_, other.descriptor_);
+    return *this;
+}
+
+LockedFile::~LockedFile() {
+    if (descriptor_ >= 0) ::close(descriptor_);
+}
+
+LockedFile LockedFile::create(const std::string& path, mode_t permissions) {
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        LockedFile file(::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, permissions));
+        if (!file) return {};
+        while (::flock(file.descriptor_, LOCK_EX) != 0 && errno == EINTR) {
+        }
+        // Another program may have found the empty file before it was locked, and removed it as a leftover.
+        struct stat status {};
+        if (::fstat(file.descriptor_, &status) == 0 && status.st_nlink > 0) return file;
+    }
+    errno = EBUSY;
+    return {};
+}
+
+LockedFile LockedFile::share() const { return LockedFile(::fcntl(descriptor_, F_DUPFD_CLOEXEC, 0)); }
+
+LockedFile LockedFile::tryLock(const std::string& path) {
+    LockedFile file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (file && ::flock(file.descriptor_, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) return {};
+    return file;
+}
+
+std::unique_ptr<TemporaryFile> TemporaryFile::make(const std::string& target, mode_t permissions, std::string& error) {
+    const std::filesystem::path path(target);
+    LockedFile file;
+    std::string temporary;
+    for (int attempt = 0; !file && attempt < attempts; ++attempt) {
+        temporary = path.parent_path() / ("." + randomText() + marker + path.extension().string());
+        file = LockedFile::create(temporary, permissions);
+        if (!file && errno != EEXIST && errno != EBUSY) break;
+    }
+    if (!file) {
+        error = "cannot write to " + path.parent_path().string() + ": " + std::strerror(errno);
+        return nullptr;
+    }
+    return std::unique_ptr<TemporaryFile>(new TemporaryFile(target, std::move(temporary), std::move(file)));
+}
+
+TemporaryFile::TemporaryFile(std::string target, std::string path, LockedFile file)
+    : target_(std::move(target)), path_(std::move(path)), file_(std::move(file)) {}
+
+TemporaryFile::~TemporaryFile() {
+    if (!isKept_) ::unlink(path_.c_str());
+}
+
+bool TemporaryFile::isTemporaryName(const std::string& name) {
+    constexpr std::size_t digits = 32;
+    return name.starts_with('.') && name.find(marker) == 1 + digits &&
+           name.find_first_not_of("0123456789abcdef", 1) == 1 + digits;
+}
+
+bool TemporaryFile::keep(const std::function<bool()>& isCancelled, std::string& error) {
+    if (sync(file_.descriptor(), isCancelled) && std::rename(path_.c_str(), target_.c_str()) == 0) {
+        isKept_ = true;
+        syncFolderOf(target_);
+        return true;
+    }
+    error = std::strerror(errno);
+    return false;
+}
+
+void syncFolderOf(const std::string& path) {
+    const std::filesystem::path folder = std::filesystem::path(path).parent_path();
+    const int descriptor = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0) return;
+    ::fsync(descriptor);
+    ::close(descriptor);
+}
+
+}  // namespace videoanalysis::media
