@@ -115,7 +115,7 @@ public:
     }
     void finish() {
         mainStore().dispatch(SetScreenRecordingStateAction(false));
-        if (!host::ScreenDriver::wait([&] { return !recorder().isRecording(); }, 60000))
+        if (!host::ScreenDriver::wait([&] { return recorder().isIdle(); }, 60000))
             throw std::runtime_error("no end");
     }
 

@@ -3,6 +3,7 @@
 #include "Host/ReportingEngine.h"
 #include "Platforms/Cairo/CairoEngine.h"
 #include "Platforms/FFmpeg/FFmpegEngine.h"
+#include "Platforms/FFmpeg/MovieFolder.h"
 #include "Platforms/QtQuick/QtAudioSink.h"
 #include "Platforms/QtQuick/QtQuickPlatform.h"
 #include "Platforms/QtQuick/QtScreenRecorder.h"
@@ -36,15 +37,24 @@ QString nameOf(const URL& url) {
     return path.isEmpty() ? QString::fromStdString(url.absoluteString()) : path;
 }
 
-/// Where recordings grow; what is found there at a start was interrupted.
+/// Begins with a capital.
+QString sentence(const std::string& line) {
+    const QString text = QString::fromStdString(line);
+    return text.left(1).toUpper() + text.mid(1);
+}
+
+constexpr auto momentFormat = "yyyy-MM-dd HH.mm.ss";
+
+/// Where recordings grow and stay until they are saved; what is found there at a start was not.
 std::string growingFolder() {
     return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation).toStdString() + "/recordings";
 }
 
-/// A name for the recording that grew as `movie`, in the folder for recordings and not taken there yet.
-QString pathForRecording(const QString& name) {
+/// A name in the folder for recordings, for the one that ended at `moment`, that no file there has yet.
+QString pathForRecording(const QString& moment) {
     const QDir folder(HostApplication::recordingsFolder());
     folder.mkpath(QStringLiteral("."));
+    const QString name = QStringLiteral("Analysis ") + moment;
     QString path = folder.filePath(name + QStringLiteral(".mp4"));
     for (int number = 2; QFileInfo::exists(path); ++number) {
         path = folder.filePath(QStringLiteral("%1 (%2).mp4").arg(name).arg(number));
@@ -54,8 +64,7 @@ QString pathForRecording(const QString& name) {
 
 }  // namespace
 
-HostApplication::HostApplication(const QStringList& clips, std::function<void(const QString& line)> report)
-    : movies_(growingFolder()) {
+HostApplication::HostApplication(const QStringList& clips, std::function<void(const QString& line)> report) {
     for (const QString& clip : clips) clips_.push_back({urlOf(clip), {}});
 
     auto engine = std::make_unique<ReportingEngine>(
@@ -66,9 +75,12 @@ HostApplication::HostApplication(const QStringList& clips, std::function<void(co
             report(namesClip ? text : QStringLiteral("%1: %2").arg(nameOf(url), text));
         });
     platform_ = std::make_shared<QtQuickPlatform>(view_, std::move(engine), std::make_unique<graphics::CairoEngine>());
-    platform_->setMovieMaker(std::make_unique<media::MovieFolder>(growingFolder()), RecordingOptions());
+    QFile::setPermissions(QString::fromStdString(growingFolder()),
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    auto movies = std::make_unique<media::MovieFolder>(growingFolder());
+    unsaved_ = movies->untaken();
+    platform_->setMovieMaker(std::move(movies), RecordingOptions());
     installPlatform(platform_);
-    findInterrupted();
 
     view_.rootContext()->setContextProperty(QStringLiteral("host"), this);
     view_.setResizeMode(QQuickView::SizeRootObjectToView);
@@ -129,71 +141,81 @@ void HostApplication::choose(const std::optional<Object>& media) {
 
 ui::DeviceOrientation HostApplication::preferredOrientation() const { return ui::DeviceOrientation::landscapeLeft; }
 
-// The recording lies in the platform's temporary directory, which goes with the program.
+// The recording stays where the platform has left it until it is moved, so that it is not lost if that fails or the program
+// ends: it is then offered on the start screen.
 void HostApplication::videoAnalysisDidFinish(const std::optional<std::vector<Object>>& output) {
     if (!output || output->empty()) return;
-    const QString from = QString::fromStdString(output->front().url.path());
-    const QString name =
-        QStringLiteral("Analysis %1").arg(QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH.mm.ss")));
-    const QString to = pathForRecording(name);
+    const URL recording = output->front().url;
+    const QString to = pathForRecording(QDateTime::currentDateTime().toString(QLatin1String(momentFormat)));
+    const auto& recorder = dynamic_cast<const QtScreenRecorder&>(platform_->screenRecorder());
+    const QString breakOff = sentence(recorder.movieStatistics().failure);
     inBackground(
-        [from, to]() -> recording::Error {
-            if (QFile::rename(from, to)) return {};
-            return "cannot save the recording as " + to.toStdString();
+        [this, recording, to] {
+            return media::MovieFolder::finish(recording.path(), URL::fileURL(to.toStdString()), isEnding_);
         },
-        [this, to](const recording::Error& error) {
-            recordingNotice_ = error ? QString::fromStdString(*error)
-                                     : tr("The recording is saved as %1").arg(QDir::toNativeSeparators(to));
-            Q_EMIT recordingsChanged();
+        [this, recording, to, breakOff](const recording::Error& error) {
+            if (error) {
+                unsaved_.push_back(recording.path());
+                say(QString::fromStdString(*error));
+            } else {
+                VideoAnalysisController::recordingTaken(recording);
+                const QString path = QDir::toNativeSeparators(to);
+                say(breakOff.isEmpty() ? tr("The recording is saved as %1").arg(path)
+                                       : tr("%1. What was recorded until then is saved as %2").arg(breakOff, path));
+            }
         });
 }
 
-// ---- Interrupted recordings
+void HostApplication::videoAnalysisRecordingDidBreakOff(const std::string& reason) { say(sentence(reason)); }
+
+void HostApplication::say(const QString& notice) {
+    recordingNotice_ = notice;
+    Q_EMIT recordingsChanged();
+    Q_EMIT recordingNoticeGiven();
+}
+
+// ---- Recordings that were not saved
 
 QString HostApplication::recordingsFolder() {
     return QStandardPaths::writableLocation(QStandardPaths::MoviesLocation) + QStringLiteral("/Video analysis");
 }
 
-void HostApplication::findInterrupted() {
-    interrupted_ = movies_.unfinished();
-    Q_EMIT recordingsChanged();
+QString HostApplication::unsavedRecording() const {
+    if (unsaved_.empty() || isSaving_) return {};
+    const QFileInfo file(QString::fromStdString(unsaved_.front()));
+    return file.lastModified().toString(QLatin1String(momentFormat));
 }
 
-QString HostApplication::interruptedRecording() const {
-    if (interrupted_.empty() || isSaving_) return {};
-    // Named after the moment at which it began, with more digits than anybody wants to read.
-    return QFileInfo(QString::fromStdString(interrupted_.front())).completeBaseName().left(19);
+void HostApplication::openUnsaved() {
+    if (unsavedRecording().isEmpty()) return;
+    const QString path = pathForRecording(unsavedRecording());
+    saveUnsavedAs(path, [this, path] { open({Object{urlOf(path), {}}}); });
 }
 
-void HostApplication::openInterrupted() {
-    if (interruptedRecording().isEmpty()) return;
-    const QString path = pathForRecording(QStringLiteral("Analysis ") + interruptedRecording());
-    saveInterruptedAs(path, [this, path] { open({Object{urlOf(path), {}}}); });
-}
+void HostApplication::saveUnsaved(const QUrl& file) { saveUnsavedAs(file.toLocalFile(), {}); }
 
-void HostApplication::saveInterrupted(const QUrl& file) { saveInterruptedAs(file.toLocalFile(), {}); }
-
-void HostApplication::saveInterruptedAs(const QString& path, const std::function<void()>& saved) {
-    if (interruptedRecording().isEmpty()) return;
+void HostApplication::saveUnsavedAs(const QString& path, const std::function<void()>& saved) {
+    if (unsavedRecording().isEmpty()) return;
     isSaving_ = true;
     Q_EMIT recordingsChanged();
-    inBackground(
-        [this, movie = interrupted_.front(), path] {
-            return media::MovieFolder::finish(movie, URL::fileURL(path.toStdString()), isEnding_);
-        },
-        [this, path, saved](const recording::Error& error) {
-            isSaving_ = false;
-            recordingNotice_ = error ? QString::fromStdString(*error)
-                                     : tr("The recording is saved as %1").arg(QDir::toNativeSeparators(path));
-            findInterrupted();
-            if (!error && saved) saved();
-        });
+    inBackground([this, movie = unsaved_.front(),
+                  path] { return media::MovieFolder::finish(movie, URL::fileURL(path.toStdString()), isEnding_); },
+                 [this, path, saved](const recording::Error& error) {
+                     isSaving_ = false;
+                     if (!error) unsaved_.erase(unsaved_.begin());
+                     say(error ? QString::fromStdString(*error)
+                               : tr("The recording is saved as %1").arg(QDir::toNativeSeparators(path)));
+                     if (!error && saved) saved();
+                 });
 }
 
-void HostApplication::discardInterrupted() {
-    if (interruptedRecording().isEmpty()) return;
-    QFile::remove(QString::fromStdString(interrupted_.front()));
-    findInterrupted();
+void HostApplication::discardUnsaved() {
+    if (unsavedRecording().isEmpty()) return;
+    const std::string recording = unsaved_.front();
+    QFile::remove(QString::fromStdString(recording));
+    VideoAnalysisController::recordingTaken(URL::fileURL(recording));
+    unsaved_.erase(unsaved_.begin());
+    Q_EMIT recordingsChanged();
 }
 
 void HostApplication::inBackground(std::function<recording::Error()> work,

@@ -2,8 +2,8 @@
 // The program around the component: a window with a small start screen, from which the analysis of its clips is opened,
 // and the answers to what the analysis asks of its host. Also the example of how to embed the component.
 
-#include "Platforms/FFmpeg/MovieFolder.h"
 #include "VideoAnalysis/Analysis/VideoAnalysisController.h"
+#include "VideoAnalysis/Platform/Recording.h"
 
 #include <QObject>
 #include <QQuickView>
@@ -32,9 +32,10 @@ class HostApplication : public QObject,
     Q_PROPERTY(QStringList clipNames READ clipNames CONSTANT)
     /// The analysis wants another clip; the start screen asks for one.
     Q_PROPERTY(bool choosing READ isChoosing NOTIFY choosingChanged)
-    /// What to call the recording that an earlier run was interrupted in, the oldest of them; empty when there is none.
-    Q_PROPERTY(QString interruptedRecording READ interruptedRecording NOTIFY recordingsChanged)
-    /// One line about the recording that was saved last, or why it was not; empty before.
+    /// When the oldest recording ended that is not in the recordings' folder yet, because the program was interrupted or could
+    /// not save it; empty when there is none.
+    Q_PROPERTY(QString unsavedRecording READ unsavedRecording NOTIFY recordingsChanged)
+    /// One line about the last recording: where it is saved, why it is not, or why it broke off; empty before.
     Q_PROPERTY(QString recordingNotice READ recordingNotice NOTIFY recordingsChanged)
 
 public:
@@ -53,7 +54,7 @@ public:
 
     QStringList clipNames() const;
     bool isChoosing() const { return choice_ != nullptr; }
-    QString interruptedRecording() const;
+    QString unsavedRecording() const;
     QString recordingNotice() const { return recordingNotice_; }
     /// Where recordings are kept: the user's folder for videos.
     static QString recordingsFolder();
@@ -66,13 +67,14 @@ public:
     Q_INVOKABLE void chooseFile(const QUrl& file);
     Q_INVOKABLE void chooseSample();
     Q_INVOKABLE void cancelChoice();
-    /// The user's answers to `interruptedRecording`. It stays until it is saved or discarded; saving goes on in the background.
-    Q_INVOKABLE void openInterrupted();
-    Q_INVOKABLE void saveInterrupted(const QUrl& file);
-    Q_INVOKABLE void discardInterrupted();
+    /// The user's answers to `unsavedRecording`. It stays until it is saved or discarded; saving goes on in the background.
+    Q_INVOKABLE void openUnsaved();
+    Q_INVOKABLE void saveUnsaved(const QUrl& file);
+    Q_INVOKABLE void discardUnsaved();
 
     ui::DeviceOrientation preferredOrientation() const override;
     void videoAnalysisDidFinish(const std::optional<std::vector<Object>>& output) override;
+    void videoAnalysisRecordingDidBreakOff(const std::string& reason) override;
     void videoAnalysisControllerDidRequestToDeleteMedia(const std::shared_ptr<ui::ViewController>& viewController,
                                                         std::function<void()> completion) override;
     void videoAnalysisControllerDidRequestDiscardAndClose(const std::shared_ptr<ui::ViewController>& viewController,
@@ -83,12 +85,13 @@ public:
 Q_SIGNALS:
     void choosingChanged();
     void recordingsChanged();
+    void recordingNoticeGiven();
 
 private:
     void open(const std::vector<Object>& clips);
-    void findInterrupted();
-    /// Finishes the interrupted recording in the file `path`, then runs `saved`.
-    void saveInterruptedAs(const QString& path, const std::function<void()>& saved);
+    void say(const QString& notice);
+    /// Saves the first unsaved recording in the file `path`, then runs `saved`.
+    void saveUnsavedAs(const QString& path, const std::function<void()>& saved);
     /// Runs `work` on another thread and `done` with its result on this one.
     void inBackground(std::function<recording::Error()> work, std::function<void(const recording::Error&)> done);
     void choose(const std::optional<Object>& media);
@@ -100,8 +103,7 @@ private:
     std::optional<VideoAnalysisController> analysis_;
     std::function<void(Object)> choice_;
     std::int64_t chosenIndex_ = 0;
-    media::MovieFolder movies_;
-    std::vector<std::string> interrupted_;
+    std::vector<std::string> unsaved_;
     bool isSaving_ = false;
     QString recordingNotice_;
     std::atomic<bool> isEnding_{false};

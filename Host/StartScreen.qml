@@ -62,15 +62,15 @@ Item {
                 onClicked: host.openAnalysis()
             }
             Rectangle {
-                objectName: "interruptedCard"
+                objectName: "unsavedCard"
                 width: parent.width
-                height: interrupted.height + 32
+                height: unsaved.height + 32
                 radius: 10
                 color: "#1f232a"
-                visible: host.interruptedRecording !== ""
+                visible: host.unsavedRecording !== ""
 
                 Column {
-                    id: interrupted
+                    id: unsaved
                     x: 16
                     y: 16
                     width: parent.width - 32
@@ -78,13 +78,13 @@ Item {
 
                     Text {
                         width: parent.width
-                        text: qsTr("A recording was interrupted")
+                        text: qsTr("A recording has not been saved")
                         color: "white"
                         font.pixelSize: 15
                     }
                     Text {
                         width: parent.width
-                        text: qsTr("It began on %1. Nothing of it is lost up to its last second.").arg(host.interruptedRecording)
+                        text: qsTr("It ended on %1. Nothing of it is lost up to its last second.").arg(host.unsavedRecording)
                         color: "#aab0bb"
                         font.pixelSize: 13
                         wrapMode: Text.Wrap
@@ -94,27 +94,27 @@ Item {
                         spacing: 8
 
                         SheetButton {
-                            objectName: "openInterruptedButton"
+                            objectName: "openUnsavedButton"
                             width: (parent.width - 16) / 3
                             text: qsTr("Open")
-                            onClicked: host.openInterrupted()
+                            onClicked: host.openUnsaved()
                         }
                         SheetButton {
-                            objectName: "saveInterruptedButton"
+                            objectName: "saveUnsavedButton"
                             width: (parent.width - 16) / 3
                             text: qsTr("Save…")
                             onClicked: saveDialog.open()
                         }
                         SheetButton {
                             id: discardButton
-                            objectName: "discardInterruptedButton"
+                            objectName: "discardUnsavedButton"
 
                             property bool isAsking: false
 
                             width: (parent.width - 16) / 3
                             text: isAsking ? qsTr("Really?") : qsTr("Discard")
                             onClicked: {
-                                if (isAsking) host.discardInterrupted();
+                                if (isAsking) host.discardUnsaved();
                                 isAsking = !isAsking;
                             }
 
@@ -132,7 +132,7 @@ Item {
                     fileMode: FileDialog.SaveFile
                     defaultSuffix: "mp4"
                     nameFilters: [qsTr("Videos (*.mp4)")]
-                    onAccepted: host.saveInterrupted(selectedFile)
+                    onAccepted: host.saveUnsaved(selectedFile)
                 }
             }
             Text {
@@ -149,6 +149,47 @@ Item {
                 width: parent.width
                 text: qsTr("Controls")
                 onClicked: controlsPage.active = true
+            }
+        }
+    }
+
+    // What is to be said about a recording while the analysis covers the start screen. It takes no clicks.
+    Rectangle {
+        id: banner
+        objectName: "recordingBanner"
+
+        readonly property real room: parent ? parent.width : 0
+
+        parent: root.parent
+        x: Math.round((room - width) / 2)
+        y: 64
+        z: 100000
+        width: Math.min(room - 32, 560, bannerText.implicitWidth + 32)
+        height: bannerText.height + 24
+        radius: 10
+        color: "#e61f232a"
+        visible: false
+
+        Text {
+            id: bannerText
+            x: 16
+            y: 12
+            width: parent.width - 32
+            text: host.recordingNotice
+            color: "white"
+            font.pixelSize: 15
+            wrapMode: Text.Wrap
+        }
+        Timer {
+            id: bannerTime
+            interval: 8000
+            onTriggered: banner.visible = false
+        }
+        Connections {
+            target: host
+            function onRecordingNoticeGiven() {
+                banner.visible = true
+                bannerTime.restart()
             }
         }
     }

@@ -6,6 +6,7 @@
 #include "Platforms/QtQuick/QtMainQueue.h"
 #include "Platforms/QtQuick/QtPresenter.h"
 #include "Platforms/QtQuick/QtScreenRecorder.h"
+#include "Platforms/QtQuick/TemporaryFolder.h"
 #include "VideoAnalysis/Platform/Graphics.h"
 #include "VideoAnalysis/Platform/Media.h"
 #include "VideoAnalysis/Platform/UI/Device.h"
@@ -13,12 +14,10 @@
 #include <QCoreApplication>
 #include <QPointer>
 #include <QScreen>
-#include <QTemporaryDir>
 #include <QTimer>
 
 #include <algorithm>
 #include <chrono>
-#include <optional>
 #include <utility>
 
 namespace videoanalysis {
@@ -96,9 +95,8 @@ ui::DeviceOrientation deviceOrientation(Qt::ScreenOrientation orientation) {
 struct QtQuickPlatform::Parts {
     Parts(QQuickWindow& window, std::unique_ptr<media::Engine> media, std::unique_ptr<graphics::Engine> graphics,
           QQmlEngine* engine)
-        : media(std::move(media)), graphics(std::move(graphics)), device(window),
-          recorder(window), ownEngine(engine ? nullptr : std::make_unique<QQmlEngine>()),
-          bundle(engine ? *engine : *ownEngine),
+        : media(std::move(media)), graphics(std::move(graphics)), device(window), recorder(window),
+          ownEngine(engine ? nullptr : std::make_unique<QQmlEngine>()), bundle(engine ? *engine : *ownEngine),
           presenter(std::make_unique<QtPresenter>(window)) {
         followSensor(window);
         QObject::connect(qApp, &QCoreApplication::aboutToQuit, &mainQueue, [this] { close(); });
@@ -131,7 +129,7 @@ struct QtQuickPlatform::Parts {
     std::unique_ptr<QQmlEngine> ownEngine;
     QmlBundle bundle;
     std::unique_ptr<QtPresenter> presenter;
-    std::optional<QTemporaryDir> temporaryDirectory;
+    TemporaryFolder temporaryFolder;
 };
 
 QtQuickPlatform::QtQuickPlatform(QQuickWindow& window, std::unique_ptr<media::Engine> media,
@@ -177,10 +175,7 @@ media::Engine& QtQuickPlatform::media() { return *parts_->media; }
 graphics::Engine& QtQuickPlatform::graphics() { return *parts_->graphics; }
 recording::ScreenRecorder& QtQuickPlatform::screenRecorder() { return parts_->recorder; }
 
-std::string QtQuickPlatform::temporaryDirectory() const {
-    if (!parts_->temporaryDirectory) parts_->temporaryDirectory.emplace();
-    return parts_->temporaryDirectory->isValid() ? parts_->temporaryDirectory->path().toStdString() : std::string();
-}
+std::string QtQuickPlatform::temporaryDirectory() const { return parts_->temporaryFolder.path(); }
 
 void QtQuickPlatform::debugLog(std::string_view line) {
     qCDebug(videoAnalysisLog).noquote() << QString::fromUtf8(line.data(), static_cast<qsizetype>(line.size()));

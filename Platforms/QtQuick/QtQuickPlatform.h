@@ -50,7 +50,8 @@ public:
     /// True: nothing moves or fades any more. For the whole process, the desktop's own setting at first.
     static void setReducesMotion(bool reduces);
 
-    /// Makes the screen one that can be recorded, into movies of `maker`. Before the first analysis.
+    /// Makes the screen one that can be recorded, into movies of `maker`. Before the first analysis. Finished recordings are
+    /// left in the maker's own directory, which outlives the program: see `recording::ScreenRecorder::outputDirectory`.
     void setMovieMaker(std::unique_ptr<recording::MovieMaker> maker, const RecordingOptions& options);
 
     dispatch::MainQueue& mainQueue() override;

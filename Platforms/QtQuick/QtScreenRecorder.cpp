@@ -67,6 +67,7 @@ void QtScreenRecorder::startRecording(std::function<void(recording::Error)> hand
     }
     phase_ = Phase::starting;
     handler_ = std::move(handler);
+    hasBrokenOff_ = false;
     lastMovie_ = {};
     lastCapture_ = {};
     target_ = std::make_shared<Target>();
@@ -103,9 +104,12 @@ void QtScreenRecorder::microphoneDidOpen(const Microphone::Format& format, const
     movie.framesPerSecond = options_.framesPerSecond;
     movie.channels = format.channels;
     if (format.channels > 0) movie.sampleRate = format.sampleRate;
-    movie_ = maker_->makeMovie(movie, [this, number = number_](const recording::Error& error) {
-        later(number, [this, error] { movieDidOpen(error); });
-    });
+    movie_ = maker_->makeMovie(
+        movie,
+        [this, number = number_](const recording::Error& error) {
+            later(number, [this, error] { movieDidOpen(error); });
+        },
+        [this, number = number_](const std::string& line) { later(number, [this, line] { movieDidBreakOff(line); }); });
 }
 
 void QtScreenRecorder::movieDidOpen(const recording::Error& error) {
@@ -153,11 +157,19 @@ void QtScreenRecorder::stopRecording(
     later(number_, [handler = std::move(handler), reason] { handler(nullptr, reason); });
 }
 
+void QtScreenRecorder::movieDidBreakOff(const std::string& reason) {
+    if (phase_ != Phase::recording || !breakOffHandler_) return;
+    hasBrokenOff_ = true;
+    stopCapturing();
+    const auto handler = breakOffHandler_;
+    handler(reason);
+}
+
 void QtScreenRecorder::movieDidFinish(const recording::Error& error) {
     const std::string failure = movie_->statistics().failure;
     phase_ = Phase::idle;
     endMovie();
-    if (!error && !failure.empty()) debugLog(failure);  // it was saved as far as it went
+    if (!error && !failure.empty() && !hasBrokenOff_) debugLog(failure);  // it was saved as far as it went
     answer(error);
 }
 

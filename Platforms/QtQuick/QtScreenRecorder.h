@@ -12,6 +12,8 @@
 
 #include <functional>
 #include <memory>
+#include <string>
+#include <utility>
 
 namespace videoanalysis {
 
@@ -35,17 +37,25 @@ public:
     void setMovieMaker(std::unique_ptr<recording::MovieMaker> maker, const RecordingOptions& options);
 
     bool isAvailable() const override { return maker_ && window_; }
-    /// Also while it is being finished.
-    bool isRecording() const override { return phase_ == Phase::recording || phase_ == Phase::stopping; }
+    bool isRecording() const override { return phase_ == Phase::recording; }
+    /// No recording is starting, running or being finalized.
+    bool isIdle() const { return phase_ == Phase::idle; }
     bool isMicrophoneEnabled() const override { return isMicrophoneEnabled_; }
     void setMicrophoneEnabled(bool enabled) override { isMicrophoneEnabled_ = enabled; }
 
-    // While a start or a stop is pending, further ones are ignored: their handlers are not called.
     void startRecording(std::function<void(recording::Error)> handler) override;
     void stopRecording(const URL& output, std::function<void(recording::Error)> handler) override;
     /// There is no preview here: answers with an error, and the movie stays unfinished.
     void stopRecording(
         std::function<void(std::shared_ptr<recording::PreviewViewController>, recording::Error)> handler) override;
+
+    std::string outputDirectory() const override { return maker_ ? maker_->outputDirectory() : std::string(); }
+    void recordingTaken(const URL& recording) override {
+        if (maker_) maker_->movieTaken(recording);
+    }
+    void setBreakOffHandler(std::function<void(const std::string&)> handler) override {
+        breakOffHandler_ = std::move(handler);
+    }
 
     /// Of the recording under way, or else of the last one.
     recording::MovieStatistics movieStatistics() const;
@@ -60,6 +70,7 @@ private:
 
     void microphoneDidOpen(const Microphone::Format& format, const QString& reason);
     void movieDidOpen(const recording::Error& error);
+    void movieDidBreakOff(const std::string& reason);
     void movieDidFinish(const recording::Error& error);
     void stopCapturing();
     void endMovie();
@@ -74,6 +85,8 @@ private:
     Phase phase_ = Phase::idle;
     int number_ = 0;  ///< of the recording; makes late answers known
     std::function<void(recording::Error)> handler_;
+    std::function<void(const std::string&)> breakOffHandler_;
+    bool hasBrokenOff_ = false;  ///< and the reason has been passed on
     std::unique_ptr<recording::MovieWriter> movie_;
     std::shared_ptr<Target> target_;
     std::unique_ptr<Microphone> microphone_;

@@ -1,5 +1,6 @@
 #include "Platforms/QtQuick/SceneCapture.h"
 
+#include <QCoreApplication>
 #include <QImage>
 #include <QOpenGLContext>
 #include <QOpenGLFunctions>
@@ -22,6 +23,12 @@ constexpr double topLayer = 1e6;  // above whatever a host has put into its wind
 bool isPlain(const QImage& image) {
     return image.format() == QImage::Format_RGB32 || image.format() == QImage::Format_ARGB32_Premultiplied ||
            image.format() == QImage::Format_ARGB32;
+}
+
+/// Not inside a signal of its own.
+void releaseLater(QSharedPointer<QQuickItemGrabResult> layer) {
+    QMetaObject::invokeMethod(
+        qApp, [layer = std::move(layer)] {}, Qt::QueuedConnection);
 }
 
 /// Of the calling thread.
@@ -75,21 +82,31 @@ struct SceneCapture::Guard {
     SceneCapture* capture;
 };
 
+SceneCapture::Method SceneCapture::methodFor(const QQuickWindow& window) {
+    const auto api = window.rendererInterface()->graphicsApi();
+    if (api == QSGRendererInterface::Software) return Method::painter;
+    const bool isDesktopGL =
+        api == QSGRendererInterface::OpenGL && QOpenGLContext::openGLModuleType() == QOpenGLContext::LibGL;
+    return isDesktopGL ? Method::framebuffer : Method::layer;
+}
+
 SceneCapture::SceneCapture(QQuickWindow& window, int framesPerSecond, Receiver receiver)
+    : SceneCapture(window, framesPerSecond, std::move(receiver), methodFor(window)) {}
+
+SceneCapture::SceneCapture(QQuickWindow& window, int framesPerSecond, Receiver receiver, Method method)
     : window_(&window),
       period_(std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(1.0 / framesPerSecond))),
       receiver_(std::move(receiver)) {
     rest_.setSingleShot(true);
     rest_.setTimerType(Qt::PreciseTimer);
-    const auto api = window.rendererInterface()->graphicsApi();
-    if (api == QSGRendererInterface::Software) {
+    if (method == Method::painter) {
         setFlag(ItemHasContents);
         spot_ = new Spot(*this);
         rest_.callOnTimeout(this, [this] {
             isResting_ = true;
             spot_->update();
         });
-    } else if (api == QSGRendererInterface::OpenGL && QOpenGLContext::openGLModuleType() == QOpenGLContext::LibGL) {
+    } else if (method == Method::framebuffer) {
         guard_ = std::make_shared<Guard>();
         guard_->capture = this;
         const auto read = [guard = guard_] {
@@ -102,10 +119,8 @@ SceneCapture::SceneCapture(QQuickWindow& window, int framesPerSecond, Receiver r
         });
         window.update();
     } else {
-        const auto grabIfDue = [this] {
-            if (Clock::now() >= due_) takeGrabbed();
-        };
-        connect(&window, &QQuickWindow::frameSwapped, this, grabIfDue, Qt::QueuedConnection);
+        connect(&window, &QQuickWindow::frameSwapped, this, &SceneCapture::frameWasShown, Qt::QueuedConnection);
+        rest_.callOnTimeout(this, &SceneCapture::renderLayer);
         window.update();
     }
     setParentItem(window.contentItem());
@@ -116,6 +131,11 @@ SceneCapture::SceneCapture(QQuickWindow& window, int framesPerSecond, Receiver r
 }
 
 SceneCapture::~SceneCapture() {
+    // The thread that renders may be using it.
+    if (layer_ && window_) {
+        connect(layer_.data(), &QQuickItemGrabResult::ready, window_,
+                [layer = layer_]() mutable { releaseLater(std::exchange(layer, nullptr)); });
+    }
     if (!guard_) return;
     const std::lock_guard lock(guard_->mutex);
     guard_->capture = nullptr;
@@ -170,15 +190,40 @@ void SceneCapture::takeRendered() {
     count(now, computed);
 }
 
-void SceneCapture::takeGrabbed() {
-    if (!window_) return;
+// Rendering a layer takes a frame, which must not count as a change, or there would be no end to it. What the main thread hears
+// is in order: frames shown before the layer's own, the finished layer, the layer's own frame.
+
+void SceneCapture::frameWasShown() {
+    if (layer_ || std::exchange(isFrameOfLayer_, false)) return;  // the layer has it too
+    changed_ = Clock::now();
+    renderLayer();
+}
+
+void SceneCapture::renderLayer() {
+    if (!window_ || layer_) return;
+    const Clock::time_point now = Clock::now();
+    if (!isDue(now)) {
+        const auto wait = std::chrono::ceil<std::chrono::milliseconds>(due_ - now);
+        if (!rest_.isActive()) rest_.start(static_cast<int>(wait.count()));
+        return;
+    }
+    rest_.stop();
+    layer_ = window_->contentItem()->grabToImage();
+    if (!layer_) return;
+    connect(layer_.data(), &QQuickItemGrabResult::ready, this, [this, moment = changed_] {
+        isFrameOfLayer_ = true;
+        const auto layer = std::exchange(layer_, nullptr);
+        takeLayer(layer->image(), moment);
+        releaseLater(layer);
+    });
+}
+
+void SceneCapture::takeLayer(const QImage& layer, Clock::time_point moment) {
+    if (layer.isNull()) return;
     const Clock::time_point now = Clock::now();
     const double computed = computedMilliseconds();
-    if (!isDue(now)) return;
-    QImage image = window_->grabWindow();
-    if (image.isNull()) return;
-    if (!isPlain(image)) image = image.convertToFormat(QImage::Format_RGB32);
-    give(image.constBits(), image.size(), image.bytesPerLine(), now);
+    const QImage image = isPlain(layer) ? layer : layer.convertToFormat(QImage::Format_RGB32);
+    give(image.constBits(), image.size(), image.bytesPerLine(), moment);
     count(now, computed);
 }
 

@@ -3,6 +3,7 @@
 #include "Host/ScreenDriver.h"
 #include "Platforms/Cairo/CairoEngine.h"
 #include "Platforms/FFmpeg/FFmpegEngine.h"
+#include "Platforms/QtQuick/TemporaryFolder.h"
 #include "VideoAnalysis/Platform/Dispatch.h"
 #include "VideoAnalysis/Platform/Recording.h"
 #include "VideoAnalysis/Platform/UI/Device.h"
@@ -12,10 +13,15 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace videoanalysis {
 namespace {
@@ -93,6 +99,33 @@ TEST_F(QtQuickPlatformTest, AnswersForItsSurroundings) {
     platform->screenRecorder().startRecording([&](recording::Error answer) { error = answer; });
     EXPECT_FALSE(error) << "answers come later";
     EXPECT_TRUE(ScreenDriver::wait([&] { return error.has_value(); }));
+}
+
+TEST_F(QtQuickPlatformTest, TemporaryFilesOfKilledProgramsAreRemovedAtTheNextStart) {
+    int path[2];
+    ASSERT_EQ(::pipe(path), 0);
+    const pid_t killed = ::fork();
+    if (killed == 0) {
+        TemporaryFolder folder;
+        const std::string name = folder.path();
+        std::ofstream(name + "/clip.mp4") << "clip";
+        (void)!::write(path[1], name.data(), name.size());
+        ::raise(SIGKILL);
+    }
+    ::waitpid(killed, nullptr, 0);
+    char name[4096] = {};
+    ASSERT_GT(::read(path[0], name, sizeof name - 1), 0);
+    ::close(path[0]);
+    ::close(path[1]);
+    ASSERT_TRUE(std::filesystem::exists(std::string(name) + "/clip.mp4"));
+    const std::string running = platform->temporaryDirectory();
+
+    TemporaryFolder next;
+    EXPECT_FALSE(std::filesystem::exists(name));
+    EXPECT_TRUE(std::filesystem::exists(running));
+    const std::string own = next.path();
+    EXPECT_NE(own, running);
+    EXPECT_EQ(std::filesystem::status(own).permissions(), std::filesystem::perms::owner_all);
 }
 
 /// Writes down what happens to it.

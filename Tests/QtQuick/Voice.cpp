@@ -33,8 +33,10 @@ Voice::Voice() {
     isReady_ = control({"list", "short", "sources"}).contains(QLatin1String("microphone"));
     control({"set-default-source", "microphone"});
     const QStringList stream{"--raw", "--format=float32le", "--rate=48000", "--channels=1", "--latency-msec=10"};
-    player_.start(QStringLiteral("pacat"), QStringList(stream) << "--playback" << "--device=speaker");
-    listener_.start(QStringLiteral("pacat"), QStringList(stream) << "--record" << "--device=speaker.monitor");
+    player_.start(QStringLiteral("pacat"), QStringList(stream) << "--playback"
+                                                               << "--device=speaker");
+    listener_.start(QStringLiteral("pacat"), QStringList(stream) << "--record"
+                                                                 << "--device=speaker.monitor");
     QObject::connect(&listener_, &QProcess::readyReadStandardOutput, [this] { listen(); });
     player_.waitForStarted();
 }
@@ -47,6 +49,11 @@ Voice::~Voice() {
 }
 
 void Voice::unplug() { control({"unload-module", "module-null-sink"}); }
+
+int Voice::listeners() {
+    return static_cast<int>(
+        control({"list", "short", "source-outputs"}).split(QLatin1Char('\n'), Qt::SkipEmptyParts).size());
+}
 
 void Voice::listen() {
     const Clock::time_point now = Clock::now();

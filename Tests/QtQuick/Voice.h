@@ -23,6 +23,8 @@ public:
     Clock::time_point beep();
     /// Takes the microphone and all other devices away.
     static void unplug();
+    /// How many programs listen to a microphone, the one that answers `beep` among them.
+    static int listeners();
 
 private:
     void listen();
