@@ -1,5 +1,8 @@
 #include "Platforms/QtQuick/TimelineViewItem.h"
 
+#include "Platforms/QtQuick/Motion.h"
+
+#include <QAbstractAnimation>
 #include <QMouseEvent>
 #include <QQuickWindow>
 #include <QSGRectangleNode>
@@ -7,26 +10,19 @@
 #include <QWheelEvent>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
-#include <utility>
 
 namespace videoanalysis {
 namespace {
 
-constexpr int frameMilliseconds = 16;
-constexpr int wheelPause = 150;         // milliseconds after which the wheel has come to rest
-constexpr double velocityWindow = 0.1;  // seconds of a drag that decide about its throw
-constexpr double smallestThrow = 60;    // points per second; slower releases stand still
-constexpr double fadeShare = 0.3;       // of the width, at each end
-constexpr double longTick = 20;         // points
-constexpr double shortTick = 10;        // points
-constexpr double markHeight = 28;       // points
-constexpr double wheelNotch = 120;      // eighths of a degree
+constexpr int wheelPause = 150;     // milliseconds after which the wheel has come to rest
+constexpr double fadeShare = 0.3;   // of the width, at each end
+constexpr double longTick = 20;     // points
+constexpr double shortTick = 10;    // points
+constexpr double markHeight = 28;   // points
+constexpr double wheelNotch = 120;  // eighths of a degree
 
-double steadySeconds() {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
+constexpr qint64 mousePointer = -1;  // fingers count from 0
 
 double secondsOf(const QPointerEvent& event) { return static_cast<double>(event.timestamp()) / 1000; }
 
@@ -44,9 +40,26 @@ private:
     TimelineViewItem& item_;
 };
 
+/// Hands the frames of the display to a throw: animations run on the clock of the window's render loop.
+class TimelineViewItem::ThrowAnimation : public QAbstractAnimation {
+public:
+    explicit ThrowAnimation(TimelineViewItem& item) : item_(item) {}
+    int duration() const override { return -1; }
+
+protected:
+    void updateCurrentTime(int milliseconds) override {
+        StripScroller* const scroller = item_.scroller();
+        if (scroller) scroller->continueThrow(milliseconds / 1000.0);
+        if (!scroller || !scroller->isThrown()) stop();
+    }
+
+private:
+    TimelineViewItem& item_;
+};
+
 TimelineViewItem::TimelineViewItem(QQuickItem* parent)
-    : ViewItem(std::make_shared<TimelineView>(), parent), clock(steadySeconds),
-      stripObserver_(std::make_unique<StripObserver>(*this)) {
+    : ViewItem(std::make_shared<TimelineView>(), parent), stripObserver_(std::make_unique<StripObserver>(*this)),
+      throwAnimation_(std::make_unique<ThrowAnimation>(*this)) {
     setFlag(ItemHasContents);
     setAcceptedMouseButtons(Qt::LeftButton);
     setAcceptTouchEvents(true);
@@ -54,12 +67,20 @@ TimelineViewItem::TimelineViewItem(QQuickItem* parent)
     setKeepTouchGrab(true);
     setClip(true);
     strip()->setObserver(stripObserver_.get());
-    throwTimer_.setTimerType(Qt::PreciseTimer);
-    throwTimer_.setInterval(frameMilliseconds);
-    throwTimer_.callOnTimeout(this, [this] { continueThrow(); });
+    const auto followMotion = [this] { scroller()->isMotionReduced = Motion::shared().isReduced(); };
+    connect(&Motion::shared(), &Motion::changed, this, [this, followMotion] {
+        if (!scroller()) return;
+        followMotion();
+        if (scroller()->isMotionReduced && scroller()->isThrown()) stop();
+    });
+    followMotion();
     wheelEnd_.setSingleShot(true);
     wheelEnd_.setInterval(wheelPause);
-    wheelEnd_.callOnTimeout(this, [this] { stop(); });
+    wheelEnd_.callOnTimeout(this, [this] {
+        if (!scroller()) return;
+        scroller()->endWheel();
+        if (scroller()->isThrown()) throwAnimation_->start();
+    });
     connect(this, &TimelineViewItem::markColorChanged, this, [this] { update(); });
 }
 
@@ -67,122 +88,81 @@ TimelineViewItem::~TimelineViewItem() {
     if (auto* collection = strip()) collection->setObserver(nullptr);
 }
 
-InfiniteCollectionView* TimelineViewItem::strip() const {
-    const auto* ruler = static_cast<const TimelineView*>(view());
-    return ruler ? ruler->collectionView().get() : nullptr;
-}
+InfiniteCollectionView* TimelineViewItem::strip() const { return ruler() ? ruler()->collectionView().get() : nullptr; }
 
-void TimelineViewItem::scrollBy(double points) {
-    const Point offset = strip()->contentOffset();
-    strip()->setContentOffset({offset.x + points, offset.y});
-}
-
-// ---- Drags and throws
-
-void TimelineViewItem::press(double x, double seconds) {
-    if (!strip()) return;
-    stop();
-    samples_ = {{x, seconds}};
-    strip()->beginDragging();
-}
-
-void TimelineViewItem::drag(double x, double seconds) {
-    if (samples_.empty() || !strip()) return;
-    scrollBy(samples_.back().x - x);
-    samples_.push_back({x, seconds});
-    while (samples_.size() > 2 && seconds - samples_.front().seconds > velocityWindow) samples_.pop_front();
-}
-
-/// Points per second of the content, over the end of the drag; 0 when the finger rested before it left.
-double TimelineViewItem::velocity(double seconds) const {
-    const auto recent = std::find_if(samples_.begin(), samples_.end(),
-                                     [&](const Sample& sample) { return seconds - sample.seconds <= velocityWindow; });
-    if (recent == samples_.end()) return 0;
-    const double passed = samples_.back().seconds - recent->seconds;
-    return passed > 0 ? (recent->x - samples_.back().x) / passed : 0;
-}
-
-void TimelineViewItem::release(double seconds) {
-    if (samples_.empty() || !strip()) return;
-    const Deceleration deceleration{velocity(seconds)};
-    samples_.clear();
-    const bool willDecelerate = std::abs(deceleration.velocity) >= smallestThrow;
-    const Point offset = strip()->contentOffset();
-    const Point rest{offset.x + deceleration.distance(deceleration.duration()), offset.y};
-    strip()->endDragging({deceleration.velocity, 0}, rest, willDecelerate);
-    if (!willDecelerate) return;
-    throw_ = Throw{deceleration, clock(), 0};
-    throwTimer_.start();
-}
-
-void TimelineViewItem::continueThrow() {
-    if (!throw_ || !strip()) return;
-    const double passed = clock() - throw_->start;
-    const double duration = throw_->deceleration.duration();
-    const double distance = throw_->deceleration.distance(std::min(passed, duration));
-    scrollBy(distance - std::exchange(throw_->travelled, distance));
-    if (passed >= duration) stop();
-}
-
-/// Ends whatever moves the strip.
-void TimelineViewItem::stop() {
-    throwTimer_.stop();
-    wheelEnd_.stop();
-    throw_.reset();
-    samples_.clear();
-    if (!strip()) return;
-    if (strip()->isDragging()) strip()->endDragging({}, strip()->contentOffset(), false);
-    strip()->endDecelerating();
-}
+StripScroller* TimelineViewItem::scroller() const { return ruler() ? &ruler()->scroller() : nullptr; }
 
 // ---- Input
 
-void TimelineViewItem::mousePressEvent(QMouseEvent* event) { press(event->position().x(), secondsOf(*event)); }
+double TimelineViewItem::position(QPointF inScene) const {
+    // How the ruler is turned and scaled counts, where it lies does not.
+    const QPointF axis = mapToScene({1, 0}) - mapToScene({0, 0});
+    return QPointF::dotProduct(inScene, axis) / QPointF::dotProduct(axis, axis);
+}
 
-void TimelineViewItem::mouseMoveEvent(QMouseEvent* event) { drag(event->position().x(), secondsOf(*event)); }
+void TimelineViewItem::release(qint64 pointer, QPointF inScene, double seconds) {
+    scroller()->release(pointer, position(inScene), seconds);
+    if (scroller()->isThrown()) throwAnimation_->start();
+}
 
-void TimelineViewItem::mouseReleaseEvent(QMouseEvent* event) { release(secondsOf(*event)); }
+void TimelineViewItem::stop() {
+    throwAnimation_->stop();
+    if (scroller()) scroller()->stop();
+}
+
+void TimelineViewItem::mousePressEvent(QMouseEvent* event) {
+    if (scroller()) scroller()->press(mousePointer, position(event->scenePosition()), secondsOf(*event));
+}
+
+void TimelineViewItem::mouseMoveEvent(QMouseEvent* event) {
+    if (scroller()) scroller()->move(mousePointer, position(event->scenePosition()), secondsOf(*event));
+}
+
+void TimelineViewItem::mouseReleaseEvent(QMouseEvent* event) {
+    if (scroller()) release(mousePointer, event->scenePosition(), secondsOf(*event));
+}
 
 void TimelineViewItem::mouseUngrabEvent() {
-    if (!samples_.empty()) stop();
+    if (scroller() && scroller()->isDragging()) stop();
 }
 
 void TimelineViewItem::touchEvent(QTouchEvent* event) {
+    event->accept();
+    if (!scroller()) return;
+    if (event->type() == QEvent::TouchCancel) {
+        stop();
+        return;
+    }
     for (const QEventPoint& point : event->points()) {
-        const bool isMine = point.id() == touchId_;
-        if (point.state() == QEventPoint::Pressed && touchId_ < 0) {
-            touchId_ = point.id();
-            press(point.position().x(), secondsOf(*event));
-        } else if (point.state() == QEventPoint::Updated && isMine) {
-            drag(point.position().x(), secondsOf(*event));
-        } else if (point.state() == QEventPoint::Released && isMine) {
-            touchId_ = -1;
-            release(secondsOf(*event));
+        const double along = position(point.scenePosition());
+        switch (point.state()) {
+            case QEventPoint::Pressed: scroller()->press(point.id(), along, secondsOf(*event)); break;
+            case QEventPoint::Updated: scroller()->move(point.id(), along, secondsOf(*event)); break;
+            case QEventPoint::Released: release(point.id(), point.scenePosition(), secondsOf(*event)); break;
+            default: break;
         }
     }
-    if (event->type() == QEvent::TouchCancel) {
-        touchId_ = -1;
-        stop();
-    }
-    event->accept();
 }
 
 void TimelineViewItem::touchUngrabEvent() {
-    if (std::exchange(touchId_, -1) >= 0) stop();
+    if (scroller() && scroller()->isDragging()) stop();
 }
 
 /// A drag like any other: one notch of a wheel is one tick, a trackpad moves the strip by its own points.
 void TimelineViewItem::wheelEvent(QWheelEvent* event) {
-    if (!strip() || !samples_.empty()) return;
+    if (!scroller() || scroller()->isDragging()) return;
     const bool hasPixels = !event->pixelDelta().isNull();
     const QPointF delta = hasPixels ? QPointF(event->pixelDelta())
                                     : QPointF(event->angleDelta()) * (TimelineView::cellWidth / wheelNotch);
     const double along = std::abs(delta.x()) > std::abs(delta.y()) ? delta.x() : delta.y();
-    if (throw_) stop();
-    if (!strip()->isDragging()) strip()->beginDragging();
-    scrollBy(-along);
+    scroller()->wheel(-along);
     wheelEnd_.start();
     event->accept();
+}
+
+void TimelineViewItem::itemChange(ItemChange change, const ItemChangeData& data) {
+    ViewItem::itemChange(change, data);
+    if (change == ItemVisibleHasChanged && !data.boolValue) stop();
 }
 
 // ---- Painting

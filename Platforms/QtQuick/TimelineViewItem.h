@@ -1,18 +1,14 @@
 #pragma once
-// The item of a ruler: it paints the ticks of the cells in sight and turns fingers, mouse and wheel into drags and throws of
-// the ruler's strip.
+// The item of a ruler: it paints the ticks of the cells in sight and hands fingers, mouse, wheel and the frames of the display to the
+// ruler's scroller, which makes drags and throws of them.
 
 #include "Platforms/QtQuick/ViewItem.h"
-#include "VideoAnalysis/Timeline/Deceleration.h"
 #include "VideoAnalysis/Timeline/TimelineView.h"
 
 #include <QColor>
 #include <QTimer>
 
-#include <deque>
-#include <functional>
 #include <memory>
-#include <optional>
 
 namespace videoanalysis {
 
@@ -26,12 +22,6 @@ public:
     explicit TimelineViewItem(QQuickItem* parent = nullptr);
     ~TimelineViewItem() override;
 
-    /// Seconds on a steady clock, by which a throw runs; a test may put its own in place.
-    std::function<double()> clock;
-    /// One frame of a throw, as the timer does it.
-    void continueThrow();
-    bool isThrown() const { return throw_.has_value(); }
-
 Q_SIGNALS:
     void markColorChanged();
 
@@ -43,36 +33,26 @@ protected:
     void touchEvent(QTouchEvent* event) override;
     void touchUngrabEvent() override;
     void wheelEvent(QWheelEvent* event) override;
+    void itemChange(ItemChange change, const ItemChangeData& data) override;
     void geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) override;
     QSGNode* updatePaintNode(QSGNode* node, UpdatePaintNodeData* data) override;
 
 private:
-    struct Sample {
-        double x;
-        double seconds;
-    };
-    struct Throw {
-        Deceleration deceleration;
-        double start;      ///< on the clock
-        double travelled;  ///< points so far
-    };
     class StripObserver;
+    class ThrowAnimation;
 
-    /// Null once the view has gone before its item.
+    /// Null once the view has gone before its item, like the two below.
+    TimelineView* ruler() const { return static_cast<TimelineView*>(view()); }
     InfiniteCollectionView* strip() const;
-    void scrollBy(double points);
-    void press(double x, double seconds);
-    void drag(double x, double seconds);
-    void release(double seconds);
+    StripScroller* scroller() const;
+    /// Along the ruler's axis, in a frame of reference that stays where the window is.
+    double position(QPointF inScene) const;
+    void release(qint64 pointer, QPointF inScene, double seconds);
     void stop();
-    double velocity(double seconds) const;
 
     QColor markColor_ = Qt::white;
     std::unique_ptr<StripObserver> stripObserver_;
-    std::deque<Sample> samples_;  ///< of the drag under way; empty without one
-    int touchId_ = -1;
-    std::optional<Throw> throw_;
-    QTimer throwTimer_;
+    std::unique_ptr<ThrowAnimation> throwAnimation_;
     QTimer wheelEnd_;
 };
 

@@ -19,6 +19,7 @@ protected:
     TimelineViewItem& ruler(std::size_t index) {
         return *qobject_cast<TimelineViewItem*>(screen->item("timelineView", index));
     }
+    TimelineView& timeline(std::size_t index) { return static_cast<TimelineView&>(*ruler(index).view()); }
     QPoint middleOf(std::size_t index) { return host::ScreenDriver::rectOf(&ruler(index)).center().toPoint(); }
 
     /// Drags the ruler by `points` and lets go when the mouse has come to rest.
@@ -60,51 +61,6 @@ TEST_F(TimelineScreenTest, LockedRulersMoveBothPlayersAndKeepTheirOffset) {
     EXPECT_EQ(shownFrame(1), 8);
 }
 
-TEST_F(TimelineScreenTest, AThrowScrubsOnAndComesToRestWhereTheClosedFormSays) {
-    double now = 0;
-    ruler(0).clock = [&] { return now; };
-    const QPoint start = middleOf(0);
-    QTest::mousePress(&host->window(), Qt::LeftButton, {}, start);
-    for (int i = 1; i <= 10; ++i) QTest::mouseMove(&host->window(), start - QPoint(4 * i, 0), 10);
-    QTest::mouseRelease(&host->window(), Qt::LeftButton, {}, start - QPoint(40, 0));
-    ASSERT_TRUE(ruler(0).isThrown());
-    auto& timeline = static_cast<TimelineView&>(*ruler(0).view());
-    EXPECT_TRUE(timeline.canDrag());
-    const double before = timeline.collectionView()->contentOffset().x;
-    double moved = 0;
-    double last = 0;
-    while (ruler(0).isThrown()) {
-        now += 0.016;
-        ruler(0).continueThrow();
-        const double offset = timeline.collectionView()->contentOffset().x - before;
-        EXPECT_GE(offset, moved);
-        last = offset - moved;
-        moved = offset;
-    }
-    EXPECT_LT(last, 1) << "it has come to rest gently";
-    EXPECT_FALSE(timeline.canDrag());
-    const auto frames = static_cast<std::int64_t>(std::lround((40 + moved) / TimelineView::cellWidth));
-    EXPECT_TRUE(screen->wait([&] { return std::abs(screen->frameIndex(0).value_or(0) - std::min<std::int64_t>(frames, 119)) <= 1; }))
-        << frames;
-    settle();
-    EXPECT_EQ(shownFrame(0), screen->frameIndex(0));
-}
-
-TEST_F(TimelineScreenTest, AThrowSurvivesResizingAndEndsWithItsPlayer) {
-    const auto throwIt = [&] {
-        const QPoint start = middleOf(0);
-        QTest::mousePress(&host->window(), Qt::LeftButton, {}, start);
-        for (int i = 1; i <= 5; ++i) QTest::mouseMove(&host->window(), start - QPoint(8 * i, 0), 5);
-        QTest::mouseRelease(&host->window(), Qt::LeftButton, {}, start - QPoint(40, 0));
-        ASSERT_TRUE(ruler(0).isThrown());
-    };
-    throwIt();
-    host->window().resize(1100, 700);
-    EXPECT_TRUE(screen->wait([&] { return !ruler(0).isThrown(); }));
-    throwIt();
-    close();  // in the middle of it
-}
-
 TEST_F(TimelineScreenTest, AWheelNotchIsOneFrame) {
     const QPointF middle = middleOf(0);
     for (int i = 0; i < 3; ++i) {
@@ -140,7 +96,8 @@ TEST_F(TimelineScreenTest, TicksFadeTowardsTheEndsAndTheMarkStandsInTheMiddle) {
         settle();
         const QImage later = screen->grab();
         EXPECT_TRUE(isMark(later.pixelColor(place.center()))) << points;
-        for (int y = 0; y < place.height(); ++y) EXPECT_FALSE(isMark(later.pixelColor(place.center().x(), y))) << points;
+        for (int y = 0; y < place.height(); ++y)
+            EXPECT_FALSE(isMark(later.pixelColor(place.center().x(), y))) << points;
     }
 }
 

@@ -49,6 +49,7 @@ void updateMediaDependentFlags(State& state) {
 void applyLockRule(const PlayersManager& manager, bool isLocked) {
     const auto& controllers = manager.cellControllers;
     for (std::size_t i = 0; i < controllers.size(); ++i) {
+        controllers[i]->endRulerThrow();
         controllers[i]->localStore->dispatch(
             PlayerController::SetMediaControlHiddenStateAction(isLocked && i != controllers.size() - 1));
     }
@@ -175,9 +176,12 @@ void forAddressed(const State& state, std::optional<std::int64_t> index, Work&& 
     }
 }
 
-void pause(const PlayerController& controller) {
-    controller.localStore->dispatch(PlayerController::SetCellVideoPlayingStateAction(false));
+void setPlaying(const PlayerController& controller, bool isPlaying) {
+    controller.endRulerThrow();
+    controller.localStore->dispatch(PlayerController::SetCellVideoPlayingStateAction(isPlaying));
 }
+
+void pause(const PlayerController& controller) { setPlaying(controller, false); }
 
 std::shared_ptr<media::Player> playerOf(const PlayerController& controller) {
     const auto cell = controller.cell();
@@ -278,9 +282,8 @@ State reducePlayers(const Action& action, const State& state) {
     State next = state;
     MainViewControllerState& screen = next.mainViewControllerState;
     if (const auto* playing = action.as<SetCellVideoPlayingStateAction>()) {
-        forAddressed(next, playing->index, [&](const PlayerController& controller) {
-            controller.localStore->dispatch(PlayerController::SetCellVideoPlayingStateAction(playing->newState));
-        });
+        forAddressed(next, playing->index,
+                     [&](const PlayerController& controller) { setPlaying(controller, playing->newState); });
     } else if (const auto* backward = action.as<PerformCellVideoSeekBackwardAction>()) {
         step(next, backward->index, backward->steps);
     } else if (const auto* forward = action.as<PerformCellVideoSeekForwardAction>()) {

@@ -468,6 +468,8 @@ void PlayerCollectionViewCellController::newState(const LocalState& state) {
         setEnabled(view->clearButton, sketch->canUndoAll() || sketch->canRedoAll());
     }
     for (const auto& outlet : view->shadowViews) setHidden(outlet, !state.isHUDVisible);
+    const auto ruler = view->timelineView.lock();
+    if (ruler && (!state.isHUDVisible || state.isMediaControlHidden)) ruler->stopScrolling();
 }
 
 void PlayerCollectionViewCellController::publishHistory() {
@@ -549,6 +551,11 @@ void PlayerCollectionViewCellController::timelineViewDidScrollBy(double steps, b
 
 bool PlayerCollectionViewCellController::defaultScrubbingDirection() const {
     return localStore->state().defaultScrubbingDirection;
+}
+
+void PlayerCollectionViewCellController::endRulerThrow() const {
+    const auto view = hud();
+    if (const auto ruler = view ? view->timelineView.lock() : nullptr) ruler->endThrow();
 }
 
 void PlayerCollectionViewCellController::removePeriodicTimeObserver() {

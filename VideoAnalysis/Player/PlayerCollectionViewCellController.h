@@ -135,6 +135,8 @@ public:
     /// The ruler's steps become frame steps. Fatal for a count that is not finite or does not fit.
     void timelineViewDidScrollBy(double steps, bool isDragging) override;
     bool defaultScrubbingDirection() const override;
+    /// A command for this player ends a throw of its ruler, unless it is the ruler's own step.
+    void endRulerThrow() const;
 
 private:
     std::optional<std::int64_t> addressedIndex() const;

@@ -42,7 +42,10 @@ void PlayerCollectionViewCellHUDView::removeAllActions() {
     }
     for (const auto& outlet : videoPlaybackSpeedButtons) forget(outlet);
     if (const auto slider = seekbar.lock()) slider->removeAllActions();
-    if (const auto ruler = timelineView.lock()) ruler->delegate.reset();
+    if (const auto ruler = timelineView.lock()) {
+        ruler->stopScrolling();
+        ruler->delegate.reset();
+    }
 }
 
 std::string OverlayCollectionViewCell::description() const {

@@ -4,7 +4,9 @@
 #include "VideoAnalysis/Timeline/InfiniteDataSources.h"
 #include "VideoAnalysis/Timeline/InfiniteLayout.h"
 
+#include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace videoanalysis {
 
@@ -37,60 +39,96 @@ InfiniteLayout* InfiniteCollectionView::infiniteLayout() const {
     return dynamic_cast<InfiniteLayout*>(collectionViewLayout().get());
 }
 
+ui::IndexPath InfiniteCollectionView::inCopy(ui::IndexPath path, std::int64_t copy) {
+    const std::int64_t sections = numberOfSections();
+    if (sections > 1) {
+        path.section += copy * sections;
+    } else {
+        path.item += copy * numberOfItemsInSection(path.section);
+    }
+    return path;
+}
+
 void InfiniteCollectionView::loopCollectionViewIfNeeded() {
     const InfiniteLayout* layout = infiniteLayout();
-    if (!layout || !layout->hasValidLayout()) return;
+    if (!layout || !isLayoutValid() || !layout->hasValidLayout()) return;
     const std::int64_t page = layout->page(contentOffset());
     if (page >= 2 && static_cast<double>(page) <= InfiniteLayout::multiplier - 2) return;
     const Point wrapped = layout->wrappedOffset(contentOffset());
     if (wrapped == contentOffset()) return;
-    if (centeredIndexPath_) {
-        // The same item in another copy: its number moves with the offset, and nobody is told.
-        const double moved = layout->scrollDirection() == ui::ScrollDirection::horizontal ? wrapped.x - contentOffset().x
-                                                                                         : wrapped.y - contentOffset().y;
-        const std::int64_t copies = std::llround(moved / layout->copyLength());
-        centeredIndexPath_->item += copies * numberOfItemsInSection(centeredIndexPath_->section);
-    }
+    const double moved = layout->along(wrapped) - layout->along(contentOffset());
+    // The same item in another copy: its number moves with the offset, and the delegate hears nothing.
+    if (centeredIndexPath_)
+        centeredIndexPath_ = inCopy(*centeredIndexPath_, std::llround(moved / layout->copyLength()));
     setContentOffset(wrapped);
     layoutIfNeeded();
 }
 
 void InfiniteCollectionView::updateCenteredIndexPath() {
     const InfiniteLayout* layout = infiniteLayout();
+    // Until the layout is up to date its items, their count and the bounds do not belong together.
+    if (layout && !isLayoutValid()) return;
     const std::optional<ui::LayoutAttributes> nearest =
         layout ? layout->preferredVisibleAttributes(contentOffset()) : std::nullopt;
     std::optional<ui::IndexPath> path;
     if (nearest) {
         path = nearest->indexPath;
+        const double middle = layout->along(nearest->frame.center());
         if (layout->hasValidLayout()) {
-            const Point center = nearest->frame.center();
-            const double along = layout->scrollDirection() == ui::ScrollDirection::horizontal ? center.x : center.y;
-            path->item += static_cast<std::int64_t>(std::floor(along / layout->copyLength())) *
-                          numberOfItemsInSection(path->section);
+            path = inCopy(*path, static_cast<std::int64_t>(std::floor(middle / layout->copyLength())));
         }
+        anchor_.offset = layout->along(contentOffset());
+        anchor_.distance = anchor_.offset + layout->along({bounds().size.width, bounds().size.height}) * 0.5 - middle;
     }
     if (path == centeredIndexPath_) return;
+    if (path && dataSourceProxy()->first()) anchor_.item = dataSourceProxy()->indexPath(*path);
     const std::optional<ui::IndexPath> before = std::exchange(centeredIndexPath_, path);
     if (const auto listener = infiniteDelegate.lock()) listener->didChangeCenteredIndexPath(*this, before, path);
+}
+
+void InfiniteCollectionView::center(const ui::IndexPath& item, double distance) {
+    const InfiniteLayout& layout = *infiniteLayout();
+    ui::IndexPath path{0, dataSourceProxy()->section(item.section)};
+    const std::int64_t count = dataSourceProxy()->first()->numberOfItemsInSection(*this, path.section);
+    if (count <= 0) return;
+    path.item = item.item % count;
+    // The middle one of its repetitions, so that no end of a copy is in sight.
+    path.item += numberOfItemsInSection(path.section) / count / 2 * count;
+    const std::optional<ui::LayoutAttributes> attributes = layout.layoutAttributesForItem(path);
+    if (!attributes) return;
+    const double visible = layout.along({bounds().size.width, bounds().size.height});
+    double offset = layout.along(attributes->frame.center()) + distance - visible * 0.5;
+    if (layout.hasValidLayout()) {
+        offset += std::floor(InfiniteLayout::multiplier * 0.5) * layout.copyLength();
+    } else {
+        offset = std::clamp(offset, 0.0, std::max(0.0, layout.copyLength() - visible));
+    }
+    centeredIndexPath_.reset();  // of another layout: no steps lead from there
+    setContentOffset(layout.withAlong(contentOffset(), offset));
 }
 
 void InfiniteCollectionView::layoutSubviews() {
     ui::CollectionView::layoutSubviews();
     InfiniteLayout* layout = infiniteLayout();
-    if (!layout) return;
+    if (!layout || !isLayoutValid()) return;
     layout->velocityMultiplier = velocityMultiplier_;
-    if (lastContentSize_ != contentSize()) {
+    if (lastContentSize_ != contentSize() || lastBounds_ != bounds()) {
+        const bool isFirst = !centeredIndexPath_;
+        const double scrolled = layout->along(contentOffset()) - anchor_.offset;
         lastContentSize_ = contentSize();
-        centeredIndexPath_.reset();  // another content: what was in the centre means nothing any more
-        loopCollectionViewIfNeeded();
-        if (const auto preferred = std::exchange(preferredCenteredIndexPath, std::nullopt)) {
-            if (const auto item = layout->layoutAttributesForItem(*preferred)) {
-                const bool isHorizontal = layout->scrollDirection() == ui::ScrollDirection::horizontal;
-                const double base = layout->hasValidLayout() ? layout->copyLength() * (InfiniteLayout::multiplier * 0.5) : 0;
-                setContentOffset(isHorizontal
-                                     ? Point{base + item->frame.midX() - bounds().size.width * 0.5, contentOffset().y}
-                                     : Point{contentOffset().x, base + item->frame.midY() - bounds().size.height * 0.5});
-            }
+        lastBounds_ = bounds();
+        const bool hasItems = dataSourceProxy()->first() && layout->copyLength() > 0;
+        if (const auto preferred = hasItems ? std::exchange(preferredCenteredIndexPath, std::nullopt) : std::nullopt) {
+            center(*preferred, 0);
+        } else if (hasItems && !isFirst) {
+            // What stood in the centre stays there; what was scrolled since the last layout is made up for.
+            center(anchor_.item, anchor_.distance);
+            updateCenteredIndexPath();
+            if (scrolled != 0)
+                setContentOffset(layout->withAlong(contentOffset(), layout->along(contentOffset()) + scrolled));
+        } else {
+            centeredIndexPath_.reset();
+            loopCollectionViewIfNeeded();
         }
     }
     updateCenteredIndexPath();
@@ -141,7 +179,7 @@ std::int64_t InfiniteCollectionViewDataSourceProxy::numberOfItemsInSection(ui::C
 }
 
 std::shared_ptr<ui::CollectionViewCell> InfiniteCollectionViewDataSourceProxy::cellForItemAt(ui::CollectionView& view,
-                                                                                            const ui::IndexPath& at) {
+                                                                                             const ui::IndexPath& at) {
     return requiredDataSource()->cellForItemAt(view, indexPath(at));
 }
 
@@ -155,7 +193,8 @@ void InfiniteCollectionViewDelegateProxy::scrollViewWillBeginDragging(ui::Scroll
     forward([&](auto& target) { target.scrollViewWillBeginDragging(view); });
 }
 
-void InfiniteCollectionViewDelegateProxy::scrollViewWillEndDragging(ui::ScrollView& view, Point velocity, Point& target) {
+void InfiniteCollectionViewDelegateProxy::scrollViewWillEndDragging(ui::ScrollView& view, Point velocity,
+                                                                    Point& target) {
     const InfiniteLayout* layout = view_.infiniteLayout();
     if (view_.isItemPagingEnabled && layout) target = layout->centeredOffset(target, velocity);
     forward([&](auto& outside) { outside.scrollViewWillEndDragging(view, velocity, target); });
@@ -167,6 +206,10 @@ void InfiniteCollectionViewDelegateProxy::scrollViewDidEndDragging(ui::ScrollVie
 
 void InfiniteCollectionViewDelegateProxy::scrollViewDidEndDecelerating(ui::ScrollView& view) {
     forward([&](auto& target) { target.scrollViewDidEndDecelerating(view); });
+}
+
+std::shared_ptr<ui::View> InfiniteCollectionViewDelegateProxy::viewForZooming(ui::ScrollView& view) {
+    return firstAnswer([&](auto& target) { return target.viewForZooming(view); });
 }
 
 void InfiniteCollectionViewDelegateProxy::willDisplay(ui::CollectionView& view, ui::CollectionViewCell& cell,
@@ -190,27 +233,26 @@ void InfiniteCollectionViewDelegateProxy::didSelectItemAt(ui::CollectionView& vi
 std::optional<Size> InfiniteCollectionViewDelegateProxy::sizeForItemAt(ui::CollectionView& view,
                                                                        ui::CollectionViewLayout& layout,
                                                                        const ui::IndexPath& at) {
-    const auto target = first();
-    return target ? target->sizeForItemAt(view, layout, indexPath(at)) : std::nullopt;
+    const ui::IndexPath mapped = indexPath(at);
+    return firstAnswer([&](auto& target) { return target.sizeForItemAt(view, layout, mapped); });
 }
 
 std::optional<Size> InfiniteCollectionViewDelegateProxy::uniformItemSize(ui::CollectionView& view,
                                                                          ui::CollectionViewLayout& layout) {
-    const auto target = first();
-    return target ? target->uniformItemSize(view, layout) : std::nullopt;
+    return firstAnswer([&](auto& target) { return target.uniformItemSize(view, layout); });
 }
 
-std::optional<double> InfiniteCollectionViewDelegateProxy::minimumLineSpacingForSectionAt(ui::CollectionView& view,
-                                                                                          ui::CollectionViewLayout& layout,
-                                                                                          std::int64_t at) {
-    const auto target = first();
-    return target ? target->minimumLineSpacingForSectionAt(view, layout, section(at)) : std::nullopt;
+std::optional<double>
+InfiniteCollectionViewDelegateProxy::minimumLineSpacingForSectionAt(ui::CollectionView& view,
+                                                                    ui::CollectionViewLayout& layout, std::int64_t at) {
+    const std::int64_t mapped = section(at);
+    return firstAnswer([&](auto& target) { return target.minimumLineSpacingForSectionAt(view, layout, mapped); });
 }
 
 std::optional<double> InfiniteCollectionViewDelegateProxy::minimumInteritemSpacingForSectionAt(
     ui::CollectionView& view, ui::CollectionViewLayout& layout, std::int64_t at) {
-    const auto target = first();
-    return target ? target->minimumInteritemSpacingForSectionAt(view, layout, section(at)) : std::nullopt;
+    const std::int64_t mapped = section(at);
+    return firstAnswer([&](auto& target) { return target.minimumInteritemSpacingForSectionAt(view, layout, mapped); });
 }
 
 }  // namespace videoanalysis

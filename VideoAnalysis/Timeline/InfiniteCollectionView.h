@@ -28,7 +28,7 @@ public:
     std::weak_ptr<InfiniteCollectionViewDelegate> infiniteDelegate;
     /// The item nearest the centre, as a raw path; absent before the first layout.
     const std::optional<ui::IndexPath>& centeredIndexPath() const { return centeredIndexPath_; }
-    /// The item to be centred when the content is laid out for the first time.
+    /// The item to be centred in the next layout that finds items, and only then. Later layouts keep what stands in the centre.
     std::optional<ui::IndexPath> preferredCenteredIndexPath;
     bool isItemPagingEnabled = false;
     double velocityMultiplier() const { return velocityMultiplier_; }
@@ -54,10 +54,24 @@ protected:
     void layoutSubviews() override;
 
 private:
+    /// What stood in the centre when the layout was last up to date.
+    struct Anchor {
+        ui::IndexPath item;   ///< of the content, not of its repetitions
+        double distance = 0;  ///< of the centre from the item's middle, points
+        double offset = 0;    ///< of the content, points
+    };
+
+    /// The same item `copy` copies further.
+    ui::IndexPath inCopy(ui::IndexPath path, std::int64_t copy);
+    /// Moves the middle copy's `item` so that its middle is `distance` before the centre, as far as the ends allow.
+    void center(const ui::IndexPath& item, double distance);
+
     std::shared_ptr<InfiniteCollectionViewDataSourceProxy> dataSourceProxy_;
     std::shared_ptr<InfiniteCollectionViewDelegateProxy> delegateProxy_;
     std::optional<ui::IndexPath> centeredIndexPath_;
+    Anchor anchor_;
     std::optional<Size> lastContentSize_;
+    Rect lastBounds_;
     double velocityMultiplier_ = 1.0;
 };
 

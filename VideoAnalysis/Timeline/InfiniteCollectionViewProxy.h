@@ -28,6 +28,16 @@ public:
         }
         return nullptr;
     }
+    /// The first answer that is one: neither null nor absent. Targets after it are not asked.
+    template <class Call>
+    auto firstAnswer(Call&& call) const {
+        decltype(call(std::declval<Target&>())) answer{};
+        for (std::size_t i = 0; i < proxies.size() && !answer; ++i) {
+            const auto target = proxies[i].lock();
+            if (target && (!proxyFilter || proxyFilter(*target))) answer = call(*target);
+        }
+        return answer;
+    }
     template <class Call>
     void forward(Call&& call) const {
         for (std::size_t i = 0; i < proxies.size(); ++i) {
@@ -61,7 +71,8 @@ public:
 
     std::int64_t numberOfSections(ui::CollectionView& view) override;
     std::int64_t numberOfItemsInSection(ui::CollectionView& view, std::int64_t section) override;
-    std::shared_ptr<ui::CollectionViewCell> cellForItemAt(ui::CollectionView& view, const ui::IndexPath& indexPath) override;
+    std::shared_ptr<ui::CollectionViewCell> cellForItemAt(ui::CollectionView& view,
+                                                          const ui::IndexPath& indexPath) override;
 };
 
 class InfiniteCollectionViewDelegateProxy final : public InfiniteCollectionViewProxy,
@@ -77,15 +88,18 @@ public:
     void scrollViewWillEndDragging(ui::ScrollView& view, Point velocity, Point& target) override;
     void scrollViewDidEndDragging(ui::ScrollView& view, bool willDecelerate) override;
     void scrollViewDidEndDecelerating(ui::ScrollView& view) override;
+    std::shared_ptr<ui::View> viewForZooming(ui::ScrollView& view) override;
     void willDisplay(ui::CollectionView& view, ui::CollectionViewCell& cell, const ui::IndexPath& indexPath) override;
-    void didEndDisplaying(ui::CollectionView& view, ui::CollectionViewCell& cell, const ui::IndexPath& indexPath) override;
+    void didEndDisplaying(ui::CollectionView& view, ui::CollectionViewCell& cell,
+                          const ui::IndexPath& indexPath) override;
     void didSelectItemAt(ui::CollectionView& view, const ui::IndexPath& indexPath) override;
     std::optional<Size> sizeForItemAt(ui::CollectionView& view, ui::CollectionViewLayout& layout,
                                       const ui::IndexPath& indexPath) override;
     std::optional<Size> uniformItemSize(ui::CollectionView& view, ui::CollectionViewLayout& layout) override;
     std::optional<double> minimumLineSpacingForSectionAt(ui::CollectionView& view, ui::CollectionViewLayout& layout,
                                                          std::int64_t section) override;
-    std::optional<double> minimumInteritemSpacingForSectionAt(ui::CollectionView& view, ui::CollectionViewLayout& layout,
+    std::optional<double> minimumInteritemSpacingForSectionAt(ui::CollectionView& view,
+                                                              ui::CollectionViewLayout& layout,
                                                               std::int64_t section) override;
 };
 

@@ -12,7 +12,7 @@ namespace videoanalysis {
 void InfiniteLayout::setEnabled(bool enabled) {
     if (isEnabled_ == enabled) return;
     isEnabled_ = enabled;
-    invalidateLayout();
+    if (collectionView()) collectionView()->reloadData();  // how often the content is repeated depends on it
 }
 
 void InfiniteLayout::prepareLayout() {
@@ -29,7 +29,8 @@ Size InfiniteLayout::collectionViewContentSize() const {
                           : Size{contentSize_.width, contentSize_.height * multiplier};
 }
 
-void InfiniteLayout::appendLayoutAttributesForElements(const Rect& rect, std::vector<ui::LayoutAttributes>& into) const {
+void InfiniteLayout::appendLayoutAttributesForElements(const Rect& rect,
+                                                       std::vector<ui::LayoutAttributes>& into) const {
     if (!hasValidLayout_) {
         ui::FlowLayout::appendLayoutAttributesForElements(rect, into);
         return;
@@ -69,7 +70,9 @@ std::optional<ui::LayoutAttributes> InfiniteLayout::preferredVisibleAttributes(P
     const double center = along(visible.center());
     near_.clear();
     appendLayoutAttributesForElements(visible, near_);
-    const auto distance = [&](const ui::LayoutAttributes& item) { return std::abs(along(item.frame.center()) - center); };
+    const auto distance = [&](const ui::LayoutAttributes& item) {
+        return std::abs(along(item.frame.center()) - center);
+    };
     const auto nearest = std::min_element(near_.begin(), near_.end(),
                                           [&](const auto& a, const auto& b) { return distance(a) < distance(b); });
     if (nearest == near_.end()) return {};

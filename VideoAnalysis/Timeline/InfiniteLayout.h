@@ -24,6 +24,12 @@ public:
     /// Whether looping is in force: one copy is at least four times as long as the larger side of the main screen.
     bool hasValidLayout() const { return hasValidLayout_; }
 
+    /// The coordinate along the scrolling direction, and a point with another one.
+    double along(Point point) const { return isHorizontal() ? point.x : point.y; }
+    Point withAlong(Point point, double value) const {
+        return isHorizontal() ? Point{value, point.y} : Point{point.x, value};
+    }
+
     /// The offset at the same place within the middle copy.
     Point wrappedOffset(Point offset) const;
     /// In which copy an offset lies, truncated toward zero.
@@ -42,9 +48,6 @@ public:
     void appendLayoutAttributesForElements(const Rect& rect, std::vector<ui::LayoutAttributes>& into) const override;
 
 private:
-    double along(Point point) const { return isHorizontal() ? point.x : point.y; }
-    Point withAlong(Point point, double value) const { return isHorizontal() ? Point{value, point.y} : Point{point.x, value}; }
-
     Size contentSize_;
     bool hasValidLayout_ = false;
     bool isEnabled_ = true;

@@ -37,7 +37,8 @@ public:
         const std::int64_t index = indexPath.item;
         const Color& tint = mainStore().state().theme.buttonsTintColor;
         const bool isRed = index != 0 && index % 10 == 0;
-        static_cast<TimelineCollectionViewCell&>(*dequeued).configure(index % 5 == 0, isRed ? Color::systemRed() : tint);
+        static_cast<TimelineCollectionViewCell&>(*dequeued).configure(index % 5 == 0,
+                                                                      isRed ? Color::systemRed() : tint);
         return dequeued;
     }
 
@@ -65,7 +66,8 @@ private:
 };
 
 TimelineView::TimelineView()
-    : collectionView_(std::make_shared<InfiniteCollectionView>()), content_(std::make_shared<Content>(*this)) {
+    : collectionView_(std::make_shared<InfiniteCollectionView>()), content_(std::make_shared<Content>(*this)),
+      scroller_(*collectionView_) {
     const auto layout = std::make_shared<InfiniteLayout>();
     layout->setScrollDirection(ui::ScrollDirection::horizontal);
     layout->setMinimumInteritemSpacing(0);
@@ -76,6 +78,7 @@ TimelineView::TimelineView()
     collectionView_->setDataSource(content_);
     collectionView_->setCollectionViewDelegate(content_);
     collectionView_->infiniteDelegate = content_;
+    collectionView_->preferredCenteredIndexPath = ui::IndexPath{0, 0};  // the mark begins on a tick
 }
 
 TimelineView::~TimelineView() = default;
@@ -106,7 +109,13 @@ void TimelineView::scrub(std::int64_t from, std::int64_t to) {
     const bool overflows = listener->defaultScrubbingDirection() ? __builtin_sub_overflow(to, from, &steps)
                                                                  : __builtin_sub_overflow(from, to, &steps);
     if (overflows) fatalError("The timeline's steps overflow");
+    isScrubbing_ = true;
     listener->timelineViewDidScrollBy(static_cast<double>(steps), canDrag_);
+    isScrubbing_ = false;
+}
+
+void TimelineView::endThrow() {
+    if (!isScrubbing_ && collectionView_->isDecelerating()) scroller_.stop();
 }
 
 }  // namespace videoanalysis

@@ -5,6 +5,7 @@
 #include "VideoAnalysis/Platform/UI/CollectionView.h"
 #include "VideoAnalysis/Platform/UI/View.h"
 #include "VideoAnalysis/Timeline/InfiniteCollectionView.h"
+#include "VideoAnalysis/Timeline/StripScroller.h"
 
 #include <memory>
 
@@ -42,6 +43,14 @@ public:
     /// Set by the owner to ignore one programmatic update.
     bool skipNextUpdate = false;
 
+    /// Receives the pointers and frames of the screen that shows the ruler.
+    StripScroller& scroller() { return scroller_; }
+    /// Something else than the ruler takes over the playback: a throw ends where it is. The steps of the ruler itself, in the
+    /// middle of a call to the delegate, do not count.
+    void endThrow();
+    /// Ends a drag or throw: the ruler is hidden or gets another owner.
+    void stopScrolling() { scroller_.stop(); }
+
     const std::shared_ptr<InfiniteCollectionView>& collectionView() const { return collectionView_; }
     /// True while the user's finger or the following deceleration moves the strip. Only then it scrubs.
     bool canDrag() const { return canDrag_; }
@@ -65,10 +74,12 @@ private:
     void scrub(std::int64_t from, std::int64_t to);
 
     bool canDrag_ = false;
+    bool isScrubbing_ = false;  // inside a call to the delegate
     double multiplier_ = 1.0;
     double length_ = 0;
     std::shared_ptr<InfiniteCollectionView> collectionView_;
     std::shared_ptr<Content> content_;
+    StripScroller scroller_;
 };
 
 }  // namespace videoanalysis

@@ -105,6 +105,8 @@ public:
 
     /// For layouts: what they computed is out of date.
     void layoutDidInvalidate();
+    /// Whether the layout, the counts and the cells in sight are up to date; false between a change and the next layout.
+    bool isLayoutValid() const { return isLayoutValid_; }
 
 protected:
     void layoutSubviews() override;

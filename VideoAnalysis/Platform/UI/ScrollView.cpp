@@ -31,11 +31,14 @@ void ScrollView::beginDragging() {
 
 Point ScrollView::endDragging(Point velocity, Point target, bool willDecelerate) {
     isDragging_ = false;
-    isDecelerating_ = willDecelerate;
-    if (const auto listener = delegate()) {
+    const auto listener = delegate();
+    if (listener) {
+        const Point proposed = target;
         listener->scrollViewWillEndDragging(*this, velocity, target);
-        listener->scrollViewDidEndDragging(*this, willDecelerate);
+        if (target != proposed) willDecelerate = target != contentOffset_;
     }
+    isDecelerating_ = willDecelerate;
+    if (listener) listener->scrollViewDidEndDragging(*this, willDecelerate);
     return target;
 }
 
@@ -43,6 +46,11 @@ void ScrollView::endDecelerating() {
     if (!isDecelerating_) return;
     isDecelerating_ = false;
     if (const auto listener = delegate()) listener->scrollViewDidEndDecelerating(*this);
+}
+
+void ScrollView::stopScrolling() {
+    if (isDragging_) endDragging({}, contentOffset_, false);
+    endDecelerating();
 }
 
 }  // namespace videoanalysis::ui

@@ -49,11 +49,14 @@ public:
 
     /// For the platform: a finger has begun to drag.
     void beginDragging();
-    /// For the platform: the finger has left with `velocity` (points per second). Returns where the deceleration should end;
-    /// without one (`willDecelerate` false) that is of no account.
+    /// For the platform: the finger has left with `velocity` (points per second), and a deceleration, if there is one, would
+    /// end at `target`. Returns where it has to end; the delegate may change that, and a changed target is decelerated to even
+    /// when `willDecelerate` is false. Whether there is a deceleration is what `isDecelerating` then says.
     Point endDragging(Point velocity, Point target, bool willDecelerate);
     /// For the platform: the deceleration is over.
     void endDecelerating();
+    /// Ends the drag or deceleration in progress where it is. The platform takes this as a cancellation.
+    void stopScrolling();
 
 protected:
     virtual void contentOffsetWillChange(Point /*newOffset*/) {}

@@ -1,0 +1,335 @@
+// Drags and throws of a strip, from events with explicit times.
+
+#include "VideoAnalysis/Timeline/StripScroller.h"
+#include "Tests/Support/ComponentTest.h"
+#include "VideoAnalysis/Timeline/InfiniteLayout.h"
+#include "VideoAnalysis/Timeline/TimelineView.h"
+
+#include <cmath>
+#include <limits>
+
+namespace videoanalysis {
+namespace {
+
+class StripScrollerTest : public ComponentTest {
+protected:
+    struct Target : ui::ScrollViewDelegate {
+        std::optional<double> adjusted;
+        double proposed = 0;
+        double velocity = 0;
+        std::vector<std::string> calls;
+        void scrollViewWillBeginDragging(ui::ScrollView&) override { calls.push_back("begin"); }
+        void scrollViewWillEndDragging(ui::ScrollView&, Point speed, Point& target) override {
+            velocity = speed.x;
+            proposed = target.x;
+            if (adjusted) target.x = *adjusted;
+        }
+        void scrollViewDidEndDragging(ui::ScrollView&, bool willDecelerate) override {
+            calls.push_back(willDecelerate ? "thrown" : "left");
+        }
+        void scrollViewDidEndDecelerating(ui::ScrollView&) override { calls.push_back("rest"); }
+    };
+    StripScrollerTest() {
+        strip.setFrame({0, 0, 400, 44});
+        strip.setContentSize({100000, 44});
+        strip.setContentOffset({50000, 0});
+        strip.setDelegate(target);
+    }
+    double offset() const { return strip.contentOffset().x; }
+    /// One pointer along `path` of (seconds, position), released at `end`. Returns the velocity that the strip's delegate hears.
+    double stroke(const std::vector<std::pair<double, double>>& path, double end) {
+        scroller.press(1, path.front().second, path.front().first);
+        for (const auto& [seconds, position] : path) scroller.move(1, position, seconds);
+        scroller.release(1, path.back().second, end);
+        return target->velocity;
+    }
+    /// A throw of 1,000 points a second that is still at its beginning, at offset 50,000.
+    void throwStrip() {
+        scroller.press(1, 0, 0);
+        for (int i = 1; i <= 10; ++i) scroller.move(1, -10 * i, 0.01 * i);
+        scroller.release(1, -100, 0.1);
+        ASSERT_TRUE(scroller.isThrown());
+        strip.setContentOffset({50000, 0});
+        target->calls.clear();
+    }
+
+    ui::ScrollView strip;
+    const std::shared_ptr<Target> target = std::make_shared<Target>();
+    StripScroller scroller{strip};
+};
+
+TEST_F(StripScrollerTest, AThrowFollowsItsClosedFormToRest) {
+    throwStrip();
+    EXPECT_NEAR(target->velocity, 1000, 1e-6);
+    // The speed falls by exp(-2 t) and ends at 5 points per second: 497.5 points in ln(200) / 2 seconds.
+    EXPECT_NEAR(target->proposed - 50100, 497.5, 1e-6);
+    scroller.continueThrow(0.5);
+    EXPECT_NEAR(offset() - 50000, 500 * (1 - std::exp(-1)), 1e-6);
+    scroller.continueThrow(2.64);
+    EXPECT_TRUE(scroller.isThrown());
+    scroller.continueThrow(2.66);
+    EXPECT_FALSE(scroller.isThrown());
+    EXPECT_NEAR(offset() - 50000, 497.5, 1e-6);
+    EXPECT_EQ(target->calls, (std::vector<std::string>{"rest"}));
+    scroller.continueThrow(3);
+    EXPECT_NEAR(offset() - 50000, 497.5, 1e-6) << "a late frame changes nothing";
+}
+
+TEST_F(StripScrollerTest, APointerAStopAndTheOwnerEndAThrowWhereItIs) {
+    const std::vector<std::function<void()>> ends{
+        [&] { scroller.press(2, 300, 1); },
+        [&] { scroller.wheel(0); },
+        [&] { scroller.stop(); },
+        [&] { strip.stopScrolling(); },
+    };
+    for (std::size_t i = 0; i < ends.size(); ++i) {
+        throwStrip();
+        scroller.continueThrow(0.1);
+        const double before = offset();
+        ends[i]();
+        EXPECT_FALSE(scroller.isThrown()) << i;
+        EXPECT_EQ(target->calls.front(), "rest") << i;
+        scroller.continueThrow(1);
+        EXPECT_EQ(offset(), before) << i;
+        scroller.stop();
+    }
+}
+
+TEST_F(StripScrollerTest, TheLastMomentsBeforeTheReleaseDecideAboutTheThrow) {
+    using Path = std::vector<std::pair<double, double>>;
+    Path fast;
+    for (int i = 0; i <= 10; ++i) fast.push_back({0.01 * i, -10.0 * i});
+    EXPECT_NEAR(stroke(fast, 0.1), 1000, 1e-6);
+    EXPECT_TRUE(scroller.isThrown());
+    EXPECT_NEAR(stroke(fast, 0.12), 600, 1e-6) << "a rest at the end counts";
+    EXPECT_EQ(stroke(fast, 0.18), 0) << "a finger that rests throws nowhere";
+    EXPECT_FALSE(scroller.isThrown());
+
+    Path slowing = fast;
+    for (int i = 1; i <= 6; ++i) slowing.push_back({0.1 + 0.01 * i, -100 - 0.2 * i});
+    EXPECT_NEAR(stroke(slowing, 0.16), 20, 1e-6);
+    EXPECT_FALSE(scroller.isThrown()) << "too slow";
+
+    Path turning = fast;
+    turning.push_back({0.11, -95});
+    EXPECT_NEAR(stroke(turning, 0.11), -500, 1e-6) << "a finger that turns back throws back";
+    Path slipping = fast;
+    slipping.push_back({0.105, -99});
+    EXPECT_GT(stroke(slipping, 0.105), 800) << "a finger that slips as it leaves still throws";
+
+    // 60 events a second, and the release carries the last position.
+    scroller.press(1, 0, 10);
+    scroller.move(1, -16, 10.016);
+    scroller.release(1, -32, 10.032);
+    EXPECT_NEAR(target->velocity, 1000, 1e-6);
+    // No time has passed, or none that is known.
+    EXPECT_EQ(stroke({{5, 0}, {5, -40}}, 5), 0);
+    EXPECT_EQ(stroke({{5, 0}, {4, -40}}, 3), 0);
+    scroller.press(1, 0, 1);
+    scroller.move(1, std::numeric_limits<double>::quiet_NaN(), 1.01);
+    scroller.move(1, -8, std::numeric_limits<double>::infinity());
+    scroller.release(1, 0, std::numeric_limits<double>::quiet_NaN());
+    EXPECT_TRUE(std::isfinite(offset()));
+    EXPECT_EQ(target->velocity, 0);
+}
+
+TEST_F(StripScrollerTest, TheFingerThatCameLastDragsAndTheLastToLeaveThrows) {
+    scroller.press(1, 100, 0);
+    scroller.move(1, 90, 0.01);
+    EXPECT_EQ(offset(), 50010);
+    scroller.press(2, 300, 0.02);
+    EXPECT_EQ(offset(), 50010) << "taking over moves nothing";
+    scroller.move(1, 50, 0.03);
+    EXPECT_EQ(offset(), 50010);
+    scroller.move(2, 295, 0.04);
+    EXPECT_EQ(offset(), 50015);
+    scroller.release(2, 295, 0.05);
+    EXPECT_TRUE(scroller.isDragging()) << "the other finger is still down";
+    scroller.move(1, 48, 0.06);
+    EXPECT_EQ(offset(), 50017) << "from where it is by now";
+    scroller.press(2, 0, 0.07);
+    scroller.release(1, 48, 0.08);
+    scroller.move(2, -10, 0.08);
+    EXPECT_EQ(offset(), 50027);
+    scroller.move(2, -20, 0.09);
+    scroller.release(2, -20, 0.09);
+    EXPECT_NEAR(target->velocity, 1000, 1e-6) << "of that finger alone";
+    EXPECT_TRUE(scroller.isThrown());
+    EXPECT_EQ(target->calls, (std::vector<std::string>{"begin", "thrown"})) << "one drag for all";
+}
+
+TEST_F(StripScrollerTest, ATargetThatTheDelegateAdjustsIsReached) {
+    for (const double adjusted : {50400.0, 49900.0, 50101.0}) {
+        strip.setContentOffset({50000, 0});
+        target->adjusted = adjusted;
+        scroller.press(1, 0, 0);
+        for (int i = 1; i <= 10; ++i) scroller.move(1, -10 * i, 0.01 * i);
+        scroller.release(1, -100, 0.1);
+        double last = offset();
+        for (double seconds = 0; scroller.isThrown() && seconds < 10; seconds += 0.016) {
+            scroller.continueThrow(seconds);
+            EXPECT_LT(std::abs(offset() - last), 16);
+            last = offset();
+        }
+        EXPECT_NEAR(offset(), adjusted, 1e-6);
+    }
+    // Even a finger that rested, or a wheel, lets go into a movement.
+    target->adjusted = 50003;
+    strip.setContentOffset({50000, 0});
+    target->calls.clear();
+    scroller.wheel(1);
+    scroller.endWheel();
+    EXPECT_EQ(target->calls, (std::vector<std::string>{"begin", "thrown"}));
+    scroller.continueThrow(10);
+    EXPECT_NEAR(offset(), 50003, 1e-6);
+}
+
+TEST_F(StripScrollerTest, ReducedMotionLeavesOutTheThrowAndJumpsToAnAdjustedTarget) {
+    scroller.isMotionReduced = true;
+    stroke({{0, 0}, {0.01, -10}, {0.02, -20}}, 0.02);
+    EXPECT_FALSE(scroller.isThrown());
+    EXPECT_EQ(offset(), 50020);
+    EXPECT_EQ(target->calls, (std::vector<std::string>{"begin", "left"}));
+    target->adjusted = 50064;
+    stroke({{0, 0}, {0.01, -10}, {0.02, -20}}, 0.02);
+    EXPECT_FALSE(strip.isDecelerating());
+    EXPECT_NEAR(offset(), 50064, 1e-9);
+}
+
+TEST_F(StripScrollerTest, AStripStopsAtItsEnds) {
+    strip.setContentOffset({5, 0});
+    scroller.press(1, 0, 0);
+    scroller.move(1, 50, 0.01);
+    EXPECT_EQ(offset(), 0);
+    scroller.release(1, 50, 0.01);
+    EXPECT_FALSE(scroller.isThrown()) << "there is nowhere to go";
+    strip.setContentOffset({99500, 0});
+    stroke({{0, 0}, {0.01, -10}, {0.02, -20}}, 0.02);
+    EXPECT_NEAR(target->proposed, 99600, 1e-9) << "the delegate is asked about a place that exists";
+    scroller.continueThrow(20);
+    EXPECT_EQ(offset(), 99600);
+    EXPECT_FALSE(strip.isDecelerating());
+
+    strip.setContentOffset({99000, 0});
+    target->adjusted = 2e9;
+    stroke({{0, 0}, {0.01, -10}, {0.02, -20}}, 0.02);
+    scroller.continueThrow(20);
+    EXPECT_EQ(offset(), 99600);
+
+    strip.setContentSize({300, 44});  // shorter than what is in sight
+    target->adjusted.reset();
+    stroke({{0, 0}, {0.01, -10}, {0.02, -20}}, 0.02);
+    EXPECT_EQ(offset(), 0);
+}
+
+// ---- On the whole screen
+
+class ThrownRulerTest : public ComponentTest {
+protected:
+    ThrownRulerTest() {
+        for (const char* name : {"a", "b"}) store().dispatch(AddMediaAction(clip(name)));
+        show();
+        for (std::size_t i = 0; i < 2; ++i) {
+            ruler(i).setFrame({0, 0, 400, 44});
+            platform->drainMainQueue();
+        }
+    }
+    TimelineView& ruler(std::size_t index) { return *hudOf(index).timelineView.lock(); }
+    void throwRuler(std::size_t index) {
+        StripScroller& scroller = ruler(index).scroller();
+        scroller.press(1, 0, 0);
+        for (int i = 1; i <= 4; ++i) scroller.move(1, -8 * i, 0.01 * i);
+        scroller.release(1, -32, 0.04);
+        ASSERT_TRUE(scroller.isThrown());
+        scroller.continueThrow(0.1);
+        platform->drainMainQueue();
+        ASSERT_TRUE(ruler(index).canDrag());
+    }
+    /// The throw of a ruler is over, and a later frame of it steps nothing.
+    testing::AssertionResult isOver(std::size_t index) {
+        platform->drainMainQueue();
+        const std::int64_t frame = frameOf(index);
+        ruler(index).scroller().continueThrow(1);
+        platform->drainMainQueue();
+        if (ruler(index).canDrag()) return testing::AssertionFailure() << "still scrubs";
+        if (ruler(index).scroller().isThrown()) return testing::AssertionFailure() << "still thrown";
+        if (frameOf(index) != frame) return testing::AssertionFailure() << "has stepped to " << frameOf(index);
+        return testing::AssertionSuccess();
+    }
+};
+
+TEST_F(ThrownRulerTest, AThrowStepsOnUntilAnotherCommandComes) {
+    throwRuler(0);
+    const std::int64_t before = frameOf(0);
+    ruler(0).scroller().continueThrow(0.4);
+    platform->drainMainQueue();
+    EXPECT_GT(frameOf(0), before) << "its own steps do not end it";
+
+    tap(hudOf(1).forwardButton);
+    EXPECT_TRUE(ruler(0).scroller().isThrown()) << "a command for the other player";
+    tap(hudOf(0).playPauseButton);
+    EXPECT_TRUE(isOver(0));
+    EXPECT_TRUE(playerOf(0).rate() > 0) << "what has been started plays on";
+    tap(hudOf(0).playPauseButton);
+
+    throwRuler(0);
+    tap(hudOf(0).rewindButton);
+    EXPECT_TRUE(isOver(0));
+
+    throwRuler(0);
+    const auto seekbar = hudOf(0).seekbar.lock();
+    seekbar->setValue(0.5F);
+    seekbar->sendActions(ui::ControlEvent::valueChanged);
+    EXPECT_TRUE(isOver(0));
+    EXPECT_NEAR(seekbar->value(), 0.5, 0.02) << "the seek bar stays where it was put";
+}
+
+TEST_F(ThrownRulerTest, LockingEndsTheThrowsOfAllAndLockedCommandsThatOfTheRulerLeft) {
+    throwRuler(0);
+    throwRuler(1);
+    store().dispatch(SetPlaybackLockStateAction(true));
+    EXPECT_TRUE(isOver(0));
+    EXPECT_TRUE(isOver(1));
+    throwRuler(1);
+    EXPECT_EQ(frameOf(0), frameOf(1)) << "both step";
+    store().dispatch(SetCellVideoPlayingStateAction(true, {}));
+    EXPECT_TRUE(isOver(1));
+    store().dispatch(SetCellVideoPlayingStateAction(false, {}));
+    throwRuler(1);
+    store().dispatch(SetPlaybackLockStateAction(false));
+    EXPECT_TRUE(isOver(1));
+}
+
+TEST_F(ThrownRulerTest, AHiddenOrReplacedRulerScrubsNoMore) {
+    throwRuler(0);
+    store().dispatch(SetHUDVisibleAction(false));
+    EXPECT_TRUE(isOver(0));
+    store().dispatch(SetHUDVisibleAction(true));
+    platform->drainMainQueue();
+
+    StripScroller& scroller = ruler(0).scroller();
+    scroller.press(1, 0, 0);
+    store().dispatch(SetHUDVisibleAction(false));
+    platform->drainMainQueue();
+    const std::int64_t frame = frameOf(0);
+    scroller.move(1, -80, 0.1);
+    EXPECT_FALSE(ruler(0).canDrag()) << "a drag ends as well";
+    platform->drainMainQueue();
+    EXPECT_EQ(frameOf(0), frame);
+    scroller.release(1, -80, 0.1);
+    store().dispatch(SetHUDVisibleAction(true));
+    platform->drainMainQueue();
+
+    throwRuler(0);
+    const auto thrown = hudOf(0).timelineView.lock();
+    store().dispatch(UpdateMediaAction(0, clip("c")));
+    EXPECT_FALSE(thrown->canDrag()) << "at once";
+    platform->advance(1);
+    EXPECT_EQ(frameOf(0), 0);
+    thrown->scroller().continueThrow(1);
+    platform->drainMainQueue();
+    EXPECT_EQ(frameOf(0), 0);
+}
+
+}  // namespace
+}  // namespace videoanalysis
