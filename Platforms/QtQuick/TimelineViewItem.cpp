@@ -188,7 +188,10 @@ QSGNode* TimelineViewItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
     const auto onGrid = [&](double x) { return std::round((left + x) * scale) / scale - left; };
     auto* line = static_cast<QSGRectangleNode*>(root->firstChild());
     auto* const mark = static_cast<QSGRectangleNode*>(root->lastChild());
-    const auto paint = [](QSGRectangleNode& node, const QRectF& rect, const QColor& color) {
+    const auto paint = [&](QSGRectangleNode& node, const QRectF& rect, QColor color) {
+        // Never quite opaque. Where an opaque rectangle covers a pixel in part, and the sum of the item's place and the
+        // tick's is rarely a whole number, the software renderer neither paints nor erases what lies beneath.
+        color.setAlpha(std::min(color.alpha(), 254));
         if (node.rect() != rect) node.setRect(rect);
         if (node.color() != color) node.setColor(color);
     };

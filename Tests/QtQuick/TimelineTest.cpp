@@ -101,5 +101,31 @@ TEST_F(TimelineScreenTest, TicksFadeTowardsTheEndsAndTheMarkStandsInTheMiddle) {
     }
 }
 
+TEST_F(TimelineScreenTest, EveryTickIsPaintedOneDevicePixelWideWhereverTheRulerLies) {
+    for (const int width : {1000, 1001, 1005}) {  // the right ruler begins on a pixel or beside one
+        host->window().resize(width, 800);
+        settle();
+        for (std::size_t index = 0; index < 2; ++index) {
+            InfiniteCollectionView& strip = *timeline(index).collectionView();
+            const QRectF place = host::ScreenDriver::rectOf(&ruler(index));
+            const int y = qRound(place.center().y());
+            for (const double fraction : {0.0, 0.25, 0.5, 0.75, 0.95}) {
+                strip.setContentOffset({std::floor(strip.contentOffset().x) + fraction, 0});
+                const QImage window = screen->grab();
+                for (const auto& [path, cell] : strip.visibleCells()) {
+                    const double x = cell->frame().midX() - strip.contentOffset().x;
+                    const double fromMark = std::abs(x - place.width() / 2);
+                    if (fromMark < 12 || fromMark > place.width() * 0.15) continue;  // beneath the mark, or faded
+                    const int column = qRound(place.left() + x);
+                    const auto value = [&](int at) { return window.pixelColor(at, y).value(); };
+                    EXPECT_TRUE(value(column) > value(column - 1) + 150 && value(column) > value(column + 1) + 150)
+                        << "window " << width << ", ruler " << index << ", offset " << fraction << ", column "
+                        << column;
+                }
+            }
+        }
+    }
+}
+
 }  // namespace
 }  // namespace videoanalysis
