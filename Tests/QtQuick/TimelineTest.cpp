@@ -2,8 +2,11 @@
 
 #include "QtQuick/OpenScreen.h"
 
+#include "Platforms/QtQuick/Motion.h"
 #include "Platforms/QtQuick/TimelineViewItem.h"
 
+#include <QAnimationDriver>
+#include <QTouchEvent>
 #include <QWheelEvent>
 #include <QtTest/QTest>
 
@@ -21,6 +24,29 @@ protected:
     }
     TimelineView& timeline(std::size_t index) { return static_cast<TimelineView&>(*ruler(index).view()); }
     QPoint middleOf(std::size_t index) { return host::ScreenDriver::rectOf(&ruler(index)).center().toPoint(); }
+
+    /// A touch of one finger, as the screen hands it to the ruler, `x` points right of the ruler's middle at `seconds`.
+    void touch(std::size_t index, QEventPoint::State state, double x, double seconds) {
+        const QPointF place = host::ScreenDriver::rectOf(&ruler(index)).center() + QPointF(x, 0);
+        const auto type = state == QEventPoint::Pressed    ? QEvent::TouchBegin
+                          : state == QEventPoint::Released ? QEvent::TouchEnd
+                                                           : QEvent::TouchUpdate;
+        QTouchEvent event(type, device(), {}, {QEventPoint(0, state, place, place)});
+        event.setTimestamp(static_cast<quint64>(std::lround(seconds * 1000)));
+        QCoreApplication::sendEvent(&ruler(index), &event);
+    }
+    /// 100 points to the left in 0.1 s: a throw of 1,000 points a second.
+    void throwRuler(std::size_t index) {
+        touch(index, QEventPoint::Pressed, 0, 1);
+        for (int i = 1; i <= 10; ++i) touch(index, QEventPoint::Updated, -10 * i, 1 + 0.01 * i);
+        touch(index, QEventPoint::Released, -100, 1.1);
+    }
+    bool isThrown(std::size_t index) { return timeline(index).scroller().isThrown(); }
+    double offset(std::size_t index) { return timeline(index).collectionView()->contentOffset().x; }
+    static QPointingDevice* device() {
+        static QPointingDevice* const device = QTest::createTouchDevice();
+        return device;
+    }
 
     /// Drags the ruler by `points` and lets go when the mouse has come to rest.
     void drag(std::size_t index, int points) {
@@ -59,6 +85,136 @@ TEST_F(TimelineScreenTest, LockedRulersMoveBothPlayersAndKeepTheirOffset) {
     settle();
     EXPECT_EQ(shownFrame(0), 3);
     EXPECT_EQ(shownFrame(1), 8);
+}
+
+/// The clock of the render loop, moved by hand.
+class DisplayClock : public QAnimationDriver {
+public:
+    DisplayClock() { install(); }
+    ~DisplayClock() override {
+        stop();
+        uninstall();
+    }
+    qint64 elapsed() const override { return now_; }
+    void frame(qint64 milliseconds) {
+        QCoreApplication::processEvents();  // an animation that has just begun joins at the next turn of the loop
+        now_ += milliseconds;
+        advance();
+    }
+
+private:
+    qint64 now_ = 0;
+};
+
+TEST_F(TimelineScreenTest, AThrowRunsOnTheFramesOfTheDisplayAndScrubsToItsEnd) {
+    DisplayClock display;
+    const double start = offset(0);
+    throwRuler(0);
+    ASSERT_TRUE(isThrown(0));
+    EXPECT_NEAR(offset(0) - start, 100, 1e-6);
+    for (const int milliseconds : {8, 17, 100}) display.frame(milliseconds);
+    EXPECT_NEAR(offset(0) - start, 100 + Deceleration{1000}.distance(0.125), 1e-3);
+    const double before = offset(0);
+    settle();
+    EXPECT_EQ(offset(0), before) << "between frames nothing moves";
+    display.frame(3000);
+    EXPECT_FALSE(isThrown(0));
+    EXPECT_FALSE(timeline(0).canDrag());
+    EXPECT_NEAR(offset(0) - start, 597.5, 1e-3);
+    waitForFrame(0, 75);
+}
+
+TEST_F(TimelineScreenTest, ResizingWhileItCoastsStepsNowhere) {
+    DisplayClock display;
+    throwRuler(0);
+    for (const QSize size : {QSize(1100, 700), QSize(1281, 800), QSize(640, 480), QSize(1000, 900)}) {
+        host->window().resize(size);
+        display.frame(50);
+        ASSERT_TRUE(screen->wait([&] { return timeline(0).collectionView()->isLayoutValid(); }));
+        display.frame(50);
+    }
+    display.frame(3000);
+    EXPECT_FALSE(isThrown(0));
+    waitForFrame(0, 75);
+    EXPECT_EQ(screen->frameIndex(1), 0);
+}
+
+TEST_F(TimelineScreenTest, AThrowEndsWhenItsRulerIsHidden) {
+    throwRuler(0);
+    ASSERT_TRUE(isThrown(0));
+    ruler(0).setVisible(false);
+    EXPECT_FALSE(isThrown(0));
+    EXPECT_FALSE(timeline(0).canDrag());
+}
+
+TEST_F(TimelineScreenTest, ReducedMotionThrowsNothing) {
+    throwRuler(0);
+    ASSERT_TRUE(isThrown(0));
+    const bool wasReduced = Motion::shared().isReduced();
+    Motion::shared().setReduced(true);
+    EXPECT_FALSE(isThrown(0)) << "one that is on its way ends";
+    throwRuler(0);
+    EXPECT_FALSE(isThrown(0));
+    Motion::shared().setReduced(wasReduced);
+    throwRuler(0);
+    EXPECT_EQ(isThrown(0), !wasReduced);
+    close();  // in the middle of it
+}
+
+TEST_F(TimelineScreenTest, ALayoutChangeUnderAStillPointerStepsNothing) {
+    for (const bool isTouch : {false, true}) {
+        host->window().resize(1280, 800);
+        settle();
+        const QPoint start = middleOf(1);  // the right ruler, which moves
+        const double place = ruler(1).mapToScene({}).x();
+        if (isTouch) {
+            QTest::touchEvent(&host->window(), device()).press(7, start);
+        } else {
+            QTest::mousePress(&host->window(), Qt::LeftButton, {}, start);
+        }
+        ASSERT_TRUE(timeline(1).canDrag());
+        host->window().resize(1120, 800);
+        ASSERT_TRUE(screen->wait(
+            [&] { return ruler(1).mapToScene({}).x() < place - 70 && timeline(1).collectionView()->isLayoutValid(); }));
+        const double before = offset(1);
+        if (isTouch) {
+            QTest::touchEvent(&host->window(), device()).move(7, start + QPoint(1, 0));
+        } else {
+            QTest::mouseMove(&host->window(), start + QPoint(1, 0));
+        }
+        EXPECT_TRUE(screen->wait([&] { return offset(1) != before; }));
+        EXPECT_NEAR(offset(1), before - 1, 1e-3) << (isTouch ? "touch" : "mouse");
+        if (isTouch) {
+            QTest::touchEvent(&host->window(), device()).release(7, start + QPoint(1, 0));
+        } else {
+            QTest::mouseRelease(&host->window(), Qt::LeftButton, {}, start + QPoint(1, 0), 200);
+        }
+        EXPECT_TRUE(screen->wait([&] { return !timeline(1).canDrag(); }));
+    }
+    EXPECT_EQ(screen->frameIndex(1), 0);
+}
+
+TEST_F(TimelineScreenTest, ASecondFingerTakesOverADrag) {
+    const QPoint start = middleOf(0);
+    QQuickWindow& window = host->window();
+    const double before = offset(0);
+    const auto isAt = [&](double points) {
+        return screen->wait([&] { return std::abs(offset(0) - before - points) < 1e-6; });
+    };
+    QTest::touchEvent(&window, device()).press(1, start);
+    QTest::touchEvent(&window, device()).move(1, start - QPoint(40, 0));
+    EXPECT_TRUE(isAt(40));
+    QTest::touchEvent(&window, device()).stationary(1).press(2, start + QPoint(100, 0));
+    QTest::touchEvent(&window, device()).stationary(1).move(2, start + QPoint(84, 0));
+    EXPECT_TRUE(isAt(56));
+    QTest::touchEvent(&window, device()).release(1, start - QPoint(40, 0)).stationary(2);
+    EXPECT_TRUE(timeline(0).canDrag());
+    QTest::touchEvent(&window, device()).move(2, start + QPoint(60, 0));
+    EXPECT_TRUE(isAt(80));
+    settle();
+    QTest::touchEvent(&window, device()).release(2, start + QPoint(60, 0));
+    EXPECT_TRUE(screen->wait([&] { return !timeline(0).canDrag(); }));
+    waitForFrame(0, 10);
 }
 
 TEST_F(TimelineScreenTest, AWheelNotchIsOneFrame) {
