@@ -3,6 +3,7 @@
 #include "Tests/Support/ComponentTest.h"
 
 #include <algorithm>
+#include <stdexcept>
 #include <thread>
 
 namespace videoanalysis {
@@ -21,7 +22,9 @@ struct Counter {
 struct AddAction final : Action {
     int amount;
     explicit AddAction(int amount) : amount(amount) {}
-    std::string description() const override { return describeAction("AddAction", {{"amount", describeField(amount)}}); }
+    std::string description() const override {
+        return describeAction("AddAction", {{"amount", describeField(amount)}});
+    }
 };
 
 struct TouchOtherAction final : Action {
@@ -114,6 +117,23 @@ TEST_F(StoreTest, SelectionSkipsRepeatsOfComparablePartsByItself) {
     platform->drainMainQueue();
     EXPECT_EQ(numbers(*byField), (std::vector{0, 5}));
     EXPECT_EQ(numbers(*byFunction), (std::vector{0, 5}));
+
+    // A whole state that is comparable is no different.
+    const Reducer<Part> reducePart = [](const Action& action, const Part* part) {
+        const auto* add = action.as<AddAction>();
+        return Part{(part ? part->number : 0) + (add ? add->amount : 0)};
+    };
+    for (const bool skips : {true, false}) {
+        const auto whole = Store<Part>::make(reducePart, Part{}, {}, skips);
+        const auto listener = std::make_shared<Listener<Part>>();
+        whole->subscribe(listener);
+        for (const int amount : {0, 5, 0}) {
+            platform->drainMainQueue();
+            whole->dispatch(AddAction(amount));
+        }
+        platform->drainMainQueue();
+        EXPECT_EQ(numbers(*listener), skips ? (std::vector{0, 5}) : (std::vector{0, 0, 5, 5}));
+    }
 
     const auto plain = Store<Counter>::make(reduceCounter, Counter{}, {}, false);
     const auto everything = std::make_shared<Listener<Part>>();
@@ -252,6 +272,116 @@ TEST_F(StoreTest, MiddlewareSeesActionsInListOrderAndItsDispatchStartsOver) {
     EXPECT_EQ(keptState(), nullptr);
 }
 
+TEST_F(StoreTest, MiddlewareMayReplaceTheMiddlewareWhileItRuns) {
+    std::vector<std::string> path;
+    const auto link = [&path](std::string name, std::function<void()> work) -> Middleware<Counter> {
+        return [=, &path](const DispatchFunction&, const std::function<Snapshot<Counter>()>&) {
+            return [=, &path](DispatchFunction next) -> DispatchFunction {
+                return [=, &path, token = std::make_shared<int>(0)](const Action& action) {
+                    // What is replaced must live until it has returned; what is needed to say so lives on the stack.
+                    std::vector<std::string>& said = path;
+                    const std::weak_ptr<int> alive = token;
+                    const DispatchFunction rest = next;
+                    said.push_back(name);
+                    work();
+                    if (alive.expired()) said.push_back("gone");
+                    rest(action);
+                };
+            };
+        };
+    };
+    const auto store = makeStore();
+    store->setMiddleware({link("A", [&] { store->setMiddleware({link("C", [] {})}); }), link("B", [] {})});
+    store->dispatch(AddAction(1));
+    store->dispatch(AddAction(1));
+    EXPECT_EQ(path, (std::vector<std::string>{"A", "B", "C"})) << "it takes effect with the next dispatch";
+    EXPECT_EQ(store->state().part.number, 2);
+
+    // The head of the chain may be kept and called, too.
+    path.clear();
+    const DispatchFunction head = store->dispatchFunction();
+    store->setMiddleware({link("D", [] {})});
+    head(AddAction(1));
+    EXPECT_EQ(path, std::vector<std::string>{"C"});
+    EXPECT_EQ(store->state().part.number, 3);
+
+    // Middleware that is being made may replace itself before it has run once.
+    path.clear();
+    const Middleware<Counter> hasty = [&](const DispatchFunction&, const std::function<Snapshot<Counter>()>&) {
+        store->setMiddleware({link("E", [] {})});
+        return [](DispatchFunction next) { return next; };
+    };
+    store->setMiddleware({hasty, link("F", [] {}), link("G", [] {})});
+    store->dispatch(AddAction(1));
+    path.clear();
+    store->dispatch(AddAction(1));
+    EXPECT_EQ(path, std::vector<std::string>{"E"});
+    EXPECT_EQ(store->state().part.number, 5);
+}
+
+TEST_F(StoreTest, WhatAMiddlewareKeepsBeyondTheStoreDoesNothing) {
+    int reductions = 0;
+    const Reducer<Counter> reducer = [&](const Action&, const Counter* state) {
+        ++reductions;
+        return *state;
+    };
+    DispatchFunction keptNext;
+    std::shared_ptr<Store<Counter>> store;
+    const Middleware<Counter> keeping = [&](const DispatchFunction&, const std::function<Snapshot<Counter>()>&) {
+        return [&](DispatchFunction next) -> DispatchFunction {
+            keptNext = next;
+            return [&store, next](const Action& action) {
+                const DispatchFunction rest = next;
+                if (action.as<TouchOtherAction>()) store.reset();  // its last owner
+                rest(action);
+            };
+        };
+    };
+    store = Store<Counter>::make(reducer, Counter{}, {keeping}, true);
+    store->dispatch(AddAction(1));
+    keptNext(AddAction(1));
+    EXPECT_EQ(reductions, 2);
+    Store<Counter>& borrowed = *store;
+    borrowed.dispatch(TouchOtherAction());
+    ASSERT_EQ(store, nullptr);
+    keptNext(AddAction(1));
+    EXPECT_EQ(reductions, 2);
+}
+
+TEST_F(StoreTest, AReducerThatThrowsLeavesTheStoreAsItWas) {
+    const auto store = Store<Counter>::make(
+        [](const Action& action, const Counter* state) {
+            if (action.as<TouchOtherAction>()) throw std::runtime_error("no");
+            return reduceCounter(action, state);
+        },
+        Counter{{3}, 0}, {}, true);
+    const auto listener = std::make_shared<Listener<Counter>>();
+    store->subscribe(listener);
+    platform->drainMainQueue();
+    EXPECT_THROW(store->dispatch(TouchOtherAction()), std::runtime_error);
+    platform->drainMainQueue();
+    EXPECT_EQ(store->state().part.number, 3);
+    EXPECT_EQ(listener->received.size(), 1U) << "nothing has changed, so nothing is announced";
+    store->dispatch(AddAction(1));
+    platform->drainMainQueue();
+    EXPECT_EQ(listener->received.back().part.number, 4);
+}
+
+TEST_F(StoreTest, CopiesOfASharedValueAreEditedApart) {
+    CopyOnWrite<std::vector<int>> first;
+    CopyOnWrite<std::vector<int>> other;
+    first.edit().push_back(1);
+    EXPECT_TRUE(other->empty()) << "empty values share one as well";
+    CopyOnWrite<std::vector<int>> copy = first;
+    EXPECT_EQ(&*copy, &*first) << "until one is edited";
+    copy.edit().push_back(2);
+    EXPECT_EQ(*first, std::vector{1});
+    EXPECT_EQ(*copy, (std::vector{1, 2}));
+    const std::vector<int>* const own = &*copy;
+    copy.edit().push_back(3);
+    EXPECT_EQ(&*copy, own) << "its own value is not copied again";
+}
+
 TEST_F(StoreTest, CreatorsDecideOnTheStateOfTheirMoment) {
     const auto store = makeStore();
     const Store<Counter>::ActionCreator addOnce = [](const Counter& state, Store<Counter>&) -> std::unique_ptr<Action> {
@@ -275,6 +405,16 @@ TEST_F(StoreTest, CreatorsDecideOnTheStateOfTheirMoment) {
     EXPECT_EQ(calledBack, std::vector{10});
     later([](const Counter&, Store<Counter>&) -> std::unique_ptr<Action> { return nullptr; });
     EXPECT_EQ(calledBack.size(), 1U) << "nothing was dispatched, so nobody is called back";
+
+    // The state that a creator is given is there until it returns, whatever it dispatches.
+    std::weak_ptr<const Counter> given = store->snapshot();
+    store->dispatch(Store<Counter>::ActionCreator([&](const Counter&, Store<Counter>& same) -> std::unique_ptr<Action> {
+        same.dispatch(AddAction(1));
+        platform->drainMainQueue();
+        EXPECT_FALSE(given.expired());
+        return nullptr;
+    }));
+    EXPECT_TRUE(given.expired());
 }
 
 using StoreDeathTest = StoreTest;
@@ -288,10 +428,11 @@ TEST_F(StoreDeathTest, DispatchingFromAReducerStopsTheProgram) {
             return Counter{};
         },
         Counter{}, {}, true);
-    EXPECT_DEATH(store->dispatch(TouchOtherAction()),
-                 "ReSwift:ConcurrentMutationError- Action has been dispatched while a previous action is being processed. "
-                 "A reducer is dispatching an action, or ReSwift is used in a concurrent context \\(e.g. from multiple "
-                 "threads\\). Action: AddAction\\(amount: 12\\)\n$");
+    EXPECT_DEATH(
+        store->dispatch(TouchOtherAction()),
+        "ReSwift:ConcurrentMutationError- Action has been dispatched while a previous action is being processed. "
+        "A reducer is dispatching an action, or ReSwift is used in a concurrent context \\(e.g. from multiple "
+        "threads\\). Action: AddAction\\(amount: 12\\)\n$");
 }
 
 TEST_F(StoreTest, SynchronizedKeepsConcurrentChangesApart) {

@@ -31,7 +31,7 @@ using Reducer = std::function<State(const Action& action, const State* state)>;
 using DispatchFunction = std::function<void(const Action& action)>;
 
 /// Wraps the rest of the chain: (dispatch, getState) -> (next -> dispatch function). `dispatch` starts at the head of the
-/// chain again; both do nothing, or return null, once the store is gone.
+/// chain again, `next` goes on with it; all three do nothing, or return null, once the store is gone.
 template <class State>
 using Middleware = std::function<std::function<DispatchFunction(DispatchFunction next)>(
     DispatchFunction dispatch, std::function<Snapshot<State>()> getState)>;
@@ -50,12 +50,13 @@ public:
 
     Store(Private, Reducer<State> reducer, std::vector<Middleware<State>> middleware, bool automaticallySkipsRepeats)
         : subscriptionsAutomaticallySkipRepeats(automaticallySkipsRepeats), reducer_(std::move(reducer)),
-          middleware_(std::move(middleware)) {}
+          middleware_(std::make_shared<const std::vector<Middleware<State>>>(std::move(middleware))) {}
 
     /// Without a state one `ReSwiftInit` is dispatched at once. Middleware sees actions in list order, the reducer last.
     static std::shared_ptr<Store> make(Reducer<State> reducer, std::optional<State> state,
                                        std::vector<Middleware<State>> middleware, bool automaticallySkipsRepeats) {
-        auto store = std::make_shared<Store>(Private{}, std::move(reducer), std::move(middleware), automaticallySkipsRepeats);
+        auto store =
+            std::make_shared<Store>(Private{}, std::move(reducer), std::move(middleware), automaticallySkipsRepeats);
         if (state) {
             store->state_ = std::make_shared<const State>(std::move(*state));
         } else {
@@ -72,52 +73,57 @@ public:
     /// The current state, to keep; null while it is absent.
     const Snapshot<State>& snapshot() const { return state_; }
 
-    /// Runs the chain and the reducer before it returns; subscribers hear of it later. Fatal from inside a reducer.
-    void dispatch(const Action& action) { dispatchFunction()(action); }
+    /// Runs the chain and the reducer before it returns; subscribers hear of it later. Fatal from inside a reducer. When the
+    /// reducer throws, the state stays and the exception passes on.
+    void dispatch(const Action& action) {
+        // Held: a middleware may replace the chain, or drop the last owner of the store, while it runs.
+        const std::shared_ptr<const DispatchFunction> head = chain();
+        (*head)(action);
+    }
 
-    /// The head of the chain; made on first use and again after a change of the middleware.
-    const DispatchFunction& dispatchFunction() {
-        if (!dispatchFunction_) dispatchFunction_ = makeDispatchFunction();
-        return dispatchFunction_;
+    /// The head of the chain; made on first use and again after a change of the middleware. It may be kept: it does nothing
+    /// once the store is gone.
+    DispatchFunction dispatchFunction() {
+        return [head = chain()](const Action& action) { (*head)(action); };
     }
 
     /// The end of the chain: the guard against dispatching from a reducer, then the reducer.
     void _defaultDispatch(const Action& action) {
         if (isDispatching_.value()) {
-            fatalError(
-                "ReSwift:ConcurrentMutationError- Action has been dispatched while a previous action is being processed. A "
-                "reducer is dispatching an action, or ReSwift is used in a concurrent context (e.g. from multiple threads). "
-                "Action: " +
-                action.description());
+            fatalError("ReSwift:ConcurrentMutationError- Action has been dispatched while a previous action is being "
+                       "processed. A "
+                       "reducer is dispatching an action, or ReSwift is used in a concurrent context (e.g. from "
+                       "multiple threads). "
+                       "Action: " +
+                       action.description());
         }
-        isDispatching_.value([](bool& dispatching) { dispatching = true; });
-        Snapshot<State> newState = std::make_shared<const State>(reducer_(action, state_.get()));
-        isDispatching_.value([](bool& dispatching) { dispatching = false; });
-        setState(std::move(newState));
+        setState(reduce(action));
     }
 
-    /// The creators need a state; fatal while it is absent.
+    /// The creators need a state; fatal while it is absent. The state that they are given holds until they return.
     void dispatch(const ActionCreator& actionCreator) {
-        if (const std::unique_ptr<Action> action = actionCreator(state(), *this)) dispatch(*action);
+        if (const std::unique_ptr<Action> action = create(actionCreator)) dispatch(*action);
     }
     void dispatch(const AsyncActionCreator& actionCreator) { dispatch(actionCreator, nullptr); }
     /// `callback` (may be empty) receives the state after the action that came of it, if one came.
     void dispatch(const AsyncActionCreator& actionCreator, DispatchCallback callback) {
-        actionCreator(state(), *this,
+        const Snapshot<State> current = state_;
+        actionCreator(present(current), *this,
                       [weak = this->weak_from_this(), callback = std::move(callback)](const ActionCreator& creator) {
                           const auto store = weak.lock();
-                          const std::unique_ptr<Action> action = store ? creator(store->state(), *store) : nullptr;
+                          const std::unique_ptr<Action> action = store ? store->create(creator) : nullptr;
                           if (!action) return;
                           store->dispatch(*action);
-                          if (callback) callback(store->state());
+                          const Snapshot<State> next = store->state_;
+                          if (callback) callback(present(next));
                       });
     }
 
-    const std::vector<Middleware<State>>& middleware() const { return middleware_; }
-    /// Takes effect with the next dispatch.
+    const std::vector<Middleware<State>>& middleware() const { return *middleware_; }
+    /// Takes effect with the next dispatch; may be called from a middleware.
     void setMiddleware(std::vector<Middleware<State>> middleware) {
-        middleware_ = std::move(middleware);
-        dispatchFunction_ = nullptr;
+        middleware_ = std::make_shared<const std::vector<Middleware<State>>>(std::move(middleware));
+        chain_ = nullptr;
     }
 
     /// Delivers whole states to `subscriber`, which is held weakly, the current one first. An object has one subscription;
@@ -159,10 +165,38 @@ private:
         return *state;
     }
 
-    DispatchFunction makeDispatchFunction() {
+    Snapshot<State> reduce(const Action& action) {
+        isDispatching_.value([](bool& dispatching) { dispatching = true; });
+        // Also when the reducer throws.
+        const struct End {
+            Synchronized<bool>& isDispatching;
+            ~End() {
+                isDispatching.value([](bool& dispatching) { dispatching = false; });
+            }
+        } end{isDispatching_};
+        return std::make_shared<const State>(reducer_(action, state_.get()));
+    }
+
+    std::unique_ptr<Action> create(const ActionCreator& actionCreator) {
+        const Snapshot<State> current = state_;
+        return actionCreator(present(current), *this);
+    }
+
+    std::shared_ptr<const DispatchFunction> chain() {
+        if (chain_) return chain_;
+        const auto middleware = middleware_;
+        auto made = std::make_shared<const DispatchFunction>(makeDispatchFunction(*middleware));
+        // Unless a middleware has replaced the middleware while it was being made.
+        if (middleware == middleware_) chain_ = made;
+        return made;
+    }
+
+    DispatchFunction makeDispatchFunction(const std::vector<Middleware<State>>& middleware) {
         const std::weak_ptr<Store> weak = this->weak_from_this();
-        DispatchFunction chain = [this](const Action& action) { _defaultDispatch(action); };
-        for (auto link = middleware_.rbegin(); link != middleware_.rend(); ++link) {
+        DispatchFunction chain = [weak](const Action& action) {
+            if (const auto store = weak.lock()) store->_defaultDispatch(action);
+        };
+        for (auto link = middleware.rbegin(); link != middleware.rend(); ++link) {
             DispatchFunction dispatch = [weak](const Action& action) {
                 if (const auto store = weak.lock()) store->dispatch(action);
             };
@@ -215,11 +249,12 @@ private:
     }
 
     Snapshot<State> state_;
-    DispatchFunction dispatchFunction_;
+    /// The chain of the middleware; null until it is needed.
+    std::shared_ptr<const DispatchFunction> chain_;
     Reducer<State> reducer_;
     std::vector<std::shared_ptr<SubscriptionBox<State>>> subscriptions_;
     Synchronized<bool> isDispatching_{false};
-    std::vector<Middleware<State>> middleware_;
+    std::shared_ptr<const std::vector<Middleware<State>>> middleware_;
 };
 
 }  // namespace videoanalysis
