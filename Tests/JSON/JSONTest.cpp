@@ -32,8 +32,9 @@ std::optional<Kind> errorOf(const Action& action) {
 TEST(JSON, ReadsEveryTypeAndWritesItBack) {
     const std::string text =
         R"({"array":[1,-2.5,1e+300,[]],"empty":{},"false":false,"null":null,"text":"é\"\\\n€😀","true":true})";
-    const JSON value = JSON::parse(R"(  {"text":"\u00e9\"\\\n\u20ac\ud83d\ude00", "null":null,"true":true,"false":false,)"
-                                   R"( "empty" : {}, "array":[1,-2.5,1E300,[ ]]} )");
+    const JSON value =
+        JSON::parse(R"(  {"text":"\u00e9\"\\\n\u20ac\ud83d\ude00", "null":null,"true":true,"false":false,)"
+                    R"( "empty" : {}, "array":[1,-2.5,1E300,[ ]]} )");
     EXPECT_EQ(value["text"].type(), JSON::Type::string);
     EXPECT_EQ(*value["text"].string(), "é\"\\\n€😀");
     EXPECT_EQ(value["array"][1].number(), -2.5);
@@ -43,8 +44,9 @@ TEST(JSON, ReadsEveryTypeAndWritesItBack) {
     EXPECT_EQ(value["empty"].type(), JSON::Type::dictionary);
     EXPECT_EQ(value.size(), 6U);
     EXPECT_EQ(value["array"].size(), 4U);
-    EXPECT_EQ(value.serialized(),
-              R"({"array":[1,-2.5,1e+300,[]],"empty":{},"false":false,"null":null,"text":"é\"\\\u000a€😀","true":true})");
+    EXPECT_EQ(
+        value.serialized(),
+        R"({"array":[1,-2.5,1e+300,[]],"empty":{},"false":false,"null":null,"text":"é\"\\\u000a€😀","true":true})");
     EXPECT_EQ(JSON::parse(text), value);
 
     // An accessor of another type gives nothing, and a number is not a flag.
@@ -94,7 +96,8 @@ TEST(JSON, SubscriptsTellWhyThereIsNothing) {
 TEST(JSON, ErrorsHaveTheirKindsAndNames) {
     const JSON list = JSON::array({1});
     EXPECT_EQ(errorOf([] { JSON(std::nan("")).serialized(); }), Kind::unsupportedType);
-    EXPECT_EQ(errorOf([] { JSON::array({std::numeric_limits<double>::infinity()}).serialized(); }), Kind::unsupportedType);
+    EXPECT_EQ(errorOf([] { JSON::array({std::numeric_limits<double>::infinity()}).serialized(); }),
+              Kind::unsupportedType);
     EXPECT_EQ(errorOf([&] { list[5].serialized(); }), Kind::unsupportedType);
     EXPECT_EQ(errorOf([&] { JSON(list).set(std::size_t{1}, 2); }), Kind::indexOutOfBounds);
     EXPECT_EQ(errorOf([&] { JSON(list).set("key", 2); }), Kind::wrongType);
@@ -141,6 +144,35 @@ TEST(JSON, NestingIsLimitedNotFatal) {
     EXPECT_EQ(tower, before);
 }
 
+TEST(JSON, ValuesOfAnyDepthAreCopiedComparedAndDestroyed) {
+    // Arrays and dictionaries in turn, each with a neighbour that has content of its own.
+    const auto tower = [](JSON top) {
+        for (int i = 0; i < 400'000; ++i) {
+            JSON level = i % 2 == 0 ? JSON(JSON::Array()) : JSON(JSON::Dictionary());
+            if (i % 2 == 0) {
+                level.append(std::move(top));
+                level.append(JSON::array({i}));
+            } else {
+                level.set("inner", std::move(top));
+                level.set("other", JSON::array({"text"}));
+            }
+            top = std::move(level);
+        }
+        return top;
+    };
+    JSON value = tower(1);
+    EXPECT_EQ(value, tower(1));
+    EXPECT_FALSE(value == tower(2));
+    EXPECT_FALSE(value == tower(JSON::array({})));
+    const JSON copy = value;
+    value.set("added", true);
+    EXPECT_FALSE(value == copy);
+    EXPECT_EQ(value["inner"], copy["inner"]);
+    EXPECT_EQ(errorOf([&] { value.serialized(); }), Kind::elementTooDeep);
+    // Destroyed on another thread as well, whose stack is smaller.
+    std::thread([last = tower(4)]() mutable { last = nullptr; }).join();
+}
+
 TEST(JSON, CopiesAreIndependent) {
     JSON original = JSON::dictionary({{"list", JSON::array({1, 2})}, {"name", "a"}});
     const JSON kept = original;
@@ -168,7 +200,8 @@ TEST(JSON, CopiesAreIndependent) {
 
 TEST(JSON, PartsOutliveTheWholeOnAnyThread) {
     std::string text = "[";
-    for (int i = 0; i < 5000; ++i) text += R"({"x":)" + std::to_string(i) + R"(,"name":"a name that is not a short one"},)";
+    for (int i = 0; i < 5000; ++i)
+        text += R"({"x":)" + std::to_string(i) + R"(,"name":"a name that is not a short one"},)";
     text.back() = ']';
     std::vector<JSON> parts;
     {
@@ -220,8 +253,58 @@ TEST(JSON, MembersAreEqualInAnyOrderAndTheLastOfAKeyCounts) {
 }
 
 TEST(JSON, TextThatIsNotUTF8IsReplacedNotWritten) {
-    EXPECT_EQ(JSON("a\xff" "b\xc3(\xe2\x82\xf0\x9f\x98\x80").serialized(), "\"a\uFFFDb\uFFFD(\uFFFD\uFFFD😀\"");
-    EXPECT_EQ(JSON(std::string("\0\x1f\x7f", 3)).serialized(), "\"\\u0000\\u001f\x7f\"");
+    // The first and the last character of every length, and those beside the surrogates.
+    for (const char* character :
+         {"\x7F", "\u0080", "\u07FF", "\u0800", "\u0FFF", "\u1000", "\uCFFF", "\uD000", "\uD7FF", "\uE000", "\uFFFF",
+          "\U00010000", "\U0003FFFF", "\U00040000", "\U000FFFFF", "\U00100000", "\U0010FFFF"}) {
+        const std::string text = std::string("\"a") + character + "b\"";
+        EXPECT_EQ(JSON(std::string("a") + character + "b").serialized(), text);
+        EXPECT_EQ(JSON::parse(text).serialized(), text);
+    }
+    // One mark stands for each byte that is no part of a character.
+    const struct {
+        std::string_view bytes;
+        std::string_view marks;
+    } cases[] = {
+        {"\x80", "!"},  // a character cannot begin with these
+        {"\xBF", "!"},
+        {"\xF5\x80\x80\x80", "!!!!"},
+        {"\xFF", "!"},
+        {"\xC0\x80", "!!"},  // longer than need be
+        {"\xC1\xBF", "!!"},
+        {"\xE0\x9F\xBF", "!!!"},
+        {"\xF0\x8F\xBF\xBF", "!!!!"},
+        {"\xED\xA0\x80", "!!!"},  // surrogates
+        {"\xED\xBF\xBF", "!!!"},
+        {"\xF4\x90\x80\x80", "!!!!"},  // beyond U+10FFFF
+        {"\xC2(", "!("},               // not continued
+        {"\xC2\xC0(", "!!("},
+        {"\xE1(\x80", "!(!"},
+        {"\xE1\x80(", "!!("},
+        {"\xE1\x80\xC0(", "!!!("},
+        {"\xF1(\x80\x80", "!(!!"},
+        {"\xF1\x80(\x80", "!!(!"},
+        {"\xF1\x80\x80(", "!!!("},
+        {"\xF1\x80\x80\xC0(", "!!!!("},
+        {"\xC2", "!"},  // cut off
+        {"\xE1\x80", "!!"},
+        {"\xF1\x80\x80", "!!!"},
+    };
+    for (const auto& [bytes, marks] : cases) {
+        std::string expected = "\"";
+        for (const char mark : marks) expected += mark == '!' ? std::string("\uFFFD") : std::string(1, mark);
+        expected += '"';
+        EXPECT_EQ(JSON(bytes).serialized(), expected);
+        EXPECT_NO_THROW(JSON::parse(expected));
+    }
+    // Keys are texts, too. Control characters, quotes and backslashes are escaped, nothing else.
+    EXPECT_EQ(JSON::dictionary({{"k\xff\"", 1}}).serialized(), "{\"k\uFFFD\\\"\":1}");
+    std::string controls;
+    for (char c = 0; c < 0x20; ++c) controls += c;
+    const std::string written = JSON(controls).serialized();
+    EXPECT_EQ(*JSON::parse(written).string(), controls);
+    EXPECT_EQ(written.size(), 2 + 6 * controls.size());
+    EXPECT_EQ(JSON(std::string("\0\x1f\x7f / \"\\", 8)).serialized(), "\"\\u0000\\u001f\x7f / \\\"\\\\\"");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <vector>
 
 namespace videoanalysis {
 namespace {
@@ -93,12 +94,12 @@ void writeNumber(std::string& text, double value) {
 
 std::string_view JSONError::name(Kind kind) {
     switch (kind) {
-    case Kind::unsupportedType: return "unsupportedType";
-    case Kind::indexOutOfBounds: return "indexOutOfBounds";
-    case Kind::elementTooDeep: return "elementTooDeep";
-    case Kind::wrongType: return "wrongType";
-    case Kind::notExist: return "notExist";
-    case Kind::invalidJSON: return "invalidJSON";
+        case Kind::unsupportedType: return "unsupportedType";
+        case Kind::indexOutOfBounds: return "indexOutOfBounds";
+        case Kind::elementTooDeep: return "elementTooDeep";
+        case Kind::wrongType: return "wrongType";
+        case Kind::notExist: return "notExist";
+        case Kind::invalidJSON: return "invalidJSON";
     }
     return {};
 }
@@ -147,9 +148,9 @@ const JSON& JSON::unknown(JSONError::Kind kind) {
     static const JSON notExist(JSONError::Kind::notExist);
     static const JSON wrongType(JSONError::Kind::wrongType);
     switch (kind) {
-    case JSONError::Kind::indexOutOfBounds: return indexOutOfBounds;
-    case JSONError::Kind::notExist: return notExist;
-    default: return wrongType;
+        case JSONError::Kind::indexOutOfBounds: return indexOutOfBounds;
+        case JSONError::Kind::notExist: return notExist;
+        default: return wrongType;
     }
 }
 
@@ -244,49 +245,101 @@ void JSON::merge(const JSON& other, int depth) {
 
 void JSON::write(std::string& text, int depth) const {
     switch (type_) {
-    case Type::number: writeNumber(text, content_.number); break;
-    case Type::string: writeString(text, *string()); break;
-    case Type::boolean: text += content_.boolean ? "true" : "false"; break;
-    case Type::null: text += "null"; break;
-    case Type::unknown:
-        throw JSONError(JSONError::Kind::unsupportedType, "JSON text cannot express an unknown value");
-    case Type::array: {
-        if (depth == maximumDepth) throwTooDeep();
-        char separator = '[';
-        for (const JSON& element : content_.array) {
-            text += std::exchange(separator, ',');
-            element.write(text, depth + 1);
+        case Type::number: writeNumber(text, content_.number); break;
+        case Type::string: writeString(text, *string()); break;
+        case Type::boolean: text += content_.boolean ? "true" : "false"; break;
+        case Type::null: text += "null"; break;
+        case Type::unknown:
+            throw JSONError(JSONError::Kind::unsupportedType, "JSON text cannot express an unknown value");
+        case Type::array: {
+            if (depth == maximumDepth) throwTooDeep();
+            char separator = '[';
+            for (const JSON& element : content_.array) {
+                text += std::exchange(separator, ',');
+                element.write(text, depth + 1);
+            }
+            text += content_.array.empty() ? "[]" : "]";
+            break;
         }
-        text += content_.array.empty() ? "[]" : "]";
-        break;
-    }
-    case Type::dictionary: {
-        if (depth == maximumDepth) throwTooDeep();
-        char separator = '{';
-        for (const Member& member : content_.dictionary) {
-            text += std::exchange(separator, ',');
-            writeString(text, member.key);
-            text += ':';
-            member.value.write(text, depth + 1);
+        case Type::dictionary: {
+            if (depth == maximumDepth) throwTooDeep();
+            char separator = '{';
+            for (const Member& member : content_.dictionary) {
+                text += std::exchange(separator, ',');
+                writeString(text, member.key);
+                text += ':';
+                member.value.write(text, depth + 1);
+            }
+            text += content_.dictionary.empty() ? "{}" : "}";
+            break;
         }
-        text += content_.dictionary.empty() ? "{}" : "}";
-        break;
     }
+}
+
+void JSON::destroyNested() noexcept {
+    // Content that lies deeper than this is put aside and destroyed from the outermost call, so that the stack stays small.
+    struct Running {
+        int depth = 0;
+        std::vector<JSON> aside;
+    };
+    constexpr int maximumRecursion = 64;
+    static constinit thread_local Running* running = nullptr;
+    if (!running) {
+        Running outermost;
+        running = &outermost;
+        destroyContainer();
+        while (!outermost.aside.empty()) {
+            const JSON next = std::move(outermost.aside.back());
+            outermost.aside.pop_back();
+        }
+        running = nullptr;
+    } else if (running->depth == maximumRecursion) {
+        running->aside.push_back(std::move(*this));
+        destroyContainer();
+    } else {
+        ++running->depth;
+        destroyContainer();
+        --running->depth;
     }
 }
 
 bool operator==(const JSON& a, const JSON& b) {
-    if (a.type_ != b.type_) return false;
-    switch (a.type_) {
-    case JSON::Type::number: return a.content_.number == b.content_.number;
-    case JSON::Type::string: return a.content_.text == b.content_.text;
-    case JSON::Type::boolean: return a.content_.boolean == b.content_.boolean;
-    case JSON::Type::array: return a.content_.array == b.content_.array;
-    case JSON::Type::dictionary: return a.content_.dictionary == b.content_.dictionary;
-    case JSON::Type::unknown: return a.content_.error == b.content_.error;
-    case JSON::Type::null: return true;
+    // Containers that are still to be compared, element by element.
+    std::vector<std::pair<const JSON*, const JSON*>> pending;
+    const auto mayBeEqual = [&](const JSON& one, const JSON& other) {
+        if (one.type_ != other.type_) return false;
+        switch (one.type_) {
+            case JSON::Type::number: return one.content_.number == other.content_.number;
+            case JSON::Type::string: return one.content_.text == other.content_.text;
+            case JSON::Type::boolean: return one.content_.boolean == other.content_.boolean;
+            case JSON::Type::unknown: return one.content_.error == other.content_.error;
+            case JSON::Type::null: return true;
+            case JSON::Type::array:
+                if (one.content_.array.data() == other.content_.array.data()) return true;
+                break;
+            case JSON::Type::dictionary:
+                if (one.content_.dictionary.data() == other.content_.dictionary.data()) return true;
+                break;
+        }
+        if (one.size() != other.size()) return false;
+        pending.emplace_back(&one, &other);
+        return true;
+    };
+    if (!mayBeEqual(a, b)) return false;
+    while (!pending.empty()) {
+        const auto [one, other] = pending.back();
+        pending.pop_back();
+        for (std::size_t i = 0; i < one->size(); ++i) {
+            if (one->type_ == JSON::Type::array) {
+                if (!mayBeEqual(one->content_.array[i], other->content_.array[i])) return false;
+                continue;
+            }
+            const JSON::Member& member = one->content_.dictionary[i];
+            const JSON::Member& counterpart = other->content_.dictionary[i];
+            if (member.key != counterpart.key || !mayBeEqual(member.value, counterpart.value)) return false;
+        }
     }
-    return false;
+    return true;
 }
 
 }  // namespace videoanalysis

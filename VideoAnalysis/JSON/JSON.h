@@ -39,7 +39,8 @@ private:
 };
 
 /// A value: copies share their content until one of them is changed, so that copying costs the same whatever its size.
-/// Copies may be used on different threads, one value on one thread at a time.
+/// Copies may be used on different threads, one value on one thread at a time. Values may be nested to any depth, only their
+/// text and merging are limited to `maximumDepth`.
 class JSON {
 public:
     /// Those from string on have content that copies share.
@@ -56,8 +57,7 @@ public:
     JSON() = default;
     JSON(std::nullptr_t) {}
     template <class T>
-        requires std::is_arithmetic_v<T>
-    JSON(T value) {
+    requires std::is_arithmetic_v<T> JSON(T value) {
         if constexpr (std::is_same_v<T, bool>) {
             type_ = Type::boolean;
             content_.boolean = value;
@@ -133,7 +133,7 @@ public:
     /// `elementTooDeep`; on an error nothing has changed.
     void merge(const JSON& other);
 
-    /// The same type and content.
+    /// The same type and content, to any depth.
     friend bool operator==(const JSON& a, const JSON& b);
 
 private:
@@ -158,21 +158,34 @@ private:
     template <class Other>
     void take(Other&& other) {
         switch (type_) {
-        case Type::number: content_.number = other.content_.number; break;
-        case Type::boolean: content_.boolean = other.content_.boolean; break;
-        case Type::unknown: content_.error = other.content_.error; break;
-        case Type::string: new (&content_.text) Text(std::forward<Other>(other).content_.text); break;
-        case Type::array: new (&content_.array) Array(std::forward<Other>(other).content_.array); break;
-        case Type::dictionary: new (&content_.dictionary) Dictionary(std::forward<Other>(other).content_.dictionary); break;
-        case Type::null: break;
+            case Type::number: content_.number = other.content_.number; break;
+            case Type::boolean: content_.boolean = other.content_.boolean; break;
+            case Type::unknown: content_.error = other.content_.error; break;
+            case Type::string: new (&content_.text) Text(std::forward<Other>(other).content_.text); break;
+            case Type::array: new (&content_.array) Array(std::forward<Other>(other).content_.array); break;
+            case Type::dictionary:
+                new (&content_.dictionary) Dictionary(std::forward<Other>(other).content_.dictionary);
+                break;
+            case Type::null: break;
         }
     }
-    void destroy() {
+    void destroy() noexcept {
         if (type_ < Type::string) return;
-        if (type_ == Type::string) std::destroy_at(&content_.text);
-        if (type_ == Type::array) std::destroy_at(&content_.array);
-        if (type_ == Type::dictionary) std::destroy_at(&content_.dictionary);
+        if (type_ == Type::string)
+            std::destroy_at(&content_.text);
+        else if (size() == 0)
+            destroyContainer();
+        else
+            destroyNested();
     }
+    void destroyContainer() noexcept {
+        if (type_ == Type::array)
+            std::destroy_at(&content_.array);
+        else
+            std::destroy_at(&content_.dictionary);
+    }
+    /// The same for a container that may hold others, to any depth.
+    void destroyNested() noexcept;
 
     JSON& member(std::string_view key);
     void merge(const JSON& other, int depth);
@@ -185,7 +198,6 @@ private:
 struct JSON::Member {
     std::string key;
     JSON value;
-    friend bool operator==(const Member&, const Member&) = default;
 };
 
 }  // namespace videoanalysis
