@@ -22,6 +22,19 @@ public:
     EdgeInsets insetForSectionAt(ColorPickerView&, std::int64_t) override { return {1, 2, 3, 4}; }
 };
 
+/// What a screen shows: the colours as they are each time the picker says that they have changed.
+class ShownColors final : public ui::ViewObserver {
+public:
+    std::vector<Color> colors;
+    std::optional<std::int64_t> selected;
+
+    void viewDidChange(ui::View& view, ui::Property property) override {
+        if (property != ui::Property::other) return;
+        colors = static_cast<ColorPickerView&>(view).colors();
+        selected = static_cast<ColorPickerView&>(view).selectedIndex();
+    }
+};
+
 class ColorPickerViewTest : public ComponentTest {
 protected:
     const std::shared_ptr<ColorPickerView> picker = std::make_shared<ColorPickerView>();
@@ -87,6 +100,20 @@ TEST_F(ColorPickerViewTest, PickingMarksTheSwatchAndTellsTheDelegate) {
     EXPECT_EQ(picker->preselectedIndex(), std::nullopt);
     picker->setColors({Color::white(), Color::black()});
     EXPECT_EQ(picker->selectedIndex(), std::nullopt);
+}
+
+TEST_F(ColorPickerViewTest, NewColorsAreShownWhateverTheirNumber) {
+    ShownColors shown;
+    picker->setObserver(&shown);
+    for (const auto& colors :
+         {std::vector{Color::white(), Color::black()}, std::vector{Color::systemRed(), Color::black()},
+          std::vector{Color::systemRed()}, std::vector<Color>()}) {
+        picker->selectItem(0);
+        picker->setColors(colors);
+        EXPECT_EQ(shown.colors, colors);
+        EXPECT_EQ(shown.selected, std::nullopt);
+    }
+    picker->setObserver(nullptr);
 }
 
 TEST_F(ColorPickerViewTest, EveryMarkStandsOutAndEveryToolsColourIsThere) {

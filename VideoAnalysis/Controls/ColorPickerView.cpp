@@ -52,6 +52,7 @@ void ColorPickerView::setColors(std::vector<Color> colors) {
     preselectedIndex_.reset();
     selectedIndex_.reset();
     layOut();
+    notify(ui::Property::other);  // the swatches stand as before when their number is the same
     scrollToPreselected();
 }
 
