@@ -2,6 +2,7 @@
 
 #include "Platforms/Cairo/CairoEngine.h"
 #include "Platforms/Headless/HeadlessPlatform.h"
+#include "VideoAnalysis/Sketch/EllipseTool.h"
 #include "VideoAnalysis/Sketch/EraserTool.h"
 #include "VideoAnalysis/Sketch/PenTool.h"
 #include "VideoAnalysis/Sketch/RectTool.h"
@@ -17,7 +18,9 @@ namespace {
 
 /// Whether two stored forms are the same, numbers within 1e-9.
 testing::AssertionResult areSame(const JSON& a, const JSON& b, const std::string& place = "stack") {
-    const auto differ = [&] { return testing::AssertionFailure() << place << ": " << a.serialized() << " / " << b.serialized(); };
+    const auto differ = [&] {
+        return testing::AssertionFailure() << place << ": " << a.serialized() << " / " << b.serialized();
+    };
     if (a.type() != b.type() || a.size() != b.size()) return differ();
     if (a.number() && std::abs(*a.number() - *b.number()) > 1e-9) return differ();
     if (a.string() && *a.string() != *b.string()) return differ();
@@ -30,6 +33,15 @@ testing::AssertionResult areSame(const JSON& a, const JSON& b, const std::string
     }
     return testing::AssertionSuccess();
 }
+
+class Clock final : public SketchViewDelegate {
+public:
+    double time = 0;
+    bool isTimeBased = true;
+
+    double currentTime() const override { return time; }
+    bool isTimeBasedDrawingsEnabled() const override { return isTimeBased; }
+};
 
 class SketchStackReaderTest : public testing::Test {
 protected:
@@ -160,8 +172,8 @@ TEST_F(SketchStackReaderTest, OnlySixWordsNameATool) {
     EXPECT_EQ(type("rectangle"), Type::rectangleStroke);
     EXPECT_EQ(type("oval"), Type::ellipseStroke);
     EXPECT_EQ(type("Ellipse"), Type::ellipseStroke);
-    for (const char* word : {"", "eraser", "rectangleStroke", "rectangleFill", "ellipseStroke", "ellipseFill", "rect", "pen ",
-                             "rectanglestroke", "PEN\xC3\x96"})
+    for (const char* word : {"", "eraser", "rectangleStroke", "rectangleFill", "ellipseStroke", "ellipseFill", "rect",
+                             "pen ", "rectanglestroke", "PEN\xC3\x96"})
         EXPECT_EQ(type(word), std::nullopt) << word;
     EXPECT_EQ(type(std::string(1'000'000, 'p')), std::nullopt);
 }
@@ -169,7 +181,8 @@ TEST_F(SketchStackReaderTest, OnlySixWordsNameATool) {
 TEST_F(SketchStackReaderTest, WhatCannotBeReadIsSkippedAndNamed) {
     view->lineWidth = 6;
     view->lineColor = {0, 1, 0, 1};
-    JSON stack = JSON::parse(R"({"width": "4", "color": "#GG0000", "alpha": 1.5, "activeTool": 2.5, "ios": {"drawMode": 7},
+    JSON stack =
+        JSON::parse(R"({"width": "4", "color": "#GG0000", "alpha": 1.5, "activeTool": 2.5, "ios": {"drawMode": 7},
         "drawnStack": [
             5,
             {"type": "star", "configuration": {}},
@@ -184,16 +197,20 @@ TEST_F(SketchStackReaderTest, WhatCannotBeReadIsSkippedAndNamed) {
     view->loadStack(stack);
     const std::string drawn = "Stored drawings: drawnStack";
     EXPECT_EQ(platform->log,
-              (std::vector<std::string>{"Stored drawings: width: cannot be read", "Stored drawings: color: cannot be read",
-                                        "Stored drawings: alpha: cannot be read", "Stored drawings: activeTool: cannot be read",
-                                        "Stored drawings: drawMode: cannot be read", drawn + "[0]: cannot be read",
-                                        drawn + "[1].type: cannot be read", drawn + "[2].type: is missing",
+              (std::vector<std::string>{"Stored drawings: width: cannot be read",
+                                        "Stored drawings: color: cannot be read",
+                                        "Stored drawings: alpha: cannot be read",
+                                        "Stored drawings: activeTool: cannot be read",
+                                        "Stored drawings: ios.drawMode: cannot be read",
+                                        drawn + "[0]: cannot be read",
+                                        drawn + "[1].type: cannot be read",
+                                        drawn + "[2].type: is missing",
                                         drawn + "[3].configuration.width: cannot be read",
                                         drawn + "[3].configuration.color: cannot be read",
                                         drawn + "[3].configuration.alpha: cannot be read",
                                         drawn + "[3].configuration.time: cannot be read",
                                         drawn + "[3].configuration.id: cannot be read",
-                                        drawn + "[3].configuration.penType: cannot be read",
+                                        drawn + "[3].configuration.ios.penType: cannot be read",
                                         drawn + "[3].configuration.points: 3 of 5 cannot be read",
                                         drawn + "[4].configuration: is missing",
                                         drawn + "[5].configuration.points: a start and an end cannot be read",
@@ -208,10 +225,130 @@ TEST_F(SketchStackReaderTest, WhatCannotBeReadIsSkippedAndNamed) {
     EXPECT_EQ(pen.lineAlpha(), 1);
     EXPECT_EQ(pen.touchPoints(), (std::vector<Point>{{2, 1}, {18, 9}}));
     EXPECT_EQ(pen.id().size(), 36U);
+    // The places under "ios" say so.
+    platform->log.clear();
+    const auto other = std::make_shared<SketchView>(Rect{0, 0, 200, 100});
+    stack = JSON::parse(everyTool);
+    stack.set("ios", 7);
+    JSON oval = stack["redoStack"][0];
+    oval.set({"configuration", "ios"}, JSON::dictionary({{"eraserWidth", -1}}));
+    stack.set("redoStack", JSON::array({oval}));
+    other->loadStack(stack);
+    EXPECT_EQ(platform->log, (std::vector<std::string>{
+                                 "Stored drawings: ios.drawMode: cannot be read",
+                                 "Stored drawings: redoStack[0].configuration.ios.eraserWidth: cannot be read"}));
     // What has been skipped is not written.
     EXPECT_EQ(view->stackJSON()["drawnStack"][0]["configuration"]["points"].size(), 2U);
     EXPECT_EQ(dynamic_cast<TwoPointTool&>(*view->pathArray[1]).lastPoint(), (Point{-100, -100}));
     EXPECT_EQ(view->drawTool, SketchToolType::pen);
+}
+
+TEST_F(SketchStackReaderTest, OnlySixHexadecimalDigitsAreAColor) {
+    view->lineColor = {0, 1, 0, 1};
+    const auto read = [&](const std::string& text) {
+        JSON stack = JSON::parse(everyTool);
+        stack.set("color", text);
+        platform->log.clear();
+        view->lineColor = {0, 1, 0, 1};
+        view->loadStack(stack);
+        const bool isNoted = platform->log == std::vector<std::string>{"Stored drawings: color: cannot be read"};
+        EXPECT_EQ(isNoted, view->lineColor == (Color{0, 1, 0, 1})) << text;
+        return !isNoted;
+    };
+    EXPECT_TRUE(read("#a0B9fF"));
+    EXPECT_EQ(view->lineColor, Color::rgb255(0xA0, 0xB9, 0xFF));
+    EXPECT_TRUE(read("#000000"));
+    for (const char* text : {"#-00000", "#+00000", "# 00000", "#00000 ", "#0x0000", "#0X1234", "#00000", "#0000000",
+                             "000000#", "0000000", "#00000G", "#00000\xC2\xB2", "", "#", "red", "#1e+005"})
+        EXPECT_FALSE(read(text)) << text;
+}
+
+TEST_F(SketchStackReaderTest, ADrawingWithoutAReadableTimeIsNotThereFromTheStart) {
+    const auto owner = std::make_shared<Clock>();
+    view->sketchViewDelegate = owner;
+    JSON drawings;
+    for (const JSON& time : {JSON(std::nan("")), JSON("1"), JSON(), JSON(true),
+                             JSON(-std::numeric_limits<double>::infinity()), JSON(2e15)}) {
+        JSON drawing = JSON::parse(everyTool)["drawnStack"][2];
+        drawing.set({"configuration", "time"}, time);
+        drawings.append(drawing);
+    }
+    JSON missing =
+        JSON::parse(R"({"type": "line", "configuration": {"width": 3, "color": "#00FF00", "alpha": 1, "id": "m",
+        "points": [{"startX": 1, "startY": 2, "endX": 33.3, "endY": 100}]}})");
+    drawings.append(missing);
+    JSON stack = JSON::parse(everyTool);
+    stack.set("drawnStack", drawings);
+    stack.set("redoStack", JSON::array({}));
+    view->loadStack(stack);
+    ASSERT_EQ(platform->log.size(), 7U);
+    EXPECT_EQ(platform->log.back(), "Stored drawings: drawnStack[6].configuration.time: is missing");
+    for (int visit = 0; visit < 2; ++visit) {
+        ASSERT_EQ(view->pathArray.size(), 7U) << "none is lost";
+        for (const double time : {0.0, 3600.0}) {
+            owner->time = time;
+            EXPECT_FALSE(view->canUndo()) << "no moment of the clip has reached it";
+        }
+        owner->isTimeBased = false;
+        EXPECT_TRUE(view->canUndo());
+        owner->isTimeBased = true;
+        // Stored and read again it is the same.
+        platform->log.clear();
+        view->loadStack(JSON::parse(view->stackJSON().serialized()));
+        EXPECT_EQ(platform->log, std::vector<std::string>{});
+    }
+}
+
+TEST_F(SketchStackReaderTest, WhateverTheViewWritesItsReaderTakes) {
+    platform = std::make_shared<HeadlessPlatform>();  // what is written does not depend on what is drawn
+    installPlatform(platform);
+    const double infinity = std::numeric_limits<double>::infinity();
+    const auto owner = std::make_shared<Clock>();
+    view->sketchViewDelegate = owner;
+    int strokes = 0;
+    for (const double number : {20'000.0, -3.0, 1.5, 1e300, infinity, -infinity, std::nan("")}) {
+        for (int type = 0; type <= static_cast<int>(SketchToolType::ellipseFill); ++type) {
+            view->lineWidth = view->lineAlpha = owner->time = number;
+            view->drawTool = static_cast<SketchToolType>(type);
+            view->beginDrawing({1, 1});
+            view->continueDrawing({1, 1}, {number, 50});
+            view->continueDrawing({number, 50}, {60, number});
+            view->endDrawing();
+            if (auto* ellipse = dynamic_cast<EllipseTool*>(view->pathArray.back().get()))
+                ellipse->setEraserWidth(number);
+            ++strokes;
+        }
+        for (const Size size : {Size{200, 100}, Size{1e-3, 1e-3}, Size{1600, 900}}) {
+            view->setFrame({{}, size});
+            const JSON written = view->stackJSON();
+            SketchView again(view->frame());
+            platform->log.clear();
+            again.loadStack(JSON::parse(written.serialized()));
+            EXPECT_EQ(platform->log, std::vector<std::string>{}) << number;
+            EXPECT_EQ(again.pathArray.size(), static_cast<std::size_t>(strokes));
+        }
+        view->setFrame({0, 0, 200, 100});
+    }
+    // What is drawn is what is stored.
+    view->clear();
+    view->lineWidth = 20'000;
+    view->lineAlpha = 1.5;
+    view->beginDrawing({1, 1});
+    EXPECT_EQ(view->currentTool->lineWidth(), *view->stackJSON()["drawnStack"][0]["configuration"]["width"].number());
+    EXPECT_EQ(view->currentTool->lineAlpha(), 1);
+
+    // Nor does a member that is foreign to a point keep a stack from being written.
+    JSON stack = JSON::parse(everyTool);
+    JSON drawing = stack["drawnStack"][0];
+    JSON deep;
+    for (int i = 0; i < 1000; ++i) deep = JSON::array({deep});
+    for (const JSON& foreign : {JSON(std::nan("")), deep, JSON()["unknown"]}) {
+        drawing.set({"configuration", "points"}, JSON::array({JSON::dictionary({{"x", 1}, {"y", 2}, {"z", foreign}})}));
+        stack.set("drawnStack", JSON::array({drawing}));
+        view->loadStack(stack);
+        EXPECT_NO_THROW(view->stackJSON().serialized());
+        EXPECT_EQ(view->stackJSON()["drawnStack"][0]["configuration"]["points"][0]["y"].number(), 2);
+    }
 }
 
 TEST_F(SketchStackReaderTest, WhatIsNoStackLeavesNothingBehind) {

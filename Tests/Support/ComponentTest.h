@@ -21,14 +21,18 @@ namespace videoanalysis {
 
 class ComponentTest : public testing::Test {
 protected:
-    ComponentTest() { installPlatform(platform); }
+    /// `graphics` draws; without one nothing is drawn.
+    explicit ComponentTest(std::unique_ptr<graphics::Engine> graphics = nullptr)
+        : platform(std::make_shared<HeadlessPlatform>(std::move(graphics))) {
+        installPlatform(platform);
+    }
     ~ComponentTest() override {
         if (!usesMainStore_) return;
         mainStore().dispatch(ClearStateAction());
         platform->drainMainQueue();
     }
 
-    const std::shared_ptr<HeadlessPlatform> platform = std::make_shared<HeadlessPlatform>();
+    const std::shared_ptr<HeadlessPlatform> platform;
 
     /// The analysis from a clean start.
     Store<State>& store() {
@@ -60,7 +64,9 @@ protected:
         return dynamic_cast<HeadlessPlayer&>(*players().at(index)->cell()->playerView.lock()->player());
     }
     std::int64_t frameOf(std::size_t index) { return playerOf(index).currentFrame()->index(); }
-    PlayerCollectionViewCellHUDView& hudOf(std::size_t index) { return *players().at(index)->overlayCell()->hudView.lock(); }
+    PlayerCollectionViewCellHUDView& hudOf(std::size_t index) {
+        return *players().at(index)->overlayCell()->hudView.lock();
+    }
     SketchView& sketchOf(std::size_t index) { return *players().at(index)->cell()->sketchView.lock(); }
     static void tap(const std::weak_ptr<ui::Button>& button) {
         button.lock()->sendActions(ui::ControlEvent::touchUpInside);

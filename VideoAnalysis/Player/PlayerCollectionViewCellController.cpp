@@ -58,7 +58,10 @@ PlayerCollectionViewCellController::~PlayerCollectionViewCellController() {
 VideoAnalysisController::Object PlayerCollectionViewCellController::media() const {
     VideoAnalysisController::Object media = media_;
     const std::shared_ptr<SketchView> sketch = sketchView();
-    if (sketch && !isFirstLoad) media.stack = sketch->stackJSON();
+    if (sketch && !isFirstLoad)
+        media.stack = sketch->stackJSON();
+    else if (sketch && (sketch->canUndoAll() || sketch->canRedoAll()))
+        media.stack = sketch->stackJSONOnTopOf(media_.stack.value_or(nullptr));
     return media;
 }
 
@@ -173,7 +176,7 @@ void PlayerCollectionViewCellController::unbind() {
     isFirstLoad = true;  // the drawings are back in the item
     if (const auto sketch = cell->sketchView.lock()) {
         sketch->sketchViewDelegate.reset();
-        sketch->clear();
+        sketch->reset();
     }
     if (const auto video = cell->playerView.lock()) {
         video->delegate.reset();
@@ -198,8 +201,7 @@ void PlayerCollectionViewCellController::performFirstLoad() {
     }
     isFirstLoad = false;
     firstLoadIsDue_ = false;
-    // A host without stored drawings has given none, or what was drawn before the load would be lost: load on an empty view.
-    if (media_.stack && !sketch->canUndoAll() && !sketch->canRedoAll()) sketch->loadStack(*media_.stack);
+    if (media_.stack) sketch->loadStackBelow(*media_.stack);
     publishHistory();
 }
 
@@ -502,13 +504,16 @@ bool PlayerCollectionViewCellController::isTimeBasedDrawingsEnabled() const {
 
 void PlayerCollectionViewCellController::drawViewDidEndDraw(SketchView&, SketchTool&) { publishHistory(); }
 
+void PlayerCollectionViewCellController::drawViewDidChangeSize(SketchView&) {
+    if (firstLoadIsDue_) performFirstLoad();
+}
+
 // ---- Playback
 
 void PlayerCollectionViewCellController::playerReadyToPlayFor(VideoView& video) {
     const std::shared_ptr<PlayerCollectionViewCell> bound = cell_.lock();
     const std::shared_ptr<SketchView> sketch = sketchView();
     if (bound && sketch && sketch->bounds().size != video.pictureRect().size) bound->layOutSketchView();
-    if (firstLoadIsDue_) performFirstLoad();
     setUpPeriodicTimeObserver();
 }
 

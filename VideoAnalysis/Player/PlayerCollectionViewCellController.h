@@ -70,8 +70,8 @@ public:
     /// Reserved for the ruler.
     static constexpr float timelineViewScalingFactor = 1000.0F;
 
-    /// The item with its drawings as they are now: those on the sketch view once they have been loaded, until then the stack
-    /// that was given.
+    /// The item with its drawings as they are now: those on the sketch view once they have been loaded; until then the stack
+    /// that was given, with what has been drawn since on top.
     VideoAnalysisController::Object media() const;
 
     std::shared_ptr<PlayerCollectionViewCell> cell() const { return cell_.lock(); }
@@ -81,7 +81,8 @@ public:
     /// Binds the controls to the operations below.
     void setOverlayCell(const std::shared_ptr<OverlayCollectionViewCell>& overlayCell);
 
-    /// Loads the item's stored drawings once the sketch view has a size; later calls do nothing.
+    /// Loads the item's stored drawings below what has been drawn since, as soon as the sketch view has a size; later calls do
+    /// nothing.
     void performFirstLoad();
     /// The time observer is taken from the player; no tick comes any more.
     void removePeriodicTimeObserver();
@@ -122,6 +123,7 @@ public:
     double currentTime() const override;
     bool isTimeBasedDrawingsEnabled() const override;
     void drawViewDidEndDraw(SketchView& sketchView, SketchTool& tool) override;
+    void drawViewDidChangeSize(SketchView& sketchView) override;
 
     void playerReadyToPlayFor(VideoView& videoView) override;
     void playbackDidFinishFor(VideoView& videoView) override;

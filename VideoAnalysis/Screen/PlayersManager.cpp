@@ -121,11 +121,11 @@ std::shared_ptr<ui::CollectionViewCell> PlayersManager::cellForItemAt(ui::Collec
 
 void PlayersManager::willDisplay(ui::CollectionView& view, ui::CollectionViewCell&, const ui::IndexPath& indexPath) {
     if (&view != collectionView.lock().get()) return;
-    dispatch::mainQueue().asyncAfter(firstLoadDelay, [weak = weak_from_this(), item = indexPath.item] {
-        const auto manager = weak.lock();
-        // The item may have been removed meanwhile.
-        if (!manager || item >= static_cast<std::int64_t>(manager->cellControllers.size())) return;
-        manager->cellControllers[static_cast<std::size_t>(item)]->performFirstLoad();
+    const auto item = static_cast<std::size_t>(indexPath.item);
+    if (item >= cellControllers.size()) return;
+    // The controller, not its number: items may be removed and replaced until then.
+    dispatch::mainQueue().asyncAfter(firstLoadDelay, [weak = std::weak_ptr(cellControllers[item])] {
+        if (const auto controller = weak.lock()) controller->performFirstLoad();
     });
 }
 

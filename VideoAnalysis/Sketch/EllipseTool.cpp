@@ -25,7 +25,7 @@ void EllipseTool::draw() const {
 JSON EllipseTool::jsonValue(Size size, bool withPoints) const {
     JSON configuration = commonConfiguration("#FF0000");
     configuration.set("isFill", isFill_);
-    configuration.set("ios", JSON::dictionary({{"eraserWidth", storableNumber(eraserWidth_)}}));
+    configuration.set("ios", JSON::dictionary({{"eraserWidth", eraserWidth_}}));
     return storedForm("oval", std::move(configuration), size, withPoints);
 }
 

@@ -11,9 +11,9 @@ public:
 
     bool isFill() const { return isFill_; }
     void setFill(bool fill) { change(isFill_, fill); }
-    /// Points; stored with the drawing, drawing does not use it.
+    /// Points, limited to `StoredRange::widths`; stored with the drawing, drawing does not use it.
     double eraserWidth() const { return eraserWidth_; }
-    void setEraserWidth(double width) { eraserWidth_ = width; }
+    void setEraserWidth(double width) { eraserWidth_ = storableNumber(width, StoredRange::widths); }
 
     void draw() const override;
     JSON jsonValue(Size size, bool withPoints) const override;

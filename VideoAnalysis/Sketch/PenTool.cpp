@@ -172,8 +172,8 @@ JSON PenTool::jsonValue(Size size, bool withPoints, JSON systemMembers) const {
             for (const Point touch : touches) {
                 JSON::Dictionary point;
                 point.reserve(2);
-                point.emplace_back("x", storableNumber(touch.x / size.width * 100));
-                point.emplace_back("y", storableNumber(touch.y / size.height * 100));
+                point.emplace_back("x", storableNumber(touch.x / size.width * 100, StoredRange::coordinates));
+                point.emplace_back("y", storableNumber(touch.y / size.height * 100, StoredRange::coordinates));
                 points.emplace_back(std::move(point));
             }
             setStoredPoints(std::move(points), size);

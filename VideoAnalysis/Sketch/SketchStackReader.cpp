@@ -8,16 +8,19 @@
 
 #include <algorithm>
 #include <charconv>
+#include <limits>
 
 namespace videoanalysis {
 namespace {
 
 constexpr std::size_t maximumNotes = 100;
 
-std::optional<double> numberIn(const JSON& value, SketchStackReader::Range range) {
+std::optional<double> numberIn(const JSON& value, StoredRange range) {
     const std::optional<double> number = value.number();
     return number && *number >= range.low && *number <= range.high ? number : std::nullopt;
 }
+
+bool isHexadecimalDigit(char c) { return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f'); }
 
 }  // namespace
 
@@ -33,7 +36,7 @@ std::optional<SketchToolType> SketchStackReader::toolType(std::string_view word)
     return std::nullopt;
 }
 
-void SketchStackReader::readNumber(const JSON& object, std::string_view key, Range range, double& value) {
+void SketchStackReader::readNumber(const JSON& object, std::string_view key, StoredRange range, double& value) {
     if (const std::optional<double> number = numberIn(object[key], range))
         value = *number;
     else
@@ -42,15 +45,15 @@ void SketchStackReader::readNumber(const JSON& object, std::string_view key, Ran
 
 void SketchStackReader::readColor(const JSON& object, std::string_view key, Color& value) {
     const std::string* text = object[key].string();
-    if (text && text->size() == 7 && text->front() == '#') {
-        int color = 0;
-        const auto [end, error] = std::from_chars(text->data() + 1, text->data() + text->size(), color, 16);
-        if (error == std::errc{} && end == text->data() + text->size() && color >= 0) {
-            value = Color::rgb255(color >> 16, color >> 8 & 0xFF, color & 0xFF);
-            return;
-        }
+    // Digits only: the conversion would take a sign as well.
+    if (!text || text->size() != 7 || text->front() != '#' ||
+        !std::all_of(text->begin() + 1, text->end(), isHexadecimalDigit)) {
+        noteUnreadable(object[key], key);
+        return;
     }
-    noteUnreadable(object[key], key);
+    int color = 0;
+    std::from_chars(text->data() + 1, text->data() + text->size(), color, 16);
+    value = Color::rgb255(color >> 16, color >> 8 & 0xFF, color & 0xFF);
 }
 
 int SketchStackReader::readInteger(const JSON& object, std::string_view key, int last, int value) {
@@ -67,8 +70,8 @@ std::optional<Point> SketchStackReader::readPoint(const JSON& object, std::strin
     std::optional<double> percentY;
     // One way through the members: there are two or four, and this is done for every point of a stack.
     for (const JSON::Member& member : *members) {
-        if (member.key == x) percentX = numberIn(member.value, coordinates);
-        if (member.key == y) percentY = numberIn(member.value, coordinates);
+        if (member.key == x) percentX = numberIn(member.value, StoredRange::coordinates);
+        if (member.key == y) percentY = numberIn(member.value, StoredRange::coordinates);
     }
     if (!percentX || !percentY) return std::nullopt;
     return Point{*percentX / 100 * size_.width, *percentY / 100 * size_.height};
@@ -86,7 +89,7 @@ SketchStackReader::readDrawings(const JSON& stack, std::string_view key,
     tools.reserve(drawings->size());
     for (std::size_t i = 0; i < drawings->size(); ++i) {
         const JSON& drawing = (*drawings)[i];
-        place_.assign(key).append("[").append(std::to_string(i)).append("]");
+        const Place place(*this, std::string(key) + "[" + std::to_string(i) + "]");
         const JSON& configuration = drawing["configuration"];
         if (!drawing.dictionary()) {
             noteUnreadable(drawing, {});
@@ -104,26 +107,26 @@ SketchStackReader::readDrawings(const JSON& stack, std::string_view key,
         }
         const bool isEraser = *named == SketchToolType::pen && configuration["ios"]["eraser"].boolean() == true;
         const std::shared_ptr<SketchTool> tool = makeTool(isEraser ? SketchToolType::eraser : *named);
-        place_ += ".configuration";
+        const Place inside(*this, "configuration");
         readConfiguration(configuration, *tool);
         tools.push_back(tool);
     }
-    place_.clear();
     return tools;
 }
 
 void SketchStackReader::readConfiguration(const JSON& configuration, SketchTool& tool) {
     double width = tool.lineWidth();
-    readNumber(configuration, "width", widths, width);
+    readNumber(configuration, "width", StoredRange::widths, width);
     tool.setLineWidth(width);
     Color color = tool.lineColor();
     readColor(configuration, "color", color);
     tool.setLineColor(color);
     double alpha = tool.lineAlpha();
-    readNumber(configuration, "alpha", alphas, alpha);
+    readNumber(configuration, "alpha", StoredRange::alphas, alpha);
     tool.setLineAlpha(alpha);
-    double time = tool.time();
-    readNumber(configuration, "time", times, time);
+    // A drawing whose moment is unknown is not there from the start: it has no moment that a clip reaches.
+    double time = std::numeric_limits<double>::quiet_NaN();
+    readNumber(configuration, "time", StoredRange::times, time);
     tool.setTime(time);
     if (const std::string* id = configuration["id"].string())
         tool.setId(*id);
@@ -136,23 +139,25 @@ void SketchStackReader::readConfiguration(const JSON& configuration, SketchTool&
         else
             noteUnreadable(configuration["isFill"], "isFill");
     };
-    // Only this system writes what is under "ios": drawings of others do without.
-    const JSON& system = configuration["ios"];
     if (auto* pen = dynamic_cast<PenTool*>(&tool)) {
         PenType type = PenType::normal;
-        if (!system.error()) readEnumeration(system, "penType", PenType::neon, type);
+        readSystemMembers(configuration,
+                          [&](const JSON& system) { readEnumeration(system, "penType", PenType::neon, type); });
         pen->setDrawingPenType(type);
     } else if (auto* ellipse = dynamic_cast<EllipseTool*>(&tool)) {
         readFill(*ellipse);
         double eraserWidth = 0;
-        if (!system.error()) readNumber(system, "eraserWidth", widths, eraserWidth);
+        readSystemMembers(configuration, [&](const JSON& system) {
+            readNumber(system, "eraserWidth", StoredRange::widths, eraserWidth);
+        });
         ellipse->setEraserWidth(eraserWidth);
     } else if (auto* rectangle = dynamic_cast<RectTool*>(&tool)) {
         readFill(*rectangle);
     }
 
     // Drawings may be stored without points.
-    if (const JSON& points = configuration["points"]; points.error() != JSONError::Kind::notExist) readPoints(points, tool);
+    if (const JSON& points = configuration["points"]; points.error() != JSONError::Kind::notExist)
+        readPoints(points, tool);
 }
 
 void SketchStackReader::readPoints(const JSON& points, SketchTool& tool) {
@@ -164,12 +169,15 @@ void SketchStackReader::readPoints(const JSON& points, SketchTool& tool) {
     if (auto* pen = dynamic_cast<PenTool*>(&tool)) {
         std::vector<Point> touches;
         touches.reserve(elements->size());
-        for (const JSON& element : *elements)
+        bool areCoordinatesOnly = true;
+        for (const JSON& element : *elements) {
             if (const std::optional<Point> touch = readPoint(element, "x", "y")) touches.push_back(*touch);
+            areCoordinatesOnly = areCoordinatesOnly && element.size() == 2;
+        }
         pen->setTouchPoints(touches);
         if (const std::size_t lost = elements->size() - touches.size(); lost > 0)
             note("points", std::to_string(lost) + " of " + std::to_string(elements->size()) + " cannot be read");
-        else
+        else if (areCoordinatesOnly)  // what else a point holds might not be expressible as text
             pen->setStoredPoints(points, size_);
     } else if (auto* shape = dynamic_cast<TwoPointTool*>(&tool)) {
         const std::optional<Point> start = readPoint(points[0], "startX", "startY");

@@ -39,15 +39,19 @@ void SketchTool::didChange() {
     stamp_ = ++last;
 }
 
+void SketchTool::setTime(double time) {
+    time_ = std::isnan(time) ? StoredRange::times.high : storableNumber(time, StoredRange::times);
+}
+
 void SketchTool::remove() const {
     if (graphics::Context* context = graphics::currentContext()) context->flush();
 }
 
 JSON SketchTool::commonConfiguration(const char* defaultColor) const {
-    return JSON::dictionary({{"width", storableNumber(lineWidth_)},
+    return JSON::dictionary({{"width", lineWidth_},
                              {"color", hexadecimalColor(lineColor_, defaultColor)},
-                             {"alpha", storableNumber(lineAlpha_)},
-                             {"time", storableNumber(time_)},
+                             {"alpha", lineAlpha_},
+                             {"time", time_},
                              {"id", id_}});
 }
 
@@ -62,6 +66,8 @@ std::string hexadecimalColor(const Color& color, const char* defaultColor) {
     return result;
 }
 
-double storableNumber(double value) { return std::isfinite(value) ? value : 0; }
+double storableNumber(double value, StoredRange range) {
+    return std::clamp(std::isnan(value) ? 0 : value, range.low, range.high);
+}
 
 }  // namespace videoanalysis

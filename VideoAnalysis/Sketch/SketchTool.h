@@ -14,6 +14,26 @@
 
 namespace videoanalysis {
 
+/// What the numbers of the stored form may be. Tools keep within it, so that whatever is drawn can be stored and read again;
+/// the reader takes nothing else.
+struct StoredRange {
+    double low;
+    double high;
+
+    static const StoredRange widths;
+    static const StoredRange alphas;
+    /// Percentages of the view size.
+    static const StoredRange coordinates;
+    static const StoredRange times;
+};
+inline constexpr StoredRange StoredRange::widths{0, 10'000};
+inline constexpr StoredRange StoredRange::alphas{0, 1};
+inline constexpr StoredRange StoredRange::coordinates{-10'000, 10'000};
+inline constexpr StoredRange StoredRange::times{-1e15, 1e15};
+
+/// The number of the range that is nearest to `value`; for what is not a number, that nearest to 0.
+double storableNumber(double value, StoredRange range);
+
 /// Main thread. Points are view points; times are seconds of video time.
 class SketchTool {
 public:
@@ -27,13 +47,14 @@ public:
     /// A UUID in upper case, unless it was read from a stored drawing.
     const std::string& id() const { return id_; }
     void setId(std::string id) { id_ = std::move(id); }
+    /// Limited to `StoredRange::widths`.
     double lineWidth() const { return lineWidth_; }
-    void setLineWidth(double width) { change(lineWidth_, width); }
+    void setLineWidth(double width) { change(lineWidth_, storableNumber(width, StoredRange::widths)); }
     const Color& lineColor() const { return lineColor_; }
     void setLineColor(const Color& color) { change(lineColor_, color); }
-    /// 0...1; multiplies the whole drawing once.
+    /// Limited to 0...1; multiplies the whole drawing once.
     double lineAlpha() const { return lineAlpha_; }
-    void setLineAlpha(double alpha) { change(lineAlpha_, alpha); }
+    void setLineAlpha(double alpha) { change(lineAlpha_, storableNumber(alpha, StoredRange::alphas)); }
     /// The freehand stroke; empty for all other tools.
     const graphics::Path& path() const { return path_; }
     virtual void setPath(graphics::Path path) {
@@ -42,7 +63,8 @@ public:
     }
     /// When the drawing was finished; 0 until then.
     double time() const { return time_; }
-    void setTime(double time) { time_ = time; }
+    /// Limited to `StoredRange::times`. What is not a number becomes the last of them: a moment that no clip reaches.
+    void setTime(double time);
 
     /// Rescales the geometry, so that it keeps its place when a view's bounds change. Nothing happens when either is empty.
     virtual void updatePath(const Rect& from, const Rect& to) = 0;
@@ -88,8 +110,5 @@ private:
 /// "#" and six upper-case hexadecimal digits, alpha dropped, components rounded to the nearest of 0...255; `defaultColor`
 /// when a component is not a number.
 std::string hexadecimalColor(const Color& color, const char* defaultColor);
-
-/// `value`, or 0 where JSON has no word for it.
-double storableNumber(double value);
 
 }  // namespace videoanalysis

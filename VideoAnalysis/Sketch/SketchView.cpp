@@ -6,20 +6,10 @@
 #include "VideoAnalysis/Sketch/SketchStackReader.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace videoanalysis {
-namespace {
-
-JSON storedList(const std::vector<std::shared_ptr<SketchTool>>& tools, Size size) {
-    JSON::Array drawings;
-    drawings.reserve(tools.size());
-    for (const auto& tool : tools) drawings.push_back(tool->jsonValue(size, true));
-    return JSON(std::move(drawings));
-}
-
-}  // namespace
-
 struct SketchView::Filter {
     bool isTimeBased = false;
     double time = 0;
@@ -81,7 +71,7 @@ void SketchView::continueDrawing(Point from, Point to) {
 void SketchView::endDrawing() {
     const std::shared_ptr<SketchTool> tool = currentTool;
     const auto delegate = sketchViewDelegate.lock();
-    if (tool) tool->setTime(delegate ? delegate->currentTime() : platform().wallClock());
+    if (tool) tool->setTime(moment());
     rebuild(nullptr, tool.get());
     setNeedsDisplay();
     if (tool && delegate) delegate->drawViewDidEndDraw(*this, *tool);
@@ -235,34 +225,86 @@ void SketchView::boundsDidChange(const Rect&) {
     }
     updateCacheImage(true);
     setNeedsDisplay();
+    if (const auto delegate = sketchViewDelegate.lock()) delegate->drawViewDidChangeSize(*this);
+}
+
+void SketchView::reset() {
+    const SketchView fresh;
+    stampImage = fresh.stampImage;
+    lineAlpha = fresh.lineAlpha;
+    lineWidth = fresh.lineWidth;
+    lineColor = fresh.lineColor;
+    drawTool = fresh.drawTool;
+    drawingPenType = fresh.drawingPenType;
+    drawMode = fresh.drawMode;
+    backgroundImage = fresh.backgroundImage;
+    currentPoint = previousPoint1 = previousPoint2 = std::nullopt;
+    clear();
+}
+
+double SketchView::moment() const {
+    const auto delegate = sketchViewDelegate.lock();
+    return delegate ? delegate->currentTime() : platform().wallClock();
+}
+
+JSON SketchView::storedList(const Tools& tools) const {
+    const Size size = lastKnownBounds.value_or(Rect{}).size;
+    JSON::Array drawings;
+    drawings.reserve(tools.size());
+    for (const auto& tool : tools) {
+        JSON drawing = tool->jsonValue(size, true);
+        if (tool == currentTool) drawing.set({"configuration", "time"}, storableNumber(moment(), StoredRange::times));
+        drawings.push_back(std::move(drawing));
+    }
+    return JSON(std::move(drawings));
 }
 
 JSON SketchView::stackJSON() const {
-    const Size size = lastKnownBounds.value_or(Rect{}).size;
-    return JSON::dictionary({{"width", storableNumber(lineWidth)},
+    return JSON::dictionary({{"width", storableNumber(lineWidth, StoredRange::widths)},
                              {"color", hexadecimalColor(lineColor, "#000000")},
-                             {"alpha", storableNumber(lineAlpha)},
+                             {"alpha", storableNumber(lineAlpha, StoredRange::alphas)},
                              {"activeTool", static_cast<int>(drawTool)},
                              {"ios", JSON::dictionary({{"drawMode", static_cast<int>(drawMode)}})},
-                             {"drawnStack", storedList(pathArray, size)},
-                             {"redoStack", storedList(bufferArray, size)}});
+                             {"drawnStack", storedList(pathArray)},
+                             {"redoStack", storedList(bufferArray)}});
+}
+
+JSON SketchView::stackJSONOnTopOf(const JSON& stack) const {
+    if (!stack.dictionary()) return stackJSON();
+    JSON own = JSON::dictionary({});
+    if (!pathArray.empty()) own.set("drawnStack", storedList(pathArray));
+    if (!bufferArray.empty()) own.set("redoStack", storedList(bufferArray));
+    JSON result = stack;
+    result.merge(own);
+    return result;
 }
 
 void SketchView::loadStack(const JSON& stack) {
+    currentTool.reset();
+    pathArray.clear();
+    bufferArray.clear();
+    loadStackBelow(stack);
+}
+
+void SketchView::loadStackBelow(const JSON& stack) {
     // Without a size of its own the view keeps the percentages as points, until its first bounds rescale them.
     if (!lastKnownBounds) lastKnownBounds = Rect{0, 0, 100, 100};
     SketchStackReader reader(lastKnownBounds->size);
-    reader.readNumber(stack, "width", SketchStackReader::widths, lineWidth);
+    reader.readNumber(stack, "width", StoredRange::widths, lineWidth);
     reader.readColor(stack, "color", lineColor);
-    reader.readNumber(stack, "alpha", SketchStackReader::alphas, lineAlpha);
+    reader.readNumber(stack, "alpha", StoredRange::alphas, lineAlpha);
     reader.readEnumeration(stack, "activeTool", SketchToolType::ellipseFill, drawTool);
-    if (const JSON& system = stack["ios"]; !system.error())
+    reader.readSystemMembers(stack, [&](const JSON& system) {
         reader.readEnumeration(system, "drawMode", ImageRenderingMode::original, drawMode);
+    });
     const auto make = [this](SketchToolType type) { return makeTool(type); };
-    pathArray = reader.readDrawings(stack, "drawnStack", make);
-    bufferArray = reader.readDrawings(stack, "redoStack", make);
+    const auto readBelow = [&](std::string_view key, Tools& tools) {
+        Tools stored = reader.readDrawings(stack, key, make);
+        tools.insert(tools.begin(), std::make_move_iterator(stored.begin()), std::make_move_iterator(stored.end()));
+    };
+    readBelow("drawnStack", pathArray);
+    readBelow("redoStack", bufferArray);
     reader.log();
-    currentTool.reset();
     updateCacheImage(true);
     setNeedsDisplay();
 }

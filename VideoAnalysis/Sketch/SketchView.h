@@ -89,11 +89,20 @@ public:
     /// Draws the bitmap and the tool in progress into the current graphics context, inside `rect`.
     void draw(const Rect& rect) override;
 
-    /// Everything that is stored: both lists with their points, the selected tool, width, colour and alpha.
+    /// Makes the view what it was when it was made: no drawings, no background, the first settings. Bounds, delegate and
+    /// content scale stay.
+    void reset();
+
+    /// Everything that is stored: both lists with their points, the selected tool, width, colour and alpha. A drawing in
+    /// progress is stored as if it ended now.
     JSON stackJSON() const;
+    /// `stack` as it is, whether it can be read or not, with the drawings of this view added on top of its own.
+    JSON stackJSONOnTopOf(const JSON& stack) const;
     /// Replaces both lists and the settings by stored ones, for the current bounds. What cannot be read is skipped and
     /// logged, one line for each place.
     void loadStack(const JSON& stack);
+    /// The same, but what has been drawn and undone already stays, on top; the touch sequence in progress goes on.
+    void loadStackBelow(const JSON& stack);
 
 protected:
     void boundsDidChange(const Rect& old) override;
@@ -112,6 +121,9 @@ private:
     };
 
     Filter filter() const;
+    /// The time of a drawing that ends now.
+    double moment() const;
+    JSON storedList(const Tools& tools) const;
     std::shared_ptr<SketchTool> makeTool(SketchToolType type) const;
     void move(Tools& from, Tools& to);
     bool rebuild(const SketchTool* inProgress, const SketchTool* onTop);

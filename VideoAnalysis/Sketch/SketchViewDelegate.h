@@ -1,6 +1,6 @@
 #pragma once
-// What a sketch view asks and tells its owner: the video's time, and strokes that begin and end. The player's controller
-// is one.
+// What a sketch view asks and tells its owner: the video's time, strokes that begin and end, and a change of its size. The
+// player's controller is one.
 
 namespace videoanalysis {
 
@@ -17,6 +17,8 @@ public:
     virtual bool isTimeBasedDrawingsEnabled() const = 0;
     virtual void drawViewWillBeginDraw(SketchView&, SketchTool&) {}
     virtual void drawViewDidEndDraw(SketchView&, SketchTool&) {}
+    /// The view's size has changed and its drawings have been rescaled.
+    virtual void drawViewDidChangeSize(SketchView&) {}
 };
 
 }  // namespace videoanalysis

@@ -13,10 +13,13 @@ void TwoPointTool::updatePath(const Rect& from, const Rect& to) {
 JSON TwoPointTool::storedForm(const char* type, JSON configuration, Size size, bool withPoints) const {
     JSON drawing = JSON::dictionary({{"type", type}, {"configuration", std::move(configuration)}});
     if (withPoints && !size.isEmpty()) {
-        const JSON points = JSON::dictionary({{"startX", storableNumber(firstPoint_.x / size.width * 100)},
-                                              {"startY", storableNumber(firstPoint_.y / size.height * 100)},
-                                              {"endX", storableNumber(lastPoint_.x / size.width * 100)},
-                                              {"endY", storableNumber(lastPoint_.y / size.height * 100)}});
+        const auto percentage = [](double value, double whole) {
+            return storableNumber(value / whole * 100, StoredRange::coordinates);
+        };
+        const JSON points = JSON::dictionary({{"startX", percentage(firstPoint_.x, size.width)},
+                                              {"startY", percentage(firstPoint_.y, size.height)},
+                                              {"endX", percentage(lastPoint_.x, size.width)},
+                                              {"endY", percentage(lastPoint_.y, size.height)}});
         drawing.set({"configuration", "points"}, JSON::array({points}));
     }
     return drawing;
