@@ -11,9 +11,20 @@ Item {
         anchors.fill: parent
         color: "#14161a"
 
+        // On a small screen there is more than fits.
+        Flickable {
+            id: page
+            objectName: "startPage"
+            anchors.fill: parent
+            contentHeight: Math.max(height, entrance.height + 2 * entrance.margin)
+        }
         Column {
-            anchors.centerIn: parent
-            width: Math.min(parent.width - 48, 420)
+            id: entrance
+            readonly property real margin: 24
+            parent: page.contentItem
+            x: (page.width - width) / 2
+            y: Math.max(margin, (page.height - height) / 2)
+            width: Math.min(page.width - 2 * margin, 420)
             spacing: 16
 
             Text {

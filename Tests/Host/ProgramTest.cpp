@@ -2,6 +2,7 @@
 
 #include "Host/CommandLine.h"
 #include "Host/HostApplication.h"
+#include "Host/ScreenDriver.h"
 #include "VideoAnalysis/JSON/JSON.h"
 #include "VideoAnalysis/Platform/URL.h"
 
@@ -10,13 +11,16 @@
 #include <QFile>
 #include <QImage>
 #include <QProcess>
+#include <QQuickItem>
 #include <QRegularExpression>
 #include <QScreen>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -172,6 +176,34 @@ TEST_F(ProgramTest, DISABLED_TheWindowIsNoLargerThanTheScreen) {
     for (const QSize size : {host.window().size(), host.window().minimumSize()}) {
         EXPECT_LE(size.width(), room.width());
         EXPECT_LE(size.height(), room.height());
+    }
+}
+
+TEST_F(ProgramTest, TheStartPageScrollsWhereItDoesNotFit) {
+    const auto host =
+        std::make_shared<host::HostApplication>(QStringList{clip("h264.mp4"), clip("h264.mp4")}, [](const QString&) {});
+    host->window().setMinimumSize({});
+    for (const QSize size : {QSize(1280, 800), QSize(667, 336)}) {
+        SCOPED_TRACE(size.height());
+        host->window().resize(size);
+        host->show();
+        const host::ScreenDriver screen(host->window());
+        auto* page = host->window().rootObject()->findChild<QQuickItem*>(QStringLiteral("startPage"));
+        const auto rectOf = [&](const char* name) {
+            return screen.rectOf(host->window().rootObject()->findChild<QQuickItem*>(QLatin1String(name)));
+        };
+        ASSERT_TRUE(
+            screen.wait([&] { return page->height() == size.height() && !rectOf("controlsButton").isEmpty(); }));
+        EXPECT_GE(page->childItems().front()->childItems().front()->y(), 24);
+        const double hidden = page->property("contentHeight").toDouble() - page->height();
+        EXPECT_EQ(hidden > 0, size.height() == 336);
+        page->setProperty("contentY", hidden);
+        const QRectF last = rectOf("controlsButton");
+        EXPECT_TRUE(QRectF(QPointF(), QSizeF(size)).contains(last)) << last.bottom();
+        const char* folder = std::getenv("VIDEOANALYSIS_PICTURES");
+        if (folder)
+            screen.grab().save(
+                QDir(QString::fromLocal8Bit(folder)).filePath(QStringLiteral("start-%1.png").arg(size.height())));
     }
 }
 
