@@ -1,9 +1,10 @@
 #pragma once
-// How the media engine's threads reach the main queue: through one of these for each player, which its end closes, so
-// that no thread touches a queue of a platform that is gone.
+// How the media engine's threads reach the main queue: through one of these for each player, which closes it when it is
+// destroyed. The platform may be gone before the player.
 
 #include "VideoAnalysis/Platform/Dispatch.h"
 
+#include <memory>
 #include <mutex>
 #include <utility>
 
@@ -12,22 +13,22 @@ namespace videoanalysis::media {
 class MainPoster {
 public:
     /// Main thread. Posts to the main queue of the platform that is installed now.
-    MainPoster() : queue_(&dispatch::mainQueue()) {}
+    MainPoster() : inbox_(dispatch::mainQueue().inbox()) {}
 
     /// Any thread. Nothing is posted after `close`.
     void post(dispatch::Block block) {
         const std::lock_guard lock(mutex_);
-        if (queue_) queue_->async(std::move(block));
+        if (inbox_) inbox_->post(std::move(block));
     }
     /// Main thread.
     void close() {
         const std::lock_guard lock(mutex_);
-        queue_ = nullptr;
+        inbox_ = nullptr;
     }
 
 private:
     std::mutex mutex_;
-    dispatch::MainQueue* queue_;
+    std::shared_ptr<dispatch::MainQueue::Inbox> inbox_;
 };
 
 }  // namespace videoanalysis::media

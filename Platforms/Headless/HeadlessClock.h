@@ -13,6 +13,8 @@ namespace videoanalysis {
 
 class HeadlessMainQueue final : public dispatch::MainQueue {
 public:
+    ~HeadlessMainQueue() override { close(); }
+
     /// Main thread here: delayed blocks wait for the clock.
     void asyncAfter(double seconds, dispatch::Block block) override;
 

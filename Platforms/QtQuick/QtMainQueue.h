@@ -15,6 +15,7 @@ namespace videoanalysis {
 class QtMainQueue : public QObject, public dispatch::MainQueue {
 public:
     QtMainQueue();
+    ~QtMainQueue() override { close(); }
 
     void asyncAfter(double seconds, dispatch::Block block) override;
 

@@ -5,6 +5,8 @@
 #include "VideoAnalysis/Platform/URL.h"
 
 #include <array>
+#include <atomic>
+#include <memory>
 #include <thread>
 
 namespace videoanalysis {
@@ -65,6 +67,55 @@ TEST_F(SeamTest, AnyThreadMayPost) {
     EXPECT_EQ(last, (std::array{perThread, perThread, perThread, perThread}));
 }
 
+/// Lets its owner's thread go on while it is woken, and notices when it is destroyed meanwhile.
+class SlowlyWokenQueue final : public dispatch::MainQueue {
+public:
+    struct Witness {
+        std::atomic<bool> isWaking = false;
+        std::atomic<bool> isGone = false;
+        std::atomic<int> wakesOfTheDead = 0;
+    };
+
+    explicit SlowlyWokenQueue(Witness& witness) : witness_(witness) {}
+    ~SlowlyWokenQueue() override {
+        close();
+        witness_.isGone = true;
+    }
+    void asyncAfter(double, dispatch::Block) override {}
+
+private:
+    void wake() override {
+        Witness& witness = witness_;
+        witness.isWaking = true;
+        for (int i = 0; i < 300; ++i) {
+            std::this_thread::yield();
+            if (witness.isGone) ++witness.wakesOfTheDead;
+        }
+    }
+
+    Witness& witness_;
+};
+
+TEST_F(SeamTest, AQueueMayGoWhileOtherThreadsPost) {
+    for (int round = 0; round < 5; ++round) {
+        SlowlyWokenQueue::Witness witness;
+        auto queue = std::make_unique<SlowlyWokenQueue>(witness);
+        const auto token = std::make_shared<int>();
+        const auto inbox = queue->inbox();
+        std::thread poster([&witness, token, inbox] {
+            do {
+                inbox->post([token] {});
+            } while (!witness.isGone);
+            inbox->post([token] { FAIL() << "nothing runs after the queue"; });
+        });
+        while (!witness.isWaking) std::this_thread::yield();
+        queue = nullptr;
+        poster.join();
+        EXPECT_EQ(witness.wakesOfTheDead, 0);
+        EXPECT_EQ(token.use_count(), 1) << "what was posted is dropped, before and after";
+    }
+}
+
 TEST_F(SeamTest, TheClockRunsWhatIsDueInOrder) {
     std::string order;
     platform->queue.asyncAfter(0.5, [&] { order += "b"; });
@@ -86,7 +137,9 @@ TEST_F(SeamTest, TimesAreRationalAndCompareExactly) {
     EXPECT_LT(media::compare(Time(1001, 30000), Time(1, 29)), 0);
     EXPECT_LT(media::compare(Time(-1, 3), Time(0, 1)), 0);
     EXPECT_GT(media::compare(Time(9'000'000'000'000'000'000, 1), Time(9'000'000'000'000'000'000 - 1, 1)), 0);
-    EXPECT_GT(media::compare(Time(9'000'000'000'000'000'001, 2'000'000'000), Time(9'000'000'000'000'000'000, 2'000'000'000)), 0);
+    EXPECT_GT(
+        media::compare(Time(9'000'000'000'000'000'001, 2'000'000'000), Time(9'000'000'000'000'000'000, 2'000'000'000)),
+        0);
     EXPECT_EQ(Time::fromSeconds(1.5, 600), Time(900, 600));
     EXPECT_FALSE(Time::fromSeconds(1e300, 600).isValid());
     EXPECT_FALSE(Time(1, 0).isValid());

@@ -4,39 +4,48 @@
 
 namespace videoanalysis::dispatch {
 
-MainQueue::MainQueue() {
+MainQueue::MainQueue() : inbox_(std::make_shared<Inbox>()) {
     constexpr std::size_t usualBurst = 256;  // blocks, so that ordinary traffic never allocates
-    waiting_.reserve(usualBurst);
+    inbox_->queue_ = this;
+    inbox_->waiting_.reserve(usualBurst);
     running_.reserve(usualBurst);
 }
 
-MainQueue::~MainQueue() {
+MainQueue::~MainQueue() { close(); }
+
+void MainQueue::close() {
+    {
+        const std::lock_guard lock(inbox_->wakeMutex_);
+        inbox_->queue_ = nullptr;
+    }
     std::vector<Block> dropped;
     {
-        const std::lock_guard lock(mutex_);
-        isClosed_ = true;
-        dropped.swap(waiting_);
+        const std::lock_guard lock(inbox_->mutex_);
+        inbox_->isClosed_ = true;
+        dropped.swap(inbox_->waiting_);
     }
     dropped.clear();  // may post: screens and players go with the last block that holds them
 }
 
-void MainQueue::async(Block block) {
-    bool wasEmpty;
+void MainQueue::Inbox::post(Block block) {
+    bool wasEmpty = false;
     {
         const std::lock_guard lock(mutex_);
         if (isClosed_) return;
         wasEmpty = waiting_.empty();
         waiting_.push_back(std::move(block));
     }
-    if (wasEmpty) wake();
+    if (!wasEmpty) return;
+    const std::lock_guard lock(wakeMutex_);
+    if (queue_) queue_->wake();
 }
 
 bool MainQueue::runTurn() {
     if (isRunning_) return false;
     {
-        const std::lock_guard lock(mutex_);
-        if (waiting_.empty()) return false;
-        waiting_.swap(running_);
+        const std::lock_guard lock(inbox_->mutex_);
+        if (inbox_->waiting_.empty()) return false;
+        inbox_->waiting_.swap(running_);
     }
     isRunning_ = true;
     for (Block& block : running_) {
@@ -49,8 +58,8 @@ bool MainQueue::runTurn() {
 }
 
 bool MainQueue::isEmpty() const {
-    const std::lock_guard lock(mutex_);
-    return waiting_.empty();
+    const std::lock_guard lock(inbox_->mutex_);
+    return inbox_->waiting_.empty();
 }
 
 MainQueue& mainQueue() { return platform().mainQueue(); }

@@ -96,14 +96,33 @@ public:
 };
 
 /// The queue of the thread that owns the user interface. Work is done in turns: a turn runs the blocks that were waiting
-/// when it began, and blocks posted meanwhile belong to the next one. The platform runs the turns.
+/// when it began, and blocks posted during it belong to the next one. The platform runs the turns.
+///
+/// A thread that may outlive the queue posts through its `Inbox`. The destructor of each final class calls `close` first.
 class MainQueue : public Queue {
 public:
+    /// Where blocks wait. Shared: it may outlive its queue, and drops what is posted then. Any thread.
+    class Inbox {
+    public:
+        /// Drops the block once the queue is closed.
+        void post(Block block);
+
+    private:
+        friend class MainQueue;
+
+        std::mutex wakeMutex_;        // held while the queue is woken, so that closing waits for it
+        MainQueue* queue_ = nullptr;  // under `wakeMutex_`; null once closed
+        std::mutex mutex_;            // guards the rest
+        std::vector<Block> waiting_;
+        bool isClosed_ = false;
+    };
+
     MainQueue();
-    /// Drops what is waiting, and what that posts while it goes.
     ~MainQueue() override;
 
-    void async(Block block) final;
+    void async(Block block) final { inbox_->post(std::move(block)); }
+    /// Never null.
+    const std::shared_ptr<Inbox>& inbox() const { return inbox_; }
 
     /// Runs one turn and says whether there was anything to run. Main thread; called from inside a block of the queue it
     /// does nothing.
@@ -112,15 +131,16 @@ public:
     bool isEmpty() const;
 
 protected:
-    /// Called once each time a block is posted to the empty queue, on the posting thread, without a lock held.
+    /// Called once each time a block is posted to the empty queue, on the posting thread. It must not post.
     virtual void wake() = 0;
+    /// Main thread. Waits for a `wake` that is running, after which there is no other one; drops what is waiting and what
+    /// is posted from now on.
+    void close();
 
 private:
-    mutable std::mutex mutex_;
-    std::vector<Block> waiting_;
+    const std::shared_ptr<Inbox> inbox_;
     std::vector<Block> running_;
     bool isRunning_ = false;
-    bool isClosed_ = false;
 };
 
 /// The installed platform's main queue.
