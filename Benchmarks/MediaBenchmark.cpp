@@ -54,6 +54,8 @@ double childrenTime() {
 /// is to be measured.
 class SleepingQueue final : public dispatch::MainQueue {
 public:
+    ~SleepingQueue() override { close(); }
+
     void asyncAfter(double, dispatch::Block) override { std::abort(); }  // nothing here delays anything
 
     void sleepUntilThereIsWork(double longestMilliseconds) {
@@ -197,7 +199,7 @@ double sequentialDecoding() {
     auto scanned = media::ClipFile::open(URL(longGroups), media::ClipFile::Content::video, isCancelled, error);
     auto file = media::ClipFile::open(URL(longGroups), media::ClipFile::Content::video, isCancelled, error);
     if (!scanned || !file) return notMeasured;
-    media::ClipIndexBuilder builder(scanned->stream()->time_base, scanned->stream()->avg_frame_rate);
+    media::ClipIndexBuilder builder(*scanned);
     const media::PacketHandle packet(av_packet_alloc());
     while (scanned->read(packet.get()) >= 0) {
         builder.add(*packet);

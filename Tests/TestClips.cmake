@@ -62,6 +62,19 @@ add_derived_test_clip(encrypted.mp4 h264.mp4 ${ffmpeg} -i FROM -c copy -encrypti
 # Begins in the middle of a group: its first frames refer to some that are not there.
 add_derived_test_clip(cut.ts offset.ts sh -c "tail -c +$((188 * 61 + 1)) \"$1\" > \"$2\"" sh FROM TO)
 
+# Longer than what is known of a clip when its first picture is.
+add_derived_test_clip(long.mp4 gop1.mp4 ${ffmpeg} -stream_loop 40 -i FROM -an -c copy -movflags +faststart TO)
+
+# Containers that store the order of decoding only: pictures that are presented in another one, and those of two in a packet.
+add_walk_clip(h264.avi -- -g 30 -bf 3)
+add_walk_clip(open-group.avi -- -g 30 -keyint_min 30 -bf 3 -x264-params open-gop=1:scenecut=0)
+add_derived_test_clip(bare.h264 open-group.mp4 ${ffmpeg} -i FROM -c copy TO)
+add_derived_test_clip(bare.hevc hevc.mp4 ${ffmpeg} -i FROM -c copy TO)
+add_derived_test_clip(bare.m4v mpeg4.avi ${ffmpeg} -i FROM -c copy -f m4v TO)
+add_walk_clip(packed.avi -- -c:v libxvid -bf 2 -g 30 -q:v 3)
+# The same pictures as the ffmpeg program decodes them.
+add_derived_test_clip(packed-decoded.mkv packed.avi ${ffmpeg} -i FROM -c:v ffv1 -fps_mode passthrough TO)
+
 # What an export meets besides: every codec at a variable rate, other sound, more sound than pictures, damage inside.
 set(unhurriedHevc -c:v libx265 -x265-params log-level=none:pools=1:frame-threads=1)
 set(quickVp9 -c:v libvpx-vp9 -g 30 -deadline realtime -cpu-used 8 -b:v 300k)

@@ -12,7 +12,7 @@ runPackages="qml6-module-qtquick qml6-module-qtquick-window qml6-module-qtqml-wo
     qml6-module-qtquick-dialogs qml6-module-qt-labs-folderlistmodel
     libqt6svg6 fonts-dejavu-core"
 
-testPackages="pulseaudio pulseaudio-utils libgtest-dev clang-14 libc++-14-dev libc++abi-14-dev python3"
+testPackages="openssl pulseaudio pulseaudio-utils libgtest-dev clang-14 libc++-14-dev libc++abi-14-dev python3"
 
 # Players to compare with, and a display to record.
 # shellcheck disable=SC2034 # used by who sources this

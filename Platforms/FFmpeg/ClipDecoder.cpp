@@ -50,14 +50,14 @@ bool ClipDecoder::start(std::int64_t startPacket) {
 
     // Where a container's seek lands differs: by presentation time, by decoding time, a group early, or past the goal.
     // Early is harmless, packets are read on to the goal; past it, the next attempt aims lower.
-    bool isReached = file_->seek(index_->timestampOfPacket(startPacket)) && reach(startPacket);
+    bool isReached = seekTo(startPacket) && reach(startPacket);
     std::int64_t earlier = startPacket;
     for (int attempt = 0; !isReached && attempt < 3; ++attempt) {
         earlier = index_->startPacketBefore(earlier);
-        isReached = file_->seek(index_->timestampOfPacket(earlier)) && reach(startPacket);
+        isReached = seekTo(earlier) && reach(startPacket);
     }
     if (!isReached) isReached = file_->seekToBeginning() && reach(startPacket);
-    if (!isReached) isReached = file_->seekToFirstByte() && reach(startPacket);
+    if (!isReached) isReached = file_->seekToByte(0) && reach(startPacket);
     if (!isReached) return false;
     runStart_ = startPacket;
     nextPacket_ = startPacket;
@@ -74,15 +74,28 @@ bool ClipDecoder::canGoOnTo(std::int64_t frame, std::int64_t keepFrom) const {
     return index_->startPacketFor(next) <= nextPacket_ + packetsWorthASeek;
 }
 
+bool ClipDecoder::seekTo(std::int64_t packet) {
+    const std::int64_t target = index_->seekTargetOfPacket(packet);
+    return index_->isSoughtByPosition() ? file_->seekToByte(target) : file_->seek(target);
+}
+
 bool ClipDecoder::reach(std::int64_t startPacket) {
-    while (true) {
-        av_packet_unref(packet_.get());
-        hasPacket_ = file_->read(packet_.get()) >= 0;
-        if (!hasPacket_) return false;
-        const auto number = index_->packetWithTimestamps(packet_->pts, packet_->dts);
-        if (number == startPacket) return true;
-        if (number && *number > startPacket) return false;
+    while (readPacket() >= 0) {
+        if (packetNumber_ == startPacket) return true;
+        if (packetNumber_ && *packetNumber_ > startPacket) return false;
     }
+    return false;
+}
+
+int ClipDecoder::readPacket() {
+    av_packet_unref(packet_.get());
+    const int result = file_->read(packet_.get());
+    hasPacket_ = result >= 0;
+    if (!hasPacket_) return result;
+    packetNumber_ = index_->numberOfPacket(*packet_);
+    if (index_->hasDerivedTimes())
+        packet_->pts = packetNumber_ ? index_->timestampOfPacket(*packetNumber_) : AV_NOPTS_VALUE;
+    return 0;
 }
 
 ClipDecoder::Result ClipDecoder::next(std::int64_t keepFrom, FrameHandle& picture, std::int64_t& number) {
@@ -106,8 +119,7 @@ ClipDecoder::Result ClipDecoder::next(std::int64_t keepFrom, FrameHandle& pictur
     if (isDraining_) return Result::pending;
 
     if (!hasPacket_) {
-        av_packet_unref(packet_.get());
-        const int read = file_->read(packet_.get());
+        const int read = readPacket();
         if (read < 0) {
             readError_ = read;
             isDraining_ = true;
@@ -115,14 +127,13 @@ ClipDecoder::Result ClipDecoder::next(std::int64_t keepFrom, FrameHandle& pictur
             avcodec_send_packet(codec_.get(), nullptr);
             return Result::pending;
         }
-        hasPacket_ = true;
     }
     const auto frame = index_->frameWithTimestamp(packet_->pts);
     const bool isKept = !frame || *frame >= keepFrom;
     if (!isKept) passedOverBefore_ = std::max(passedOverBefore_, keepFrom);
     codec_->skip_frame = isKept ? AVDISCARD_DEFAULT : AVDISCARD_NONREF;
     if (avcodec_send_packet(codec_.get(), packet_.get()) != AVERROR(EAGAIN)) {
-        if (const auto sent = index_->packetWithTimestamps(packet_->pts, packet_->dts)) nextPacket_ = *sent + 1;
+        if (packetNumber_) nextPacket_ = *packetNumber_ + 1;
         av_packet_unref(packet_.get());
         hasPacket_ = false;
     }

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace videoanalysis::media {
@@ -48,14 +49,19 @@ public:
 
 private:
     ClipDecoder() = default;
+    /// Seeks to where `packet` is stored.
+    bool seekTo(std::int64_t packet);
     /// Reads up to the packet at which the run begins.
     bool reach(std::int64_t startPacket);
+    /// The next packet, with the presentation time that the index has for it. 0, or the library's error.
+    int readPacket();
 
     std::unique_ptr<ClipFile> file_;
     std::shared_ptr<PicturePool> pool_;  // before the decoder that uses it
     CodecContextHandle codec_;
     PacketHandle packet_;
     bool hasPacket_ = false;  // `packet_` is still to be sent
+    std::optional<std::int64_t> packetNumber_;
     std::shared_ptr<const ClipIndex> index_;
     std::int64_t runStart_ = -1;
     std::int64_t firstFrame_ = 0;

@@ -6,6 +6,7 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <string_view>
 
 namespace videoanalysis::media {
 namespace {
@@ -46,14 +47,21 @@ std::optional<std::int64_t> ClipIndex::frameWithTimestamp(std::int64_t pts) cons
     return found - frames_.begin();
 }
 
-std::optional<std::int64_t> ClipIndex::packetWithTimestamps(std::int64_t pts, std::int64_t dts) const {
-    if (const auto frame = frameWithTimestamp(pts)) return packetOfFrame(*frame);
-    if (!isUsable(dts)) return std::nullopt;
-    const auto found = std::lower_bound(byDecodingTime_.begin(), byDecodingTime_.end(), dts,
-                                        [this](std::int32_t packet, std::int64_t value) {
-                                            return packets_[static_cast<std::size_t>(packet)].dts < value;
-                                        });
-    if (found == byDecodingTime_.end() || decodingTimestampOfPacket(*found) != dts) return std::nullopt;
+std::int64_t ClipIndex::keyOf(const AVPacket& packet, PacketKey kind) {
+    const std::int64_t key = kind == PacketKey::position ? packet.pos : packet.dts;
+    return isUsable(key) && (kind != PacketKey::position || key >= 0) ? key : noTimestamp;
+}
+
+std::optional<std::int64_t> ClipIndex::numberOfPacket(const AVPacket& packet) const {
+    if (keyKind_ == PacketKey::time) {
+        if (const auto frame = frameWithTimestamp(packet.pts)) return packetOfFrame(*frame);
+    }
+    const std::int64_t key = keyOf(packet, keyKind_);
+    if (key == noTimestamp) return std::nullopt;
+    const auto keyAt = [this](std::int32_t number) { return packets_[static_cast<std::size_t>(number)].key; };
+    const auto found = std::lower_bound(byKey_.begin(), byKey_.end(), key,
+                                        [&](std::int32_t number, std::int64_t value) { return keyAt(number) < value; });
+    if (found == byKey_.end() || keyAt(*found) != key) return std::nullopt;
     return *found;
 }
 
@@ -76,31 +84,78 @@ std::int64_t ClipIndex::firstFrameFrom(std::int64_t startPacket) const {
     return std::min<std::int64_t>(found - frames_.begin(), frameCount() - 1);
 }
 
+ClipIndexBuilder::ClipIndexBuilder(const ClipFile& file)
+    : timeBase_(file.stream()->time_base), frameRate_(file.stream()->avg_frame_rate),
+      order_(file.order() == ClipFile::Order::stored ? nullptr : PictureOrder::make(*file.stream()->codecpar)),
+      keyKind_(!order_                                     ? ClipIndex::PacketKey::time
+               : file.order() == ClipFile::Order::decoding ? ClipIndex::PacketKey::decodingTime
+                                                           : ClipIndex::PacketKey::position),
+      countsByTime_(std::string_view(file.format()->iformat->name) == "avi"),
+      bytesLeft_(std::numeric_limits<std::int64_t>::max()) {
+    // Packets may share bytes, as when an edit list repeats a stretch, but not many times over.
+    constexpr std::int64_t mostReadings = 4;
+    constexpr std::int64_t readBeforeItCounts = std::int64_t{1} << 20;
+    const std::int64_t size = file.byteCount();
+    if (size > 0 && size < bytesLeft_ / (2 * mostReadings)) bytesLeft_ = size * mostReadings + readBeforeItCounts;
+}
+
 bool ClipIndexBuilder::add(const AVPacket& packet) {
     if (packets_.size() >= maxPackets) return false;
-    Packet entry{ClipIndex::noTimestamp, ClipIndex::noTimestamp, packet.duration, (packet.flags & AV_PKT_FLAG_KEY) != 0,
-                 (packet.flags & AV_PKT_FLAG_DISCARD) == 0};
-    if (isUsable(packet.pts)) entry.pts = packet.pts;
-    if (isUsable(packet.dts)) entry.dts = packet.dts;
-    if (entry.pts == ClipIndex::noTimestamp) entry.pts = entry.dts;
-    if (entry.pts == ClipIndex::noTimestamp) entry.isShown = false;
-    newestDts_ = std::max(newestDts_, entry.dts);
+    bytesLeft_ -= packet.size;
+    if (bytesLeft_ < 0) {
+        isImplausible_ = true;
+        return false;
+    }
+    Packet entry{ClipIndex::noTimestamp, ClipIndex::keyOf(packet, keyKind_), packet.duration,
+                 (packet.flags & AV_PKT_FLAG_KEY) != 0, (packet.flags & AV_PKT_FLAG_DISCARD) == 0};
+    if (order_) {
+        entry.isKey = order_->add(packet);
+    } else {
+        entry.pts = isUsable(packet.pts) ? packet.pts : entry.key;
+        if (entry.pts == ClipIndex::noTimestamp) entry.isShown = false;
+    }
+    newestDts_ = std::max(newestDts_, entry.key);
     packets_.push_back(entry);
     return true;
 }
 
+std::vector<ClipIndexBuilder::Packet> ClipIndexBuilder::derived() const {
+    std::vector<Packet> packets = packets_;
+    for (Packet& packet : packets) packet.isShown = false;
+    const std::vector<std::int32_t> presented = order_->presented();
+    // The times at which they are decoded, in order, are those at which they are shown; a bare stream has none.
+    std::vector<std::int64_t> times;
+    times.reserve(presented.size());
+    std::int64_t next = 0;
+    for (const std::int32_t number : presented) {
+        const Packet& packet = packets_[static_cast<std::size_t>(number)];
+        times.push_back(keyKind_ == ClipIndex::PacketKey::decodingTime ? packet.key : next);
+        next += std::max<std::int64_t>(packet.duration, 1);
+    }
+    std::sort(times.begin(), times.end());
+    for (std::size_t i = 0; i < presented.size(); ++i) {
+        Packet& packet = packets[static_cast<std::size_t>(presented[i])];
+        packet.pts = times[i];
+        packet.isShown = packet.pts != ClipIndex::noTimestamp;
+    }
+    return packets;
+}
+
 std::shared_ptr<const ClipIndex> ClipIndexBuilder::snapshot(bool isComplete) const {
+    if (order_ && !isComplete) return nullptr;  // a later packet may precede any
+    const std::vector<Packet> packets = order_ ? derived() : packets_;
     auto index = std::make_shared<ClipIndex>();
     index->isComplete_ = isComplete;
     index->timeBase_ = timeBase_;
-    index->packets_.reserve(packets_.size());
-    index->frames_.reserve(packets_.size());
-    for (std::size_t i = 0; i < packets_.size(); ++i) {
-        const Packet& packet = packets_[i];
+    index->keyKind_ = keyKind_;
+    index->packets_.reserve(packets.size());
+    index->frames_.reserve(packets.size());
+    for (std::size_t i = 0; i < packets.size(); ++i) {
+        const Packet& packet = packets[i];
         const auto number = static_cast<std::int32_t>(i);
-        index->packets_.push_back({packet.pts, packet.dts});
+        index->packets_.push_back({packet.pts, packet.key});
         if (i == 0 || (packet.isKey && packet.pts != ClipIndex::noTimestamp)) index->keyPackets_.push_back(number);
-        if (packet.dts != ClipIndex::noTimestamp) index->byDecodingTime_.push_back(number);
+        if (packet.key != ClipIndex::noTimestamp) index->byKey_.push_back(number);
         // A frame that is decoded later is presented at its own decoding time or after it.
         if (packet.isShown && (isComplete || packet.pts < newestDts_)) index->frames_.push_back({packet.pts, number});
     }
@@ -111,10 +166,9 @@ std::shared_ptr<const ClipIndex> ClipIndexBuilder::snapshot(bool isComplete) con
     frames.erase(
         std::unique(frames.begin(), frames.end(), [](const auto& a, const auto& b) { return a.ticks == b.ticks; }),
         frames.end());
-    std::stable_sort(index->byDecodingTime_.begin(), index->byDecodingTime_.end(),
-                     [this](std::int32_t a, std::int32_t b) {
-                         return packets_[static_cast<std::size_t>(a)].dts < packets_[static_cast<std::size_t>(b)].dts;
-                     });
+    std::stable_sort(index->byKey_.begin(), index->byKey_.end(), [&packets](std::int32_t a, std::int32_t b) {
+        return packets[static_cast<std::size_t>(a)].key < packets[static_cast<std::size_t>(b)].key;
+    });
 
     index->zero_ = frames.front().ticks;
     std::int64_t shortest = std::numeric_limits<std::int64_t>::max();
@@ -122,7 +176,7 @@ std::shared_ptr<const ClipIndex> ClipIndexBuilder::snapshot(bool isComplete) con
         if (i > 0) shortest = std::min(shortest, frames[i].ticks - frames[i - 1].ticks);
         frames[i].ticks -= index->zero_;
     }
-    std::int64_t last = packets_[static_cast<std::size_t>(frames.back().packet)].duration;
+    std::int64_t last = packets[static_cast<std::size_t>(frames.back().packet)].duration;
     if (last <= 0 || last > largestTimestamp) {
         last = frameRate_.num > 0 && frameRate_.den > 0 ? av_rescale_q(1, av_inv_q(frameRate_), timeBase_) : 0;
         if (last <= 0)

@@ -1,6 +1,6 @@
 #pragma once
 // Reads all packets of a clip once to know every frame's time, for work that needs the whole clip before it begins: small
-// pictures and exports. (The player shows the beginning while it still reads.)
+// pictures and exports. (The player shows the first picture during the scan.)
 
 #include "Platforms/FFmpeg/ClipFile.h"
 #include "Platforms/FFmpeg/ClipIndex.h"
@@ -11,11 +11,11 @@
 
 namespace videoanalysis::media {
 
-/// Null when the clip has no frame or `cancelled` became true. `file` is read from where it stands to its end or to where it
+/// Null when the clip has no frame, claims more than its file holds, or `cancelled` became true. `file` is read from where it stands to its end or to where it
 /// cannot be read on; `visit` (may be empty) sees every packet in decoding order.
 inline std::shared_ptr<const ClipIndex> scanClip(ClipFile& file, const std::atomic<bool>& cancelled,
                                                  const std::function<void(const AVPacket&)>& visit = {}) {
-    ClipIndexBuilder builder(file.stream()->time_base, file.stream()->avg_frame_rate);
+    ClipIndexBuilder builder(file);
     const PacketHandle packet(av_packet_alloc());
     while (!cancelled && file.read(packet.get()) >= 0) {
         const bool isTaken = builder.add(*packet);
@@ -23,7 +23,7 @@ inline std::shared_ptr<const ClipIndex> scanClip(ClipFile& file, const std::atom
         av_packet_unref(packet.get());
         if (!isTaken) break;
     }
-    return cancelled ? nullptr : builder.snapshot(true);
+    return cancelled || builder.isImplausible() ? nullptr : builder.snapshot(true);
 }
 
 }  // namespace videoanalysis::media

@@ -16,9 +16,11 @@ DecodedFrame::DecodedFrame(std::shared_ptr<const AVFrame> picture, Orientation o
     }
 }
 
-DecodedFrame::DecodedFrame(const DecodedFrame& other, std::int64_t index, const Time& time) : DecodedFrame(other) {
+DecodedFrame::DecodedFrame(const DecodedFrame& other, std::int64_t index, const Time& time, bool isUnreadable)
+    : DecodedFrame(other) {
     index_ = index;
     time_ = time;
+    isUnreadable_ = isUnreadable;
 }
 
 Bitmap DecodedFrame::scaled(int width, int height) const {

@@ -15,14 +15,16 @@ public:
     /// `picture` is not changed any more. `pixelAspect` is a pixel's width over its height, positive, before turning.
     DecodedFrame(std::shared_ptr<const AVFrame> picture, Orientation orientation, double pixelAspect,
                  std::int64_t index, const Time& time);
-    /// The same picture standing in for another frame that cannot be decoded.
-    DecodedFrame(const DecodedFrame& other, std::int64_t index, const Time& time);
+    /// A placeholder: the same picture for another frame, which cannot be decoded or, when `isUnreadable`, not even read.
+    DecodedFrame(const DecodedFrame& other, std::int64_t index, const Time& time, bool isUnreadable);
 
     Time time() const override { return time_; }
     std::int64_t index() const override { return index_; }
     Size size() const override { return size_; }
     Bitmap scaled(int width, int height) const override;
 
+    /// The clip cannot be read up to here: playing ends before this frame.
+    bool isUnreadable() const { return isUnreadable_; }
     /// Bytes that the picture's pixels take in memory.
     std::size_t byteCount() const { return byteCount_; }
 
@@ -33,6 +35,7 @@ private:
     Time time_;
     Size size_;
     std::size_t byteCount_ = 0;
+    bool isUnreadable_ = false;
 };
 
 }  // namespace videoanalysis::media

@@ -390,7 +390,7 @@ bool ExportJob::copyPackets(const ExportPlan& plan, AVBSFContext* filter, bool b
         while (isThere) {
             av_packet_unref(packet.get());
             if (reader->read(packet.get()) < 0) return false;
-            const auto number = index_->packetWithTimestamps(packet->pts, packet->dts);
+            const auto number = index_->numberOfPacket(*packet);
             if (number == plan.firstPacket) return true;
             if (number && *number > plan.firstPacket) return false;
         }
@@ -399,7 +399,7 @@ bool ExportJob::copyPackets(const ExportPlan& plan, AVBSFContext* filter, bool b
     const std::int64_t earlier = index_->startPacketBefore(plan.firstPacket);
     if (!reach(reader->seek(index_->timestampOfPacket(plan.firstPacket))) &&
         !reach(reader->seek(index_->timestampOfPacket(earlier))) && !reach(reader->seekToBeginning()) &&
-        !reach(reader->seekToFirstByte())) {
+        !reach(reader->seekToByte(0))) {
         return fail(brokenOff);
     }
 

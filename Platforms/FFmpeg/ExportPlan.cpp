@@ -80,6 +80,7 @@ ExportPlan ExportPlan::encodingAll(const ClipIndex& index, const Time& start, co
 ExportPlan ExportPlan::copyingMost(const ClipIndex& index, const std::vector<KeyFrameKind>& kinds, const Time& start,
                                    const Time& end) {
     const ExportPlan all = encodingAll(index, start, end);
+    if (index.hasDerivedTimes()) return all;  // such packets are presented before they are decoded
     for (const std::int64_t key : index.keyPackets()) {
         if (kinds[static_cast<std::size_t>(key)] == KeyFrameKind::unfit) continue;
         const auto shown = index.frameWithTimestamp(index.timestampOfPacket(key));

@@ -10,7 +10,11 @@ namespace {
 
 // While playing, this many frames beyond the playhead are decoded ahead.
 constexpr std::int64_t framesAheadWhilePlaying = 8;
+// A clip without a picture by then is refused. Decoders give their first one within twenty packets or so, unless the clip
+// begins in the middle of a group, whose packets are passed over quickly.
 constexpr std::int64_t packetsBeforeGivingUp = 2000;
+constexpr std::int64_t slowPacketsBeforeGivingUp = 64;
+constexpr auto timeBeforeGivingUp = std::chrono::milliseconds(1500);
 constexpr auto previewInterval = std::chrono::milliseconds(25);
 
 }  // namespace
@@ -104,9 +108,9 @@ void FrameLoader::scan() {
     std::string error;
     const std::unique_ptr<ClipFile> file = ClipFile::open(url_, ClipFile::Content::video, isStopping_, error);
     if (!file) return;  // the loading thread finds the same and tells
-    ClipIndexBuilder builder(file->stream()->time_base, file->stream()->avg_frame_rate);
+    ClipIndexBuilder builder(*file);
     const PacketHandle packet(av_packet_alloc());
-    std::size_t nextSnapshot = 1024;
+    std::size_t nextSnapshot = 128;  // enough for the first picture; steps and seeks take longer ones
     while (!isStopping_ && file->read(packet.get()) >= 0) {
         const bool isTaken = builder.add(*packet);
         av_packet_unref(packet.get());
@@ -117,9 +121,13 @@ void FrameLoader::scan() {
         }
     }
     if (isStopping_) return;
-    const auto promised = static_cast<std::size_t>(std::max<std::int64_t>(file->stream()->nb_frames, 0));
-    if (builder.packetCount() < promised && builder.packetCount() < ClipIndexBuilder::maxPackets) {
-        tell(&News::damage, "it breaks off after " + std::to_string(builder.packetCount()) + " of " +
+    if (builder.isImplausible()) {
+        tell(&News::openingError, "its sample table claims more than the file holds");
+        return;
+    }
+    const std::int64_t promised = file->stream()->nb_frames;
+    if (builder.storedCount() < promised && builder.packetCount() < ClipIndexBuilder::maxPackets) {
+        tell(&News::damage, "it breaks off after " + std::to_string(builder.storedCount()) + " of " +
                                 std::to_string(promised) + " frames");
     }
     std::shared_ptr<const ClipIndex> index = builder.snapshot(true);
@@ -248,9 +256,7 @@ void FrameLoader::pursue(const Goal& goal) {
         }
         runKeepFrom_ = goal.keepFrom;
         lastPicture_ = nullptr;
-        std::int64_t startPacket = decodedIndex_->startPacketFor(goal.keepFrom);
-        if (isRetry) startPacket = decodedIndex_->startPacketBefore(startPacket);
-        if (!decoder_->start(startPacket)) {
+        if (!startFor(goal, isRetry)) {
             handleMissing(goal, cache_->nearest(clip_, goal.frame), decodedIndex_->frameCount(), true);
             return;
         }
@@ -260,8 +266,7 @@ void FrameLoader::pursue(const Goal& goal) {
     std::int64_t number = 0;
     const ClipDecoder::Result result = decoder_->next(runKeepFrom_, picture_, number);
     if (result == ClipDecoder::Result::pending) {
-        if (frameBytes_ != 0 || ++packetsWithoutPicture_ < packetsBeforeGivingUp) return;
-        handleMissing(goal, nullptr, decodedIndex_->frameCount(), false);
+        if (isHopeless()) handleMissing(goal, nullptr, decodedIndex_->frameCount(), false);
     } else if (result == ClipDecoder::Result::frame) {
         const std::shared_ptr<const DecodedFrame> previous = lastPicture_;
         take(std::move(picture_), number);
@@ -272,6 +277,24 @@ void FrameLoader::pursue(const Goal& goal) {
         const bool isUnreadable = decoder_->nextPacket() <= decodedIndex_->packetOfFrame(goal.frame);
         handleMissing(goal, standIn, decodedIndex_->frameCount(), isUnreadable);
     }
+}
+
+bool FrameLoader::startFor(const Goal& goal, bool isRetry) {
+    std::int64_t startPacket = decodedIndex_->startPacketFor(goal.keepFrom);
+    if (isRetry) startPacket = decodedIndex_->startPacketBefore(startPacket);
+    // In a clip without a usable order each attempt reads all of it: one is made ahead of time, others only when asked for.
+    const bool isAsked = goal.isJump;
+    if (!isAsked && unreachable_.contains(startPacket)) return false;
+    if (decoder_->start(startPacket)) return true;
+    unreachable_.insert(startPacket);
+    return false;
+}
+
+bool FrameLoader::isHopeless() {
+    if (frameBytes_ != 0) return false;
+    if (packetsWithoutPicture_++ == 0) firstPacketTime_ = Clock::now();
+    return packetsWithoutPicture_ >= packetsBeforeGivingUp || (packetsWithoutPicture_ >= slowPacketsBeforeGivingUp &&
+                                                               Clock::now() - firstPacketTime_ >= timeBeforeGivingUp);
 }
 
 void FrameLoader::take(FrameHandle picture, std::int64_t number) {
@@ -328,7 +351,7 @@ void FrameLoader::handleMissing(const Goal& goal, std::shared_ptr<const DecodedF
     constexpr std::int64_t mostAtOnce = 64;
     for (std::int64_t frame = goal.frame; frame < std::min(upTo, goal.frame + mostAtOnce); ++frame) {
         const Time time = decodedIndex_->timeOfTicks(decodedIndex_->ticksOf(frame));
-        cache_->insert(clip_, std::make_shared<const DecodedFrame>(*standIn, frame, time));
+        cache_->insert(clip_, std::make_shared<const DecodedFrame>(*standIn, frame, time, isUnreadable));
     }
     bool& hasTold = isUnreadable ? hasToldOfUnreadable_ : hasToldOfDamage_;
     if (std::exchange(hasTold, true)) return;

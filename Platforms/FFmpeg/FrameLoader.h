@@ -15,6 +15,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <thread>
 
@@ -43,7 +44,7 @@ public:
         std::shared_ptr<const DecodedFrame> preview;
         /// Why the clip cannot be played at all; empty when it can.
         std::string openingError;
-        /// Why the clip cannot be read on, told once; empty otherwise. The last good picture stands in for all that follow.
+        /// Why the clip cannot be read on, reported once; empty otherwise. Placeholders follow that are marked as unreadable.
         std::string readingError;
         /// What is wrong with a clip that is played nevertheless, told once; empty otherwise.
         std::string damage;
@@ -84,6 +85,10 @@ private:
     Goal backwardGoal(std::int64_t missing, std::int64_t lowest) const;
     /// One step towards the goal: a new start, or one packet.
     void pursue(const Goal& goal);
+    /// Begins a run that gives `goal`. False when the clip cannot be read there.
+    bool startFor(const Goal& goal, bool isRetry);
+    /// Whether so much was decoded without a picture that none will come.
+    bool isHopeless();
     void take(FrameHandle picture, std::int64_t number);
     /// The goal's frame does not come out of this run, which has given `upTo` or ended before it: another attempt from a group
     /// earlier, and then `standIn`, if not null, in its place and in that of the others that are missing up to there.
@@ -125,6 +130,8 @@ private:
     std::size_t frameBytes_ = 0;   // 0 until the first picture
     std::size_t bufferBytes_ = 0;  // of the memory that it is in
     std::int64_t packetsWithoutPicture_ = 0;
+    Clock::time_point firstPacketTime_;
+    std::set<std::int64_t> unreachable_;                 // packets at which decoding should have begun, and could not
     std::shared_ptr<const DecodedFrame> lastPicture_;    // of this run
     std::shared_ptr<const DecodedFrame> newestPicture_;  // of any run
     std::int64_t retriedFrame_ = -1;

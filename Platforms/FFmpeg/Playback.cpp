@@ -72,6 +72,7 @@ void Playback::takeNews() {
     if (news.index) {
         index_ = std::move(news.index);
         resolveDeferred();
+        becomeReady();
     }
     if (news.preview) {
         // On the way to a frame asked for, a picture is worth showing when it is nearer than the one that is shown.
@@ -85,13 +86,7 @@ void Playback::takeNews() {
         if (isClockRunning()) tick();
     }
     if (news.frame && isPending_ && news.request == request_) finishRequest(news.frame);
-    if (!news.readingError.empty()) {
-        logDamage(news.readingError);
-        if (rate_ != 0) {
-            changeRate(0);
-            later([](Playback& self) { self.events.call(PlayerItem::Event::failedToPlayToEnd); });
-        }
-    }
+    if (!news.readingError.empty()) logDamage(news.readingError);
 }
 
 void Playback::fail(const std::string& reason) {
@@ -114,7 +109,7 @@ Time Playback::duration() const {
 
 std::vector<VideoTrack> Playback::videoTracks() const {
     if (status_ != ItemStatus::readyToPlay) return {};
-    return {{index_->timeOfTicks(index_->minFrameTicks()), size_}};
+    return {{index_->timeOfTicks(index_->minFrameTicks()), presentationSize()}};
 }
 
 Time Playback::currentTime() const {
@@ -236,15 +231,21 @@ void Playback::goTo(std::int64_t frame, Travel travel) {
 void Playback::finishRequest(const std::shared_ptr<const DecodedFrame>& frame) {
     isPending_ = false;
     hasOvertaken_ = false;
-    if (status_ == ItemStatus::unknown) {
-        status_ = ItemStatus::readyToPlay;
-        size_ = frame->size();
-        if (!damage_.empty()) logDamage(damage_);
-        later([](Playback& self) { self.events.call(PlayerItem::Event::statusChanged); });
-    }
     show(frame);
-    if (rate_ != 0) startClock(index_->ticksOf(frame->index()));
+    if (status_ == ItemStatus::unknown) {
+        becomeReady();
+    } else if (rate_ != 0) {
+        startClock(index_->ticksOf(frame->index()));
+    }
     completeLater(true);
+}
+
+void Playback::becomeReady() {
+    if (status_ != ItemStatus::unknown || !shown_ || !index_->isComplete()) return;
+    status_ = ItemStatus::readyToPlay;
+    if (!damage_.empty()) logDamage(damage_);
+    later([](Playback& self) { self.events.call(PlayerItem::Event::statusChanged); });
+    if (rate_ != 0 && !isPending_) startClock(index_->ticksOf(shown_->index()));
 }
 
 void Playback::completeLater(bool finished) {
@@ -272,9 +273,8 @@ void Playback::setRate(float rate) {
     const bool wasRunning = isClockRunning();
     changeRate(rate);
     if (rate_ == 0 || isPending_ || status_ != ItemStatus::readyToPlay) return;
-    isAtEnd_ = false;
-    const std::int64_t end = index_->endTicksOf(lastPlayedFrame());
-    startClock(wasRunning ? moment : wasAtEnd ? end : index_->ticksOf(shown_->index()));
+    if (!wasAtEnd) startClock(wasRunning ? moment : index_->ticksOf(shown_->index()));
+    if (wasAtEnd) endPlaying(PlayerItem::Event::playedToEnd);
 }
 
 void Playback::setPlaybackRange(const Time& start, const Time& end) {
@@ -346,26 +346,21 @@ void Playback::stopClock() {
 void Playback::tick() {
     const std::int64_t moment = momentAt(Clock::now());
     const std::int64_t last = lastPlayedFrame();
-    const bool isLastKnown = index_->isComplete() || last + 1 < index_->frameCount();
-    if (moment >= index_->endTicksOf(last) && isLastKnown) {
-        playedToEnd();
+    const std::int64_t frame = std::min(index_->frameAtTicks(moment), last);
+    auto found = shown_->index() == frame ? shown_ : core_->cache->find(loader_->clip(), frame);
+    if (found && found->isUnreadable()) {
+        endPlaying(PlayerItem::Event::failedToPlayToEnd);
         return;
     }
-    const std::int64_t frame = index_->frameAtTicks(moment);
     asked_ = frame;
-    if (shown_->index() != frame) {
-        if (auto found = core_->cache->find(loader_->clip(), frame)) {
-            isWaitingForFrame_ = false;
-            loader_->playTo(frame, true);
-            show(std::move(found));
-        } else {
-            isWaitingForFrame_ = true;
-            loader_->playTo(frame, false);
-        }
-    } else {
-        isWaitingForFrame_ = false;
-        loader_->playTo(frame, true);
+    isWaitingForFrame_ = !found;
+    if (found && found != shown_) show(std::move(found));
+    if (moment >= index_->endTicksOf(last)) {
+        isAtEnd_ = true;
+        endPlaying(PlayerItem::Event::playedToEnd);
+        return;
     }
+    loader_->playTo(frame, !isWaitingForFrame_);
     tellTimeIfDue();
     scheduleTick(frame);
 }
@@ -390,14 +385,14 @@ void Playback::scheduleTick(std::int64_t frame) {
     });
 }
 
-void Playback::playedToEnd() {
-    const std::int64_t last = lastPlayedFrame();
-    if (shown_->index() != last) {
-        if (auto found = core_->cache->find(loader_->clip(), last)) show(std::move(found));
-    }
-    isAtEnd_ = true;
-    changeRate(0);
-    later([](Playback& self) { self.events.call(PlayerItem::Event::playedToEnd); });
+void Playback::endPlaying(PlayerItem::Event event) {
+    // In a later turn: an attempt may end at the moment it begins, and the rate that was asked for has to be seen until then.
+    const std::int64_t number = ++tickNumber_;
+    later([number, event](Playback& self) {
+        if (self.tickNumber_ != number || self.rate_ == 0) return;  // another attempt, or none
+        self.changeRate(0);
+        self.later([event](Playback& playback) { playback.events.call(event); });
+    });
 }
 
 void Playback::detachPlayer() {

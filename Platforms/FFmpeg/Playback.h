@@ -36,7 +36,7 @@ public:
     const std::string& errorDescription() const { return error_; }
     Time duration() const;
     std::vector<VideoTrack> videoTracks() const;
-    Size presentationSize() const { return status_ == ItemStatus::readyToPlay ? size_ : Size{}; }
+    Size presentationSize() const { return shown_ && status_ != ItemStatus::failed ? shown_->size() : Size{}; }
     Time currentTime() const;
     bool isBufferEmpty() const;
     bool canStepForward() const;
@@ -84,6 +84,8 @@ private:
     /// One line for each clip: the first thing that is wrong with it.
     void logDamage(const std::string& what);
 
+    /// Ready once there is a picture and every frame's time is known: the duration is final then.
+    void becomeReady();
     void resolveDeferred();
     void goTo(std::int64_t frame, Travel travel);
     /// Replaces what is asked for; the completion of what it overtakes gets false.
@@ -103,7 +105,8 @@ private:
     std::int64_t lastPlayedFrame() const;
     /// Playing, a frame outside the range is not shown in place of one inside.
     bool mayStandIn(std::int64_t frame) const;
-    void playedToEnd();
+    /// The end of an attempt to play, by the event that says how; at most one for each.
+    void endPlaying(PlayerItem::Event event);
     void tellTime();
     void tellTimeIfDue();
     std::int64_t intervalAt(const TimeObserver& observer, const Time& time) const;
@@ -117,7 +120,6 @@ private:
     ItemStatus status_ = ItemStatus::unknown;
     std::string error_;
     std::shared_ptr<const ClipIndex> index_;
-    Size size_;
     AudioTimePitchAlgorithm pitchAlgorithm_ = AudioTimePitchAlgorithm::spectral;
 
     std::shared_ptr<const DecodedFrame> shown_;

@@ -4,6 +4,8 @@
 #include "FFmpeg/MediaTest.h"
 
 #include <algorithm>
+#include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -14,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace videoanalysis::media {
@@ -140,6 +143,120 @@ TEST_F(BadInputTest, AFileThatShrinksWhilePlayingKeepsTheLastGoodPicture) {
     EXPECT_EQ(shownNumber(*player), 25);
 }
 
+TEST_F(BadInputTest, EachAttemptToPlayBeyondTheBreakFailsOnce) {
+    writeFile(scratch, readFile(clip("gop250.mp4").absoluteString()));
+    const auto player = open(URL(scratch));
+    const auto item = player->currentItem();
+    ASSERT_EQ(item->status(), ItemStatus::readyToPlay);
+    std::vector<PlayerItem::Event> ends;
+    const auto eventToken = item->observe([&](PlayerItem::Event event) {
+        if (event != PlayerItem::Event::damageFound) ends.push_back(event);
+    });
+    std::filesystem::resize_file(scratch, std::filesystem::file_size(scratch) / 2);
+    player->setRate(8);  // which passes over some frames
+    std::int64_t last = -1;
+    for (std::size_t attempt = 1; attempt <= 4; ++attempt) {
+        ASSERT_TRUE(turnUntil([&] { return ends.size() >= attempt; }));
+        turnFor(0.05);
+        EXPECT_EQ(ends, std::vector(attempt, PlayerItem::Event::failedToPlayToEnd));
+        EXPECT_EQ(player->rate(), 0);
+        EXPECT_EQ(compare(player->currentTime(), player->currentFrame()->time()), 0);
+        const std::int64_t shown = player->currentFrame()->index();
+        EXPECT_TRUE(attempt <= 2 || shown == last) << "it stays where it was";
+        last = shown;
+        player->play();
+    }
+    ASSERT_TRUE(turnUntil([&] { return ends.size() >= 5; }));
+    // From beyond the break there is nowhere to play to, not even to the end.
+    ASSERT_TRUE(seekTo(*player, Time(299, 30)));
+    player->play();
+    ASSERT_TRUE(turnUntil([&] { return ends.size() >= 6; }));
+    turnFor(0.05);
+    EXPECT_EQ(ends, std::vector(6, PlayerItem::Event::failedToPlayToEnd));
+    EXPECT_EQ(platform->log.size(), 1U);
+}
+
+/// A clip whose sample table has `chunks` chunks of `perChunk` samples of `sampleSize` bytes each. The first begins where
+/// the first picture of gop1.mp4 does, all others in the middle of it.
+Bytes clipOfClaims(const Bytes& original, std::uint32_t chunks, std::uint32_t perChunk, std::uint32_t sampleSize) {
+    using Text = std::string;
+    const Text source(original.begin(), original.end());
+    const auto number = [](std::uint32_t value) {
+        Text text;
+        for (int shift = 24; shift >= 0; shift -= 8) text += static_cast<char>(value >> shift & 0xFF);
+        return text;
+    };
+    const auto box = [&](const Text& kind, const Text& content) {
+        return number(static_cast<std::uint32_t>(content.size() + 8)) + kind + content;
+    };
+    const auto boxOf = [&](const Text& kind) {
+        const std::size_t at = source.find(kind) - 4;
+        std::size_t size = 0;
+        for (std::size_t i = 0; i < 4; ++i) size = size << 8 | static_cast<unsigned char>(source[at + i]);
+        return source.substr(at, size);
+    };
+    constexpr std::size_t dataSize = 60000;
+    const Text begin =
+        box("ftyp", "isom" + number(512) + "isom") + box("mdat", source.substr(source.find("mdat") + 4, dataSize));
+    const auto offset = static_cast<std::uint32_t>(begin.size() - dataSize);
+    Text offsets = number(0) + number(chunks) + number(offset);
+    for (std::uint32_t i = 1; i < chunks; ++i) offsets += number(offset + 700);
+    const std::uint32_t samples = chunks * perChunk;
+    const Text table =
+        box("stbl", boxOf("stsd") + box("stts", number(0) + number(1) + number(samples) + number(512)) +
+                        box("stsc", number(0) + number(1) + number(1) + number(perChunk) + number(1)) +
+                        box("stsz", number(0) + number(sampleSize) + number(samples)) + box("stco", offsets));
+    const Text media = boxOf("mdhd") + boxOf("hdlr") + box("minf", boxOf("vmhd") + table);
+    const Text file = begin + box("moov", boxOf("mvhd") + box("trak", boxOf("tkhd") + box("mdia", media)));
+    return {file.begin(), file.end()};
+}
+
+/// Bytes, of this process since it began.
+std::int64_t mostMemory() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return std::int64_t{usage.ru_maxrss} * 1024;
+}
+
+TEST_F(BadInputTest, ASampleTableThatClaimsTooMuchCostsNeitherTimeNorMemory) {
+    using Clock = std::chrono::steady_clock;
+    struct Claim {
+        std::uint32_t chunks, perChunk, sampleSize;
+    };
+    const Bytes original = readFile(clip("gop1.mp4").absoluteString());
+    const std::int64_t memory = mostMemory();
+    // More samples than bytes, more bytes of samples than bytes, nothing but damage, more memory than one may ask for.
+    for (const Claim& claim : {Claim{110000, 9, 3000}, Claim{110000, 4, 3000}, Claim{110000, 4, 5},
+                               Claim{110000, 1, 20}, Claim{1, 80'000'000, 1}, Claim{1, 1'000'000, 0}}) {
+        SCOPED_TRACE(std::to_string(claim.chunks) + " x " + std::to_string(claim.perChunk) + " of " +
+                     std::to_string(claim.sampleSize));
+        writeFile(scratch, clipOfClaims(original, claim.chunks, claim.perChunk, claim.sampleSize));
+        const auto start = Clock::now();
+        const auto player = open(URL(scratch));
+        EXPECT_EQ(player->currentItem()->status(), ItemStatus::failed);
+        EXPECT_LT(Clock::now() - start, std::chrono::seconds(2));
+        EXPECT_EQ(platform->log.size(), 1U);
+        platform->log.clear();
+    }
+    EXPECT_LT(mostMemory() - memory, std::int64_t{700} << 20);
+
+    // A picture, and damage that one has to believe: every seek ends, and so does the clip.
+    const std::size_t sizes =
+        std::string(original.begin(), original.end()).find("stsz") + 16;  // the table, after its head
+    const auto byteAt = [&](std::size_t at) { return std::uint32_t{static_cast<unsigned char>(original[at])}; };
+    writeFile(scratch, clipOfClaims(original, 700, 1, byteAt(sizes + 2) << 8 | byteAt(sizes + 3)));
+    auto player = open(URL(scratch));
+    ASSERT_EQ(player->currentItem()->status(), ItemStatus::readyToPlay) << player->currentItem()->errorDescription();
+    const auto start = Clock::now();
+    for (const int seconds : {20, 3, 11}) EXPECT_TRUE(seekTo(*player, Time(seconds, 1)));
+    EXPECT_LT(Clock::now() - start, std::chrono::seconds(6));
+    EXPECT_EQ(shownNumber(*player), 0);
+    const auto end = Clock::now();
+    player = nullptr;
+    engine = nullptr;
+    EXPECT_LT(Clock::now() - end, std::chrono::seconds(1));
+}
+
 TEST_F(BadInputTest, AReferenceInsideAFileOpensNothing) {
     const std::string target = clip("h264.mp4").absoluteString();
     for (const std::string& text : {"#EXTM3U\n#EXT-X-TARGETDURATION:10\n#EXTINF:4,\n" + target + "\n#EXT-X-ENDLIST\n",
@@ -149,6 +266,8 @@ TEST_F(BadInputTest, AReferenceInsideAFileOpensNothing) {
         writeFile(scratch, Bytes(text.begin(), text.end()));
         const auto player = open(URL(scratch));
         EXPECT_EQ(player->currentItem()->status(), ItemStatus::failed) << text;
+        EXPECT_NE(player->currentItem()->errorDescription().find("playlist"), std::string::npos)
+            << player->currentItem()->errorDescription();
     }
 }
 

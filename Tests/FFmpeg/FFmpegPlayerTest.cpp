@@ -1,10 +1,12 @@
 // A player on real clips: opening, stepping, seeking, playing and what it tells of them.
 
 #include "FFmpeg/MediaTest.h"
+#include "Support/WebServer.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
 #include <optional>
 #include <random>
 #include <vector>
@@ -165,6 +167,80 @@ TEST_F(PlayerTest, KnowsWhereFramesBegin) {
     EXPECT_EQ(compare(engine->makePlayerItem(clip("h264.mp4"))->frameTime(Time(1, 1), 1), Time::zero()), 0);
 }
 
+TEST_F(PlayerTest, AClipIsReadyWhenAllOfItIsKnownAndShowsItsFirstPictureBefore) {
+    WebServer server(clip("long.mp4").path());
+    server.holdBack(2'000'000);
+    const auto item = engine->makePlayerItem(URL(server.address()));
+    const auto player = engine->makePlayer(item);
+    ASSERT_TRUE(turnUntil([&] { return player->currentFrame() != nullptr; }));
+    turnFor(0.05);
+    EXPECT_EQ(shownNumber(*player), 0);
+    EXPECT_EQ(item->presentationSize(), (Size{320, 180}));
+    EXPECT_EQ(item->status(), ItemStatus::unknown);
+    EXPECT_EQ(compare(item->duration(), Time::zero()), 0);
+    ASSERT_TRUE(stepTo(*player, 3, 3)) << "what is known can be looked at";
+    player->play();
+    turnFor(0.05);
+    EXPECT_EQ(player->currentFrame()->index(), 3);
+
+    server.release();
+    ASSERT_TRUE(turnUntil([&] { return item->status() == ItemStatus::readyToPlay; }));
+    EXPECT_EQ(compare(item->duration(), Time(164, 1)), 0);
+    EXPECT_TRUE(turnUntil([&] { return player->currentFrame()->index() > 3; })) << "playing was asked for before";
+    player->pause();
+    ASSERT_TRUE(seekTo(*player, Time(500, 1)));
+    EXPECT_EQ(player->currentFrame()->index(), 4919);
+    EXPECT_EQ(compare(item->duration(), Time(164, 1)), 0);
+    EXPECT_TRUE(platform->log.empty()) << platform->log.front();
+
+    // A server that says no more does not hold up the end.
+    server.holdBack(2'000'000);
+    auto other = engine->makePlayer(engine->makePlayerItem(URL(server.address())));
+    ASSERT_TRUE(turnUntil([&] { return other->currentFrame() != nullptr; }));
+    const auto start = std::chrono::steady_clock::now();
+    other = nullptr;
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(200));
+}
+
+TEST_F(PlayerTest, APlayerMayOutliveThePlatform) {
+    for (int round = 0; round < 10; ++round) {
+        const auto player = engine->makePlayer(engine->makePlayerItem(clip("h264.mp4")));
+        player->play();
+        if (round % 2 == 0) turnUntil([&] { return player->currentTime().seconds() > 0.05; });
+        platform = std::make_shared<HeadlessPlatform>();
+        installPlatform(platform);  // the one before goes with its queue, while the player's threads post to it
+        player->seek(Time(2, 1), Time::zero(), Time::zero());
+    }
+}
+
+TEST_F(PlayerTest, EachAttemptToPlayEndsOnce) {
+    const auto player = openReady("h264.mp4");
+    const auto item = player->currentItem();
+    ASSERT_TRUE(seekTo(*player, Time(118, 30)));
+    std::vector<PlayerItem::Event> events;
+    std::vector<float> rates;
+    const auto eventToken = item->observe([&](PlayerItem::Event event) { events.push_back(event); });
+    const auto rateToken = player->observeRate([&] { rates.push_back(player->rate()); });
+    for (std::size_t attempt = 1; attempt <= 3; ++attempt) {
+        player->play();
+        ASSERT_TRUE(turnUntil([&] { return events.size() >= attempt; }));
+        turnFor(0.05);
+        EXPECT_EQ(events, std::vector(attempt, PlayerItem::Event::playedToEnd));
+        EXPECT_EQ(rates.size(), attempt * 2) << "playing is seen to begin and to end";
+        EXPECT_EQ(compare(player->currentTime(), item->duration()), 0);
+    }
+    // Nothing moves at the end, so what answers each change of time is not called.
+    int ticks = 0;
+    const auto timeToken = player->addPeriodicTimeObserver(Time(1, 30), [&](const Time&) {
+        for (int i = 0; ++ticks < 1000 && i < 3; ++i) player->play();
+    });
+    player->play();
+    ASSERT_TRUE(turnUntil([&] { return events.size() >= 4; }));
+    turnFor(0.1);
+    EXPECT_EQ(events.size(), 4U);
+    EXPECT_EQ(ticks, 0);
+}
+
 TEST_F(PlayerTest, PlaysAtItsRateShowingEveryFrameAndStopsAtTheEnd) {
     const auto player = openReady("h264.mp4");
     const auto item = player->currentItem();
@@ -288,6 +364,29 @@ TEST_F(PlayerTest, WhatCannotBePlayedFailsWithOneLine) {
     }
     const auto player = open(URL("concat:a|b"));
     EXPECT_EQ(player->currentItem()->status(), ItemStatus::failed);
+}
+
+TEST_F(PlayerTest, AServerMustProveWhoItIs) {
+    const SecureWebServer server(VIDEOANALYSIS_TEST_CLIPS_DIR);
+    ASSERT_FALSE(server.address().empty()) << "needs the openssl program";
+    const auto player = open(URL(server.address() + "/h264.mp4"));
+    EXPECT_EQ(player->currentItem()->status(), ItemStatus::failed);
+    ASSERT_EQ(platform->log.size(), 1U);
+    EXPECT_NE(platform->log[0].find("certificate"), std::string::npos) << platform->log[0];
+}
+
+TEST_F(PlayerTest, EveryNameOfAFileOpens) {
+    // Bytes that are no UTF-8, and signs that addresses reserve.
+    const std::string path = testing::TempDir() + "videoanalysis-\xE9\xFF #1?%41.mp4";
+    std::filesystem::copy_file(clip("h264.mp4").path(), path, std::filesystem::copy_options::overwrite_existing);
+    const std::string address = URL::fileURL(path).absoluteString();
+    const std::string encoded = address.substr(std::string("file://").size());
+    for (const std::string& name :
+         {path, address, "FILE://" + encoded, "file://localhost" + encoded, "File://LocalHost" + encoded}) {
+        EXPECT_EQ(open(URL(name))->currentItem()->status(), ItemStatus::readyToPlay) << name;
+    }
+    std::filesystem::remove(path);
+    EXPECT_EQ(open(URL("file://" + clip("h264.mp4").path() + "%00.txt"))->currentItem()->status(), ItemStatus::failed);
 }
 
 TEST_F(PlayerTest, AClipThatBreaksOffKeepsItsLastGoodPicture) {

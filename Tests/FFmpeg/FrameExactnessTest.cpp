@@ -97,11 +97,29 @@ INSTANTIATE_TEST_SUITE_P(AllKinds, FrameExactnessTest,
                          testing::Values(WalkedClip{"h264.mp4"}, WalkedClip{"gop1.mp4"}, WalkedClip{"gop250.mp4", 300},
                                          WalkedClip{"open-group.mp4"}, WalkedClip{"hevc.mp4"}, WalkedClip{"vp9.webm"},
                                          WalkedClip{"mpeg4.avi"}, WalkedClip{"mjpeg.avi"}, WalkedClip{"h264.mkv"},
-                                         WalkedClip{"offset.ts"}, WalkedClip{"offset.mp4"},
-                                         WalkedClip{"variable.mp4", 120, 0, true},
+                                         WalkedClip{"h264.avi"}, WalkedClip{"open-group.avi"}, WalkedClip{"bare.h264"},
+                                         WalkedClip{"bare.hevc"}, WalkedClip{"bare.m4v"}, WalkedClip{"offset.ts"},
+                                         WalkedClip{"offset.mp4"}, WalkedClip{"variable.mp4", 120, 0, true},
                                          WalkedClip{"variable.mkv", 120, 0, true}, WalkedClip{"edited.mp4", 81, 39},
                                          WalkedClip{"rotated.mp4", 120, 0, false, true}),
                          nameOf);
+
+TEST_F(MediaTest, PicturesThatShareAPacketComeInTheOrderOfTheirPresentation) {
+    const auto player = openReady("packed.avi");
+    const auto decoded = openReady("packed-decoded.mkv");
+    ASSERT_GT(shownNumber(*player), -1);
+    std::int64_t frame = 0;
+    const auto follow = [&](std::int64_t step) {
+        frame += step;
+        ASSERT_TRUE(stepTo(*player, step, frame) && stepTo(*decoded, step, frame)) << frame;
+        ASSERT_EQ(shownNumber(*player), shownNumber(*decoded)) << frame;
+    };
+    while (decoded->currentItem()->canStepForward()) follow(1);
+    EXPECT_FALSE(player->currentItem()->canStepForward());
+    EXPECT_GT(frame, 100);
+    while (frame >= 7) follow(-7);
+    EXPECT_TRUE(platform->log.empty()) << platform->log.front();
+}
 
 TEST_F(MediaTest, AClipThatBeginsInTheMiddleOfAGroupShowsTheNextGoodPictureFirst) {
     const auto player = openReady("cut.ts");

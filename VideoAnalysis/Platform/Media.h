@@ -73,11 +73,11 @@ public:
     virtual ItemStatus status() const = 0;
     /// Why the status is failed, or what is wrong with a clip that plays only in part, one line; empty otherwise.
     virtual std::string errorDescription() const = 0;
-    /// Zero until the item is ready.
+    /// Zero until the item is ready; final from then on.
     virtual Time duration() const = 0;
     /// Empty until the item is ready.
     virtual std::vector<VideoTrack> videoTracks() const = 0;
-    /// The size of the upright picture in pixels; empty until the item is ready.
+    /// The size of the upright picture in pixels; empty until there is one, which may be before the item is ready.
     virtual Size presentationSize() const = 0;
     virtual Time currentTime() const = 0;
     virtual bool isPlaybackBufferEmpty() const = 0;
@@ -94,12 +94,12 @@ public:
 
     virtual void setAudioTimePitchAlgorithm(AudioTimePitchAlgorithm algorithm) = 0;
 
-    /// What an observer may be told of.
+    /// What an observer may be told of. Of the last two, one comes for each attempt to play that is not paused before.
     enum class Event {
         statusChanged,
         damageFound,  ///< part of the clip cannot be read; the rest plays
         playedToEnd,
-        failedToPlayToEnd,
+        failedToPlayToEnd,  ///< the clip cannot be read on; the last picture stays, and the rate is 0
     };
     /// Calls `observer` for every event until the returned token is released.
     [[nodiscard]] virtual std::shared_ptr<void> observe(std::function<void(Event)> observer) = 0;

@@ -1,6 +1,6 @@
 #include "VideoAnalysis/Platform/URL.h"
 
-#include <cctype>
+#include <algorithm>
 #include <string_view>
 
 namespace videoanalysis {
@@ -15,6 +15,18 @@ int hexDigit(char c) {
     return -1;
 }
 
+bool isLetterOrDigit(char c) {  // whatever the locale says
+    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
+
+std::string lowerCase(std::string_view text) {
+    std::string result(text);
+    for (char& c : result) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    return result;
+}
+
 }  // namespace
 
 URL URL::fileURL(const std::string& path) {
@@ -22,7 +34,7 @@ URL URL::fileURL(const std::string& path) {
     std::string text(fileScheme);
     for (const char c : path) {
         const auto byte = static_cast<unsigned char>(c);
-        if (std::isalnum(byte) || std::string_view("-._~/").find(c) != std::string_view::npos) {
+        if (isLetterOrDigit(c) || std::string_view("-._~/").find(c) != std::string_view::npos) {
             text += c;
         } else {
             text += '%';
@@ -33,11 +45,23 @@ URL URL::fileURL(const std::string& path) {
     return URL(text);
 }
 
-bool URL::isFileURL() const { return text_.starts_with(fileScheme); }
+std::string URL::scheme() const {
+    const std::size_t end = text_.find("://");
+    if (end == std::string::npos) return {};
+    const std::string scheme = lowerCase(std::string_view(text_).substr(0, end));
+    const bool isPath = std::any_of(scheme.begin(), scheme.end(), [](char c) {
+        return !isLetterOrDigit(c) && std::string_view("+-.").find(c) == std::string_view::npos;
+    });
+    return isPath ? std::string() : scheme;
+}
+
+bool URL::isFileURL() const { return scheme() == "file"; }
 
 std::string URL::path() const {
-    if (!isFileURL()) return text_.find("://") == std::string::npos ? text_ : std::string();
-    const std::string_view encoded = std::string_view(text_).substr(fileScheme.size());
+    if (!isFileURL()) return scheme().empty() ? text_ : std::string();
+    std::string_view encoded = std::string_view(text_).substr(fileScheme.size());
+    constexpr std::string_view thisMachine = "localhost/";
+    if (lowerCase(encoded.substr(0, thisMachine.size())) == thisMachine) encoded.remove_prefix(thisMachine.size() - 1);
     std::string result;
     for (std::size_t i = 0; i < encoded.size(); ++i) {
         if (encoded[i] == '%' && i + 2 < encoded.size() && hexDigit(encoded[i + 1]) >= 0 &&

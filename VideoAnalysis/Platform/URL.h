@@ -16,8 +16,10 @@ public:
     static URL fileURL(const std::string& path);
 
     const std::string& absoluteString() const { return text_; }
-    /// The path of a file URL with percent escapes decoded; the text itself when it has no scheme; empty for any other
-    /// scheme.
+    /// In lower case; empty for a path.
+    std::string scheme() const;
+    /// The path of a file URL with percent escapes decoded, in whatever encoding the file system has; the text itself when
+    /// it has no scheme; empty for any other scheme.
     std::string path() const;
     bool isFileURL() const;
 
