@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <new>
 #include <memory>
+#include <new>
 #include <utility>
 
 namespace videoanalysis {
@@ -75,21 +75,22 @@ void QtMainQueue::wake() {
 
 bool QtMainQueue::event(QEvent* event) {
     if (event->type() != WakeEvent::kind()) return QObject::event(event);
-    runTurns();
+    if (!continuation_.isActive()) runTurns();
     return true;
 }
 
 void QtMainQueue::runTurns() {
+    isAwake_ = false;
+    if (!hasWork()) return;
+    wake();  // for an event loop that a block runs, such as a dialog's: it goes on with what is left here
     QElapsedTimer timer;
     timer.start();
-    while (runTurn()) {
+    while (runTurn(true)) {
         if (timer.elapsed() >= sliceMilliseconds && !isEmpty()) {
             continuation_.start();
             return;
         }
     }
-    isAwake_ = false;
-    if (!isEmpty()) wake();  // posted between the last turn and the line above
 }
 
 }  // namespace videoanalysis

@@ -1,6 +1,7 @@
 #pragma once
 // The main queue on Qt's event loop: posting wakes the loop with one event, whose handler runs turns until the queue is
-// empty or a few milliseconds are used up. `QtQuickPlatform` owns it.
+// empty or a few milliseconds are used up. A block may run an event loop of its own: the queue goes on in it. `QtQuickPlatform`
+// owns it.
 
 #include "VideoAnalysis/Platform/Dispatch.h"
 

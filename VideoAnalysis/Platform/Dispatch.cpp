@@ -2,6 +2,8 @@
 
 #include "VideoAnalysis/Platform/Platform.h"
 
+#include <utility>
+
 namespace videoanalysis::dispatch {
 
 MainQueue::MainQueue() : inbox_(std::make_shared<Inbox>()) {
@@ -40,20 +42,23 @@ void MainQueue::Inbox::post(Block block) {
     if (queue_) queue_->wake();
 }
 
-bool MainQueue::runTurn() {
-    if (isRunning_) return false;
-    {
+bool MainQueue::runTurn(bool isNested) {
+    if (isRunning_ && !isNested) return false;
+    if (next_ == running_.size()) {
         const std::lock_guard lock(inbox_->mutex_);
         if (inbox_->waiting_.empty()) return false;
+        running_.clear();
+        next_ = 0;
         inbox_->waiting_.swap(running_);
     }
-    isRunning_ = true;
-    for (Block& block : running_) {
+    const bool wasRunning = std::exchange(isRunning_, true);
+    while (next_ < running_.size()) {
+        Block block = std::move(running_[next_++]);  // out of the list, which a nested turn replaces
         block();
-        block = {};  // what a block holds is released before the next one runs
     }
     running_.clear();
-    isRunning_ = false;
+    next_ = 0;
+    isRunning_ = wasRunning;
     return true;
 }
 

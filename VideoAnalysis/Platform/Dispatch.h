@@ -124,9 +124,10 @@ public:
     /// Never null.
     const std::shared_ptr<Inbox>& inbox() const { return inbox_; }
 
-    /// Runs one turn and says whether there was anything to run. Main thread; called from inside a block of the queue it
-    /// does nothing.
-    bool runTurn();
+    /// Runs one turn and says whether there was anything to run. Main thread. Called from inside a block of the queue it does
+    /// nothing, unless `isNested`: for an event loop that the block runs, whose turns begin with what the interrupted turn has
+    /// left.
+    bool runTurn(bool isNested = false);
     /// Any thread.
     bool isEmpty() const;
 
@@ -137,9 +138,13 @@ protected:
     /// is posted from now on.
     void close();
 
+    /// Whether a turn, nested or not, would find anything to run. Main thread.
+    bool hasWork() const { return next_ < running_.size() || !isEmpty(); }
+
 private:
     const std::shared_ptr<Inbox> inbox_;
-    std::vector<Block> running_;
+    std::vector<Block> running_;  ///< of the turn under way, from `next_` on
+    std::size_t next_ = 0;
     bool isRunning_ = false;
 };
 
