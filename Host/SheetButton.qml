@@ -20,8 +20,8 @@ Rectangle {
     Accessible.role: Accessible.Button
     Accessible.name: text
     Accessible.onPressAction: clicked()
-    Keys.onSpacePressed: clicked()
-    Keys.onReturnPressed: clicked()
+    Keys.onSpacePressed: event => { if (!event.isAutoRepeat) clicked() }
+    Keys.onReturnPressed: event => { if (!event.isAutoRepeat) clicked() }
 
     Text {
         id: label

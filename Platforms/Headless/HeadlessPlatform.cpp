@@ -1,6 +1,7 @@
 #include "Platforms/Headless/HeadlessPlatform.h"
 
 #include "VideoAnalysis/Platform/FatalError.h"
+#include "VideoAnalysis/Platform/UI/Appearance.h"
 
 #include <algorithm>
 #include <utility>
@@ -48,45 +49,65 @@ void HeadlessPresenter::present(std::shared_ptr<ui::ViewController> presenting,
                                 std::shared_ptr<ui::ViewController> presented, bool animated,
                                 ui::ViewController::Completion completion) {
     presenting->setPresentedViewController(presented);
-    presented->view();
-    queue_.async([this, presented, animated, completion = std::move(completion)]() mutable {
-        presented->viewWillAppear(animated);
-        queue_.async([presented, animated, completion = std::move(completion)] {
-            presented->viewDidAppear(animated);
-            if (completion) completion();
-        });
-    });
+    appear(std::make_shared<ui::Appearance>(std::move(presented), animated, std::move(completion)));
 }
 
 void HeadlessPresenter::dismiss(std::shared_ptr<ui::ViewController> viewController, bool animated,
                                 ui::ViewController::Completion completion) {
     const std::shared_ptr<ui::ViewController> presenting = viewController->presentingViewController();
-    if (presenting) presenting->setPresentedViewController(nullptr);
-    queue_.async([this, viewController, animated, wasPresented = presenting != nullptr,
-                  completion = std::move(completion)]() mutable {
-        if (wasPresented) viewController->viewWillDisappear(animated);
-        queue_.async([viewController, animated, wasPresented, completion = std::move(completion)] {
-            if (wasPresented) viewController->viewDidDisappear(animated);
-            if (completion) completion();
+    if (!presenting) {
+        if (completion) queue_.async(std::move(completion));
+        return;
+    }
+    if (const auto above = viewController->presentedViewController()) dismiss(above, animated, {});
+    presenting->setPresentedViewController(nullptr);
+    disappear(*viewController, animated, std::move(completion));
+}
+
+void HeadlessPresenter::showOverlay(std::shared_ptr<ui::ViewController> root) {
+    if (std::find(overlays_.begin(), overlays_.end(), root) != overlays_.end()) return;
+    overlays_.push_back(root);
+    appear(std::make_shared<ui::Appearance>(std::move(root), false, ui::ViewController::Completion()));
+}
+
+void HeadlessPresenter::hideOverlay(std::shared_ptr<ui::ViewController> root) {
+    if (std::erase(overlays_, root) == 0) return;
+    if (const auto above = root->presentedViewController()) dismiss(above, false, {});
+    disappear(*root, false, {});
+}
+
+void HeadlessPresenter::appear(const std::shared_ptr<ui::Appearance>& appearance) {
+    shown_.push_back(appearance);
+    queue_.async([this, appearance] {
+        finishLeaving(*appearance);
+        appearance->controller()->view();
+        appearance->willAppear();
+        queue_.async([appearance] { appearance->didAppear(); });
+    });
+}
+
+void HeadlessPresenter::disappear(const ui::ViewController& controller, bool animated,
+                                  ui::ViewController::Completion completion) {
+    const auto found = std::find_if(shown_.begin(), shown_.end(),
+                                    [&](const auto& shown) { return shown->controller().get() == &controller; });
+    const std::shared_ptr<ui::Appearance> appearance = *found;
+    shown_.erase(found);
+    leaving_.push_back(appearance);
+    queue_.async([this, appearance, animated, completion = std::move(completion)] {
+        finishLeaving(*appearance);
+        appearance->willDisappear(animated, completion);
+        queue_.async([this, appearance] {
+            std::erase(leaving_, appearance);
+            appearance->didDisappear();
         });
     });
 }
 
-void HeadlessPresenter::showOverlay(std::shared_ptr<ui::ViewController> root) {
-    overlays_.push_back(root);
-    queue_.async([this, root] {
-        root->view();
-        root->viewWillAppear(false);
-        queue_.async([root] { root->viewDidAppear(false); });
-    });
-}
-
-void HeadlessPresenter::hideOverlay(std::shared_ptr<ui::ViewController> root) {
-    std::erase(overlays_, root);
-    queue_.async([this, root] {
-        root->viewWillDisappear(false);
-        queue_.async([root] { root->viewDidDisappear(false); });
-    });
+void HeadlessPresenter::finishLeaving(const ui::Appearance& next) {
+    const Appearances leaving = leaving_;
+    for (const auto& earlier : leaving) {
+        if (earlier.get() != &next && earlier->controller() == next.controller()) earlier->didDisappear();
+    }
 }
 
 // ---- Recording

@@ -23,6 +23,10 @@
 
 namespace videoanalysis {
 
+namespace ui {
+class Appearance;
+}
+
 class HeadlessDevice final : public ui::Device {
 public:
     ui::DeviceOrientation currentOrientation = ui::DeviceOrientation::portrait;
@@ -62,8 +66,18 @@ public:
     const std::vector<std::shared_ptr<ui::ViewController>>& overlays() const { return overlays_; }
 
 private:
+    /// What is on its way to the screen or on it, and what is leaving.
+    using Appearances = std::vector<std::shared_ptr<ui::Appearance>>;
+
+    void appear(const std::shared_ptr<ui::Appearance>& appearance);
+    void disappear(const ui::ViewController& controller, bool animated, ui::ViewController::Completion completion);
+    /// A controller that is shown again while it is leaving has left first.
+    void finishLeaving(const ui::Appearance& next);
+
     HeadlessMainQueue& queue_;
     std::vector<std::shared_ptr<ui::ViewController>> overlays_;
+    Appearances shown_;
+    Appearances leaving_;
 };
 
 /// A recorder whose answers a test decides. What it is asked for stays pending until the test answers; whatever is asked

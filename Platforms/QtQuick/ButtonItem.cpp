@@ -84,7 +84,9 @@ void ButtonItem::keyPressEvent(QKeyEvent* event) {
     switch (event->key()) {
         case Qt::Key_Space:
         case Qt::Key_Return:
-        case Qt::Key_Enter: click(); break;
+        case Qt::Key_Enter:
+            if (!event->isAutoRepeat()) click();
+            break;
         default: event->ignore();
     }
 }

@@ -4,6 +4,7 @@
 #include "Platforms/QtQuick/ViewItem.h"
 #include "VideoAnalysis/Platform/Dispatch.h"
 #include "VideoAnalysis/Platform/Platform.h"
+#include "VideoAnalysis/Platform/UI/Appearance.h"
 #include "VideoAnalysis/Platform/UI/Device.h"
 
 #include <QKeyEvent>
@@ -109,7 +110,9 @@ QQuickItem* itemOf(ui::ViewController& controller) {
     return videoanalysis::itemOf(view);
 }
 
+/// A fade that is still running gives way.
 void fade(QQuickItem& item, double opacity, bool animated) {
+    qDeleteAll(item.findChildren<QPropertyAnimation*>(Qt::FindDirectChildrenOnly));
     if (!animated) {
         item.setOpacity(opacity);
         return;
@@ -148,41 +151,21 @@ std::optional<ui::KeyPress> keyPress(const QKeyEvent& event) {
                         event.modifiers().testFlag(Qt::ControlModifier)};
 }
 
-Qt::ScreenOrientation screenOrientation(ui::DeviceOrientation orientation) {
-    switch (orientation) {
-        case ui::DeviceOrientation::portrait: return Qt::PortraitOrientation;
-        case ui::DeviceOrientation::portraitUpsideDown: return Qt::InvertedPortraitOrientation;
-        case ui::DeviceOrientation::landscapeLeft: return Qt::LandscapeOrientation;
-        case ui::DeviceOrientation::landscapeRight: return Qt::InvertedLandscapeOrientation;
-        default: return Qt::PrimaryOrientation;
-    }
-}
-
 }  // namespace
 
 struct QtPresenter::Screen {
     std::shared_ptr<ui::ViewController> controller;
+    ui::Appearance appearance;
     std::weak_ptr<ui::ViewController> presenting;  ///< none for an overlay
     QPointer<QQuickItem> item;
-    QPointer<Backdrop> backdrop;     ///< under a card
-    QPointer<QQuickItem> itemBelow;  ///< that this one has hidden
-    ui::ViewController::Completion completion;
+    QPointer<Backdrop> backdrop;      ///< under a card
+    QPointer<QQuickItem> itemBelow;   ///< that this one has hidden
+    QPointer<QQuickItem> focusBelow;  ///< had the keyboard before this one covered it
+    bool wasFocusVisible = false;
     bool isOverlay = false;
     bool isLandscape = false;  ///< how the device was held when the screen was laid out last
-    bool isAnimated = false;
-    bool willAppearIsDone = false;
-    bool didAppearIsDone = false;
     bool isLeaving = false;
 
-    void willAppear() {
-        if (!std::exchange(willAppearIsDone, true)) controller->viewWillAppear(isAnimated);
-    }
-    void didAppear() {
-        willAppear();
-        if (std::exchange(didAppearIsDone, true)) return;
-        controller->viewDidAppear(isAnimated);
-        if (completion) std::exchange(completion, nullptr)();
-    }
     /// A full screen leaves nothing to be seen of the one below.
     void hideBelow() {
         const auto below = presenting.lock();
@@ -198,13 +181,17 @@ struct QtPresenter::Screen {
 QtPresenter::QtPresenter(QQuickWindow& window) : window_(&window) {
     connect(window.contentItem(), &QQuickItem::widthChanged, this, &QtPresenter::layOutLater);
     connect(window.contentItem(), &QQuickItem::heightChanged, this, &QtPresenter::layOutLater);
-    window.contentItem()->installEventFilter(this);  // where a key arrives in the end that nobody else has a use for
+    connect(&window, &QQuickWindow::activeFocusItemChanged, this, &QtPresenter::keepFocusOnTop);
+    window.contentItem()->installEventFilter(this);  // a key that no item has a use for ends there
+    window.installEventFilter(this);
 }
 
 QtPresenter::~QtPresenter() = default;
 
 bool QtPresenter::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() == QEvent::KeyPress) {
+    if (watched == window_) {
+        noteInput(*event);
+    } else if (event->type() == QEvent::KeyPress) {
         const std::optional<ui::KeyPress> press = keyPress(static_cast<const QKeyEvent&>(*event));
         for (auto screen = screens_.rbegin(); press && screen != screens_.rend(); ++screen) {
             if ((*screen)->controller->keyPressed(*press)) return true;
@@ -230,15 +217,9 @@ std::shared_ptr<QtPresenter::Screen> QtPresenter::find(const std::shared_ptr<ui:
 
 void QtPresenter::present(std::shared_ptr<ui::ViewController> presenting, std::shared_ptr<ui::ViewController> presented,
                           bool animated, ui::ViewController::Completion completion) {
-    if (presenting->presentedViewController() || find(presented)) {
-        debugLog("A screen is presented already; the second presentation is ignored");
-        return;
-    }
     presenting->setPresentedViewController(presented);
-    auto screen = std::make_shared<Screen>();
-    screen->controller = std::move(presented);
-    screen->presenting = presenting;
-    screen->completion = std::move(completion);
+    auto screen =
+        std::make_shared<Screen>(presented, ui::Appearance(presented, animated, std::move(completion)), presenting);
     appear(screen, animated);
 }
 
@@ -256,8 +237,7 @@ void QtPresenter::dismiss(std::shared_ptr<ui::ViewController> viewController, bo
 
 void QtPresenter::showOverlay(std::shared_ptr<ui::ViewController> root) {
     if (find(root)) return;
-    auto screen = std::make_shared<Screen>();
-    screen->controller = std::move(root);
+    auto screen = std::make_shared<Screen>(root, ui::Appearance(root, true, {}));
     screen->isOverlay = true;
     appear(screen, true);
 }
@@ -273,26 +253,30 @@ void QtPresenter::dismissAbove(ui::ViewController& viewController, bool animated
     if (const auto above = viewController.presentedViewController()) dismiss(above, animated, {});
 }
 
-void QtPresenter::setPreferredOrientation(ui::DeviceOrientation orientation) {
-    if (window_) window_->reportContentOrientationChange(screenOrientation(orientation));
-}
+/// The user turns a desktop's window, not the program. A content orientation is no request either: a window system that is
+/// told of one turns the content, and dialogs with it.
+void QtPresenter::setPreferredOrientation(ui::DeviceOrientation) {}
 
 void QtPresenter::appear(const std::shared_ptr<Screen>& screen, bool animated) {
-    screen->isAnimated = animated;
     screens_.push_back(screen);
     dispatch::mainQueue().async([self = QPointer<QtPresenter>(this), screen, animated] {
         if (!self || screen->isLeaving) return;
+        self->finishLeaving(*screen);
+        self->takeFocus(*screen);
         screen->item = itemOf(*screen->controller);  // loads the view
         screen->isLandscape = ui::isLandscape(platform().device().orientation());
-        screen->willAppear();
+        screen->appearance.willAppear();
         if (screen->item && self->window_) {
-            screen->item->setParentItem(self->window_->contentItem());
+            if (screen->item->parentItem() != self->window_->contentItem()) {
+                screen->item->setOpacity(0);
+                screen->item->setFlag(QQuickItem::ItemIsFocusScope);  // where keys go when no control has them
+                screen->item->setParentItem(self->window_->contentItem());
+            }
             const auto below = screen->isOverlay ? nullptr : self->find(screen->presenting.lock());
             screen->item->setZ(screen->isOverlay      ? overlayLayer
                                : below && below->item ? below->item->z() + 2
                                                       : screenLayer);
             self->place(*screen);
-            screen->item->setOpacity(animated ? 0 : 1);
             screen->item->setVisible(true);
             fade(*screen->item, 1, animated);
             if (screen->backdrop) {
@@ -305,7 +289,7 @@ void QtPresenter::appear(const std::shared_ptr<Screen>& screen, bool animated) {
             dispatch::mainQueue().async([screen] {
                 if (screen->isLeaving) return;
                 screen->hideBelow();
-                screen->didAppear();
+                screen->appearance.didAppear();
             });
         });
     });
@@ -314,29 +298,137 @@ void QtPresenter::appear(const std::shared_ptr<Screen>& screen, bool animated) {
 void QtPresenter::disappear(const std::shared_ptr<Screen>& screen, bool animated,
                             ui::ViewController::Completion completion) {
     std::erase(screens_, screen);
+    leaving_.push_back(screen);
     screen->isLeaving = true;
     dispatch::mainQueue().async(
         [self = QPointer<QtPresenter>(this), screen, animated, completion = std::move(completion)] {
-            screen->didAppear();
+            if (self) self->finishLeaving(*screen);
             screen->showBelow();
-            screen->controller->viewWillDisappear(animated);
+            screen->appearance.willDisappear(animated, completion);
             if (!self) return;
+            self->giveFocusBack(*screen);
             if (screen->item) fade(*screen->item, 0, animated);
             if (screen->backdrop) {
                 screen->backdrop->pressed = nullptr;
                 fade(*screen->backdrop, 0, animated);
             }
-            QTimer::singleShot(fadeDuration(animated), self, [self, screen, animated, completion] {
-                dispatch::mainQueue().async([self, screen, animated, completion] {
-                    if (screen->backdrop) screen->backdrop->deleteLater();
-                    // Unless it has been shown again meanwhile.
-                    if (screen->item && self && !self->find(screen->controller)) screen->item->setParentItem(nullptr);
-                    screen->controller->viewDidDisappear(animated);
-                    if (completion) completion();
+            QTimer::singleShot(fadeDuration(animated), self, [self, screen] {
+                dispatch::mainQueue().async([self, screen] {
+                    if (self) self->finish(screen);
                 });
             });
         });
 }
+
+void QtPresenter::finish(const std::shared_ptr<Screen>& screen) {
+    if (std::erase(leaving_, screen) == 0) return;
+    if (screen->backdrop) screen->backdrop->deleteLater();
+    if (screen->item && !find(screen->controller)) screen->item->setParentItem(nullptr);
+    screen->appearance.didDisappear();
+}
+
+void QtPresenter::finishLeaving(const Screen& next) {
+    const auto leaving = leaving_;
+    for (const auto& earlier : leaving) {
+        if (earlier.get() != &next && earlier->controller == next.controller) finish(earlier);
+    }
+}
+
+// ---- The keyboard
+
+QtPresenter::Screen* QtPresenter::topScreen() const {
+    const auto top =
+        std::find_if(screens_.rbegin(), screens_.rend(), [](const auto& screen) { return !screen->isOverlay; });
+    return top == screens_.rend() ? nullptr : top->get();
+}
+
+/// The screen on top and its overlays may, and so may what a host shows beside its own screen, such as a sheet. What is covered
+/// or on its way out may not.
+bool QtPresenter::mayHaveFocus(const QQuickItem& item) const {
+    const Screen* top = topScreen();
+    for (const QQuickItem* ancestor = &item; ancestor && ancestor->parentItem(); ancestor = ancestor->parentItem()) {
+        bool isAbove = false;  // of what `top` covers
+        for (const auto& screen : screens_) {
+            isAbove = isAbove || screen.get() == top;
+            if (screen->item == ancestor) return isAbove || !top;
+            const auto presenting = screen->presenting.lock();
+            if (presenting && itemOf(*presenting) == ancestor) return false;
+        }
+        if (std::any_of(leaving_.begin(), leaving_.end(),
+                        [&](const auto& screen) { return screen->item == ancestor; })) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// An item that is covered or hidden would still hear every key.
+void QtPresenter::keepFocusOnTop() {
+    QQuickItem* focused = window_ ? window_->activeFocusItem() : nullptr;
+    if (!focused || mayHaveFocus(*focused)) return;
+    if (tabDirection_ != 0) {
+        constexpr int limit = 10000;  // items; the chain is a ring, though one that need not lead back here
+        QQuickItem* next = focused;
+        for (int i = 0; i < limit; ++i) {
+            next = next->nextItemInFocusChain(tabDirection_ > 0);
+            if (!next || next == focused) break;
+            if (next == window_->contentItem() || !mayHaveFocus(*next)) continue;
+            next->forceActiveFocus(tabDirection_ > 0 ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+            return;
+        }
+    }
+    focused->setFocus(false, Qt::OtherFocusReason);
+}
+
+void QtPresenter::takeFocus(Screen& screen) {
+    tabDirection_ = 0;
+    QQuickItem* focused = window_ ? window_->activeFocusItem() : nullptr;
+    if (screen.isOverlay || !focused || mayHaveFocus(*focused)) return;
+    screen.focusBelow = focused;
+    screen.wasFocusVisible = focused->property("focusVisible").toBool();
+    keepFocusOnTop();
+}
+
+void QtPresenter::giveFocusBack(const Screen& screen) {
+    tabDirection_ = 0;
+    QQuickItem* focused = window_ ? window_->activeFocusItem() : nullptr;
+    const bool isFree = !focused || focused == window_->contentItem() || !mayHaveFocus(*focused) ||
+                        (screen.item && screen.item->isAncestorOf(focused));
+    keepFocusOnTop();
+    if (!isFree || !screen.focusBelow) return;
+    if (mayHaveFocus(*screen.focusBelow)) {
+        screen.focusBelow->forceActiveFocus(screen.wasFocusVisible ? Qt::TabFocusReason : Qt::OtherFocusReason);
+        return;
+    }
+    // Another screen has come in the place of this one.
+    Screen* top = topScreen();
+    if (!top || top->focusBelow) return;
+    top->focusBelow = screen.focusBelow;
+    top->wasFocusVisible = screen.wasFocusVisible;
+}
+
+/// Tab has to find its way past what is covered. A press takes the keyboard from the control to which Tab has brought it, and so
+/// does a key when that control has gone: the keys are the screen's again, which means the players'.
+void QtPresenter::noteInput(const QEvent& event) {
+    const bool isKey = event.type() == QEvent::KeyPress;
+    if (!isKey && event.type() != QEvent::MouseButtonPress && event.type() != QEvent::TouchBegin) return;
+    tabDirection_ = 0;
+    if (isKey) {
+        const auto& key = static_cast<const QKeyEvent&>(event);
+        const bool isBackward = key.key() == Qt::Key_Backtab || key.modifiers().testFlag(Qt::ShiftModifier);
+        if (key.key() == Qt::Key_Tab || key.key() == Qt::Key_Backtab) tabDirection_ = isBackward ? -1 : 1;
+    }
+    QQuickItem* focused = window_->activeFocusItem();
+    const auto holds = [&](const auto& screen) { return screen->item && screen->item->isAncestorOf(focused); };
+    if (!focused || !focused->activeFocusOnTab() || std::none_of(screens_.begin(), screens_.end(), holds)) return;
+    if (!isKey) {
+        focused->setFocus(false, Qt::MouseFocusReason);
+    } else if (tabDirection_ == 0 && !focused->isVisible()) {
+        focused->setFocus(false, Qt::OtherFocusReason);
+    }
+}
+
+// ---- Layout
 
 /// Both sides of a size change one after the other; the screens follow once.
 void QtPresenter::layOutLater() {

@@ -35,7 +35,7 @@ public:
     /// The window has another size, or the device is held in another way: the screens follow in the next turn.
     void layOutLater();
 
-    /// Keys that no focused item has taken.
+    /// Keys that no focused item has taken, and what the window hears.
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
@@ -46,6 +46,16 @@ private:
     void dismissAbove(ui::ViewController& viewController, bool animated);
     void appear(const std::shared_ptr<Screen>& screen, bool animated);
     void disappear(const std::shared_ptr<Screen>& screen, bool animated, ui::ViewController::Completion completion);
+    void finish(const std::shared_ptr<Screen>& screen);
+    /// A controller that is shown again while it is fading out has left first.
+    void finishLeaving(const Screen& next);
+    /// The one that nothing covers, without its overlays; null when there is none.
+    Screen* topScreen() const;
+    bool mayHaveFocus(const QQuickItem& item) const;
+    void keepFocusOnTop();
+    void takeFocus(Screen& screen);
+    void giveFocusBack(const Screen& screen);
+    void noteInput(const QEvent& event);
     std::shared_ptr<Screen> find(const std::shared_ptr<ui::ViewController>& controller) const;
     void layOut();
     void place(Screen& screen) const;
@@ -53,6 +63,8 @@ private:
     QPointer<QQuickWindow> window_;
     /// Those on the screen, from below; the ones that are on their way out are not among them.
     std::vector<std::shared_ptr<Screen>> screens_;
+    std::vector<std::shared_ptr<Screen>> leaving_;
+    int tabDirection_ = 0;  ///< 1 or -1 while Tab or Backtab was the latest input
     bool isLayoutDue_ = false;
 };
 

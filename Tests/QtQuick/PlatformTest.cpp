@@ -9,7 +9,9 @@
 #include "VideoAnalysis/Platform/UI/Device.h"
 #include "VideoAnalysis/Platform/UI/ViewController.h"
 
+#include <QEventLoop>
 #include <QQuickWindow>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -27,6 +29,18 @@ namespace videoanalysis {
 namespace {
 
 using host::ScreenDriver;
+
+/// Writes down what happens to it.
+class Diary : public ui::ViewController {
+public:
+    std::vector<std::string> entries;
+
+    void viewDidLoad() override { entries.emplace_back("loaded"); }
+    void viewWillAppear(bool) override { entries.emplace_back("will appear"); }
+    void viewDidAppear(bool) override { entries.emplace_back("did appear"); }
+    void viewWillDisappear(bool) override { entries.emplace_back("will disappear"); }
+    void viewDidDisappear(bool) override { entries.emplace_back("did disappear"); }
+};
 
 class QtQuickPlatformTest : public testing::Test {
 protected:
@@ -83,6 +97,60 @@ TEST_F(QtQuickPlatformTest, AnEndlessChainOfPostsLeavesRoomForTimers) {
     EXPECT_EQ(ticks, stopped);
 }
 
+// A modal dialog that a host shows inside a block: what waits behind it, what it posts and what comes from other threads runs.
+TEST_F(QtQuickPlatformTest, TheQueueGoesOnInAnEventLoopThatABlockRuns) {
+    std::vector<std::string> order;
+    QEventLoop dialog;
+    bool hasReturned = false;
+    dispatch::mainQueue().async([&] {
+        order.emplace_back("dialog");
+        std::thread other;
+        dispatch::mainQueue().async([&] {
+            order.emplace_back("posted inside");
+            QEventLoop second;
+            dispatch::mainQueue().async([&] {
+                order.emplace_back("second dialog");
+                second.quit();
+            });
+            EXPECT_EQ(second.exec(), 0);
+            other = std::thread([&] {
+                dispatch::mainQueue().asyncAfter(0.01, [&] {
+                    order.emplace_back("from another thread");
+                    dialog.quit();
+                });
+            });
+        });
+        QTimer::singleShot(5000, &dialog, [&] { dialog.exit(1); });
+        EXPECT_EQ(dialog.exec(), 0) << "the queue stood still";
+        if (other.joinable()) other.join();
+        hasReturned = true;
+    });
+    dispatch::mainQueue().async([&] { order.emplace_back("rest of the turn"); });
+    EXPECT_TRUE(ScreenDriver::wait([&] { return hasReturned; }));
+    EXPECT_EQ(order, (std::vector<std::string>{"dialog", "rest of the turn", "posted inside", "second dialog",
+                                               "from another thread"}));
+    bool isAlive = false;
+    dispatch::mainQueue().async([&] { isAlive = true; });
+    EXPECT_TRUE(ScreenDriver::wait([&] { return isAlive; }));
+}
+
+TEST_F(QtQuickPlatformTest, AScreenShownAgainWhileItFadesOutHasLeftFirst) {
+    const auto start = platform->viewController(*window.contentItem());
+    const auto diary = std::make_shared<Diary>();
+    start->present(diary, true, {});
+    EXPECT_TRUE(ScreenDriver::wait([&] { return diary->entries.size() == 3; }));
+    diary->dismiss(true, [&] { diary->entries.emplace_back("dismissed"); });
+    EXPECT_TRUE(ScreenDriver::wait([&] { return diary->entries.back() == "will disappear"; }));
+    bool isBack = false;
+    start->present(diary, true, [&] { isBack = true; });
+    start->present(std::make_shared<Diary>(), true, [&] { ADD_FAILURE() << "one screen at a time"; });
+    EXPECT_TRUE(ScreenDriver::wait([&] { return isBack; }));
+    EXPECT_EQ(diary->entries, (std::vector<std::string>{"loaded", "will appear", "did appear", "will disappear",
+                                                        "did disappear", "dismissed", "will appear", "did appear"}));
+    diary->dismiss(false, {});
+    EXPECT_TRUE(ScreenDriver::wait([&] { return diary->entries.back() == "did disappear"; }));
+}
+
 TEST_F(QtQuickPlatformTest, AnswersForItsSurroundings) {
     EXPECT_EQ(platform->device().orientation(), ui::DeviceOrientation::landscapeLeft);
     window.resize(600, 800);
@@ -127,18 +195,6 @@ TEST_F(QtQuickPlatformTest, TemporaryFilesOfKilledProgramsAreRemovedAtTheNextSta
     EXPECT_NE(own, running);
     EXPECT_EQ(std::filesystem::status(own).permissions(), std::filesystem::perms::owner_all);
 }
-
-/// Writes down what happens to it.
-class Diary : public ui::ViewController {
-public:
-    std::vector<std::string> entries;
-
-    void viewDidLoad() override { entries.emplace_back("loaded"); }
-    void viewWillAppear(bool) override { entries.emplace_back("will appear"); }
-    void viewDidAppear(bool) override { entries.emplace_back("did appear"); }
-    void viewWillDisappear(bool) override { entries.emplace_back("will disappear"); }
-    void viewDidDisappear(bool) override { entries.emplace_back("did disappear"); }
-};
 
 // The window is never shown here: appearance must not depend on frames being painted.
 TEST_F(QtQuickPlatformTest, AppearanceIsToldOnceInOrderAndNeverFromInsideTheCall) {

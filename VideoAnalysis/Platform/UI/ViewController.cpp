@@ -15,7 +15,12 @@ const std::shared_ptr<View>& ViewController::view() {
     return view_;
 }
 
-void ViewController::present(const std::shared_ptr<ViewController>& viewController, bool animated, Completion completion) {
+void ViewController::present(const std::shared_ptr<ViewController>& viewController, bool animated,
+                             Completion completion) {
+    if (presented_ || viewController->presentingViewController()) {
+        debugLog("A screen is presented already; the second presentation is ignored");
+        return;
+    }
     platform().presenter().present(shared_from_this(), viewController, animated, std::move(completion));
 }
 

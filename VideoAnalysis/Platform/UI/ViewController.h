@@ -50,10 +50,11 @@ public:
     ModalPresentationStyle modalPresentationStyle() const { return modalPresentationStyle_; }
     void setModalPresentationStyle(ModalPresentationStyle style) { modalPresentationStyle_ = style; }
 
-    /// Shows `viewController` over this one. `completion` (may be empty) runs when it is on the screen.
+    /// Shows `viewController` over this one; `completion` (may be empty) runs when it is on the screen. Ignored with a line in
+    /// the debug log while this one presents another one already, or `viewController` is presented.
     void present(const std::shared_ptr<ViewController>& viewController, bool animated, Completion completion);
     /// Removes this controller from over the one that presented it; `completion` (may be empty) runs when it is gone, at
-    /// once in the next turn when it was not presented.
+    /// in the next turn when it was not presented. What is presented over this one goes with it.
     virtual void dismiss(bool animated, Completion completion);
 
     std::shared_ptr<ViewController> presentingViewController() const { return presenting_.lock(); }
