@@ -266,6 +266,8 @@ Storyboard {
 
                         readonly property Item chosen: [pen, line, arrow, rectangle, ellipse].find(tool => tool.selected)
                                                        ?? null
+                        /// Where the marker stands beside a standing strip; the layout may have moved the tool since.
+                        readonly property real markerY: y + (chosen ? chosen.y + 22 : marker.y + marker.height / 2)
 
                         GlyphButton {
                             id: pen
@@ -326,7 +328,7 @@ Storyboard {
                         id: opener
                         visible: !tools.hidden
                         x: toolGroup.isFlat ? tools.x + (tools.chosen ? tools.chosen.x : 0) : overlay.isMirrored ? -44 : 52
-                        y: toolGroup.isFlat ? picker.isAbove ? -20 : 52 : tools.y + marker.y + marker.height / 2 - 22
+                        y: toolGroup.isFlat ? picker.isAbove ? -20 : 52 : tools.markerY - 22
                         width: 44
                         height: toolGroup.isFlat ? 20 : 44
                         enabled: !toolGroup.isFlat // where the chosen tool alone is the button
@@ -405,7 +407,7 @@ Storyboard {
                         if (isInLowerPlayer) return Math.max(highest, Math.round(toolGroup.cellHeight) + 8 - height)
                         if (isAbove) return strip.y - 24 - height
                         if (toolGroup.isFlat) return strip.y + strip.height + 24
-                        const beside = strip.y + tools.y + marker.y + marker.height / 2 - height / 2
+                        const beside = strip.y + tools.markerY - height / 2
                         return Math.round(Math.max(highest, Math.min(beside, parent.height - 12 - height)))
                     }
                 }

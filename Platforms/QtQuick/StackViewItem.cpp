@@ -33,7 +33,8 @@ StackViewItem::~StackViewItem() {
 void StackViewItem::itemChange(ItemChange change, const ItemChangeData& value) {
     if (change == ItemChildAddedChange) {
         if (const auto* button = qobject_cast<ButtonItem*>(value.item)) {
-            connect(button, &QQuickItem::visibleChanged, this, [this] {
+            // Not `visibleChanged`, which says nothing while something above is hidden.
+            connect(button, &ViewItem::hiddenChanged, this, [this] {
                 if (view()) view()->setNeedsLayout();
             });
         }

@@ -168,6 +168,31 @@ TEST_F(AnalysisScreenTest, ToolsAndButtonsKeepOutOfOneAnothersWayAtEverySize) {
     QGuiApplication::setLayoutDirection(Qt::LeftToRight);
 }
 
+// Turned while the controls are hidden and folded by it, the strip shows its marker beside the chosen tool when they are back.
+TEST_F(AnalysisScreenTest, TheMarkerStandsBesideTheToolAfterATurnWithHiddenControls) {
+    open({clip("h264.mp4")}, QSize(1000, 800));
+    ASSERT_TRUE(screen->click("drawingToolButtons", 3));
+    ASSERT_TRUE(screen->wait([&] { return state().toolType == SketchToolType::rectangleStroke; }));
+    const auto isBesideTheTool = [&](std::size_t tool) {
+        return std::abs(rectOf("arrowImage").center().y() - rectOf("drawingToolButtons", tool).center().y()) < 1;
+    };
+    EXPECT_TRUE(screen->wait([&] { return isBesideTheTool(3); }));
+    mainStore().dispatch(SetHUDVisibleAction(false));
+    ASSERT_TRUE(screen->wait([&] { return screen->item("drawingShapeView") == nullptr; }));
+    host->window().resize(700, 1000);
+    ASSERT_TRUE(screen->wait([&] { return state().isDrawingToolsCollapsed; }));
+    settle();
+    mainStore().dispatch(SetHUDVisibleAction(true));
+    ASSERT_TRUE(screen->wait([&] { return screen->items("drawingToolButtons").size() == 1; }));
+    settle();
+    EXPECT_TRUE(isBesideTheTool(0));
+    save(QStringLiteral("marker-after-turn.png"));
+    // As the user sees it.
+    EXPECT_TRUE(hasNear(screen->grab(),
+                        {rectOf("drawingShapeView").right() + 10, rectOf("drawingToolButtons").center().y()},
+                        QColor(0, 176, 255), 10));
+}
+
 TEST_F(AnalysisScreenTest, AClockThatNobodySeesPaintsNothing) {
     open({clip("h264.mp4")});
     mainStore().dispatch(HasRecordingPermissionAction(true));
@@ -301,9 +326,10 @@ TEST_F(ConfiguredScreenTest, EachPresentationStyleTakesItsPlaceOverTheHostsScree
     }
 }
 
-TEST_F(ConfiguredScreenTest, TheHostsOrientationIsAskedAndASensorCountsMoreThanTheWindow) {
+TEST_F(ConfiguredScreenTest, ASensorCountsMoreThanTheWindow) {
     open({clip("h264.mp4"), clip("h264.mp4")});
-    EXPECT_EQ(host->window().contentOrientation(), Qt::LandscapeOrientation) << "what this host prefers";
+    EXPECT_EQ(host->window().contentOrientation(), Qt::PrimaryOrientation)
+        << "told of another one, a window system turns dialogs on their side";
     EXPECT_EQ(screen->pictureOf(0).top(), screen->pictureOf(1).top());
     ASSERT_TRUE(screen->click("expandToolbarButton"));
     settle();
@@ -319,6 +345,7 @@ TEST_F(ConfiguredScreenTest, TheHostsOrientationIsAskedAndASensorCountsMoreThanT
     qtPlatform().setDeviceOrientation(ui::DeviceOrientation::landscapeRight);
     settle();
     EXPECT_EQ(screen->pictureOf(0).top(), screen->pictureOf(1).top());
+    EXPECT_EQ(host->window().contentOrientation(), Qt::PrimaryOrientation);
 }
 
 /// Puts every text into quotation marks.
