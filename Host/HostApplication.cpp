@@ -122,7 +122,7 @@ void HostApplication::open(const std::vector<Object>& clips) {
 }
 
 void HostApplication::editMedia(int index) {
-    if (analysis_) analysis_->editMedia(index);
+    if (analysis_ && analysis_->isOpen()) analysis_->editMedia(index);
 }
 
 void HostApplication::chooseFile(const QUrl& file) { choose(Object{URL(file.toEncoded().toStdString()), {}}); }
@@ -189,7 +189,15 @@ QString HostApplication::unsavedRecording() const {
 void HostApplication::openUnsaved() {
     if (unsavedRecording().isEmpty()) return;
     const QString path = pathForRecording(unsavedRecording());
-    saveUnsavedAs(path, [this, path] { open({Object{urlOf(path), {}}}); });
+    saveUnsavedAs(path, [this, path] {
+        const Object recording{urlOf(path), {}};
+        // Saving takes a while: an analysis that was opened in between stays, and takes the recording if it has room.
+        if (!analysis_ || !analysis_->isOpen()) {
+            open({recording});
+        } else {
+            analysis_->addMedia(recording);
+        }
+    });
 }
 
 void HostApplication::saveUnsaved(const QUrl& file) { saveUnsavedAs(file.toLocalFile(), {}); }

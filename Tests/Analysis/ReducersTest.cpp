@@ -1,7 +1,7 @@
 // The analysis as a whole, headless: actions go in, states, players and collections come out.
 
-#include "Tests/Support/ComponentTest.h"
 #include "VideoAnalysis/Analysis/Reducers.h"
+#include "Tests/Support/ComponentTest.h"
 
 #include <algorithm>
 
@@ -85,7 +85,16 @@ TEST_F(ReducersTest, MediaDecideWhatIsAllowed) {
     store().dispatch(RemoveMediaAction(-1));
     EXPECT_EQ(store().state().media->size(), 2U);
     store().dispatch(RemoveMediaAction(0));
+    EXPECT_TRUE(screenState().shouldAllowAddingMedia);
+    EXPECT_FALSE(screenState().shouldAllowDeletingMedia);
+    EXPECT_FALSE(screenState().shouldAllowMediaPlaybackLock);
+    EXPECT_FALSE(screenState().isDrawingToolsCollapsed);
+    EXPECT_FALSE(screenState().isDrawingToolsDrawerCollapsed);
+    EXPECT_TRUE(screenState().isDrawingToolsVisible);
+    EXPECT_TRUE(screenState().shouldAllowRecording);
+    EXPECT_EQ(shownItems(), 1);
     store().dispatch(RemoveMediaAction(0));
+    EXPECT_TRUE(screenState().shouldAllowAddingMedia);
     EXPECT_FALSE(screenState().isDrawingToolsVisible);
     EXPECT_FALSE(screenState().shouldAllowRecording);
     EXPECT_EQ(shownItems(), 0);
@@ -113,8 +122,7 @@ TEST_F(ReducersTest, RemovalRenumbersThePlayersThatRemain) {
     const auto first = players()[0];
     auto& removedPlayer = playerOf(0);
     EXPECT_EQ(removedPlayer.timeObserverCount(), 1U);
-    const std::weak_ptr<media::Player> watched =
-        players()[0]->cell()->playerView.lock()->player();
+    const std::weak_ptr<media::Player> watched = players()[0]->cell()->playerView.lock()->player();
     store().dispatch(RemoveMediaAction(0));
     platform->drainMainQueue();
     ASSERT_EQ(players().size(), 1U);
@@ -148,6 +156,48 @@ TEST_F(ReducersTest, AnUpdateReplacesThePlayerAndItsDrawings) {
     store().dispatch(UpdateMediaAction(2, clip("d")));
     EXPECT_EQ(store().state().media->size(), 2U);
     EXPECT_EQ(store().state().media->at(1).url, URL("file:///c"));
+}
+
+// The first layout has not run, so that the collections have not asked for their counts.
+TEST_F(ReducersTest, AClipCanBeRemovedBeforeTheFirstLayout) {
+    screen()->playersCollectionView.lock()->setFrame({});
+    screen()->overlayViewController()->playersCollectionView.lock()->setFrame({});
+    add("a");
+    add("b");
+    screen()->playersCollectionView.lock()->reloadData();
+    screen()->overlayViewController()->playersCollectionView.lock()->reloadData();
+    store().dispatch(RemoveMediaAction(0));
+    EXPECT_EQ(shownItems(), 1);
+    EXPECT_EQ(shownOverlays(), 1);
+    EXPECT_EQ(store().state().media->at(0).url, URL("file:///b"));
+}
+
+// What a player shows depends on the other players: each renders again, hidden controls stay hidden.
+TEST_F(ReducersTest, TheLastPlayerLosesItsDeleteButton) {
+    add("a");
+    add("b");
+    show();
+    EXPECT_FALSE(hudOf(1).deleteButton.lock()->isHidden());
+    store().dispatch(SetHUDVisibleAction(false));
+    platform->drainMainQueue();
+    store().dispatch(RemoveMediaAction(0));
+    platform->drainMainQueue();
+    EXPECT_TRUE(hudOf(0).deleteButton.lock()->isHidden());
+    EXPECT_FALSE(players()[0]->localStore->state().isHUDVisible);
+}
+
+TEST_F(ReducersTest, AReplacedClipKeepsTheControlsHidden) {
+    add("a");
+    show();
+    store().dispatch(SetHUDVisibleAction(false));
+    store().dispatch(UpdateMediaAction(0, clip("b")));
+    platform->advance(1);
+    EXPECT_FALSE(players()[0]->localStore->state().isHUDVisible);
+    EXPECT_TRUE(hudOf(0).shadowViews[0].lock()->isHidden());
+    store().dispatch(SetHUDVisibleAction(true));
+    store().dispatch(UpdateMediaAction(0, clip("c")));
+    platform->advance(1);
+    EXPECT_FALSE(hudOf(0).shadowViews[0].lock()->isHidden());
 }
 
 TEST_F(ReducersTest, TheLockHidesTheControlsOfAllButTheLast) {
@@ -327,6 +377,40 @@ TEST_F(EntryTest, AnEmptyAnalysisHasTheDefaultState) {
     EXPECT_TRUE(store().state().media->empty());
     EXPECT_TRUE(controller.currentMedia().empty());
     EXPECT_TRUE(screenState().shouldAllowAddingMedia);
+}
+
+TEST_F(EntryTest, AHostAddsReplacesAndRemovesClipsAndStopsARecording) {
+    store();
+    VideoAnalysisController analysis({clip("a")});
+    show();
+    EXPECT_EQ(analysis.mediaCount(), 1);
+    EXPECT_TRUE(analysis.replaceMedia(1, clip("b"))) << "the count as an index adds";
+    EXPECT_FALSE(analysis.addMedia(clip("c")));
+    EXPECT_FALSE(analysis.replaceMedia(2, clip("c")));
+    EXPECT_FALSE(analysis.replaceMedia(-1, clip("c")));
+    EXPECT_EQ(store().state().media->back().url, URL("file:///b"));
+    EXPECT_TRUE(analysis.replaceMedia(0, clip("d")));
+    EXPECT_EQ(store().state().media->front().url, URL("file:///d"));
+    EXPECT_FALSE(analysis.removeMedia(2));
+    EXPECT_FALSE(analysis.removeMedia(-1));
+    EXPECT_TRUE(analysis.removeMedia(0));
+    EXPECT_EQ(analysis.mediaCount(), 1);
+    EXPECT_TRUE(analysis.addMedia(clip("e")));
+    platform->drainMainQueue();
+    EXPECT_EQ(players().size(), 2U);
+
+    EXPECT_FALSE(analysis.isRecording());
+    store().dispatch(SetScreenRecordingStateAction(true));
+    platform->drainMainQueue();
+    platform->recorder.answerStart();
+    platform->drainMainQueue();
+    EXPECT_TRUE(analysis.isRecording());
+    analysis.stopRecording();
+    platform->drainMainQueue();
+    EXPECT_FALSE(analysis.isRecording());
+    EXPECT_EQ(platform->recorder.stops, 1);
+    platform->recorder.answerStop();
+    platform->drainMainQueue();
 }
 
 TEST_F(EntryTest, AHostCanAskForTheDrawingsAtAnyTime) {

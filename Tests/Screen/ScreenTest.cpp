@@ -146,6 +146,10 @@ TEST_F(ScreenTest, TheOverlayShowsWhatTheStateAllows) {
     EXPECT_EQ(visibleTools().size(), 5U);
     EXPECT_EQ(overlay().lockPlaybackButton.lock()->image(), Image::named("lock"));
     EXPECT_EQ(overlay().lockPlaybackButton.lock()->tintColor(), Color::systemRed());
+    overlay().handlePlaybackLockToggle(*overlay().addButton.lock());
+    platform->drainMainQueue();
+    EXPECT_EQ(overlay().lockPlaybackButton.lock()->image(), Image::named("unlock"));
+    EXPECT_EQ(overlay().lockPlaybackButton.lock()->tintColor(), Color::white());
     rotate(ui::DeviceOrientation::landscapeLeft, {700, 390});
     EXPECT_EQ(visibleTools().size(), 1U) << "a rotation collapses the strip";
 
@@ -330,9 +334,23 @@ TEST_F(ScreenTest, ThemeAndIconsOfTheHostTakeEffect) {
     theme.translucentViewsOpacity = 0.25;
     VideoAnalysisIconsConfiguration icons;
     icons.closeButtonIcon = Image::named("my close");
+    icons.comparisonButtonIcon = Image::named("my comparison");
+    icons.recordButtonIcon = Image::named("my record");
+    icons.stopRecordingButtonIcon = Image::named("my stop");
+    icons.syncLockButtonIcon = Image::named("my lock");
+    icons.syncUnlockButtonIcon = Image::named("my unlock");
     store().dispatch(SetConfigurationAction({true, true, icons, theme, nullptr}));
     addAndShow(1);
     EXPECT_EQ(overlay().closeButton.lock()->image(), Image::named("my close"));
+    EXPECT_EQ(overlay().addButton.lock()->image(), Image::named("my comparison"));
+    EXPECT_EQ(overlay().recordButton.lock()->image(), Image::named("my record"));
+    EXPECT_EQ(overlay().lockPlaybackButton.lock()->image(), Image::named("my unlock"));
+    store().dispatch(SetPlaybackLockStateAction(true));
+    store().dispatch(SetScreenRecordingStateAction(true));
+    store().dispatch(HasRecordingPermissionAction(true));
+    platform->drainMainQueue();
+    EXPECT_EQ(overlay().recordButton.lock()->image(), Image::named("my stop"));
+    EXPECT_EQ(overlay().lockPlaybackButton.lock()->image(), Image::named("my lock"));
     EXPECT_EQ(overlay().closeButton.lock()->titleColor(), Color::systemRed());
     EXPECT_EQ(overlay().recordButton.lock()->titleColor(), Color::systemRed());
     for (const auto& view : {overlay().topBarView, overlay().topBarBackgroundView, overlay().drawingShapeView}) {
@@ -368,6 +386,156 @@ TEST_F(ScreenTest, TheHostDecidesAboutAddingAndClosing) {
     EXPECT_TRUE(platform->headlessPresenter.overlays().empty());
     EXPECT_TRUE(store().state().media->empty());
     EXPECT_NE(screen(), old);
+}
+
+// Several questions at once, answers late and twice: each acts once, on what it was asked for.
+TEST_F(ScreenTest, AnAnswerOfTheHostActsOnceAndOnlyOnWhatItWasAskedFor) {
+    const auto delegate = std::make_shared<RecordingDelegate>();
+    store().dispatch(SetConfigurationAction({true, true, {}, {}, delegate}));
+    const auto ignored = [&] {
+        return std::count_if(platform->log.begin(), platform->log.end(),
+                             [](const std::string& line) { return line.find("ignored") != std::string::npos; });
+    };
+    addAndShow(1);
+    overlay().handleMediaAddition(*overlay().addButton.lock());
+    const auto add = delegate->mediaCompletion;
+    overlay().handleMediaAddition(*overlay().addButton.lock());
+    delegate->mediaCompletion(clip("b"));
+    add(clip("c"));
+    delegate->mediaCompletion(clip("d"));
+    platform->advance(1);
+    EXPECT_EQ(store().state().media->size(), 2U) << "there is no room for a third clip";
+    EXPECT_EQ(ignored(), 2);
+
+    // The second clip takes the place of the first one: what was asked for the first does not reach it.
+    tap(hudOf(0).replaceButton);
+    const auto replaceFirst = delegate->mediaCompletion;
+    tap(hudOf(1).replaceButton);
+    const auto replaceSecond = delegate->mediaCompletion;
+    tap(hudOf(0).deleteButton);
+    const auto deleteFirst = delegate->deleteCompletion;
+    deleteFirst();
+    deleteFirst();
+    replaceFirst(clip("e"));
+    ASSERT_EQ(store().state().media->size(), 1U);
+    EXPECT_EQ(store().state().media->at(0).url, URL("file:///b"));
+    EXPECT_EQ(ignored(), 4);
+    replaceSecond(clip("f"));
+    replaceSecond(clip("g"));
+    EXPECT_EQ(store().state().media->at(0).url, URL("file:///f")) << "asked for as the second, it is the first now";
+    EXPECT_EQ(ignored(), 5);
+    platform->advance(1);
+
+    // A second analysis: the answers to the first one's questions are for nothing.
+    overlay().handleDiscardAndClose(*overlay().closeButton.lock());
+    overlay().handleMediaAddition(*overlay().addButton.lock());
+    tap(hudOf(0).replaceButton);
+    const auto replaceOld = delegate->mediaCompletion;
+    VideoAnalysisController second({clip("h")}, VideoAnalysisConfiguration(true, true, {}, {}, delegate));
+    second.present(host, ui::ModalPresentationStyle::fullScreen);
+    platform->advance(1);
+    delegate->closeCompletion();
+    replaceOld(clip("i"));
+    platform->drainMainQueue();
+    EXPECT_TRUE(second.isOpen());
+    EXPECT_EQ(store().state().media->at(0).url, URL("file:///h"));
+    EXPECT_EQ(ignored(), 7);
+}
+
+TEST_F(ScreenTest, ASecondAnalysisTakesThePlaceOfTheFirstScreen) {
+    store();
+    VideoAnalysisController first({clip("a")});
+    EXPECT_FALSE(first.isOpen());
+    first.present(host, ui::ModalPresentationStyle::fullScreen);
+    platform->advance(1);
+    const auto old = screen();
+    EXPECT_TRUE(first.isOpen());
+    first.present(host, ui::ModalPresentationStyle::fullScreen);
+    EXPECT_NE(std::find(platform->log.begin(), platform->log.end(),
+                        "A screen is presented already; the second presentation is ignored"),
+              platform->log.end());
+
+    VideoAnalysisController second({clip("b")});
+    EXPECT_FALSE(second.isOpen());
+    EXPECT_EQ(old->presentingViewController(), nullptr);
+    EXPECT_TRUE(old->overlayWindow()->isHidden());
+    second.present(host, ui::ModalPresentationStyle::fullScreen);
+    platform->advance(1);
+    EXPECT_EQ(host->presentedViewController(), screen());
+    EXPECT_NE(screen(), old);
+    EXPECT_EQ(store().subscriptions().size(), 2U) << "those of the second screen only";
+    EXPECT_EQ(platform->headlessPresenter.overlays(),
+              std::vector<std::shared_ptr<ui::ViewController>>{screen()->overlayViewController()});
+    bool isGone = false;
+    second.dismiss(true, [&] { isGone = true; });
+    platform->drainMainQueue();
+    EXPECT_TRUE(isGone);
+    EXPECT_FALSE(second.isOpen());
+    EXPECT_EQ(host->presentedViewController(), nullptr);
+    EXPECT_TRUE(store().subscriptions().empty());
+}
+
+TEST_F(ScreenTest, ASecondAnalysisLeavesTheFirstOnesRecordingToItsDelegate) {
+    store();
+    const auto firstHost = std::make_shared<RecordingDelegate>();
+    const auto secondHost = std::make_shared<RecordingDelegate>();
+    VideoAnalysisController first({clip("a")}, VideoAnalysisConfiguration(true, true, {}, {}, firstHost));
+    first.present(host, ui::ModalPresentationStyle::fullScreen);
+    platform->advance(1);
+    store().dispatch(SetScreenRecordingStateAction(true));
+    platform->drainMainQueue();
+    platform->recorder.answerStart();
+    platform->drainMainQueue();
+
+    VideoAnalysisController second({clip("b")}, VideoAnalysisConfiguration(true, true, {}, {}, secondHost));
+    second.present(host, ui::ModalPresentationStyle::fullScreen);
+    EXPECT_FALSE(second.isRecording());
+    platform->advance(1);
+    EXPECT_EQ(platform->recorder.stops, 1);
+    platform->recorder.answerStop();
+    platform->advance(1);
+    EXPECT_EQ(firstHost->calls, std::vector<std::string>{"finish"});
+    EXPECT_TRUE(secondHost->calls.empty());
+    EXPECT_EQ(platform->recorder.starts, 1) << "the second analysis records nothing";
+    EXPECT_TRUE(overlay().timerLabel.lock()->isHidden()) << "nor does it say so";
+}
+
+TEST_F(ScreenTest, AScreenShownAgainWhileItLeavesKeepsItsSubscriptions) {
+    addAndShow(1);
+    store().dispatch(DismissAction(true, {}));
+    store().dispatch(SetPresentationConfigurationAction(host, ui::ModalPresentationStyle::fullScreen));
+    platform->drainMainQueue();
+    EXPECT_EQ(store().subscriptions().size(), 2U);
+    EXPECT_EQ(platform->headlessPresenter.overlays().size(), 1U);
+    overlay().tapOnLine(*overlay().addButton.lock());
+    platform->drainMainQueue();
+    EXPECT_TRUE(overlay().drawingToolButtons[1].lock()->isSelected()) << "the screen still follows the state";
+}
+
+TEST_F(ScreenTest, EveryAppearanceBeginsWithThePen) {
+    addAndShow(1);
+    store().dispatch(SetDrawingToolTypeAction(SketchToolType::line, false));
+    store().dispatch(DismissAction(true, {}));
+    platform->drainMainQueue();
+    EXPECT_EQ(screenState().toolType, SketchToolType::line);
+    show();
+    EXPECT_EQ(screenState().toolType, SketchToolType::pen);
+    EXPECT_FALSE(screenState().isColorPickerOpened);
+    EXPECT_TRUE(overlay().drawingToolButtons[0].lock()->isSelected());
+}
+
+// What is presented over a screen goes with it.
+TEST_F(ScreenTest, ADismissedScreenTakesTheTrimScreenAlong) {
+    addAndShow(1);
+    VideoAnalysisController analysis({clip("a")});
+    show();
+    analysis.editMedia(0);
+    platform->drainMainQueue();
+    const auto trimmer = screen()->overlayViewController()->presentedViewController();
+    ASSERT_NE(trimmer, nullptr);
+    analysis.dismiss(true, {});
+    platform->drainMainQueue();
+    EXPECT_EQ(trimmer->presentingViewController(), nullptr);
 }
 
 TEST_F(ScreenTest, OneOverlayWindowIsThereWhileTheScreenIs) {

@@ -61,15 +61,30 @@ void renumber(const PlayersManager& manager) {
     }
 }
 
-/// The three actions with which a new player, and every other one with it, is brought in line with the analysis.
-void bringInLine(const PlayerController& controller, const State& state) {
+/// Sends each player its own value again: it renders, and what it shows depends on how many players there are.
+void renderAgain(const PlayersManager& manager) {
+    for (const auto& controller : manager.cellControllers) {
+        Store<PlayerController::LocalState>& store = *controller->localStore;
+        store.dispatch(PlayerController::SetHUDVisibleStateAction(store.state().isHUDVisible));
+    }
+}
+
+/// The three actions that give a player the settings of the analysis.
+void configure(const PlayerController& controller, const State& state, bool isHUDVisible) {
     Store<PlayerController::LocalState>& store = *controller.localStore;
-    store.dispatch(PlayerController::SetHUDVisibleStateAction(store.state().isHUDVisible));
+    store.dispatch(PlayerController::SetHUDVisibleStateAction(isHUDVisible));
     store.dispatch(PlayerController::SetScrubbingDirectionStateAction(state.defaultScrubbingDirection));
     store.dispatch(PlayerController::SetTimeBasedDrawingsStateAction(state.enableTimeBasedDrawings));
 }
 
-State cleared() {
+/// An analysis ends together with its screen, whose recording is stopped before the new state reads the recorder.
+void leaveScreen(const State& state) {
+    const std::shared_ptr<MainViewController>& screen = state.existingMainViewController();
+    if (screen && screen->presentingViewController()) screen->dismiss(false, {});
+}
+
+State cleared(const State* state) {
+    if (state) leaveScreen(*state);
     State next;
     const std::shared_ptr<PlayersManager> manager = playersManager(next);
     if (!manager) return next;
@@ -93,7 +108,9 @@ State added(const AddMediaAction& action, State next) {
             view.reloadData();
         }
     });
-    for (const auto& controller : manager->cellControllers) bringInLine(*controller, next);
+    for (const auto& controller : manager->cellControllers) {
+        configure(*controller, next, controller->localStore->state().isHUDVisible);
+    }
     if (next.mainViewControllerState.isMediaPlaybackLocked) applyLockRule(*manager, true);
     return next;
 }
@@ -109,7 +126,14 @@ State removed(const RemoveMediaAction& action, State next) {
     controllers[static_cast<std::size_t>(action.index)]->unbind();
     controllers.erase(controllers.begin() + action.index);
     renumber(*manager);
-    changeCollections(*manager, [&](ui::CollectionView& view) { view.deleteItems({{action.index, 0}}); });
+    changeCollections(*manager, [&](ui::CollectionView& view) {
+        if (view.numberOfItemsInSection(0) != static_cast<std::int64_t>(controllers.size())) {
+            view.deleteItems({{action.index, 0}});
+        } else {
+            view.reloadData();
+        }
+    });
+    renderAgain(*manager);
     if (next.mainViewControllerState.isMediaPlaybackLocked) applyLockRule(*manager, true);
     return next;
 }
@@ -123,7 +147,7 @@ State updated(const UpdateMediaAction& action, State next) {
     std::shared_ptr<PlayerController>& controller = manager->cellControllers[position];
     controller->unbind();
     controller = PlayerController::make(action.media, action.index);
-    bringInLine(*controller, next);
+    configure(*controller, next, next.mainViewControllerState.isHUDVisible);
     changeCollections(*manager, [&](ui::CollectionView& view) { view.reloadItems({{action.index, 0}}); });
     if (next.mainViewControllerState.isMediaPlaybackLocked) applyLockRule(*manager, true);
     return next;
@@ -223,13 +247,14 @@ bool isOneOf(const Action& action) {
 }  // namespace
 
 State reduceMain(const Action& action, const State* state) {
+    if (action.as<ClearStateAction>()) return cleared(state);
     State next = state ? *state : State();
-    if (action.as<ClearStateAction>()) return cleared();
     if (const auto* add = action.as<AddMediaAction>()) return added(*add, std::move(next));
     if (const auto* remove = action.as<RemoveMediaAction>()) return removed(*remove, std::move(next));
     if (const auto* update = action.as<UpdateMediaAction>()) return updated(*update, std::move(next));
     if (const auto* configure = action.as<SetConfigurationAction>()) return configured(*configure, std::move(next));
-    if (const auto* present = action.as<SetPresentationConfigurationAction>()) return presented(*present, std::move(next));
+    if (const auto* present = action.as<SetPresentationConfigurationAction>())
+        return presented(*present, std::move(next));
     if (const auto* dismiss = action.as<DismissAction>()) {
         requiredScreen(next).dismiss(dismiss->animated, dismiss->completion);
         return next;
@@ -248,7 +273,8 @@ State reduceMain(const Action& action, const State* state) {
         return next;
     }
     if (isOneOf<SetCellVideoPlayingStateAction, PerformCellVideoSeekBackwardAction, PerformCellVideoSeekForwardAction,
-                CellVideoSeekToTimeAction, SetDrawingToolTypeAction, SetDrawingToolColorAction, SetPlayerRate>(action)) {
+                CellVideoSeekToTimeAction, SetDrawingToolTypeAction, SetDrawingToolColorAction, SetPlayerRate>(
+            action)) {
         return reducePlayers(action, next);
     }
     debugLog("Unknown action");
@@ -322,6 +348,13 @@ const std::shared_ptr<MainViewController>& State::mainViewController() const {
         if (screen_->controller) screen_->controller->view();
     }
     return screen_->controller;
+}
+
+bool State::hasPlayer(const PlayerCollectionViewCellController& player) const {
+    const auto& screen = existingMainViewController();
+    const auto manager = screen ? screen->playersManager() : nullptr;
+    return manager && std::any_of(manager->cellControllers.begin(), manager->cellControllers.end(),
+                                  [&](const auto& controller) { return controller.get() == &player; });
 }
 
 Store<State>& mainStore() {

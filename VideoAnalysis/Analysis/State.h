@@ -15,6 +15,7 @@
 namespace videoanalysis {
 
 class MainViewController;
+class PlayerCollectionViewCellController;
 
 /// A colour for each tool that has one.
 class ToolColorMap {
@@ -58,6 +59,11 @@ struct State {
     /// Made on the first read from the storyboard "Main", once for this state and all its copies; null when the storyboard
     /// or its main screen is missing.
     const std::shared_ptr<MainViewController>& mainViewController() const;
+    /// The screen if it has been made already, else null.
+    const std::shared_ptr<MainViewController>& existingMainViewController() const { return screen_->controller; }
+    /// Whether `player` is the controller of one of the clips, not one that has been removed or replaced, or of an analysis
+    /// that has ended.
+    bool hasPlayer(const PlayerCollectionViewCellController& player) const;
 
 private:
     struct Screen {

@@ -38,6 +38,42 @@ void VideoAnalysisController::dismiss(bool animated, std::function<void()> compl
     mainStore().dispatch(ClearStateAction());
 }
 
+bool VideoAnalysisController::isOpen() const {
+    const auto& screen = mainStore().state().existingMainViewController();
+    return screen && screen->presentingViewController();
+}
+
+std::int64_t VideoAnalysisController::mediaCount() const {
+    return static_cast<std::int64_t>(mainStore().state().media->size());
+}
+
+bool VideoAnalysisController::addMedia(const Object& media) {
+    if (!mainStore().state().mainViewControllerState.shouldAllowAddingMedia) return false;
+    mainStore().dispatch(AddMediaAction(media));
+    return true;
+}
+
+bool VideoAnalysisController::replaceMedia(std::int64_t index, const Object& media) {
+    if (index == mediaCount()) return addMedia(media);
+    if (index < 0 || index > mediaCount()) return false;
+    mainStore().dispatch(UpdateMediaAction(index, media));
+    return true;
+}
+
+bool VideoAnalysisController::removeMedia(std::int64_t index) {
+    if (index < 0 || index >= mediaCount()) return false;
+    mainStore().dispatch(RemoveMediaAction(index));
+    return true;
+}
+
+bool VideoAnalysisController::isRecording() const {
+    return mainStore().state().mainViewControllerState.isScreenRecording;
+}
+
+void VideoAnalysisController::stopRecording() {
+    if (isRecording()) mainStore().dispatch(SetScreenRecordingStateAction(false));
+}
+
 void VideoAnalysisController::editMedia(std::int64_t index) {
     const std::shared_ptr<PlayersManager> manager = playersManager();
     if (!manager || index < 0 || index >= static_cast<std::int64_t>(manager->cellControllers.size())) return;

@@ -1,6 +1,7 @@
 #include "VideoAnalysis/Player/PlayerCollectionViewCellController.h"
 
 #include "VideoAnalysis/Analysis/Actions.h"
+#include "VideoAnalysis/Analysis/HostCompletion.h"
 #include "VideoAnalysis/Platform/Dispatch.h"
 #include "VideoAnalysis/Platform/Platform.h"
 #include "VideoAnalysis/Platform/UI/Bundle.h"
@@ -284,18 +285,25 @@ void PlayerCollectionViewCellController::deleteMedia(ui::Control&) {
     const auto delegate = mainStore().state().delegate.lock();
     const auto presenter = presenteeViewController.lock();
     if (!delegate || !presenter) return;
+    const auto self = shared_from_this();
     delegate->videoAnalysisControllerDidRequestToDeleteMedia(
-        presenter, [self = shared_from_this()] { mainStore().dispatch(RemoveMediaAction(self->index)); });
+        presenter, hostCompletion<>(
+                       "delete a clip", [self] { return mainStore().state().hasPlayer(*self); },
+                       [self] { mainStore().dispatch(RemoveMediaAction(self->index)); }));
 }
 
 void PlayerCollectionViewCellController::replaceMedia(ui::Control&) {
     const auto delegate = mainStore().state().delegate.lock();
     const auto presenter = presenteeViewController.lock();
     if (!delegate || !presenter) return;
+    const auto self = shared_from_this();
     delegate->videoAnalysisControllerDidRequestMedia(
-        presenter, index, [self = shared_from_this()](VideoAnalysisController::Object media) {
-            mainStore().dispatch(UpdateMediaAction(self->index, std::move(media)));
-        });
+        presenter, index,
+        hostCompletion<VideoAnalysisController::Object>(
+            "replace a clip", [self] { return mainStore().state().hasPlayer(*self); },
+            [self](VideoAnalysisController::Object media) {
+                mainStore().dispatch(UpdateMediaAction(self->index, std::move(media)));
+            }));
 }
 
 void PlayerCollectionViewCellController::edit(ui::Control&) {

@@ -230,7 +230,9 @@ void MainViewController::recordingDidStop(const recording::Error& error, const U
     if (const auto manager = playersManager()) {
         for (const auto& player : manager->cellControllers) list.push_back(player->media());
     }
-    auto host = mainStore().state().delegate.lock();
+    // An analysis that has come in the place of this one has a delegate of its own.
+    const bool isCurrent = mainStore().state().existingMainViewController().get() == this;
+    auto host = isCurrent ? mainStore().state().delegate.lock() : nullptr;
     if (!host) host = delegate.lock();
     if (host) host->videoAnalysisDidFinish(list);
 

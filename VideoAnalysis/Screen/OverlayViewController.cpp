@@ -1,11 +1,13 @@
 #include "VideoAnalysis/Screen/OverlayViewController.h"
 
 #include "VideoAnalysis/Analysis/Actions.h"
+#include "VideoAnalysis/Analysis/HostCompletion.h"
 #include "VideoAnalysis/Platform/Dispatch.h"
 #include "VideoAnalysis/Platform/FatalError.h"
 #include "VideoAnalysis/Platform/Platform.h"
 #include "VideoAnalysis/Platform/UI/Device.h"
 #include "VideoAnalysis/Screen/CollectionViewFlowLayout.h"
+#include "VideoAnalysis/Screen/MainViewController.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -23,6 +25,12 @@ void layOutSuperview(const std::shared_ptr<ui::View>& view) {
 }
 
 void chooseTool(SketchToolType tool) { mainStore().dispatch(SetDrawingToolTypeAction(tool, true)); }
+
+/// Whether `overlay` belongs to the analysis that is there now, not to one that has ended.
+bool isOfTheAnalysis(const ui::ViewController& overlay) {
+    const auto& screen = mainStore().state().existingMainViewController();
+    return screen && screen->overlayViewController().get() == &overlay;
+}
 
 /// Hours, minutes and seconds of at least two digits each.
 std::string clockText(std::int64_t seconds) {
@@ -287,16 +295,25 @@ void OverlayViewController::handleMediaAddition(ui::Control&) {
     if (const auto delegate = analysis.delegate.lock()) {
         delegate->videoAnalysisControllerDidRequestMedia(
             shared_from_this(), index,
-            [](VideoAnalysisController::Object media) { mainStore().dispatch(AddMediaAction(std::move(media))); });
+            hostCompletion<VideoAnalysisController::Object>(
+                "add a clip",
+                [self = shared_from_this()] {
+                    return isOfTheAnalysis(*self) && mainStore().state().mainViewControllerState.shouldAllowAddingMedia;
+                },
+                [](VideoAnalysisController::Object media) { mainStore().dispatch(AddMediaAction(std::move(media))); }));
     }
 }
 
 void OverlayViewController::handleDiscardAndClose(ui::Control&) {
     if (const auto delegate = mainStore().state().delegate.lock()) {
-        delegate->videoAnalysisControllerDidRequestDiscardAndClose(shared_from_this(), [] {
-            mainStore().dispatch(DismissAction(true, {}));
-            mainStore().dispatch(ClearStateAction());
-        });
+        delegate->videoAnalysisControllerDidRequestDiscardAndClose(
+            shared_from_this(),
+            hostCompletion<>(
+                "close the analysis", [self = shared_from_this()] { return isOfTheAnalysis(*self); },
+                [] {
+                    mainStore().dispatch(DismissAction(true, {}));
+                    mainStore().dispatch(ClearStateAction());
+                }));
     }
 }
 
