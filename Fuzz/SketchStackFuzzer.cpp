@@ -1,7 +1,9 @@
 // Stored drawings: any JSON value may be handed over as a stack. The first byte sets up the view, the rest is the text of
-// the stack. What has been read is drawn, rescaled and written, and reading that again must change nothing.
+// the stack. What has been read is drawn on a view of the size of a large screen, rescaled and written, and reading that again
+// must change nothing. None of it may hold up the main thread.
 
 #include "Platforms/Cairo/CairoEngine.h"
+#include "VideoAnalysis/Platform/Dispatch.h"
 #include "VideoAnalysis/Platform/Platform.h"
 #include "VideoAnalysis/Platform/UI/Device.h"
 #include "VideoAnalysis/Sketch/SketchView.h"
@@ -10,19 +12,33 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <ctime>
 #include <limits>
 #include <memory>
+#include <thread>
 
 using namespace videoanalysis;
 
 namespace {
+
+constexpr Size screenSize{1920, 1080};
+/// Seconds of the main thread for one step. A step takes a tenth of a second at most; the sanitizers make it many times that.
+constexpr double maximumStep = 2;
+
+class FuzzMainQueue final : public dispatch::MainQueue {
+public:
+    void asyncAfter(double, dispatch::Block) override { std::abort(); }
+
+private:
+    void wake() override {}
+};
 
 /// Only what a sketch view asks for.
 class FuzzPlatform final : public Platform {
 public:
     std::size_t logLines = 0;
 
-    dispatch::MainQueue& mainQueue() override { std::abort(); }
+    dispatch::MainQueue& mainQueue() override { return queue_; }
     std::shared_ptr<dispatch::Timer> scheduleTimer(double, bool, std::function<void()>) override { std::abort(); }
     double wallClock() const override { return 700'000'000; }
     const ui::Device& device() const override { std::abort(); }
@@ -37,9 +53,10 @@ public:
 
 private:
     class OneToOneScreen final : public ui::Screen {
-        Size size() const override { return {64, 48}; }
+        Size size() const override { return screenSize; }
         double scale() const override { return 1; }
     };
+    FuzzMainQueue queue_;
     OneToOneScreen screen_;
     graphics::CairoEngine engine_;
 };
@@ -65,6 +82,24 @@ void require(bool condition) {
     if (!condition) std::abort();
 }
 
+/// Runs a step of the main thread.
+template <class Step>
+void perform(Step&& step) {
+    const auto processorTime = [] {
+        timespec time{};
+        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+    };
+    const double start = processorTime();
+    step();
+    require(processorTime() - start < maximumStep);
+}
+
+void finishRebuild(const SketchView& view) {
+    while (view.isRebuilding())
+        if (!dispatch::mainQueue().runTurn()) std::this_thread::yield();
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -82,17 +117,27 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     platform->logLines = 0;
     // Without bounds of its own a view keeps the drawings until it has some.
-    SketchView view(data[0] % 2 == 0 ? Rect{0, 0, 64, 48} : Rect{});
-    view.loadStack(stack);
+    SketchView view(data[0] % 2 == 0 ? Rect{{}, screenSize} : Rect{});
+    perform([&] { view.loadStack(stack); });
     require(platform->logLines <= 101);
-    view.setFrame({0, 0, 48, 64});
-    require(!view.image().isEmpty());
-    for (int i = 0; i < 3; ++i) view.undo();
-    for (int i = 0; i < 2; ++i) view.redo();
+    // Some are overtaken while they are being drawn.
+    if (data[0] & 2) finishRebuild(view);
+    perform([&] { view.setFrame({0, 0, 1080, 1920}); });
+    perform([&] {
+        view.beginDrawing({10, 10});
+        view.continueDrawing({10, 10}, {900, 900});
+        view.endDrawing();
+    });
+    if (data[0] & 4) finishRebuild(view);
+    require(!view.image().isEmpty() || view.isRebuilding());
+    for (int i = 0; i < 3; ++i) perform([&] { view.undo(); });
+    for (int i = 0; i < 2; ++i) perform([&] { view.redo(); });
+    finishRebuild(view);
+    require(view.image().size() == view.bounds().size);
 
     const JSON written = view.stackJSON();
     const std::string text = written.serialized();
-    SketchView again(Rect{0, 0, 48, 64});
+    SketchView again(Rect{0, 0, 1080, 1920});
     platform->logLines = 0;
     again.loadStack(JSON::parse(text));
     require(platform->logLines == 0);

@@ -1,12 +1,15 @@
 #include "Platforms/Cairo/CairoContext.h"
 
-#include "Platforms/Cairo/GaussianBlur.h"
+#include "Platforms/Cairo/Glow.h"
+#include "Platforms/Cairo/Lanes.h"
+#include "Platforms/Cairo/PixelSet.h"
 #include "Platforms/Cairo/RoundStroke.h"
 
 #include <algorithm>
-#include <bit>
+#include <array>
 #include <cmath>
 #include <cstdint>
+#include <numbers>
 #include <utility>
 
 namespace videoanalysis::graphics {
@@ -14,8 +17,8 @@ namespace {
 
 /// Cairo's coordinates are 24.8 fixed-point numbers; this leaves room for line widths.
 constexpr double maximumPixel = 1e6;
-/// As for a line 160 pixels wide: wider ones keep this glow, and the mask stays near the size of the picture.
-constexpr double maximumSigma = 64;
+/// Half a line width, in pixels, from which the pieces of a stroke overlap so much that filling their union is faster.
+constexpr double wideRadius = 8;
 
 /// `value` within the limits; the lower one for what is not a number.
 double limited(double value, double low, double high) { return value > low ? std::min(value, high) : low; }
@@ -26,18 +29,18 @@ Rect grown(const Rect& rect, double by) { return rect.normalized().insetBy(-by, 
 
 cairo_operator_t cairoOperator(BlendMode mode) {
     switch (mode) {
-    case BlendMode::normal: return CAIRO_OPERATOR_OVER;
-    case BlendMode::clear: return CAIRO_OPERATOR_CLEAR;
-    case BlendMode::screen: return CAIRO_OPERATOR_SCREEN;
+        case BlendMode::normal: return CAIRO_OPERATOR_OVER;
+        case BlendMode::clear: return CAIRO_OPERATOR_CLEAR;
+        case BlendMode::screen: return CAIRO_OPERATOR_SCREEN;
     }
     return CAIRO_OPERATOR_OVER;
 }
 
 cairo_line_cap_t cairoCap(LineCap cap) {
     switch (cap) {
-    case LineCap::butt: return CAIRO_LINE_CAP_BUTT;
-    case LineCap::round: return CAIRO_LINE_CAP_ROUND;
-    case LineCap::square: return CAIRO_LINE_CAP_SQUARE;
+        case LineCap::butt: return CAIRO_LINE_CAP_BUTT;
+        case LineCap::round: return CAIRO_LINE_CAP_ROUND;
+        case LineCap::square: return CAIRO_LINE_CAP_SQUARE;
     }
     return CAIRO_LINE_CAP_BUTT;
 }
@@ -58,66 +61,42 @@ std::uint32_t premultiplied(const Color& color, double alpha) {
            component(unit(color.green) * alpha) << 8U | component(unit(color.blue) * alpha);
 }
 
-/// a * b / 255, rounded.
-std::uint32_t product(std::uint32_t a, std::uint32_t b) {
-    const std::uint32_t value = a * b + 128;
-    return (value + (value >> 8U)) >> 8U;
-}
-
-template <class Blend>
-std::uint32_t eachChannel(std::uint32_t source, std::uint32_t target, const Blend& blend) {
-    std::uint32_t result = 0;
-    for (unsigned shift = 0; shift < 32; shift += 8)
-        result |= std::min(blend(source >> shift & 0xFFU, target >> shift & 0xFFU), 255U) << shift;
-    return result;
-}
-
-std::uint32_t over(std::uint32_t source, std::uint32_t target) {
-    const std::uint32_t rest = 255 - (source >> 24U);
-    return eachChannel(source, target, [&](std::uint32_t s, std::uint32_t t) { return s + product(t, rest); });
-}
-
-std::uint32_t screened(std::uint32_t source, std::uint32_t target) {
-    return eachChannel(source, target, [](std::uint32_t s, std::uint32_t t) { return s + t - product(s, t); });
-}
-
-/// Pixels of a box, a bit each.
-class PixelSet {
+/// Blends one colour into pixels.
+class Brush {
 public:
-    explicit PixelSet(PixelBox box)
-        : box_(box), wordsPerRow_((static_cast<std::size_t>(box.width()) + 63) / 64),
-          words_(wordsPerRow_ * static_cast<std::size_t>(box.height())) {}
+    Brush(std::uint32_t pixel, BlendMode mode)
+        : channels_(loadPixels(std::array{pixel, pixel}.data())), alpha_(allLanes(static_cast<int>(pixel >> 24U))),
+          screens_(mode == BlendMode::screen) {}
 
-    /// Adds a run of at least one pixel inside the box.
-    void insert(int y, int left, int right) {
-        const auto first = static_cast<unsigned>(left - box_.left);
-        const auto last = static_cast<unsigned>(right - box_.left) - 1;
-        std::uint64_t* row = words_.data() + static_cast<std::size_t>(y - box_.top) * wordsPerRow_;
-        const std::uint64_t fromFirst = ~std::uint64_t{0} << first % 64;
-        const std::uint64_t toLast = ~std::uint64_t{0} >> (63 - last % 64);
-        if (first / 64 == last / 64) {
-            row[first / 64] |= fromFirst & toLast;
-            return;
-        }
-        row[first / 64] |= fromFirst;
-        for (unsigned word = first / 64 + 1; word < last / 64; ++word) row[word] = ~std::uint64_t{0};
-        row[last / 64] |= toLast;
+    void paintRun(std::uint32_t* pixels, int count) const {
+        const auto paint = [this](std::uint32_t* pair) {
+            storePixels(pair, blended(channels_, alpha_, loadPixels(pair)));
+        };
+        for (; count >= 2; count -= 2, pixels += 2) paint(pixels);
+        if (count == 0) return;
+        std::uint32_t pair[] = {*pixels, 0};
+        paint(pair);
+        *pixels = pair[0];
     }
-
-    /// Calls `action(x, y)` for every pixel, row by row.
-    template <class Action>
-    void forEach(Action&& action) const {
-        const std::uint64_t* word = words_.data();
-        for (int y = box_.top; y < box_.bottom; ++y)
-            for (std::size_t i = 0; i < wordsPerRow_; ++i, ++word)
-                for (std::uint64_t bits = *word; bits != 0; bits &= bits - 1)
-                    action(box_.left + static_cast<int>(i) * 64 + std::countr_zero(bits), y);
+    /// Eight pixels of a glow; `coverage` 0 to 255 each.
+    void paintBlock(std::uint32_t* pixels, Lanes coverage) const {
+        const auto paint = [this](std::uint32_t* pair, Lanes share) {
+            storePixels(pair, blended(product(channels_, share), product(alpha_, share), loadPixels(pair)));
+        };
+        paint(pixels, __builtin_shufflevector(coverage, coverage, 0, 0, 0, 0, 1, 1, 1, 1));
+        paint(pixels + 2, __builtin_shufflevector(coverage, coverage, 2, 2, 2, 2, 3, 3, 3, 3));
+        paint(pixels + 4, __builtin_shufflevector(coverage, coverage, 4, 4, 4, 4, 5, 5, 5, 5));
+        paint(pixels + 6, __builtin_shufflevector(coverage, coverage, 6, 6, 6, 6, 7, 7, 7, 7));
     }
 
 private:
-    PixelBox box_;
-    std::size_t wordsPerRow_;
-    std::vector<std::uint64_t> words_;
+    Lanes blended(Lanes source, Lanes alpha, Lanes target) const {
+        return screens_ ? source + target - product(source, target) : source + product(target, 255 - alpha);
+    }
+
+    Lanes channels_;
+    Lanes alpha_;
+    bool screens_;
 };
 
 /// True when every sub-path is a single line or curve.
@@ -182,51 +161,83 @@ void CairoContext::setUp(cairo_t* cairo) const {
     cairo_set_line_join(cairo, CAIRO_LINE_JOIN_MITER);
 }
 
-template <class MakeMask>
-void CairoContext::paintShadow(PixelBox extents, double alpha, MakeMask&& makeMask) {
-    const double shadowAlpha = alpha * unit(state_.shadowColor.alpha);
-    if (shadowAlpha == 0 || state_.blendMode == BlendMode::clear) return;
-    const double sigma = limited(state_.shadowBlur / 2 * scale_, 0, maximumSigma);
+std::optional<CairoContext::Shadow> CairoContext::shadow(double alpha) const {
     const auto pixels = [&](double points) {
         return static_cast<int>(std::round(limited(points * scale_, -maximumPixel, maximumPixel)));
     };
-    const int dx = pixels(state_.shadowOffset.width);
-    const int dy = pixels(state_.shadowOffset.height);
-    if (sigma == 0 && dx == 0 && dy == 0) return;
+    Shadow shadow;
+    // Lines more than 160 pixels wide keep the glow of one that is.
+    shadow.sigma = limited(state_.shadowBlur / 2 * scale_, 0, Glow::maximumSigma);
+    shadow.dx = pixels(state_.shadowOffset.width);
+    shadow.dy = pixels(state_.shadowOffset.height);
+    shadow.pixel = premultiplied(state_.shadowColor, alpha * unit(state_.shadowColor.alpha));
+    const bool isHidden = shadow.sigma == 0 && shadow.dx == 0 && shadow.dy == 0;
+    if (isHidden || shadow.pixel == 0 || state_.blendMode == BlendMode::clear) return std::nullopt;
+    return shadow;
+}
 
-    const int reach = gaussianBlurReach(sigma);
-    const PixelBox box = extents.grownBy(reach).within(state_.clip.movedBy(-dx, -dy).grownBy(reach));
-    if (box.isEmpty()) return;
-    const Surface mask(cairo_image_surface_create(CAIRO_FORMAT_A8, box.width(), box.height()));
-    unsigned char* coverage = cairo_image_surface_get_data(mask.get());
-    if (!coverage) return;
-    const std::ptrdiff_t stride = cairo_image_surface_get_stride(mask.get());
-    makeMask(mask.get(), box);
-    cairo_surface_flush(mask.get());
-    gaussianBlur(coverage, box.width(), box.height(), stride, sigma);
-    cairo_surface_mark_dirty(mask.get());
-
-    cairo_t* cairo = cairo_.get();
-    const Color& color = state_.shadowColor;
-    cairo_save(cairo);
-    cairo_identity_matrix(cairo);
-    cairo_set_operator(cairo, cairoOperator(state_.blendMode));
-    cairo_set_source_rgba(cairo, unit(color.red), unit(color.green), unit(color.blue), shadowAlpha);
-    cairo_mask_surface(cairo, mask.get(), box.left + dx, box.top + dy);
-    cairo_restore(cairo);
+template <class AddShape>
+void CairoContext::paintShadow(const Shadow& shadow, PixelBox extents, AddShape&& addShape) {
+    Glow glow(shadow.sigma, glowMemory_);
+    const PixelBox visible = extents.grownBy(glow.reach()).within(state_.clip.movedBy(-shadow.dx, -shadow.dy));
+    if (visible.isEmpty()) return;
+    glow.begin(visible);
+    addShape(glow);
+    cairo_surface_flush(surface_.get());
+    const Brush brush(shadow.pixel, state_.blendMode);
+    glow.forEachBlock([&](int y, int left, Lanes coverage) {
+        constexpr int width = Glow::blockWidth;
+        if (areZero(coverage)) return;
+        std::uint32_t* row =
+            bitmap_.pixels.data() + static_cast<std::ptrdiff_t>(y + shadow.dy) * bitmap_.width + shadow.dx;
+        // Rows lie in different pages: without this the memory is what takes the time.
+        constexpr int rowsAhead = 6;
+        __builtin_prefetch(row + static_cast<std::ptrdiff_t>(rowsAhead) * bitmap_.width + left, 1);
+        if (left >= visible.left && left + width <= visible.right) {
+            brush.paintBlock(row + left, coverage);
+            return;
+        }
+        std::uint32_t block[width] = {};
+        const int first = std::max(left, visible.left);
+        const int last = std::min(left + width, visible.right);
+        std::copy(row + first, row + last, block + (first - left));
+        brush.paintBlock(block, coverage);
+        std::copy(block + (first - left), block + (last - left), row + first);
+    });
+    cairo_surface_mark_dirty(surface_.get());
 }
 
 void CairoContext::paint(const Color& color, const Rect& extents, const Paint& shape) {
     const double alpha = unit(color.alpha) * unit(state_.alpha);
     if (alpha == 0 && state_.blendMode != BlendMode::clear) return;
-    paintShadow(pixelsOf(extents), alpha, [&](cairo_surface_t* mask, PixelBox box) {
-        const Cairo cairo(cairo_create(mask));
-        cairo_translate(cairo.get(), -box.left, -box.top);
-        cairo_scale(cairo.get(), scale_, scale_);
-        setUp(cairo.get());
-        cairo_set_source_rgba(cairo.get(), 0, 0, 0, 1);
-        shape(cairo.get());
-    });
+    const PixelBox pixels = pixelsOf(extents);
+    if (const std::optional<Shadow> shadow = this->shadow(alpha)) {
+        paintShadow(*shadow, pixels, [&](Glow& glow) {
+            const PixelBox box = glow.shapeBox().within(pixels);
+            if (box.isEmpty()) return;
+            const Surface mask(cairo_image_surface_create(CAIRO_FORMAT_A8, box.width(), box.height()));
+            const unsigned char* row = cairo_image_surface_get_data(mask.get());
+            if (!row) return;
+            const Cairo cairo(cairo_create(mask.get()));
+            cairo_translate(cairo.get(), -box.left, -box.top);
+            cairo_scale(cairo.get(), scale_, scale_);
+            setUp(cairo.get());
+            cairo_set_source_rgba(cairo.get(), 0, 0, 0, 1);
+            shape(cairo.get());
+            cairo_surface_flush(mask.get());
+            for (int y = box.top; y < box.bottom; ++y, row += cairo_image_surface_get_stride(mask.get())) {
+                const unsigned char* const end = row + box.width();
+                for (const unsigned char* run = row; run != end;) {
+                    const unsigned char* next =
+                        std::find_if(run, end, [&](unsigned char value) { return value != *run; });
+                    if (*run > 0)
+                        glow.add(y, box.left + static_cast<int>(run - row), box.left + static_cast<int>(next - row),
+                                 *run);
+                    run = next;
+                }
+            }
+        });
+    }
     cairo_t* cairo = cairo_.get();
     setUp(cairo);
     cairo_set_operator(cairo, cairoOperator(state_.blendMode));
@@ -280,37 +291,59 @@ void CairoContext::paintRoundStroke(const Path& path) {
         return Point{placed.x * scale_, placed.y * scale_};
     });
 
-    const Rect box = grown(pixelPath.boundingBox(), radius + 1);
-    const PixelBox extents{static_cast<int>(box.minX()), static_cast<int>(box.minY()), static_cast<int>(box.maxX()) + 1,
-                           static_cast<int>(box.maxY()) + 1};
-    paintShadow(extents, alpha, [&](cairo_surface_t* mask, PixelBox maskBox) {
-        unsigned char* coverage = cairo_image_surface_get_data(mask);
-        const std::ptrdiff_t stride = cairo_image_surface_get_stride(mask);
-        RoundStroke(pixelPath, radius, maskBox).forEachSpan([&](int y, int left, int right) {
-            std::fill_n(coverage + (y - maskBox.top) * stride + (left - maskBox.left), right - left, 0xFF);
-        });
-    });
-
+    const Rect bounds = grown(pixelPath.boundingBox(), radius + 1);
+    const PixelBox extents{static_cast<int>(bounds.minX()), static_cast<int>(bounds.minY()),
+                           static_cast<int>(bounds.maxX()) + 1, static_cast<int>(bounds.maxY()) + 1};
     const PixelBox visible = extents.within(state_.clip);
-    if (visible.isEmpty()) return;
-    cairo_surface_flush(surface_.get());
-    const RoundStroke stroke(pixelPath, radius, visible);
     const auto row = [&](int y) { return bitmap_.pixels.data() + static_cast<std::ptrdiff_t>(y) * bitmap_.width; };
-    const std::uint32_t pixel = premultiplied(color, alpha);
-    if (clears || (alpha == 1 && state_.blendMode == BlendMode::normal)) {
-        const std::uint32_t value = clears ? 0 : pixel;
-        stroke.forEachSpan([&](int y, int left, int right) { std::fill(row(y) + left, row(y) + right, value); });
-    } else {
-        // Where pieces overlap and the stroke crosses itself, alpha must count once: first find the pixels, then blend each.
-        PixelSet pixels(visible);
-        stroke.forEachSpan([&](int y, int left, int right) { pixels.insert(y, left, right); });
-        const bool screens = state_.blendMode == BlendMode::screen;
-        pixels.forEach([&](int x, int y) {
-            std::uint32_t& target = row(y)[x];
-            target = screens ? screened(pixel, target) : over(pixel, target);
+    const std::uint32_t pixel = clears ? 0 : premultiplied(color, alpha);
+    // White screens everything to white.
+    const bool replaces = clears || (state_.blendMode == BlendMode::normal ? alpha == 1 : pixel == 0xFFFFFFFFU);
+    const std::optional<Shadow> shadow = this->shadow(alpha);
+    if (!shadow && replaces && radius < wideRadius) {
+        cairo_surface_flush(surface_.get());
+        RoundStroke(pixelPath, radius, visible).forEachSpan([&](int y, int left, int right) {
+            std::fill(row(y) + left, row(y) + right, pixel);
         });
+        cairo_surface_mark_dirty(surface_.get());
+        return;
     }
-    cairo_surface_mark_dirty(surface_.get());
+
+    // Where pieces overlap and the stroke crosses itself, alpha must count once: first find the pixels, then blend each.
+    const auto pixelsIn = [&](PixelBox box) {
+        PixelSet pixels(box);
+        RoundStroke(pixelPath, radius, box).addTo(pixels);
+        return pixels;
+    };
+    const auto paintStroke = [&](const PixelSet& pixels) {
+        cairo_surface_flush(surface_.get());
+        const Brush brush(pixel, state_.blendMode);
+        pixels.forEachRun([&](int y, int left, int right) {
+            left = std::max(left, visible.left);
+            right = std::min(right, visible.right);
+            if (y < visible.top || y >= visible.bottom || left >= right) return;
+            if (replaces)
+                std::fill(row(y) + left, row(y) + right, pixel);
+            else
+                brush.paintRun(row(y) + left, right - left);
+        });
+        cairo_surface_mark_dirty(surface_.get());
+    };
+    std::optional<PixelSet> shared;
+    if (shadow) {
+        paintShadow(*shadow, extents, [&](Glow& glow) {
+            const PixelBox box = glow.shapeBox().within(extents);
+            if (box.isEmpty()) return;
+            shared.emplace(pixelsIn(box));
+            shared->forEachRun([&](int y, int left, int right) { glow.add(y, left, right, 255); });
+        });
+        // What decides the glow of the visible pixels holds them, unless the glow lies elsewhere.
+        if (shadow->dx != 0 || shadow->dy != 0) shared.reset();
+    }
+    if (shared)
+        paintStroke(*shared);
+    else if (!visible.isEmpty())
+        paintStroke(pixelsIn(visible));
 }
 
 void CairoContext::fillRect(const Rect& rect) {
@@ -357,6 +390,29 @@ void CairoContext::fillEllipse(const Rect& rect) {
 
 void CairoContext::strokeEllipse(const Rect& rect) {
     const Rect shape = place(rect);
+    const double half = limited(state_.lineWidth, 0, maximumPixel / scale_) / 2;
+    const double a = shape.size.width / 2;
+    const double b = shape.size.height / 2;
+    if (half >= std::min(a, b) && a + b > 0) {
+        // Such a stroke leaves no hole: its outer edge is filled. Its inner edge is turned inside out, and Cairo would cut it
+        // out of the middle.
+        paint(state_.strokeColor, grown(shape, half + 1), [&](cairo_t* cairo) {
+            const double longest = (std::max(a, b) + half) * scale_;
+            const int points = static_cast<int>(limited(std::ceil(12 * std::sqrt(longest)), 16, 4096));
+            const Point center = shape.center();
+            for (int i = 0; i < points; ++i) {
+                // By the direction of the outline's normal, so that the ends of a flat one are round.
+                const double angle = 2 * std::numbers::pi * i / points;
+                const double x = std::cos(angle), y = std::sin(angle);
+                const double distance = std::hypot(a * x, b * y);
+                const double toOutline = distance > 0 ? 1 / distance : 0;
+                cairo_line_to(cairo, center.x + (a * a * toOutline + half) * x,
+                              center.y + (b * b * toOutline + half) * y);
+            }
+            cairo_fill(cairo);
+        });
+        return;
+    }
     // A flat ellipse turns on itself, where the stroke's miter reaches furthest.
     paint(state_.strokeColor, grown(shape, state_.lineWidth * 5 + 1), [&](cairo_t* cairo) {
         addEllipseTo(cairo, shape);
@@ -392,7 +448,8 @@ void CairoContext::clipToRect(const Rect& rect) {
 
 Rect CairoContext::clipBoundingBox() const {
     const PixelBox& clip = state_.clip;
-    return {clip.left / scale_, clip.top / scale_, (clip.right - clip.left) / scale_, (clip.bottom - clip.top) / scale_};
+    return {clip.left / scale_, clip.top / scale_, (clip.right - clip.left) / scale_,
+            (clip.bottom - clip.top) / scale_};
 }
 
 void CairoContext::drawImage(const Image& image, const Rect& rect) {

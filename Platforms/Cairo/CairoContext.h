@@ -1,13 +1,16 @@
 #pragma once
 // A graphics context on Cairo. Made by the Cairo engine only.
 
+#include "Platforms/Cairo/Glow.h"
 #include "Platforms/Cairo/PixelBox.h"
 #include "VideoAnalysis/Platform/Graphics.h"
 
 #include <cairo.h>
 
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace videoanalysis::graphics {
@@ -60,6 +63,12 @@ private:
         Color shadowColor = Color::clear();
         PixelBox clip;
     };
+    struct Shadow {
+        double sigma = 0;  ///< pixels
+        int dx = 0;        ///< pixels
+        int dy = 0;
+        std::uint32_t pixel = 0;
+    };
     template <auto destroy>
     struct Destroy {
         void operator()(auto* object) const { destroy(object); }
@@ -75,9 +84,11 @@ private:
     void setUp(cairo_t* cairo) const;
     /// Paints a shape in `color`, with its shadow under it. `extents`, in points, hold the shape.
     void paint(const Color& color, const Rect& extents, const Paint& shape);
-    /// Calls `makeMask(box)` for the part of the shape in `extents` whose shadow can show, and paints the shadow.
-    template <class MakeMask>
-    void paintShadow(PixelBox extents, double alpha, MakeMask&& makeMask);
+    /// The shadow of what is painted with `alpha`; nothing when none shows.
+    std::optional<Shadow> shadow(double alpha) const;
+    /// Paints the shadow of a shape in `extents`. `addShape(glow)` adds the part of the shape that the glow asks for.
+    template <class AddShape>
+    void paintShadow(const Shadow& shadow, PixelBox extents, AddShape&& addShape);
     /// The pixels of `path`, stroked round and without antialiasing.
     void paintRoundStroke(const Path& path);
     void addPathTo(cairo_t* cairo, const Path& path) const;
@@ -90,6 +101,7 @@ private:
     State state_;
     std::vector<State> saved_;
     Path path_;
+    Glow::Memory glowMemory_;
 };
 
 }  // namespace videoanalysis::graphics

@@ -4,6 +4,8 @@
 // the same sub-paths.
 
 #include "Platforms/Cairo/PixelBox.h"
+#include "Platforms/Cairo/PixelSet.h"
+#include "VideoAnalysis/Platform/DrawingCancellation.h"
 #include "VideoAnalysis/Platform/Graphics.h"
 
 #include <algorithm>
@@ -24,6 +26,23 @@ public:
     /// Calls `span(y, left, right)` for runs of pixels; a pixel may be in several.
     template <class Span>
     void forEachSpan(Span&& span) const {
+        struct AllRows {
+            PixelBox box;
+            int openTop() const { return box.top; }
+            int openBottom() const { return box.bottom; }
+            bool isRowFull(int) const { return false; }
+        };
+        forEachSpan(span, AllRows{clip_});
+    }
+    /// Adds all pixels to a set whose box is the clip. Rows that are full already cost nothing.
+    void addTo(PixelSet& pixels) const {
+        const auto insert = [&](int y, int left, int right) { pixels.insert(y, left, right); };
+        forEachSpan(insert, pixels);
+    }
+
+private:
+    template <class Span, class Rows>
+    void forEachSpan(Span& span, const Rows& rows) const {
         if (clip_.isEmpty() || !(radius_ > 0)) return;
         const std::vector<Point>& points = path_.points();
         std::size_t next = 0;
@@ -32,13 +51,14 @@ public:
         Point drawnEnd{NAN, NAN};
         const auto lineTo = [&](Point to) {
             if (meetsClip(current, to, to)) {
-                if (current != drawnEnd) piece(current, current, span);
-                if (to != current || current == drawnEnd) piece(current, to, span);
+                if (current != drawnEnd) piece(current, current, span, rows);
+                if (to != current || current == drawnEnd) piece(current, to, span, rows);
                 drawnEnd = to;
             }
             current = to;
         };
         for (const Path::Element element : path_.elements()) {
+            if (rows.openTop() >= rows.openBottom() || isDrawingCancelled()) return;
             if (element == Path::Element::move) {
                 current = points[next++];
             } else if (element == Path::Element::line) {
@@ -62,7 +82,6 @@ public:
         }
     }
 
-private:
     /// A curve in n equal pieces is off by a quarter of its second difference over n squared.
     static int piecesOf(Point from, Point control, Point to) {
         constexpr double tolerance = 0.1;
@@ -72,14 +91,15 @@ private:
     }
 
     bool meetsClip(Point a, Point b, Point c) const {
-        return std::max({a.x, b.x, c.x}) + radius_ >= clip_.left && std::min({a.x, b.x, c.x}) - radius_ <= clip_.right &&
-               std::max({a.y, b.y, c.y}) + radius_ >= clip_.top && std::min({a.y, b.y, c.y}) - radius_ <= clip_.bottom;
+        return std::max({a.x, b.x, c.x}) + radius_ >= clip_.left &&
+               std::min({a.x, b.x, c.x}) - radius_ <= clip_.right && std::max({a.y, b.y, c.y}) + radius_ >= clip_.top &&
+               std::min({a.y, b.y, c.y}) - radius_ <= clip_.bottom;
     }
 
     /// The rows of the straight piece from `a` to `b`, with the round end at `b` but without the one at `a`: the two sides
     /// and the two ends of the straight part each limit a row by a linear function of y.
-    template <class Span>
-    void piece(Point a, Point b, Span& span) const {
+    template <class Span, class Rows>
+    void piece(Point a, Point b, Span& span, const Rows& rows) const {
         const double dx = b.x - a.x;
         const double dy = b.y - a.y;
         const double length = std::sqrt(dx * dx + dy * dy);
@@ -107,9 +127,10 @@ private:
             sideSlope = ux / uy;
         }
 
-        const int first = std::max(clip_.top, nearest(std::min(top, b.y - radius_)));
-        const int last = std::min(clip_.bottom, nearest(std::max(bottom, b.y + radius_)));
+        const int first = std::max(rows.openTop(), nearest(std::min(top, b.y - radius_)));
+        const int last = std::min(rows.openBottom(), nearest(std::max(bottom, b.y + radius_)));
         for (int y = first; y < last; ++y) {
+            if (rows.isRowFull(y)) continue;
             const double center = y + 0.5;
             double left = far;
             double right = -far;

@@ -1,7 +1,10 @@
 #include "Platforms/Cairo/CairoEngine.h"
+#include "VideoAnalysis/Platform/DrawingCancellation.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -24,8 +27,8 @@ struct Canvas {
 
     std::uint32_t pixel(int x, int y) {
         context->flush();
-        return bitmap.pixels[static_cast<std::size_t>(y) * static_cast<std::size_t>(bitmap.width) +
-                             static_cast<std::size_t>(x)];
+        return bitmap
+            .pixels[static_cast<std::size_t>(y) * static_cast<std::size_t>(bitmap.width) + static_cast<std::size_t>(x)];
     }
     int alpha(int x, int y) { return static_cast<int>(pixel(x, y) >> 24U); }
     int channel(int x, int y, int shift) { return static_cast<int>(pixel(x, y) >> shift & 0xFFU); }
@@ -68,7 +71,8 @@ TEST(CairoEngine, FreehandStrokesColourThePixelsNearTheirCurve) {
             const Point from{coordinate(generator), coordinate(generator)};
             const Point control{coordinate(generator), coordinate(generator)};
             const Point to{coordinate(generator), coordinate(generator)};
-            const double width = 1 + round % 7;
+            // Some so wide that they fill rows of the picture.
+            const double width = round % 4 == 3 ? 16 + round : 1 + round % 7;
             Path path;
             path.move(from);
             path.addQuadCurve(control, to);
@@ -115,32 +119,36 @@ TEST(CairoEngine, AlphaCountsOnceWhereAStrokeCrossesItself) {
 
 TEST(CairoEngine, AStrokeIsTheSamePieceByPiece) {
     std::mt19937 generator(5);
-    std::uniform_real_distribution<double> coordinate(0, 80);
-    Path path;
-    for (int i = 0; i < 30; ++i) {
-        path.move({coordinate(generator), coordinate(generator)});
-        path.addQuadCurve({coordinate(generator), coordinate(generator)}, {coordinate(generator), coordinate(generator)});
-    }
-    const auto draw = [&](Canvas& canvas) {
-        canvas.context->setStrokeColor({0.2, 0.4, 0.6, 1});
-        canvas.context->setAlpha(0.7);
-        canvas.context->setShadow({}, 3, {1, 1, 0, 1});
-        strokeRound(*canvas.context, path, 4);
-    };
-    Canvas whole(80, 80);
-    draw(whole);
-    Canvas pieces(80, 80);
-    for (double y = 0; y < 80; y += 16) {
-        for (double x = 0; x < 80; x += 20) {
-            pieces.context->saveState();
-            pieces.context->clipToRect({x, y, 20, 16});
-            EXPECT_EQ(pieces.context->clipBoundingBox(), (Rect{x, y, 20, 16}));
-            draw(pieces);
-            pieces.context->restoreState();
+    std::uniform_real_distribution<double> coordinate(-20, 100);
+    // The wider glows are computed on coarser grids.
+    for (const double blur : {0.0, 3.0, 10.0, 36.0, 128.0}) {
+        Path path;
+        for (int i = 0; i < 8; ++i) {
+            path.move({coordinate(generator), coordinate(generator)});
+            path.addQuadCurve({coordinate(generator), coordinate(generator)},
+                              {coordinate(generator), coordinate(generator)});
         }
+        const auto draw = [&](Canvas& canvas) {
+            canvas.context->setStrokeColor({0.2, 0.4, 0.6, 1});
+            canvas.context->setAlpha(0.7);
+            canvas.context->setShadow({}, blur, {1, 1, 0, 1});
+            strokeRound(*canvas.context, path, 4);
+        };
+        Canvas whole(80, 80);
+        draw(whole);
+        Canvas pieces(80, 80);
+        for (double y = 0; y < 80; y += 16) {
+            for (double x = 0; x < 80; x += 20) {
+                pieces.context->saveState();
+                pieces.context->clipToRect({x, y, 20, 16});
+                EXPECT_EQ(pieces.context->clipBoundingBox(), (Rect{x, y, 20, 16}));
+                draw(pieces);
+                pieces.context->restoreState();
+            }
+        }
+        EXPECT_EQ(whole.bitmap.pixels, pieces.bitmap.pixels) << blur;
+        EXPECT_EQ(pieces.context->clipBoundingBox(), (Rect{0, 0, 80, 80}));
     }
-    EXPECT_EQ(whole.bitmap.pixels, pieces.bitmap.pixels);
-    EXPECT_EQ(pieces.context->clipBoundingBox(), (Rect{0, 0, 80, 80}));
 }
 
 TEST(CairoEngine, ErasingMakesHolesAndNeverColour) {
@@ -162,23 +170,75 @@ TEST(CairoEngine, ErasingMakesHolesAndNeverColour) {
 
 TEST(CairoEngine, AShadowIsTheGaussianOfItsShape) {
     // A wide bar: across it the shadow falls off like the error function.
-    for (const double scale : {1.0, 2.0}) {
-        for (const double blur : {2.0, 3.2, 10.0, 25.0}) {
-            Canvas canvas(static_cast<int>(120 * scale), static_cast<int>(120 * scale), scale);
-            canvas.context->setShadow({}, blur, {0, 0, 1, 1});
-            canvas.context->setStrokeColor(red);
-            strokeRound(*canvas.context, polyline({{-50, 60}, {170, 60}}), 20);
-            const double sigma = blur / 2;
-            for (int y = static_cast<int>(71 * scale); y < canvas.bitmap.height; ++y) {
-                const double fromMiddle = (y + 0.5) / scale - 60;
-                const auto below = [&](double edge) { return 0.5 * std::erfc((fromMiddle - edge) / sigma / std::sqrt(2)); };
-                const double expected = below(10) - below(-10);
-                EXPECT_NEAR(canvas.alpha(static_cast<int>(60 * scale), y), 255 * expected, 5) << "blur " << blur << " y " << y;
-                EXPECT_EQ(canvas.channel(static_cast<int>(60 * scale), y, 16), 0);
+    for (const bool isStroke : {true, false}) {
+        for (const double scale : {1.0, 2.0}) {
+            for (const double blur : {2.0, 3.2, 7.9, 8.1, 10.0, 25.0, 60.0}) {
+                Canvas canvas(static_cast<int>(120 * scale), static_cast<int>(120 * scale), scale);
+                canvas.context->setShadow({}, blur, {0, 0, 1, 1});
+                canvas.context->setStrokeColor(red);
+                canvas.context->setFillColor(red);
+                if (isStroke)
+                    strokeRound(*canvas.context, polyline({{-90, 60}, {210, 60}}), 20);
+                else
+                    canvas.context->fillRect({-90, 50, 300, 20});
+                const double sigma = blur / 2;
+                for (int y = static_cast<int>(71 * scale); y < canvas.bitmap.height; ++y) {
+                    const double fromMiddle = (y + 0.5) / scale - 60;
+                    const auto below = [&](double edge) {
+                        return 0.5 * std::erfc((fromMiddle - edge) / sigma / std::sqrt(2));
+                    };
+                    const double expected = below(10) - below(-10);
+                    EXPECT_NEAR(canvas.alpha(static_cast<int>(60 * scale), y), 255 * expected, 3)
+                        << "blur " << blur << " y " << y;
+                    EXPECT_EQ(canvas.channel(static_cast<int>(60 * scale), y, 16), 0);
+                }
+                EXPECT_EQ(canvas.pixel(static_cast<int>(60 * scale), static_cast<int>(60 * scale)), 0xFFFF0000U);
             }
-            EXPECT_EQ(canvas.pixel(static_cast<int>(60 * scale), static_cast<int>(60 * scale)), 0xFFFF0000U);
         }
     }
+}
+
+TEST(CairoEngine, AGlowIsBlendedLikeItsStroke) {
+    for (const BlendMode mode : {BlendMode::normal, BlendMode::screen}) {
+        const auto glow = [&](Canvas& canvas) {
+            canvas.context->setBlendMode(mode);
+            canvas.context->setShadow({}, 6, {0.25, 0.5, 1, 0.75});
+            canvas.context->setStrokeColor(Color::white());
+            strokeRound(*canvas.context, polyline({{-20, 20}, {60, 20}}), 8);
+        };
+        Canvas alone(40, 40);
+        glow(alone);
+        Canvas onGround(40, 40);
+        onGround.context->setFillColor({0.5, 0.25, 0.75, 1});
+        onGround.context->fillRect({0, 0, 40, 40});
+        const std::uint32_t ground = onGround.pixel(0, 0);
+        glow(onGround);
+        int glowing = 0;
+        for (int y = 0; y < 40; ++y) {
+            glowing += alone.alpha(20, y) > 20 && alone.alpha(20, y) < 192;
+            for (const int shift : {0, 8, 16, 24}) {
+                const double source = alone.channel(20, y, shift), target = ground >> shift & 0xFFU;
+                const double hidden = mode == BlendMode::screen ? source : alone.alpha(20, y);
+                EXPECT_NEAR(onGround.channel(20, y, shift), source + target - target * hidden / 255, 2) << y;
+            }
+        }
+        EXPECT_GT(glowing, 4);
+        EXPECT_EQ(onGround.pixel(20, 20), 0xFFFFFFFFU);
+    }
+}
+
+TEST(CairoEngine, DrawingStopsWhenItIsCancelled) {
+    std::atomic<bool> isCancelled = true;
+    Canvas canvas(40, 40);
+    const Path path = polyline({{0, 20}, {40, 20}});
+    {
+        const DrawingCancellationScope scope(isCancelled);
+        strokeRound(*canvas.context, path, 4);
+        strokeRound(*canvas.context, path, 30);
+        EXPECT_EQ(canvas.pixel(20, 20), 0U);
+    }
+    strokeRound(*canvas.context, path, 4);
+    EXPECT_NE(canvas.pixel(20, 20), 0U);
 }
 
 TEST(CairoEngine, ShadowsFollowOffsetAlphaAndState) {
@@ -240,6 +300,82 @@ TEST(CairoEngine, ShapesAreNormalisedAndAntialiased) {
     EXPECT_EQ(outline.pixel(31, 31), 0xFFFF0000U);
     outline.context->strokeEllipse({10, 20, 20, 0});
     EXPECT_EQ(outline.pixel(20, 20), 0xFFFF0000U);
+}
+
+TEST(CairoEngine, EllipsesFollowTheirOutline) {
+    struct Case {
+        double a, b, width;  ///< half axes; 0 for a filled one
+    };
+    // From outlines that are thin to those wider than the ellipse, which leave no hole.
+    for (const Case& ellipse : std::vector<Case>{{90, 40, 0},
+                                                 {60, 90, 6},
+                                                 {60, 20, 14},
+                                                 {60, 20, 36},
+                                                 {10, 10, 8},
+                                                 {3, 3, 4},
+                                                 {3, 3, 8},
+                                                 {1, 1, 10},
+                                                 {12, 4, 8},
+                                                 {12, 4, 10},
+                                                 {2, 9, 30},
+                                                 {30, 5, 11},
+                                                 {20, 0, 10}}) {
+        Canvas canvas(200, 200);
+        canvas.context->setFillColor(red);
+        canvas.context->setStrokeColor(red);
+        canvas.context->setAlpha(0.5);
+        canvas.context->setLineWidth(ellipse.width);
+        const Rect rect{100 - ellipse.a, 100 - ellipse.b, 2 * ellipse.a, 2 * ellipse.b};
+        if (ellipse.width == 0)
+            canvas.context->fillEllipse(rect);
+        else
+            canvas.context->strokeEllipse(rect);
+        canvas.context->flush();
+        int wrong = 0;
+        for (int y = 0; y < 100; ++y) {
+            for (int x = 0; x < 100; ++x) {
+                // A quarter says it all.
+                const double px = 99.5 - x, py = 99.5 - y;
+                double distance = 1e9;
+                for (int i = 0; i <= 150; ++i) {
+                    const double t = 1.5707963 * i / 150;
+                    distance =
+                        std::min(distance, std::hypot(ellipse.a * std::cos(t) - px, ellipse.b * std::sin(t) - py));
+                }
+                const double inA = ellipse.a > 0 ? px / ellipse.a : 2, inB = ellipse.b > 0 ? py / ellipse.b : 2;
+                const bool isInside = ellipse.width > 0 ? distance < ellipse.width / 2 : inA * inA + inB * inB < 1;
+                if (std::abs(distance - ellipse.width / 2) < 1) continue;
+                const int alpha = canvas.alpha(x, y);
+                wrong += isInside ? std::abs(alpha - 128) > 1 : alpha != 0;
+            }
+        }
+        EXPECT_EQ(wrong, 0) << ellipse.a << " " << ellipse.b << " " << ellipse.width;
+    }
+}
+
+TEST(CairoEngine, LinesEndAsTheirCapsSay) {
+    struct Case {
+        LineCap cap;
+        bool isBeyond, isCorner;
+    };
+    for (const bool antialiases : {true, false}) {
+        for (const Case& end : {Case{LineCap::butt, false, false}, Case{LineCap::round, true, false},
+                                Case{LineCap::square, true, true}}) {
+            Canvas canvas(60, 40);
+            canvas.context->setStrokeColor(red);
+            canvas.context->setLineWidth(12);
+            canvas.context->setLineCap(end.cap);
+            canvas.context->setShouldAntialias(antialiases);
+            canvas.context->move({20, 20});
+            canvas.context->addLine({40, 20});
+            canvas.context->strokePath();
+            EXPECT_EQ(canvas.pixel(38, 20), 0xFFFF0000U);
+            EXPECT_EQ(canvas.alpha(43, 20), end.isBeyond ? 255 : 0);
+            EXPECT_EQ(canvas.alpha(45, 15), end.isCorner ? 255 : 0);
+            EXPECT_EQ(canvas.alpha(14, 24), end.isCorner ? 255 : 0);
+            EXPECT_EQ(canvas.alpha(47, 20), 0);
+        }
+    }
 }
 
 TEST(CairoEngine, ClearingAndClippingTakeWholePixels) {

@@ -88,7 +88,8 @@ TEST(SketchTool, EveryTypeHasItsTool) {
     EXPECT_TRUE(dynamic_cast<LineTool*>(SketchTool::make(SketchToolType::line).get()));
     EXPECT_TRUE(dynamic_cast<ArrowTool*>(SketchTool::make(SketchToolType::arrow).get()));
     for (const bool isFill : {false, true}) {
-        const auto rectangle = SketchTool::make(isFill ? SketchToolType::rectangleFill : SketchToolType::rectangleStroke);
+        const auto rectangle =
+            SketchTool::make(isFill ? SketchToolType::rectangleFill : SketchToolType::rectangleStroke);
         const auto ellipse = SketchTool::make(isFill ? SketchToolType::ellipseFill : SketchToolType::ellipseStroke);
         EXPECT_EQ(dynamic_cast<RectTool&>(*rectangle).isFill(), isFill);
         EXPECT_EQ(dynamic_cast<EllipseTool&>(*ellipse).isFill(), isFill);
@@ -103,9 +104,9 @@ TEST(PenTool, SmoothsTouchesIntoCurvesBetweenTheirMiddles) {
     const Rect second = pen.addSegment({0, 0}, {10, 20}, {30, 0});
     EXPECT_EQ(second, (Rect{5 - 6, 10 - 6, 15 + 12, 10 + 12}));
     using Element = graphics::Path::Element;
-    EXPECT_EQ(pen.path().elements(), (std::vector{Element::move, Element::quadCurve, Element::move, Element::quadCurve}));
-    EXPECT_EQ(pen.path().points(),
-              (std::vector<Point>{{0, 0}, {0, 0}, {5, 10}, {5, 10}, {10, 20}, {20, 10}}));
+    EXPECT_EQ(pen.path().elements(),
+              (std::vector{Element::move, Element::quadCurve, Element::move, Element::quadCurve}));
+    EXPECT_EQ(pen.path().points(), (std::vector<Point>{{0, 0}, {0, 0}, {5, 10}, {5, 10}, {10, 20}, {20, 10}}));
     EXPECT_EQ(pen.touchPoints(), (std::vector<Point>{{0, 0}, {10, 20}, {30, 0}}));
 
     // Stored touches make the same path as live ones; one touch makes none that shows, but is kept.
@@ -121,19 +122,20 @@ TEST(PenTool, SmoothsTouchesIntoCurvesBetweenTheirMiddles) {
 TEST(PenTool, StylesAskForWhatTheyAre) {
     PenTool pen;
     prepared(pen).setTouchPoints({{0, 0}, {10, 0}, {20, 0}});
-    EXPECT_EQ(commandsOf(pen), (Commands{"save", "no antialias", "path 4", "cap 1", "width 5", "stroke color 0.25 0.5 0.75 1",
-                                         "blend 0", "alpha 0.5", "stroke", "restore"}));
+    EXPECT_EQ(commandsOf(pen), (Commands{"save", "no antialias", "path 4", "cap 1", "width 5",
+                                         "stroke color 0.25 0.5 0.75 1", "blend 0", "alpha 0.5", "stroke", "restore"}));
     pen.setDrawingPenType(PenType::blur);
-    EXPECT_EQ(commandsOf(pen), (Commands{"save", "no antialias", "path 4", "cap 1", "width 5", "stroke color 0.25 0.5 0.75 1",
-                                         "shadow 0 0 4 0.25 0.5 0.75 1", "alpha 0.5", "stroke", "restore"}));
+    EXPECT_EQ(commandsOf(pen),
+              (Commands{"save", "no antialias", "path 4", "cap 1", "width 5", "stroke color 0.25 0.5 0.75 1",
+                        "shadow 0 0 4 0.25 0.5 0.75 1", "alpha 0.5", "stroke", "restore"}));
     // Neon leaves the context's alpha as it is.
     pen.setDrawingPenType(PenType::neon);
     EXPECT_EQ(commandsOf(pen), (Commands{"save", "no antialias", "path 4", "cap 1", "width 5", "stroke color 1 1 1 1",
                                          "shadow 0 0 4 0.25 0.5 0.75 0.5", "blend 2", "stroke", "restore"}));
     EraserTool eraser;
     prepared(eraser).setTouchPoints({{0, 0}, {10, 0}});
-    EXPECT_EQ(commandsOf(eraser), (Commands{"save", "no antialias", "path 2", "cap 1", "width 5", "blend 1", "stroke",
-                                            "restore"}));
+    EXPECT_EQ(commandsOf(eraser),
+              (Commands{"save", "no antialias", "path 2", "cap 1", "width 5", "blend 1", "stroke", "restore"}));
 }
 
 TEST(LineTool, EndsOnlyWhereBothCoordinatesArePositive) {
@@ -147,6 +149,7 @@ TEST(LineTool, EndsOnlyWhereBothCoordinatesArePositive) {
         return all;
     };
     EXPECT_EQ(commandsOf(line), with({"line 50 0"}));
+    EXPECT_EQ(commandsOf(dragged(line, {10, 10}, {0, 50})), with({"line 0 50"}));
     for (const Point outside : {Point{50, -0.01}, Point{-0.01, 50}, Point{-100, -100}})
         EXPECT_EQ(commandsOf(dragged(line, {10, 10}, outside)), with({}));
 
@@ -168,8 +171,8 @@ TEST(RectTool, DrawsItsRectangleInEveryDirection) {
     EXPECT_EQ(commandsOf(rectangle), (Commands{"save", "alpha 0.5", "stroke color 0.25 0.5 0.75 1", "width 5",
                                                "stroke rect 60 40 -50 -25", "restore"}));
     rectangle.setFill(true);
-    EXPECT_EQ(commandsOf(rectangle), (Commands{"save", "alpha 0.5", "fill color 0.25 0.5 0.75 1",
-                                               "fill rect 60 40 -50 -25", "restore"}));
+    EXPECT_EQ(commandsOf(rectangle),
+              (Commands{"save", "alpha 0.5", "fill color 0.25 0.5 0.75 1", "fill rect 60 40 -50 -25", "restore"}));
     EXPECT_EQ(commandsOf(dragged(rectangle, {60, 40}, {-1, 15})), Commands{});
 
     EllipseTool ellipse(true);
@@ -178,6 +181,9 @@ TEST(RectTool, DrawsItsRectangleInEveryDirection) {
                                              "fill ellipse 0 0 10 20", "restore"}));
     ellipse.setFill(false);
     EXPECT_EQ(commandsOf(ellipse)[4], "stroke ellipse 0 0 10 20");
+    // The picture's edge belongs to it.
+    EXPECT_EQ(commandsOf(dragged(ellipse, {60, 40}, {0, 0})).at(4), "stroke ellipse 60 40 -60 -40");
+    EXPECT_EQ(commandsOf(dragged(rectangle, {60, 40}, {0, 0})).at(3), "fill rect 60 40 -60 -40");
     EXPECT_EQ(commandsOf(dragged(ellipse, {60, 40}, {5, -1})), (Commands{"save", "alpha 0.5", "width 5", "restore"}));
 }
 
@@ -254,9 +260,10 @@ TEST(SketchTool, StoredFormOfEveryTool) {
     PenTool pen;
     pen.setDrawingPenType(PenType::neon);
     pen.setTouchPoints({{20, 5}, {50, 25}, {200, 50}});
-    EXPECT_EQ(stored(pen, true), R"({"configuration":{)" + common +
-                                     R"("ios":{"penType":2},"points":[{"x":10,"y":10},{"x":25,"y":50},{"x":100,"y":100}],)"
-                                     R"("time":2.5,"width":3},"type":"pen"})");
+    EXPECT_EQ(stored(pen, true),
+              R"({"configuration":{)" + common +
+                  R"("ios":{"penType":2},"points":[{"x":10,"y":10},{"x":25,"y":50},{"x":100,"y":100}],)"
+                  R"("time":2.5,"width":3},"type":"pen"})");
     EXPECT_EQ(stored(pen, false),
               R"({"configuration":{)" + common + R"("ios":{"penType":2},"time":2.5,"width":3},"type":"pen"})");
     // For another view size the percentages are others; the earlier ones are not remembered by mistake.
@@ -271,7 +278,8 @@ TEST(SketchTool, StoredFormOfEveryTool) {
                   R"("ios":{"eraser":true,"penType":0},"points":[],"time":2.5,"width":3},"type":"pen"})");
     const std::string points = R"("points":[{"endX":50,"endY":40,"startX":10,"startY":10}],"time":2.5,"width":3})";
     LineTool line;
-    EXPECT_EQ(stored(dragged(line, {20, 5}, {100, 20}), true), R"({"configuration":{)" + common + points + R"(,"type":"line"})");
+    EXPECT_EQ(stored(dragged(line, {20, 5}, {100, 20}), true),
+              R"({"configuration":{)" + common + points + R"(,"type":"line"})");
     ArrowTool arrow;
     EXPECT_EQ(stored(dragged(arrow, {20, 5}, {100, 20}), true),
               R"({"configuration":{)" + common + points + R"(,"type":"arrow"})");
@@ -280,10 +288,12 @@ TEST(SketchTool, StoredFormOfEveryTool) {
               R"({"configuration":{)" + common + R"("isFill":true,)" + points + R"(,"type":"rectangle"})");
     EllipseTool ellipse;
     ellipse.setEraserWidth(7);
-    EXPECT_EQ(stored(dragged(ellipse, {20, 5}, {100, 20}), true),
-              R"({"configuration":{)" + common + R"("ios":{"eraserWidth":7},"isFill":false,)" + points + R"(,"type":"oval"})");
-    EXPECT_EQ(stored(ellipse, false), R"({"configuration":{)" + common +
-                                          R"("ios":{"eraserWidth":7},"isFill":false,"time":2.5,"width":3},"type":"oval"})");
+    EXPECT_EQ(stored(dragged(ellipse, {20, 5}, {100, 20}), true), R"({"configuration":{)" + common +
+                                                                      R"("ios":{"eraserWidth":7},"isFill":false,)" +
+                                                                      points + R"(,"type":"oval"})");
+    EXPECT_EQ(stored(ellipse, false),
+              R"({"configuration":{)" + common +
+                  R"("ios":{"eraserWidth":7},"isFill":false,"time":2.5,"width":3},"type":"oval"})");
 }
 
 TEST(SketchTool, WhatJSONCannotSayIsStillStored) {

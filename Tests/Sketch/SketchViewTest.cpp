@@ -2,6 +2,7 @@
 
 #include "Platforms/Cairo/CairoEngine.h"
 #include "Platforms/Headless/HeadlessPlatform.h"
+#include "VideoAnalysis/Platform/DrawingCancellation.h"
 #include "VideoAnalysis/Sketch/ArrowTool.h"
 #include "VideoAnalysis/Sketch/EraserTool.h"
 #include "VideoAnalysis/Sketch/PenTool.h"
@@ -9,25 +10,34 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
 #include <memory>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace videoanalysis {
 namespace {
 
-/// Counts the contexts that are asked for: each is a bitmap drawn into.
+/// Counts the contexts that are asked for on the main thread: each is a bitmap drawn into. Drawing in the background waits
+/// until the test lets it go on, or until it is cancelled.
 class CountingEngine final : public graphics::Engine {
 public:
-    explicit CountingEngine(int& count) : count_(count) {}
+    CountingEngine(int& count, std::atomic<bool>& isHeld) : count_(count), isHeld_(isHeld) {}
     std::unique_ptr<graphics::Context> makeContext(Bitmap& bitmap) override {
-        ++count_;
+        if (std::this_thread::get_id() == mainThread_)
+            ++count_;
+        else
+            while (isHeld_ && !graphics::isDrawingCancelled()) std::this_thread::yield();
         return cairo_.makeContext(bitmap);
     }
 
 private:
+    const std::thread::id mainThread_ = std::this_thread::get_id();
     int& count_;
+    std::atomic<bool>& isHeld_;
     graphics::CairoEngine cairo_;
 };
 
@@ -42,10 +52,12 @@ public:
     double currentTime() const override { return time; }
     bool isTimeBasedDrawingsEnabled() const override { return isTimeBased; }
     void drawViewWillBeginDraw(SketchView& view, SketchTool& tool) override {
-        calls.push_back("begin " + std::to_string(view.pathArray.size()) + (view.currentTool.get() == &tool ? " current" : ""));
+        calls.push_back("begin " + std::to_string(view.pathArray.size()) +
+                        (view.currentTool.get() == &tool ? " current" : ""));
     }
     void drawViewDidEndDraw(SketchView& view, SketchTool& tool) override {
-        calls.push_back("end " + std::to_string(view.pathArray.size()) + (view.currentTool.get() == &tool ? " current" : ""));
+        calls.push_back("end " + std::to_string(view.pathArray.size()) +
+                        (view.currentTool.get() == &tool ? " current" : ""));
         if (didEnd) didEnd(view);
     }
 };
@@ -91,9 +103,40 @@ protected:
     }
     bool isSeen(int y) { return seen(50, y) != 0; }
 
+    /// A scribble that takes longer than the main thread may be held up.
+    static std::shared_ptr<SketchTool> scribble(const Color& color) {
+        std::mt19937 generator(3);
+        std::uniform_real_distribution<double> coordinate(0, 100);
+        std::vector<Point> touches(8000);
+        for (Point& touch : touches) touch = {coordinate(generator), coordinate(generator) / 2};
+        const auto pen = std::make_shared<PenTool>();
+        pen->setLineColor(color);
+        pen->setLineAlpha(1);
+        pen->setLineWidth(30);
+        pen->setTouchPoints(touches);
+        return pen;
+    }
+    void finishBackground() {
+        isHeld = false;
+        while (view->isRebuilding()) {
+            platform->drainMainQueue();
+            std::this_thread::yield();
+        }
+    }
+    /// Whether the bitmap holds all of the drawings, drawn from the ground up.
+    bool isComplete() {
+        Bitmap expected(static_cast<int>(view->bounds().size.width), static_cast<int>(view->bounds().size.height), 1);
+        const auto context = graphics::CairoEngine().makeContext(expected);
+        const graphics::CurrentContextScope scope(*context);
+        for (const auto& tool : view->pathArray) tool->draw();
+        context->flush();
+        return expected.pixels == view->image().bitmap()->pixels && expected.pixels == picture(*view);
+    }
+
     int contexts = 0;
+    std::atomic<bool> isHeld = false;
     std::shared_ptr<HeadlessPlatform> platform =
-        std::make_shared<HeadlessPlatform>(std::make_unique<CountingEngine>(contexts));
+        std::make_shared<HeadlessPlatform>(std::make_unique<CountingEngine>(contexts, isHeld));
     std::shared_ptr<Owner> owner = std::make_shared<Owner>();
     std::shared_ptr<SketchView> view = std::make_shared<SketchView>(Rect{0, 0, 100, 100});
 };
@@ -328,7 +371,8 @@ TEST_F(SketchViewTest, DrawingsKeepTheirPlaceWhenTheBoundsChange) {
     const auto& rectangle = dynamic_cast<RectTool&>(*view->pathArray[0]);
     EXPECT_EQ(rectangle.firstPoint(), (Point{40, 10}));
     EXPECT_EQ(rectangle.lastPoint(), (Point{120, 40}));
-    EXPECT_EQ(dynamic_cast<PenTool&>(*view->bufferArray[0]).touchPoints(), (std::vector<Point>{{20, 5}, {40, 20}, {100, 30}}));
+    EXPECT_EQ(dynamic_cast<PenTool&>(*view->bufferArray[0]).touchPoints(),
+              (std::vector<Point>{{20, 5}, {40, 20}, {100, 30}}));
     EXPECT_EQ(view->image().size(), (Size{200, 50}));
     EXPECT_NE(seen(40, 20), 0U);
 
@@ -461,35 +505,36 @@ TEST_F(SketchViewTest, WhatIsShownIsAlwaysAFullRebuild) {
     int skipped = 0;
     for (int step = 0; step < 1500; ++step) {
         switch (random(14)) {
-        case 0:
-        case 1:
-        case 2:
-            view->drawTool = static_cast<SketchToolType>(random(8));
-            view->drawingPenType = static_cast<PenType>(random(3));
-            view->lineColor = {random(2) * 1.0, random(2) * 1.0, random(2) * 0.5, 1};
-            view->lineAlpha = random(3) / 2.0;
-            view->lineWidth = 1 + random(9);
-            view->beginDrawing(point());
-            break;
-        case 3:
-        case 4:
-            if (view->currentPoint) view->continueDrawing(*view->currentPoint, point());
-            break;
-        case 5: view->endDrawing(); break;
-        case 6: view->undo(); break;
-        case 7: view->redo(); break;
-        case 8: owner->time = random(40); break;
-        case 9: owner->isTimeBased = random(4) > 0; break;
-        case 10:
-            if (random(6) == 0) view->setFrame({0, 0, 60.0 + random(60), 60.0 + random(60)});
-            break;
-        case 11:
-            if (!view->pathArray.empty()) view->pathArray[generator() % view->pathArray.size()]->setLineAlpha(random(3) / 2.0);
-            break;
-        case 12:
-            if (random(20) == 0) view->loadImage(Image(background), static_cast<ImageRenderingMode>(random(2)));
-            break;
-        case 13: owner->time += 1; break;
+            case 0:
+            case 1:
+            case 2:
+                view->drawTool = static_cast<SketchToolType>(random(8));
+                view->drawingPenType = static_cast<PenType>(random(3));
+                view->lineColor = {random(2) * 1.0, random(2) * 1.0, random(2) * 0.5, 1};
+                view->lineAlpha = random(3) / 2.0;
+                view->lineWidth = 1 + random(9);
+                view->beginDrawing(point());
+                break;
+            case 3:
+            case 4:
+                if (view->currentPoint) view->continueDrawing(*view->currentPoint, point());
+                break;
+            case 5: view->endDrawing(); break;
+            case 6: view->undo(); break;
+            case 7: view->redo(); break;
+            case 8: owner->time = random(40); break;
+            case 9: owner->isTimeBased = random(4) > 0; break;
+            case 10:
+                if (random(6) == 0) view->setFrame({0, 0, 60.0 + random(60), 60.0 + random(60)});
+                break;
+            case 11:
+                if (!view->pathArray.empty())
+                    view->pathArray[generator() % view->pathArray.size()]->setLineAlpha(random(3) / 2.0);
+                break;
+            case 12:
+                if (random(20) == 0) view->loadImage(Image(background), static_cast<ImageRenderingMode>(random(2)));
+                break;
+            case 13: owner->time += 1; break;
         }
         if (!view->updateCacheImage(true)) ++skipped;
 
@@ -505,6 +550,131 @@ TEST_F(SketchViewTest, WhatIsShownIsAlwaysAFullRebuild) {
         ASSERT_EQ(picture(*view), picture(fresh)) << "step " << step;
     }
     EXPECT_GT(skipped, 200);
+}
+
+TEST_F(SketchViewTest, DrawingsThatTakeLongAreDrawnInTheBackground) {
+    const auto old = line(90);
+    const auto heavy = scribble({0, 0, 1, 1});
+    isHeld = true;
+    view->pathArray.insert(view->pathArray.begin(), heavy);
+    const int before = contexts;
+    EXPECT_FALSE(view->updateCacheImage(true));
+    EXPECT_TRUE(view->isRebuilding());
+    EXPECT_EQ(contexts, before);
+    EXPECT_TRUE(isSeen(90)) << "the old picture stays";
+    EXPECT_FALSE(isSeen(25));
+
+    // A finger draws over it at once, before and after the stroke's end; what it does is undone and redone at once.
+    view->beginDrawing({10, 70});
+    view->continueDrawing({10, 70}, {90, 70});
+    EXPECT_TRUE(isSeen(70));
+    EXPECT_FALSE(view->updateCacheImage(true));
+    view->endDrawing();
+    EXPECT_TRUE(isSeen(70) && isSeen(90));
+    EXPECT_FALSE(view->updateCacheImage(true));
+    EXPECT_TRUE(isSeen(70));
+    view->undo();
+    EXPECT_FALSE(isSeen(70));
+    view->redo();
+    EXPECT_TRUE(isSeen(70));
+    EXPECT_FALSE(isSeen(25));
+    EXPECT_EQ(contexts, before);
+
+    // The heavy one is there as it was when its drawing began, until it is drawn as it has become.
+    DirtyRegions dirty;
+    view->setObserver(&dirty);
+    finishBackground();
+    view->setObserver(nullptr);
+    EXPECT_FALSE(dirty.regions.empty());
+    EXPECT_TRUE(isSeen(25));
+    EXPECT_TRUE(isComplete());
+    EXPECT_FALSE(view->updateCacheImage(true));
+
+    // A finger's stroke, however long, needs no background.
+    line(60);
+    EXPECT_FALSE(view->isRebuilding());
+    EXPECT_TRUE(isComplete());
+    view->updateCacheImage(true);
+    EXPECT_FALSE(view->isRebuilding());
+
+    // While another size is being drawn the old picture is stretched into it.
+    isHeld = true;
+    view->setFrame({0, 0, 200, 100});
+    EXPECT_TRUE(view->isRebuilding());
+    EXPECT_NE(picture(*view)[90 * 200 + 100], 0U);
+    finishBackground();
+    EXPECT_TRUE(isComplete());
+}
+
+TEST_F(SketchViewTest, ANewerRebuildOvertakesARunningOne) {
+    isHeld = true;
+    view->pathArray = {scribble({1, 0, 0, 1})};
+    view->updateCacheImage(true);
+    view->pathArray[0]->setLineColor({0, 1, 0, 1});
+    view->updateCacheImage(true);
+    EXPECT_TRUE(view->isRebuilding());
+    finishBackground();
+    EXPECT_TRUE(isComplete());
+    EXPECT_EQ(view->image().bitmap()->pixels[25 * 100 + 50], 0xFF00FF00U);
+
+    // What is on the screen already needs none, and an empty view none either.
+    const auto heavy = view->pathArray[0];
+    isHeld = true;
+    view->pathArray.insert(view->pathArray.begin(), scribble({1, 0, 0, 1}));
+    view->updateCacheImage(true);
+    EXPECT_TRUE(view->isRebuilding());
+    view->pathArray = {heavy};
+    EXPECT_FALSE(view->updateCacheImage(true));
+    EXPECT_FALSE(view->isRebuilding());
+    view->pathArray.push_back(scribble({0, 0, 1, 1}));
+    view->updateCacheImage(true);
+    EXPECT_TRUE(view->isRebuilding());
+    view->clear();
+    EXPECT_FALSE(view->isRebuilding());
+    EXPECT_FALSE(isSeen(25));
+    isHeld = false;
+    platform->drainMainQueue();
+    EXPECT_FALSE(isSeen(25));
+
+    // A view that goes cancels its own: this would hang otherwise.
+    isHeld = true;
+    view->pathArray = {heavy};
+    view->updateCacheImage(true);
+    EXPECT_TRUE(view->isRebuilding());
+    view.reset();
+    platform->drainMainQueue();
+}
+
+TEST_F(SketchViewTest, WhatAppearsWhileDrawingInTheBackgroundIsShownInTheEnd) {
+    std::mt19937 generator(23);
+    const auto random = [&](int count) { return static_cast<int>(generator() % static_cast<unsigned>(count)); };
+    view->pathArray = {scribble({1, 0, 0, 1}), scribble({0, 0, 1, 1})};
+    view->pathArray[1]->setTime(20);
+    for (int step = 0; step < 160; ++step) {
+        isHeld = random(3) > 0;
+        switch (random(8)) {
+            case 0: line(random(100)); break;
+            case 1: view->undo(); break;
+            case 2: view->redo(); break;
+            case 3: owner->time = random(40); break;
+            case 4: owner->time += 1; break;
+            case 5: platform->drainMainQueue(); break;
+            case 6:
+                view->pathArray.empty() ? view->redo() : view->pathArray.back()->setLineAlpha(random(3) / 2.0);
+                break;
+            case 7:
+                if (random(8) == 0) view->setFrame({0, 0, 80.0 + random(40), 80.0 + random(40)});
+                break;
+        }
+        view->updateCacheImage(true);
+        if (step % 20 != 19) continue;
+        finishBackground();
+        owner->isTimeBased = false;
+        view->updateCacheImage(true);
+        finishBackground();
+        ASSERT_TRUE(isComplete()) << step;
+        owner->isTimeBased = true;
+    }
 }
 
 }  // namespace

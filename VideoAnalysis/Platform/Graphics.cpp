@@ -9,7 +9,7 @@
 namespace videoanalysis::graphics {
 namespace {
 
-Context* current = nullptr;
+thread_local Context* current = nullptr;
 
 }  // namespace
 
@@ -65,6 +65,8 @@ std::shared_ptr<Bitmap> ImageRenderer::makeBitmap() const {
     return std::make_shared<Bitmap>(pixels(size_.width), pixels(size_.height), scale_);
 }
 
-std::unique_ptr<Context> ImageRenderer::makeContext(Bitmap& bitmap) { return platform().graphics().makeContext(bitmap); }
+std::unique_ptr<Context> ImageRenderer::makeContext(Bitmap& bitmap) {
+    return platform().graphics().makeContext(bitmap);
+}
 
 }  // namespace videoanalysis::graphics

@@ -101,10 +101,10 @@ public:
     virtual void flush() = 0;
 };
 
-/// The context that tools draw into at the moment; null when there is none. Main thread.
+/// The context that tools draw into at the moment, on the calling thread; null when there is none.
 Context* currentContext();
 
-/// Makes a context the current one for the life of the scope; scopes nest.
+/// Makes a context the current one of the thread for the life of the scope; scopes nest.
 class CurrentContextScope {
 public:
     explicit CurrentContextScope(Context& context);
@@ -116,7 +116,7 @@ private:
     Context* previous_;
 };
 
-/// Makes contexts. One per platform.
+/// Makes contexts. One per platform; any thread, each context on one thread at a time.
 class Engine {
 public:
     virtual ~Engine() = default;

@@ -8,6 +8,7 @@ namespace videoanalysis {
 class ArrowTool : public TwoPointTool {
 public:
     void draw() const override;
+    std::unique_ptr<const SketchTool> snapshot() const override { return std::make_unique<ArrowTool>(*this); }
     JSON jsonValue(Size size, bool withPoints) const override;
 };
 

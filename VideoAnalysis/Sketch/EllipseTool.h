@@ -16,6 +16,7 @@ public:
     void setEraserWidth(double width) { eraserWidth_ = storableNumber(width, StoredRange::widths); }
 
     void draw() const override;
+    std::unique_ptr<const SketchTool> snapshot() const override { return std::make_unique<EllipseTool>(*this); }
     JSON jsonValue(Size size, bool withPoints) const override;
 
 private:

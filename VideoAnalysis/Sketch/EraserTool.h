@@ -9,6 +9,7 @@ namespace videoanalysis {
 class EraserTool : public PenTool {
 public:
     void draw() const override;
+    std::unique_ptr<const SketchTool> snapshot() const override { return std::make_unique<EraserTool>(*this); }
     /// A "pen" that is marked as an eraser under "ios".
     JSON jsonValue(Size size, bool withPoints) const override;
 };

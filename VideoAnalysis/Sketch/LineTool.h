@@ -8,6 +8,7 @@ namespace videoanalysis {
 class LineTool : public TwoPointTool {
 public:
     void draw() const override;
+    std::unique_ptr<const SketchTool> snapshot() const override { return std::make_unique<LineTool>(*this); }
     JSON jsonValue(Size size, bool withPoints) const override;
 };
 

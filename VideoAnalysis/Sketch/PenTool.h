@@ -31,6 +31,7 @@ public:
     void setInitialPoint(Point) override {}
     void moveFromPoint(Point, Point) override {}
     void draw() const override;
+    std::unique_ptr<const SketchTool> snapshot() const override { return std::make_unique<PenTool>(*this); }
     JSON jsonValue(Size size, bool withPoints) const override;
 
 protected:

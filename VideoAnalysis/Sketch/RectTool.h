@@ -13,6 +13,7 @@ public:
     void setFill(bool fill) { change(isFill_, fill); }
 
     void draw() const override;
+    std::unique_ptr<const SketchTool> snapshot() const override { return std::make_unique<RectTool>(*this); }
     JSON jsonValue(Size size, bool withPoints) const override;
 
 private:

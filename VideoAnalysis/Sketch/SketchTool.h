@@ -41,7 +41,6 @@ public:
     static std::shared_ptr<SketchTool> make(SketchToolType type);
 
     virtual ~SketchTool() = default;
-    SketchTool(const SketchTool&) = delete;
     SketchTool& operator=(const SketchTool&) = delete;
 
     /// A UUID in upper case, unless it was read from a stored drawing.
@@ -78,12 +77,16 @@ public:
     /// `size` (points, not empty). Always serialisable.
     virtual JSON jsonValue(Size size, bool withPoints) const = 0;
 
+    /// A copy with the same id and stamp, to be drawn on another thread while this one changes.
+    virtual std::unique_ptr<const SketchTool> snapshot() const = 0;
+
     /// A number that no other drawing has, and this one only until something about its picture changes: equal stamps mean
     /// equal pictures.
     std::uint64_t stamp() const { return stamp_; }
 
 protected:
     SketchTool();
+    SketchTool(const SketchTool&) = default;
 
     void didChange();
     template <class T>

@@ -1,15 +1,28 @@
 #include "VideoAnalysis/Sketch/SketchView.h"
 
+#include "VideoAnalysis/Platform/BackgroundQueue.h"
+#include "VideoAnalysis/Platform/DrawingCancellation.h"
 #include "VideoAnalysis/Platform/Platform.h"
 #include "VideoAnalysis/Platform/UI/Device.h"
+#include "VideoAnalysis/Sketch/DrawingCost.h"
 #include "VideoAnalysis/Sketch/PenTool.h"
 #include "VideoAnalysis/Sketch/SketchStackReader.h"
 
 #include <algorithm>
+#include <atomic>
 #include <iterator>
+#include <optional>
 #include <utility>
 
 namespace videoanalysis {
+namespace {
+
+/// Milliseconds, estimated, that drawings may take on the main thread. The estimates may be three times too low on a slow
+/// machine before anyone sees the screen stop.
+constexpr double mainThreadBudget = 30;
+
+}  // namespace
+
 struct SketchView::Filter {
     bool isTimeBased = false;
     double time = 0;
@@ -20,9 +33,47 @@ struct SketchView::Filter {
     }
 };
 
+/// Made and destroyed on the main thread; in between the background draws `result`.
+struct SketchView::Rebuild {
+    /// Null once cancelled. Main thread.
+    SketchView* view = nullptr;
+    std::atomic<bool> isCancelled = false;
+    Ground ground;
+    /// What the result shows, in order.
+    std::vector<std::uint64_t> stamps;
+    /// The picture that holds the first of them already; null for none.
+    std::shared_ptr<const Bitmap> base;
+    /// The others.
+    std::vector<std::unique_ptr<const SketchTool>> tools;
+    std::shared_ptr<Bitmap> result;
+
+    /// Background.
+    void draw(graphics::Engine& engine) {
+        const graphics::DrawingCancellationScope cancellation(isCancelled);
+        if (isCancelled) return;
+        result =
+            base ? std::make_shared<Bitmap>(*base) : graphics::ImageRenderer(ground.size, ground.scale).makeBitmap();
+        if (!result) return;
+        const std::unique_ptr<graphics::Context> context = engine.makeContext(*result);
+        const graphics::CurrentContextScope scope(*context);
+        if (!base && !ground.background.isEmpty()) context->drawImage(ground.background, placeOf(ground.background));
+        for (const auto& tool : tools) {
+            if (isCancelled) return;
+            tool->draw();
+        }
+        context->flush();
+    }
+
+    Rect placeOf(const Image& image) const {
+        return {{}, ground.mode == ImageRenderingMode::original ? image.size() : ground.size};
+    }
+};
+
 SketchView::SketchView(const Rect& frame) : View(frame) {
     if (!bounds().isEmpty()) lastKnownBounds = bounds();
 }
+
+SketchView::~SketchView() { cancelRebuild(); }
 
 SketchView::Filter SketchView::filter() const {
     Filter result;
@@ -140,58 +191,142 @@ bool SketchView::updateCacheImage(bool redraw) {
 template <class Draw>
 void SketchView::drawIntoBitmap(Draw&& draw) {
     // Whoever still holds the picture keeps what it shows.
-    if (bitmap_.use_count() > 1) bitmap_ = std::make_shared<Bitmap>(*bitmap_);
+    if (isBitmapShared_ || bitmap_.use_count() > 1) bitmap_ = std::make_shared<Bitmap>(*bitmap_);
+    isBitmapShared_ = false;
     const std::unique_ptr<graphics::Context> context = platform().graphics().makeContext(*bitmap_);
     const graphics::CurrentContextScope scope(*context);
     draw();
     context->flush();
 }
 
-bool SketchView::rebuild(const SketchTool* inProgress, const SketchTool* onTop) {
+bool SketchView::rebuild(const SketchTool* inProgress, const SketchTool* justFinished) {
     const Filter visible = filter();
-    const auto isShown = [&](const SketchTool& tool) {
-        return &tool != inProgress && (visible.shows(tool) || &tool == onTop);
+    const auto isShown = [&](const std::shared_ptr<SketchTool>& tool) {
+        return tool.get() != inProgress && (visible.shows(*tool) || tool.get() == justFinished);
     };
     const Ground ground{bounds().size, platform().mainScreen().scale() * contentScale_, backgroundImage, drawMode};
 
-    // How much of what is to be shown does the bitmap hold already, in this order and as it is now?
-    std::size_t first = 0;
-    std::size_t held = 0;
-    bool canAdd = isBitmapKnown_ && ground == ground_;
-    if (canAdd) {
-        for (; first < pathArray.size() && held < drawn_.size(); ++first) {
-            if (!isShown(*pathArray[first])) continue;
-            if (pathArray[first]->stamp() != drawn_[held]) break;
+    // The first drawing to be shown that a picture of the drawings `stamps` lacks; nothing when it is not what all of the
+    // others are to be drawn on, in this order and as they are now.
+    using Position = Tools::const_iterator;
+    const Tools& tools = pathArray;
+    const auto after = [&](const std::vector<std::uint64_t>& stamps) -> std::optional<Position> {
+        auto tool = tools.begin();
+        for (std::size_t held = 0; held < stamps.size(); ++tool) {
+            if (tool == tools.end()) return std::nullopt;
+            if (!isShown(*tool)) continue;
+            if ((*tool)->stamp() != stamps[held]) return std::nullopt;
             ++held;
         }
-        canAdd = held == drawn_.size();
+        return std::find_if(tool, tools.end(), isShown);
+    };
+    const bool isKnownGround = isBitmapKnown_ && ground == ground_;
+    const std::optional<Position> further = isKnownGround ? after(drawn_) : std::nullopt;
+    if (further == tools.end()) {
+        cancelRebuild();
+        return !std::exchange(ahead_, {}).empty();
     }
-    if (!canAdd) {
-        first = 0;
+
+    // Draws over the old picture what need not wait for the running rebuild.
+    const auto showAhead = [&](Position next) {
+        Tools ahead;
+        double cost = 0;
+        for (auto tool = tools.begin(); tool != tools.end(); ++tool) {
+            if (!isShown(*tool) ||
+                (isKnownGround && std::find(drawn_.begin(), drawn_.end(), (*tool)->stamp()) != drawn_.end()))
+                continue;
+            const bool isAhead =
+                tool->get() == justFinished || std::find(ahead_.begin(), ahead_.end(), *tool) != ahead_.end();
+            if (isAhead ||
+                (tool >= next && (cost += drawingCost(**tool, ground.size, ground.scale)) <= mainThreadBudget))
+                ahead.push_back(*tool);
+        }
+        std::swap(ahead_, ahead);
+        return ahead_ != ahead;
+    };
+    if (running_) {
+        if (running_->ground == ground)
+            if (const std::optional<Position> next = after(running_->stamps)) return showAhead(*next);
+        cancelRebuild();
+    }
+
+    const auto first = further ? *further : std::find_if(tools.begin(), tools.end(), isShown);
+    double cost = 0;
+    for (auto tool = first; tool != tools.end() && cost <= mainThreadBudget; ++tool)
+        if (isShown(*tool) && !(further && tool->get() == justFinished))
+            cost += drawingCost(**tool, ground.size, ground.scale);
+    if (cost > mainThreadBudget) {
+        const auto rebuild = std::make_shared<Rebuild>();
+        rebuild->ground = ground;
+        if (further) {
+            rebuild->stamps = drawn_;
+            rebuild->base = bitmap_;
+        }
+        for (auto tool = first; tool != tools.end(); ++tool) {
+            if (!isShown(*tool)) continue;
+            rebuild->stamps.push_back((*tool)->stamp());
+            rebuild->tools.push_back((*tool)->snapshot());
+        }
+        startRebuild(rebuild);
+        return showAhead(tools.end());
+    }
+
+    ahead_.clear();
+    if (!further) {
         drawn_.clear();
         drawGround(ground);
     }
-
-    const auto isFurther = [&](const auto& tool) { return isShown(*tool); };
-    const auto next = std::find_if(pathArray.begin() + static_cast<std::ptrdiff_t>(first), pathArray.end(), isFurther);
-    if (canAdd && next == pathArray.end()) return false;
-    const auto drawFurther = [&] {
-        for (auto tool = next; tool != pathArray.end(); ++tool) {
-            if (!isFurther(*tool)) continue;
+    if (first == tools.end() || !bitmap_) return !further;
+    drawIntoBitmap([&] {
+        for (auto tool = first; tool != tools.end(); ++tool) {
+            if (!isShown(*tool)) continue;
             (*tool)->draw();
             drawn_.push_back((*tool)->stamp());
         }
-    };
-    if (!bitmap_) return !canAdd;
-    drawIntoBitmap(drawFurther);
+    });
     return true;
 }
 
+void SketchView::startRebuild(std::shared_ptr<Rebuild> rebuild) {
+    rebuild->view = this;
+    running_ = rebuild;
+    isBitmapShared_ = true;
+    if (!background_) background_ = std::make_unique<dispatch::BackgroundQueue>();
+    // Both outlive the view, and the view waits for its queue.
+    background_->async([rebuild = std::move(rebuild), &engine = platform().graphics(), &main = dispatch::mainQueue()] {
+        rebuild->draw(engine);
+        main.async([rebuild] {
+            if (rebuild->view) rebuild->view->finishRebuild();
+        });
+    });
+}
+
+void SketchView::cancelRebuild() {
+    if (!running_) return;
+    running_->view = nullptr;
+    running_->isCancelled = true;
+    running_.reset();
+}
+
+void SketchView::finishRebuild() {
+    const std::shared_ptr<Rebuild> done = std::exchange(running_, nullptr);
+    done->view = nullptr;
+    bitmap_ = done->result;
+    isBitmapShared_ = false;
+    isBitmapKnown_ = true;
+    ground_ = done->ground;
+    drawn_ = std::move(done->stamps);
+    rebuild(currentTool.get(), nullptr);
+    setNeedsDisplay();
+}
+
 void SketchView::drawGround(const Ground& ground) {
-    if (bitmap_ && bitmap_.use_count() == 1 && ground.size == ground_.size && ground.scale == ground_.scale)
+    const bool isOwn = bitmap_ && bitmap_.use_count() == 1 && !isBitmapShared_;
+    if (isOwn && ground.size == ground_.size && ground.scale == ground_.scale)
         std::fill(bitmap_->pixels.begin(), bitmap_->pixels.end(), 0);
     else
         bitmap_ = graphics::ImageRenderer(ground.size, ground.scale).makeBitmap();
+    isBitmapShared_ = false;
     ground_ = ground;
     isBitmapKnown_ = true;
     if (!bitmap_) return;
@@ -211,6 +346,7 @@ void SketchView::draw(const Rect& rect) {
     context->saveState();
     context->clipToRect(rect);
     if (const Image picture = image(); !picture.isEmpty()) context->drawImage(picture, place(picture));
+    for (const auto& tool : ahead_) tool->draw();
     if (currentTool) currentTool->draw();
     context->restoreState();
 }

@@ -16,6 +16,10 @@
 
 namespace videoanalysis {
 
+namespace dispatch {
+class BackgroundQueue;
+}
+
 /// How the background image and the bitmap of finished drawings are drawn: stretched into the bounds, or at (0, 0) at their
 /// own size.
 enum class ImageRenderingMode : int { scale = 0, original = 1 };
@@ -26,6 +30,8 @@ class SketchView : public ui::View {
 public:
     SketchView() : SketchView(Rect{}) {}
     explicit SketchView(const Rect& frame);
+    /// Cancels a rebuild in the background.
+    ~SketchView() override;
 
     /// Reserved for a stamp tool; drawing does not use it.
     Image stampImage;
@@ -53,8 +59,11 @@ public:
     /// The bounds that the geometry of all tools refers to: the last ones that were not empty.
     std::optional<Rect> lastKnownBounds;
 
-    /// All finished, visible drawings in one bitmap, at the screen's scale; empty while the bounds are.
+    /// All finished, visible drawings in one bitmap, at the screen's scale; empty while the bounds are. While a rebuild runs
+    /// in the background it is the picture before.
     Image image() const { return Image(std::shared_ptr<const Bitmap>(bitmap_)); }
+    /// Whether a rebuild is running in the background.
+    bool isRebuilding() const { return running_ != nullptr; }
 
     /// A touch sequence; one that never ended is ended by the next `beginDrawing`. `from` is the touch before `to`. The
     /// tool follows `drawTool` at the beginning of the sequence.
@@ -85,8 +94,10 @@ public:
     /// progress is added to what it shows already. The tool in progress is otherwise left to `draw`, so that its alpha
     /// counts once. Returns whether the picture has changed; if so the view needs display. May be called for every frame: a
     /// rebuild that would give the same picture is skipped, one that uncovers further drawings on top draws only those.
+    /// Drawings that would hold up the main thread are drawn in the background; the view asks for display when they are
+    /// done. Until then the old picture stays, with what a finger has drawn since on top.
     bool updateCacheImage(bool redraw);
-    /// Draws the bitmap and the tool in progress into the current graphics context, inside `rect`.
+    /// Draws the bitmap, the drawings that it does not hold yet and the tool in progress into the current graphics context, inside `rect`.
     void draw(const Rect& rect) override;
 
     /// Makes the view what it was when it was made: no drawings, no background, the first settings. Bounds, delegate and
@@ -120,6 +131,9 @@ private:
         friend bool operator==(const Ground&, const Ground&) = default;
     };
 
+    /// A rebuild in the background.
+    struct Rebuild;
+
     Filter filter() const;
     /// The time of a drawing that ends now.
     double moment() const;
@@ -131,6 +145,9 @@ private:
     template <class Draw>
     void drawIntoBitmap(Draw&& draw);
     Rect place(const Image& image) const;
+    void startRebuild(std::shared_ptr<Rebuild> rebuild);
+    void cancelRebuild();
+    void finishRebuild();
 
     double contentScale_ = 1;
     std::shared_ptr<Bitmap> bitmap_;
@@ -139,6 +156,13 @@ private:
     Ground ground_;
     /// The stamps of the drawings in the bitmap, in order.
     std::vector<std::uint64_t> drawn_;
+    /// True when a rebuild in the background may be reading the bitmap.
+    bool isBitmapShared_ = false;
+    std::shared_ptr<Rebuild> running_;
+    /// Drawn over the bitmap until the running rebuild is done: what a finger has finished since, and further drawings as
+    /// long as they cost little.
+    Tools ahead_;
+    std::unique_ptr<dispatch::BackgroundQueue> background_;
 };
 
 }  // namespace videoanalysis
