@@ -10,9 +10,11 @@
 #include <cairo.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <random>
+#include <string>
 #include <vector>
 
 namespace videoanalysis {
@@ -104,6 +106,82 @@ std::shared_ptr<SketchView> makeView(const std::vector<Stroke>& strokes, const s
     return view;
 }
 
+/// A stored stack that is small to send and much to draw.
+struct HeavyStack {
+    const char* name;
+    std::string text;
+};
+
+std::vector<HeavyStack> heavyStacks() {
+    constexpr std::size_t megabyte = 1'000'000;
+    std::mt19937 generator(11);
+    const auto percentage = [&] { return std::to_string(generator() % 101); };
+    const auto pen = [&](const char* style, const char* lineWidth, const char* alpha, int touches) {
+        std::string text = std::string(R"({"type":"pen","configuration":{"ios":{"penType":)") + style +
+                           R"(},"width":)" + lineWidth + R"(,"alpha":)" + alpha + R"(,"points":[)";
+        for (int i = 0; i < touches; ++i)
+            text += std::string(i > 0 ? "," : "") + R"({"x":)" + percentage() + R"(,"y":)" + percentage() + "}";
+        return text + "]}}";
+    };
+    const auto shape = [&](const char* type, const char* lineWidth, const char* alpha) {
+        return std::string(R"({"type":")") + type + R"(","configuration":{"isFill":)" +
+               (generator() % 2 == 0 ? "true" : "false") + R"(,"width":)" + lineWidth + R"(,"alpha":)" + alpha +
+               R"(,"points":[{"startX":)" + percentage() + R"(,"startY":)" + percentage() + R"(,"endX":)" +
+               percentage() + R"(,"endY":)" + percentage() + "}]}}";
+    };
+    const auto stack = [&](const auto& drawing, int count) {
+        std::string text = R"({"drawnStack":[)";
+        for (int i = 0; i < count && text.size() < megabyte; ++i) text += (i > 0 ? "," : "") + drawing();
+        return text + "]}";
+    };
+    constexpr int asManyAsFit = 1'000'000;
+    return {{"10,000 touches, width 10,000", stack([&] { return pen("0", "10000", "1", 10'000); }, 1)},
+            {"10,000 touches, width 700, translucent", stack([&] { return pen("0", "700", "0.5", 10'000); }, 1)},
+            {"200 wide neon pens", stack([&] { return pen("2", "200", "0.5", 20); }, 200)},
+            {"1 MB of blur pens", stack([&] { return pen("1", "30", "0.5", 10); }, asManyAsFit)},
+            {"1 MB of short neon pens", stack([&] { return pen("2", "4", "1", 2); }, asManyAsFit)},
+            {"1 MB in one pen", stack([&] { return pen("0", "4", "1", 60'000); }, 1)},
+            {"1 MB of wide arrows", stack([&] { return shape("arrow", "300", "0.5"); }, asManyAsFit)},
+            {"1 MB of rectangles", stack([&] { return shape("rectangle", "20", "0.5"); }, asManyAsFit)},
+            {"1 MB of ellipses", stack([&] { return shape("oval", "20", "0.5"); }, asManyAsFit)}};
+}
+
+/// Milliseconds of the longest step on the main thread: to rebuild the stack, to show it, and to draw over it with a finger.
+double longestStep(const JSON& stack) {
+    SketchView view(Rect{0, 0, width, height});
+    view.loadStack(stack);
+    Bitmap layer(width, height, 1);
+    const auto context = graphics::CairoEngine().makeContext(layer);
+    const auto show = [&] {
+        const graphics::CurrentContextScope scope(*context);
+        context->clearRect(view.bounds());
+        view.draw(view.bounds());
+    };
+    double longest = 0;
+    const auto step = [&](const auto& work) {
+        const double start = bench::now(bench::Clock::processor);
+        work();
+        longest = std::max(longest, bench::now(bench::Clock::processor) - start);
+    };
+    const auto rebuild = [&] {
+        view.backgroundImage = Image::named(view.backgroundImage.name() == "a" ? "b" : "a");
+        view.updateCacheImage(true);
+    };
+    step(rebuild);
+    step(show);
+    view.beginDrawing({100, 100});
+    for (int i = 1; i <= 20; ++i) {
+        const Point to{100.0 + 10 * i, 100.0 + 5 * i};
+        step([&] { view.continueDrawing(*view.currentPoint, to); });
+        step(show);
+    }
+    step([&] { view.endDrawing(); });
+    step(show);
+    step([&] { view.undo(); });
+    step(show);
+    return longest;
+}
+
 /// The share of the coloured pixels that are not coloured in both pictures.
 double difference(const std::vector<std::uint32_t>& a, const std::vector<std::uint32_t>& b) {
     double coloured = 0;
@@ -188,12 +266,32 @@ BENCHMARK_GROUP(sketch, "sketch") {
         view->backgroundImage = Image::named(view->backgroundImage.name() == "a" ? "b" : "a");
         view->updateCacheImage(true);
     };
-    const auto joined = bench::measurePaired(rebuild, [&] { drawWithCairo(strokes, true); }, 25);
+    const auto joined = bench::measurePaired(
+        rebuild, [&] { drawWithCairo(strokes, true); }, 25);
     report.against("full rebuild of 100 strokes", joined.first, "ms", "Cairo, joined", joined.second, 1.1);
-    const auto apart = bench::measurePaired(rebuild, [&] { drawWithCairo(strokes, false); }, 15);
+    const auto apart = bench::measurePaired(
+        rebuild, [&] { drawWithCairo(strokes, false); }, 15);
     report.against("full rebuild of 100 strokes", apart.first, "ms", "Cairo, by segment", apart.second, 0.5);
     report.value("pixels that differ from Cairo's",
                  100 * difference(view->image().bitmap()->pixels, drawWithCairo(strokes, false)), "%", 1);
+
+    for (const PenType type : {PenType::blur, PenType::neon}) {
+        const std::shared_ptr<SketchView> glowing = makeView(strokes, player);
+        for (const auto& tool : glowing->pathArray) dynamic_cast<PenTool&>(*tool).setDrawingPenType(type);
+        const auto drawAll = [](const SketchView& drawn) {
+            return [&drawn, layer = std::make_shared<Bitmap>(width, height, 1)] {
+                std::fill(layer->pixels.begin(), layer->pixels.end(), 0);
+                const auto context = graphics::CairoEngine().makeContext(*layer);
+                const graphics::CurrentContextScope scope(*context);
+                for (const auto& tool : drawn.pathArray) tool->draw();
+            };
+        };
+        const auto glow = bench::measurePaired(drawAll(*glowing), drawAll(*view), 25);
+        report.against(type == PenType::blur ? "100 blur pens" : "100 neon pens", glow.first, "ms", "plain pens",
+                       glow.second, 3);
+    }
+    for (const HeavyStack& heavy : heavyStacks())
+        report.value(std::string("main thread: ") + heavy.name, longestStep(JSON::parse(heavy.text)), "ms", 100);
 
     constexpr int refreshes = 1000;
     const auto refresh = [&] {
@@ -218,13 +316,13 @@ BENCHMARK_GROUP(sketch, "sketch") {
             view->updateCacheImage(true);
         }
     }
-    report.against("uncovering one more of 100", bench::median(uncovering), "ms", "full rebuild", bench::median(rebuilding),
-                   0.03);
+    report.against("uncovering one more of 100", bench::median(uncovering), "ms", "full rebuild",
+                   bench::median(rebuilding), 0.03);
 
     for (const double alpha : {1.0, 0.5}) {
         const auto [late, early] = measureTouchMoves(alpha, 2000, 20);
-        report.against(alpha == 1 ? "touch move after 2,000, opaque" : "touch move after 2,000, translucent", late, "ms",
-                       "after 20", early, 2);
+        report.against(alpha == 1 ? "touch move after 2,000, opaque" : "touch move after 2,000, translucent", late,
+                       "ms", "after 20", early, 2);
     }
 
     // None of the drawings is visible yet, so that what is measured is reading and writing.
@@ -239,7 +337,8 @@ BENCHMARK_GROUP(sketch, "sketch") {
         if (nlohmann::json::parse(text).dump().size() < text.size() / 2) std::abort();
     };
     const auto storing = bench::measurePaired(readAndWrite, parseAndPrint, 15);
-    report.against("reading and writing 1,000 x 200 points", storing.first, "ms", "nlohmann-json document", storing.second, 1);
+    report.against("reading and writing 1,000 x 200 points", storing.first, "ms", "nlohmann-json document",
+                   storing.second, 1);
     report.value("reading alone", bench::measure([&] { stored->loadStack(JSON::parse(text)); }, 7), "ms");
     report.value("writing alone", bench::measure([&] { stored->stackJSON().serialized(); }, 7), "ms");
 }

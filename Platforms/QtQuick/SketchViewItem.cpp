@@ -51,7 +51,11 @@ void SketchViewItem::geometryChange(const QRectF& newGeometry, const QRectF& old
 }
 
 void SketchViewItem::itemChange(ItemChange change, const ItemChangeData& value) {
-    if (change == ItemDevicePixelRatioHasChanged || (change == ItemSceneChange && value.window)) makeBitmap();
+    if (change == ItemDevicePixelRatioHasChanged || (change == ItemSceneChange && value.window)) {
+        makeBitmap();
+        // The drawings as well: while a clip is paused nothing else rebuilds them at the screen's scale.
+        if (auto* sketch = static_cast<SketchView*>(view())) sketch->updateCacheImage(true);
+    }
     ViewItem::itemChange(change, value);
 }
 
