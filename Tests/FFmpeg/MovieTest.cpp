@@ -550,6 +550,19 @@ TEST_F(MovieTest, FinishingIsCancelledInEveryPhaseAndLosesNothing) {
     }
 }
 
+TEST_F(MovieTest, AFileOnItsWayToTheDiskCanBeCancelled) {
+    const fs::path target = scratch / "target.bin";
+    std::string error;
+    {
+        const auto file = TemporaryFile::make(target, 0600, error);
+        ASSERT_TRUE(file) << error;
+        ASSERT_EQ(::write(file->descriptor(), "data", 4), 4);
+        EXPECT_FALSE(file->keep([] { return true; }, error));
+        EXPECT_NE(error, "");
+    }
+    EXPECT_TRUE(fs::is_empty(scratch)) << "nothing is left";
+}
+
 TEST_F(MovieTest, WhatIsWrittenIsCarriedToTheDisk) {
     Recording recording(folder, silent);
     const fs::path grown = fs::directory_iterator(scratch / "growing")->path();
