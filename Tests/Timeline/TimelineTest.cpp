@@ -214,7 +214,7 @@ TEST_F(TimelineTest, ResizingWhileItMovesStepsNowhereAndKeepsWhatStandsAtTheMark
     ASSERT_TRUE(scroller.isThrown());
     double seconds = 0;
     double way = 50;
-    for (const double width : {700.0, 399.0, 400.0, 1280.0, 16.0, 640.5}) {
+    for (const double width : {700.0, 399.0, 400.0, 403.0, 1280.0, 16.0, 640.5}) {
         ruler->setFrame({0, 0, width, 44});
         // Frames of the throw before the new layout and after it.
         for (int i = 0; i < 3; ++i) {
