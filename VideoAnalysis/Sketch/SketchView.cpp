@@ -232,14 +232,12 @@ bool SketchView::rebuild(const SketchTool* inProgress, const SketchTool* justFin
         Tools ahead;
         double cost = 0;
         for (auto tool = tools.begin(); tool != tools.end(); ++tool) {
-            if (!isShown(*tool) ||
-                (isKnownGround && std::find(drawn_.begin(), drawn_.end(), (*tool)->stamp()) != drawn_.end()))
-                continue;
             const bool isAhead =
                 tool->get() == justFinished || std::find(ahead_.begin(), ahead_.end(), *tool) != ahead_.end();
-            if (isAhead ||
-                (tool >= next && (cost += drawingCost(**tool, ground.size, ground.scale)) <= mainThreadBudget))
-                ahead.push_back(*tool);
+            if ((!isAhead && tool < next) || !isShown(*tool)) continue;
+            if (isKnownGround && std::find(drawn_.begin(), drawn_.end(), (*tool)->stamp()) != drawn_.end()) continue;
+            if (!isAhead && cost <= mainThreadBudget) cost += drawingCost(**tool, ground.size, ground.scale);
+            if (isAhead || cost <= mainThreadBudget) ahead.push_back(*tool);
         }
         std::swap(ahead_, ahead);
         return ahead_ != ahead;
