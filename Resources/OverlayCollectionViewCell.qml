@@ -172,6 +172,22 @@ OverlayCell {
             }
         }
 
+        // Over everything, so that it sees every press; it keeps none.
+        Item {
+            id: watch
+            parent: hud.Window.contentItem
+            anchors.fill: parent
+            z: 100000
+            visible: rates.alpha > 0
+
+            PointHandler {
+                onActiveChanged: {
+                    if (!active) return
+                    const isOn = (item) => item.contains(watch.mapToItem(item, point.position))
+                    if (!isOn(rates) && !isOn(rate)) hud.touchedBesideRates()
+                }
+            }
+        }
         View {
             id: rates
             outlet: "playbackRateSelectorContainerView"

@@ -42,11 +42,12 @@ PlayerCell {
                     }
                     text: {
                         switch (video.status) {
-                        case VideoView.Failed: return qsTr("This clip cannot be shown")
+                        case VideoView.Failed: return qsTr("%1 cannot be shown").arg(video.clipName)
                         case VideoView.Loading: return qsTr("Opening the clip")
                         default: return qsTr("No clip yet")
                         }
                     }
+                    detail: video.failure
                 }
             }
             SketchView {

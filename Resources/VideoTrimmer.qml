@@ -9,8 +9,9 @@ Scene {
     FormSheet {
         id: sheet
 
-        Keys.onEscapePressed: cancelButton.click()
-        Keys.onSpacePressed: playButton.click()
+        // A key that is held down does this once.
+        Keys.onEscapePressed: (event) => { if (!event.isAutoRepeat) cancelButton.click() }
+        Keys.onSpacePressed: (event) => { if (!event.isAutoRepeat) playButton.click() }
 
         Item {
             id: header
@@ -84,7 +85,9 @@ Scene {
                 anchors.centerIn: parent
                 visible: video.status === VideoView.Failed || video.status === VideoView.Loading
                 glyph: video.status === VideoView.Failed ? "film_failed" : "hourglass"
-                text: video.status === VideoView.Failed ? qsTr("This clip cannot be shown") : qsTr("Opening the clip")
+                text: video.status === VideoView.Failed ? qsTr("%1 cannot be shown").arg(video.clipName)
+                                                        : qsTr("Opening the clip")
+                detail: video.failure
             }
             Item {
                 id: mask
@@ -116,11 +119,11 @@ Scene {
                     height: mask.hole.height
                     color: "transparent"
                     border.width: crop.focusVisible ? 2 : 1
-                    border.color: crop.focusVisible ? Theme.accent : Qt.rgba(1, 1, 1, 0.85)
+                    border.color: crop.focusVisible ? Theme.accent : Qt.rgba(1, 1, 1, crop.locked ? 0.35 : 0.85)
 
-                    // Thirds, and corners to take hold of.
+                    // Thirds, and corners to take hold of; neither while nothing can be moved.
                     Repeater {
-                        model: 2
+                        model: crop.locked ? 0 : 2
                         Rectangle {
                             required property int index
                             x: parent.width * (index + 1) / 3
@@ -130,7 +133,7 @@ Scene {
                         }
                     }
                     Repeater {
-                        model: 2
+                        model: crop.locked ? 0 : 2
                         Rectangle {
                             required property int index
                             y: parent.height * (index + 1) / 3
@@ -140,7 +143,7 @@ Scene {
                         }
                     }
                     Repeater {
-                        model: crop.free ? 4 : 0
+                        model: crop.free && !crop.locked ? 4 : 0
                         Item {
                             id: corner
                             required property int index
@@ -288,6 +291,7 @@ Scene {
                 }
                 Item {
                     id: bar
+                    objectName: "positionBar"
                     x: trimmer.positionX - width / 2
                     width: 7
                     height: parent.height
@@ -298,8 +302,13 @@ Scene {
                     Accessible.name: qsTr("Where it plays")
                     Accessible.onIncreaseAction: trimmer.nudge(TrimmerView.Position, 1)
                     Accessible.onDecreaseAction: trimmer.nudge(TrimmerView.Position, -1)
-                    Keys.onLeftPressed: trimmer.nudge(TrimmerView.Position, -1)
-                    Keys.onRightPressed: trimmer.nudge(TrimmerView.Position, 1)
+                    Keys.onPressed: (event) => {
+                        const frames = (event.modifiers & Qt.ShiftModifier) ? 10 : 1
+                        if (event.key === Qt.Key_Left || event.key === Qt.Key_Right) {
+                            trimmer.nudge(TrimmerView.Position, event.key === Qt.Key_Left ? -frames : frames)
+                            event.accepted = true
+                        }
+                    }
 
                     Rectangle {
                         anchors.fill: parent

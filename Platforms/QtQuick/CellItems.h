@@ -33,6 +33,12 @@ class HUDViewItem : public ViewItem {
 public:
     explicit HUDViewItem(QQuickItem* parent = nullptr)
         : ViewItem(std::make_shared<PlayerCollectionViewCellHUDView>(), parent) {}
+
+    /// A press has come down anywhere but on the panel of rates and the button that opens it.
+    Q_INVOKABLE void touchedBesideRates() {
+        const auto* hud = static_cast<const PlayerCollectionViewCellHUDView*>(view());
+        if (hud && hud->didTouchBesideRates) hud->didTouchBesideRates();
+    }
 };
 
 }  // namespace videoanalysis

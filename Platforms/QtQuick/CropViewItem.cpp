@@ -12,8 +12,8 @@
 namespace videoanalysis {
 namespace {
 
-constexpr double cornerReach = 28;   // points
-constexpr double keyMove = 8;        // points
+constexpr double cornerReach = 28;  // points
+constexpr double keyMove = 8;       // points
 constexpr double keyZoom = 1.1;
 constexpr double wheelZoom = 1.001;  // for each of the wheel's units, 120 a notch
 
@@ -38,7 +38,7 @@ void CropViewItem::viewDidChange(ui::View& view, ui::Property property) {
         ViewItem::viewDidChange(view, property);
         return;
     }
-    setActiveFocusOnTab(isCropping());
+    setActiveFocusOnTab(isCropping() && !isLocked());
     Q_EMIT changed();
 }
 

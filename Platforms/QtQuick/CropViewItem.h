@@ -20,6 +20,8 @@ class CropViewItem : public ViewItem {
     Q_PROPERTY(bool cropping READ isCropping NOTIFY changed)
     /// The mask's corners can be moved.
     Q_PROPERTY(bool free READ isFree NOTIFY changed)
+    /// Nothing can be moved.
+    Q_PROPERTY(bool locked READ isLocked NOTIFY changed)
     Q_PROPERTY(bool focusVisible READ isFocusVisible NOTIFY focusVisibleChanged)
 
 public:
@@ -29,6 +31,7 @@ public:
     QRectF maskRect() const;
     bool isCropping() const { return crop() && crop()->isCropping(); }
     bool isFree() const { return crop() && crop()->aspect() == CropView::Aspect::free; }
+    bool isLocked() const { return crop() && crop()->isLocked(); }
     bool isFocusVisible() const { return isFocusVisible_; }
 
     void viewDidChange(ui::View& view, ui::Property property) override;

@@ -139,6 +139,7 @@ std::optional<ui::KeyPress> keyPress(const QKeyEvent& event) {
             case Qt::Key_F: return ui::Key::f;
             case Qt::Key_BracketLeft: return ui::Key::leftBracket;
             case Qt::Key_BracketRight: return ui::Key::rightBracket;
+            case Qt::Key_Escape: return ui::Key::escape;
             default: return std::nullopt;
         }
     };

@@ -14,6 +14,8 @@
 namespace videoanalysis {
 namespace {
 
+constexpr int brokenOffMilliseconds = 4000;  // long enough to read a short line twice
+
 /// Hands the bitmap over to an image, without a copy of the pixels.
 QImage opaqueImage(Bitmap bitmap) {
     auto* owned = new Bitmap(std::move(bitmap));
@@ -27,6 +29,12 @@ QImage opaqueImage(Bitmap bitmap) {
 VideoViewItem::VideoViewItem(QQuickItem* parent) : ViewItem(std::make_shared<VideoView>(), parent) {
     setFlag(ItemHasContents);
     videoView()->playerLayer().changeObserver = [this] { followLayer(); };
+    brokenOffTimer_.setSingleShot(true);
+    brokenOffTimer_.setInterval(brokenOffMilliseconds);
+    brokenOffTimer_.callOnTimeout(this, [this] {
+        hasBrokenOff_ = false;
+        updateStatus();
+    });
 }
 
 VideoViewItem::~VideoViewItem() {
@@ -44,17 +52,36 @@ void VideoViewItem::followLayer() {
     frameObservation_.reset();
     itemObservation_.reset();
     if (player_) {
-        frameObservation_ = player_->observeFrame([this] {
-            update();
-            if (status_ != Status::Ready) updateStatus();
-        });
+        frameObservation_ = player_->observeFrame([this] { frameDidChange(); });
         itemObservation_ = player_->currentItem()->observe([this](media::PlayerItem::Event event) {
-            if (event == media::PlayerItem::Event::failedToPlayToEnd) hasBrokenOff_ = true;
+            if (event == media::PlayerItem::Event::failedToPlayToEnd) breakOff();
             updateStatus();
             update();  // the picture's place depends on its size, which is known by now
         });
     }
     updateStatus();
+}
+
+QString VideoViewItem::clipName() const {
+    return videoView() ? QString::fromStdString(videoView()->clipName()) : QString();
+}
+
+QString VideoViewItem::failure() const {
+    return videoView() ? QString::fromStdString(videoView()->failureReason()) : QString();
+}
+
+void VideoViewItem::frameDidChange() {
+    update();
+    const auto frame = player_->currentFrame();
+    if (hasBrokenOff_ && frame && frame->index() != brokenOffFrame_) hasBrokenOff_ = false;
+    if (status_ != Status::Ready) updateStatus();
+}
+
+void VideoViewItem::breakOff() {
+    const auto frame = player_->currentFrame();
+    brokenOffFrame_ = frame ? frame->index() : 0;
+    hasBrokenOff_ = true;
+    brokenOffTimer_.start();
 }
 
 void VideoViewItem::updateStatus() {

@@ -4,6 +4,9 @@
 
 #include "Platforms/QtQuick/ViewItem.h"
 
+#include <QTimer>
+
+#include <cstdint>
 #include <memory>
 
 namespace videoanalysis {
@@ -18,6 +21,10 @@ class VideoFrame;
 class VideoViewItem : public ViewItem {
     Q_OBJECT
     Q_PROPERTY(Status status READ status NOTIFY statusChanged)
+    /// The clip's file name, without the folder.
+    Q_PROPERTY(QString clipName READ clipName NOTIFY statusChanged)
+    /// Why the clip cannot be shown, one line; empty for one that can.
+    Q_PROPERTY(QString failure READ failure NOTIFY statusChanged)
     /// How much larger than its own size the item is shown, 1 or more.
     Q_PROPERTY(double zoom READ zoom WRITE setZoom NOTIFY zoomChanged)
 
@@ -27,8 +34,10 @@ public:
         Empty,    ///< no clip
         Loading,  ///< a clip whose first picture is not there yet
         Ready,
-        Failed,     ///< the clip cannot be read
-        BrokenOff,  ///< playback has come to a point where the clip cannot be read any further
+        Failed,  ///< the clip cannot be read
+        /// Playback has just come to a point where the clip cannot be read any further. Over when another frame is shown,
+        /// and after a few seconds.
+        BrokenOff,
     };
     Q_ENUM(Status)
 
@@ -36,6 +45,8 @@ public:
     ~VideoViewItem() override;
 
     Status status() const { return status_; }
+    QString clipName() const;
+    QString failure() const;
     double zoom() const { return zoom_; }
     void setZoom(double zoom);
 
@@ -54,6 +65,8 @@ private:
     VideoView* videoView() const;
     void followLayer();
     void updateStatus();
+    void frameDidChange();
+    void breakOff();
     QSize sizeForZoom(const media::VideoFrame& frame, QSize unzoomed) const;
 
     std::shared_ptr<media::Player> player_;
@@ -61,6 +74,8 @@ private:
     std::shared_ptr<void> itemObservation_;
     Status status_ = Status::Empty;
     bool hasBrokenOff_ = false;
+    std::int64_t brokenOffFrame_ = 0;  // the frame that is shown where the clip has broken off
+    QTimer brokenOffTimer_;
     double zoom_ = 1;
 
     /// What the texture shows, so that the same picture is not scaled twice.

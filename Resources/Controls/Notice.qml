@@ -1,4 +1,4 @@
-// A quiet picture that stands where there is no video: a glyph and one short line.
+// A quiet picture that stands where there is no video: a glyph, one short line, and the reason where there is one.
 import QtQuick
 import VideoAnalysis
 
@@ -7,6 +7,7 @@ Item {
 
     property string glyph
     property alias text: line.text
+    property alias detail: reason.text
 
     implicitWidth: Math.min(parent ? parent.width - 48 : 280, 280)
     implicitHeight: column.implicitHeight
@@ -29,9 +30,25 @@ Item {
             width: parent.width
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.Wrap
+            maximumLineCount: 3
+            elide: Text.ElideRight
+            textFormat: Text.PlainText
             color: Theme.ink
             opacity: 0.7
             font.pixelSize: 15
+        }
+        Text {
+            id: reason
+            width: parent.width
+            visible: text.length > 0
+            horizontalAlignment: Text.AlignHCenter
+            wrapMode: Text.Wrap
+            maximumLineCount: 3
+            elide: Text.ElideRight
+            textFormat: Text.PlainText
+            color: Theme.ink
+            opacity: 0.55
+            font.pixelSize: 13
         }
     }
 }

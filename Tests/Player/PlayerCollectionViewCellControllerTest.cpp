@@ -67,6 +67,175 @@ TEST_F(PlayerControllerTest, TheLockAddressesEveryPlayer) {
     EXPECT_EQ(playerOf(1).rate(), 0.0F);
 }
 
+TEST_F(PlayerControllerTest, LockedEveryControlAndKeyAddressesEveryPlayer) {
+    for (std::size_t i : {0U, 1U}) playerOf(i).currentItem()->step(20);
+    store().dispatch(SetPlaybackLockStateAction(true));
+    platform->drainMainQueue();
+    const auto expectRates = [&](float rate) {
+        platform->drainMainQueue();
+        EXPECT_EQ(local(0).playbackRate, rate);
+        EXPECT_EQ(local(1).playbackRate, rate);
+    };
+    tap(hudOf(1).rewindButton);
+    EXPECT_EQ(frameOf(0), 19);
+    EXPECT_EQ(frameOf(1), 19);
+    tap(hudOf(1).videoPlaybackSpeedButtons[2]);
+    expectRates(0.5F);
+    screen()->keyPressed({ui::Key::rightBracket, false, false});
+    expectRates(0.75F);
+    screen()->keyPressed({ui::Key::leftBracket, false, false});
+    expectRates(0.5F);
+    hudOf(1).seekbar.lock()->setValue(0.5F);
+    hudOf(1).seekbar.lock()->sendActions(ui::ControlEvent::valueChanged);
+    EXPECT_EQ(frameOf(0), 25);
+    EXPECT_EQ(frameOf(1), 25);
+    screen()->keyPressed({ui::Key::space, false, false});
+    platform->drainMainQueue();
+    EXPECT_TRUE(local(0).isMediaPlaying && local(1).isMediaPlaying);
+
+    store().dispatch(SetPlaybackLockStateAction(false));
+    screen()->keyPressed({ui::Key::leftBracket, false, false});
+    platform->drainMainQueue();
+    EXPECT_EQ(local(0).playbackRate, 0.5F) << "unlocked, only the one touched last";
+    EXPECT_EQ(local(1).playbackRate, 0.25F);
+}
+
+TEST_F(PlayerControllerTest, ASeekPausesAndShowsExactlyItsFrame) {
+    tap(hudOf(0).playPauseButton);
+    platform->advance(0.35);
+    ASSERT_EQ(playerOf(0).rate(), 1.0F);
+    store().dispatch(CellVideoSeekToTimeAction({}, {}, media::Time(25, 10), 0));
+    EXPECT_EQ(playerOf(0).rate(), 0.0F) << "at once";
+    platform->drainMainQueue();
+    EXPECT_FALSE(local(0).isMediaPlaying);
+    EXPECT_EQ(image(hudOf(0).playPauseButton), "play.fill");
+    platform->advance(1);
+    EXPECT_EQ(frameOf(0), 25);
+}
+
+TEST_F(PlayerControllerTest, AClipThatBreaksOffStaysPausedWhereItIs) {
+    tap(hudOf(0).playPauseButton);
+    platform->advance(0.55);
+    HeadlessPlayer& player = playerOf(0);
+    auto& item = dynamic_cast<HeadlessItem&>(*player.currentItem());
+    int starts = 0;
+    const auto token = player.observeRate([&] { starts += player.rate() > 0 ? 1 : 0; });
+    // The engine has stopped; a state that comes before it says why does not start it again.
+    player.pause();
+    players()[0]->localStore->dispatch(PlayerController::UndoAction(!local(0).canUndo));
+    platform->drainMainQueue();
+    item.post(media::PlayerItem::Event::failedToPlayToEnd);
+    platform->advance(1);
+    EXPECT_EQ(starts, 0);
+    EXPECT_FALSE(local(0).isMediaPlaying);
+    EXPECT_EQ(image(hudOf(0).playPauseButton), "play.fill");
+    EXPECT_EQ(frameOf(0), 5) << "it seeks nowhere";
+
+    // Elsewhere it plays on, and what stops it again is heard again.
+    tap(hudOf(0).playPauseButton);
+    platform->advance(0.35);
+    EXPECT_GE(frameOf(0), 8);
+    item.post(media::PlayerItem::Event::failedToPlayToEnd);
+    platform->advance(0.5);
+    EXPECT_FALSE(local(0).isMediaPlaying);
+    EXPECT_EQ(player.rate(), 0.0F);
+    // Pressed twice before the states have arrived, play is play.
+    tap(hudOf(0).playPauseButton);
+    tap(hudOf(0).forwardButton);
+    tap(hudOf(0).playPauseButton);
+    platform->drainMainQueue();
+    EXPECT_EQ(player.rate(), 1.0F);
+
+    // As an end does, it stops all locked players.
+    store().dispatch(SetPlaybackLockStateAction(true));
+    store().dispatch(SetCellVideoPlayingStateAction(true, {}));
+    platform->drainMainQueue();
+    item.post(media::PlayerItem::Event::failedToPlayToEnd);
+    platform->drainMainQueue();
+    EXPECT_EQ(playerOf(1).rate(), 0.0F);
+}
+
+TEST_F(PlayerControllerTest, AFailedClipTakesNoStrokesAndDoesNotPlay) {
+    store().dispatch(UpdateMediaAction(0, {URL("file:///folder/lost%20clip.mp4"), {}}));
+    platform->drainMainQueue();
+    tap(hudOf(0).playPauseButton);
+    platform->advance(1);
+    const auto video = players()[0]->cell()->playerView.lock();
+    EXPECT_EQ(video->clipName(), "lost clip.mp4");
+    EXPECT_FALSE(video->failureReason().empty());
+    EXPECT_FALSE(local(0).isMediaPlaying) << "pressed before the failure was known or after it";
+    tap(hudOf(0).playPauseButton);
+    screen()->keyPressed({ui::Key::space, false, false});
+    platform->drainMainQueue();
+    EXPECT_FALSE(local(0).isMediaPlaying);
+    EXPECT_EQ(image(hudOf(0).playPauseButton), "play.fill");
+    const Rect whole = sketchOf(0).frame();
+    drag(0, {whole.center(), {whole.midX() + 50, whole.midY()}});
+    EXPECT_FALSE(sketchOf(0).canUndoAll());
+
+    // Locked, the last player's button is that of all players, whatever has become of its own clip.
+    store().dispatch(UpdateMediaAction(0, clip("c", {50, {1, 10}, {640, 360}})));
+    store().dispatch(UpdateMediaAction(1, {URL("file:///lost.mp4"), {}}));
+    store().dispatch(SetPlaybackLockStateAction(true));
+    platform->advance(1);
+    EXPECT_TRUE(players()[0]->cell()->playerView.lock()->failureReason().empty());
+    tap(hudOf(1).playPauseButton);
+    platform->drainMainQueue();
+    EXPECT_EQ(playerOf(0).rate(), 1.0F);
+    tap(hudOf(1).playPauseButton);
+    platform->drainMainQueue();
+    EXPECT_EQ(playerOf(0).rate(), 0.0F);
+}
+
+TEST_F(PlayerControllerTest, ThePanelOfRatesClosesWithTheControlsEscapeAndATouchElsewhere) {
+    const auto panel = [&](std::size_t index) { return hudOf(index).playbackRateSelectorContainerView.lock(); };
+    const auto open = [&] {
+        for (std::size_t i : {0U, 1U}) tap(hudOf(i).videoPlayRateSelectorButton);
+        EXPECT_EQ(panel(0)->alpha() + panel(1)->alpha(), 2);
+    };
+    open();
+    store().dispatch(SetHUDVisibleAction(false));
+    platform->drainMainQueue();
+    EXPECT_EQ(panel(0)->alpha() + panel(1)->alpha(), 0);
+    store().dispatch(SetHUDVisibleAction(true));
+    platform->drainMainQueue();
+    EXPECT_EQ(panel(0)->alpha(), 0);
+
+    open();
+    EXPECT_TRUE(screen()->keyPressed({ui::Key::escape, false, false}));
+    EXPECT_EQ(panel(0)->alpha() + panel(1)->alpha(), 0);
+    EXPECT_FALSE(screen()->keyPressed({ui::Key::escape, false, false})) << "there is nothing to close";
+
+    open();
+    hudOf(0).didTouchBesideRates();
+    EXPECT_EQ(panel(0)->alpha(), 0);
+    EXPECT_EQ(panel(1)->alpha(), 1);
+    // The lock takes the button of the first one away.
+    tap(hudOf(0).videoPlayRateSelectorButton);
+    store().dispatch(SetPlaybackLockStateAction(true));
+    platform->drainMainQueue();
+    EXPECT_EQ(panel(0)->alpha(), 0);
+}
+
+TEST_F(PlayerControllerTest, ALongPressAndARateAreTouches) {
+    const auto pressF = [&] {
+        const auto before = std::pair(local(0).contentModeIndex, local(1).contentModeIndex);
+        screen()->keyPressed({ui::Key::f, false, false});
+        platform->drainMainQueue();
+        return local(0).contentModeIndex != before.first ? 0 : local(1).contentModeIndex != before.second ? 1 : -1;
+    };
+    tap(hudOf(0).forwardButton);
+    EXPECT_EQ(pressF(), 0);
+    tap(hudOf(1).videoPlaybackSpeedButtons[0]);
+    EXPECT_EQ(pressF(), 1);
+    const auto press = hudOf(0).rewindButton.lock()->longPressGestureRecognizer;
+    press->update(ui::GestureState::began, {});
+    EXPECT_EQ(pressF(), 0);
+    tap(hudOf(1).forwardButton);
+    press->update(ui::GestureState::ended, {});
+    EXPECT_EQ(pressF(), 1) << "its end is no new touch";
+}
+
 TEST_F(PlayerControllerTest, ALongPressRepeatsUntilItEnds) {
     const auto press = hudOf(0).forwardButton.lock()->longPressGestureRecognizer;
     press->update(ui::GestureState::began, {});
@@ -132,6 +301,11 @@ TEST_F(PlayerControllerTest, TheSeekBarFollowsPlaybackAndNeverFightsTheFinger) {
     playerOf(0).currentItem()->step(4);
     platform->drainMainQueue();
     EXPECT_FLOAT_EQ(slider->value(), 0.6F);
+    slider->sendActions(ui::ControlEvent::touchDown);
+    slider->sendActions(ui::ControlEvent::touchUpOutside);
+    playerOf(0).currentItem()->step(1);
+    platform->drainMainQueue();
+    EXPECT_FLOAT_EQ(slider->value(), 0.62F) << "a finger that leaves the bar lets go of it as well";
     slider->setValue(1);
     slider->sendActions(ui::ControlEvent::valueChanged);
     EXPECT_EQ(frameOf(0), 49) << "the end of the bar is the last frame";
@@ -281,9 +455,14 @@ TEST_F(PlayerControllerTest, KeysReachTheRightPlayersAndNothingElse) {
 
 TEST_F(PlayerControllerTest, TheObserverTicksOncePerFrameOrOncePerSecond) {
     EXPECT_EQ(playerOf(0).timeObserverIntervals(), std::vector{media::Time(1, 10)});
+    dynamic_cast<HeadlessItem&>(*playerOf(0).currentItem()).post(media::PlayerItem::Event::statusChanged);
+    platform->drainMainQueue();
+    EXPECT_EQ(playerOf(0).timeObserverCount(), 1U) << "ready again, the first observer goes";
+    const auto former = players()[0]->cell()->playerView.lock()->player();
     store().dispatch(UpdateMediaAction(0, {URL("file:///missing"), {}}));
     platform->advance(1);
     EXPECT_EQ(playerOf(0).timeObserverCount(), 0U) << "a clip that fails is not observed";
+    EXPECT_EQ(dynamic_cast<HeadlessPlayer&>(*former).timeObserverCount(), 0U);
     EXPECT_EQ(hudOf(0).positionLabel.lock()->text(), "");
     tap(hudOf(0).forwardButton);
     tap(hudOf(1).forwardButton);
@@ -345,8 +524,10 @@ protected:
     struct Listener : VideoViewDelegate {
         int ready = 0;
         int finished = 0;
+        int brokenOff = 0;
         void playerReadyToPlayFor(VideoView&) override { ++ready; }
         void playbackDidFinishFor(VideoView&) override { ++finished; }
+        void playbackDidBreakOffFor(VideoView&) override { ++brokenOff; }
     };
     void open(VideoView::Repeat repeat) {
         view->setRepeat(repeat);
@@ -388,9 +569,13 @@ TEST_F(VideoViewTest, ALoopGoesOnAndResumesAfterAStall) {
 TEST_F(VideoViewTest, AFailureAndANewClipEndTheObservations) {
     open(VideoView::Repeat::loop);
     view->player()->play();
+    platform->advance(0.25);
     dynamic_cast<HeadlessItem&>(*player().currentItem()).post(media::PlayerItem::Event::failedToPlayToEnd);
     platform->drainMainQueue();
     EXPECT_EQ(player().rate(), 0.0F);
+    EXPECT_EQ(player().currentFrame()->index(), 2);
+    EXPECT_EQ(listener->brokenOff, 1);
+    EXPECT_EQ(listener->finished, 0);
     open(VideoView::Repeat::once);
     EXPECT_EQ(listener->ready, 2);
     view->setURL({});

@@ -1,7 +1,15 @@
 #include "QtQuick/OpenScreen.h"
 
+#include "Platforms/QtQuick/VideoViewItem.h"
+#include "VideoAnalysis/Analysis/Actions.h"
 #include "VideoAnalysis/Platform/Media.h"
+#include "VideoAnalysis/Player/PlayerCollectionViewCellController.h"
+#include "VideoAnalysis/Screen/MainViewController.h"
+#include "VideoAnalysis/Screen/PlayersManager.h"
 
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
 #include <QtTest/QTest>
 
 namespace videoanalysis {
@@ -84,6 +92,41 @@ TEST_F(PlaybackTest, ARateIsChosenInAPanelThatTakesNoPressesWhileItIsAway) {
     EXPECT_TRUE(screen->wait([&] { return screen->player(0)->rate() == 0.5F; }));
 }
 
+TEST_F(PlaybackTest, ThePanelOfRatesClosesWhenAnythingElseIsTouched) {
+    const auto open = [&] {
+        ASSERT_TRUE(screen->click("videoPlayRateSelectorButton", 0));
+        ASSERT_TRUE(screen->wait([&] { return screen->items("videoPlaybackSpeedButtons").size() == 7; }));
+    };
+    const auto closes = [&] {
+        return screen->wait([&] { return screen->items("videoPlaybackSpeedButtons").empty(); });
+    };
+    open();
+    save(QStringLiteral("rates.png"));
+    screen->drawWithMouse(stroke(1, 0.5));
+    EXPECT_TRUE(closes());
+    EXPECT_TRUE(isInked(1, 0.5, 0.5)) << "the touch does what it does besides";
+    open();
+    screen->drawWithTouch(stroke(0, 0.3));
+    EXPECT_TRUE(closes());
+    EXPECT_TRUE(isInked(0, 0.5, 0.3));
+    open();
+    ASSERT_TRUE(screen->click("forwardButton", 0));
+    EXPECT_TRUE(closes());
+    waitForFrame(0, 1);
+    open();
+    QTest::keyClick(&host->window(), Qt::Key_Escape);
+    EXPECT_TRUE(closes());
+    open();
+    ASSERT_TRUE(screen->click("videoPlayRateSelectorButton", 0));
+    EXPECT_TRUE(closes()) << "its own button closes it";
+    open();
+    screen->clickAt(at(0, 0.5, 0.3));  // hides all controls
+    EXPECT_TRUE(closes());
+    screen->clickAt(at(0, 0.5, 0.3));
+    EXPECT_TRUE(screen->wait([&] { return screen->item("forwardButton", 0) != nullptr; }));
+    EXPECT_TRUE(closes()) << "with the controls it does not come back";
+}
+
 TEST_F(PlaybackTest, TheKeyboardReachesTheControls) {
     QQuickItem* forward = screen->item("forwardButton", 0);
     forward->forceActiveFocus(Qt::TabFocusReason);
@@ -125,8 +168,8 @@ TEST_F(PlaybackTest, KeysDoWhatTheControlsOfThePlayerTouchedLastDo) {
     const QRectF fitted = screen->pictureOf(1);
     press(Qt::Key_F);
     EXPECT_TRUE(screen->wait([&] { return screen->pictureOf(1).height() > fitted.height() * 1.5; }));
-    for (const auto& [key, rate] : {std::pair{Qt::Key_BracketLeft, "0.75x"}, {Qt::Key_BracketLeft, "0.5x"},
-                                    {Qt::Key_BracketRight, "0.75x"}}) {
+    for (const auto& [key, rate] :
+         {std::pair{Qt::Key_BracketLeft, "0.75x"}, {Qt::Key_BracketLeft, "0.5x"}, {Qt::Key_BracketRight, "0.75x"}}) {
         press(key);
         EXPECT_TRUE(screen->wait([&] {
             return screen->item("videoPlayRateSelectorButton", 1)->property("title").toString() == QLatin1String(rate);
@@ -158,7 +201,12 @@ TEST_F(PlaybackTest, TheFillModeChangesThePictureNotItsNeighbour) {
     EXPECT_NE(after.pixelColor(320, 150), before.pixelColor(320, 150)) << "what was empty above the picture is filled";
 }
 
-class BrokenClipTest : public OpenScreen {};
+class BrokenClipTest : public OpenScreen {
+protected:
+    static PlayerCollectionViewCellController& controller() {
+        return *mainStore().state().mainViewController()->playersManager()->cellControllers.at(0);
+    }
+};
 
 TEST_F(BrokenClipTest, AClipThatCannotBeReadIsReportedOnceAndLeavesTheOtherAlone) {
     for (const char* name : {"text.mp4", "empty.mp4", "audio-only.mp4", "missing.mp4"}) {
@@ -176,6 +224,18 @@ TEST_F(BrokenClipTest, AClipThatCannotBeReadIsReportedOnceAndLeavesTheOtherAlone
             for (int x = middle.left(); x <= middle.right(); ++x) bright += window.pixelColor(x, y).lightness() > 100;
         }
         EXPECT_GT(bright, 200);
+        const QQuickItem* video = screen->item("playerView", 0);
+        EXPECT_EQ(video->property("clipName").toString(), QLatin1String(name));
+        EXPECT_FALSE(video->property("failure").toString().isEmpty());
+        EXPECT_FALSE(video->property("failure").toString().contains(QLatin1Char('/'))) << "the reason, not the place";
+        save(QStringLiteral("failed-%1.png").arg(QLatin1String(name)));
+        // It takes no strokes and does not play.
+        const QRectF cell = host::ScreenDriver::rectOf(video);
+        screen->drawWithMouse({cell.center(), cell.center() + QPointF(90, 40)});
+        ASSERT_TRUE(screen->click("playPauseButton", 0));
+        settle();
+        EXPECT_FALSE(controller().localStore->state().canUndo);
+        EXPECT_FALSE(controller().localStore->state().isMediaPlaying);
         ASSERT_TRUE(screen->click("forwardButton", 1));
         waitForFrame(1, 1);
         EXPECT_EQ(shownFrame(1), 1);
@@ -198,6 +258,35 @@ TEST_F(BrokenClipTest, AClipThatBreaksOffIsReportedOnceAndPlaysAsFarAsItGoes) {
     // The very last packet may be cut in half, and its picture then shows what the one before showed.
     EXPECT_NEAR(static_cast<double>(shownFrame(0)), static_cast<double>(*screen->frameIndex(0)), 1);
     EXPECT_EQ(reports.size(), 1);
+}
+
+TEST_F(BrokenClipTest, WhereAClipCannotBeReadAnyFurtherPlaybackPausesAndSaysSoForAWhile) {
+    const QTemporaryDir folder;
+    const QString file = folder.filePath(QStringLiteral("shrinking.mp4"));
+    ASSERT_TRUE(QFile::copy(clip("gop250.mp4"), file));
+    open({file});
+    ASSERT_TRUE(QFile::resize(file, QFileInfo(file).size() / 2));
+    const auto isBrokenOff = [&] {
+        return screen->item("playerView")->property("status").toInt() ==
+               static_cast<int>(VideoViewItem::Status::BrokenOff);
+    };
+    const auto playToTheBreak = [&] {
+        ASSERT_TRUE(screen->click("playPauseButton"));
+        ASSERT_TRUE(screen->wait([&] { return isBrokenOff(); }, 20000));
+        const std::int64_t frame = *screen->frameIndex(0);
+        settle();
+        EXPECT_FALSE(controller().localStore->state().isMediaPlaying);
+        EXPECT_EQ(screen->player(0)->rate(), 0);
+        EXPECT_EQ(screen->frameIndex(0), frame) << "it seeks nowhere";
+        EXPECT_TRUE(isBrokenOff());
+    };
+    controller().localStore->dispatch(PlayerCollectionViewCellController::SetCellVideoPlaybackRateAction(4));
+    playToTheBreak();
+    save(QStringLiteral("broken-off.png"));
+    ASSERT_TRUE(screen->click("rewindButton"));
+    EXPECT_TRUE(screen->wait([&] { return !isBrokenOff(); })) << "another frame is shown";
+    playToTheBreak();
+    EXPECT_TRUE(screen->wait([&] { return !isBrokenOff(); }));
 }
 
 }  // namespace

@@ -5,6 +5,8 @@
 #include "QtQuick/OpenScreen.h"
 #include "Support/FrameNumber.h"
 #include "VideoAnalysis/Analysis/Actions.h"
+#include "VideoAnalysis/Player/VideoView.h"
+#include "VideoAnalysis/Trimming/TrimmerView.h"
 
 #include <QDir>
 #include <QTest>
@@ -28,6 +30,10 @@ protected:
     }
     CropViewItem* crop() const { return qobject_cast<CropViewItem*>(screen->item(QStringLiteral("cropView"))); }
     bool isOpen() const { return trimmer() != nullptr; }
+    void leave() {
+        ASSERT_TRUE(screen->click(QStringLiteral("cancelButton")));
+        ASSERT_TRUE(screen->wait([&] { return !isOpen(); }));
+    }
 
     QPointF inRow(double x) const {
         const QRectF rect = host::ScreenDriver::rectOf(trimmer());
@@ -101,6 +107,62 @@ TEST_F(TrimScreen, TheKeyboardAloneTrimsAndEscapeLeaves) {
     EXPECT_TRUE(screen->wait([&] { return !isOpen(); }));
     EXPECT_EQ(screen->playerCount(), 1U);
     EXPECT_NEAR(screen->player(0)->currentItem()->duration().seconds(), 4, 0.001);
+}
+
+TEST_F(TrimScreen, OneKeyPressIsOneFrameWhereTheRateVaries) {
+    openTrimmer({clip("variable.mp4")});
+    ASSERT_TRUE(screen->click(QStringLiteral("playButton"), 0));  // pauses
+    QTest::keyClick(&host->window(), Qt::Key_Tab);
+    const auto focusOn = [&](const QString& name) {
+        for (int tab = 0; tab < 40; ++tab) {
+            const QQuickItem* item = host->window().activeFocusItem();
+            if (item && item->objectName() == name) return true;
+            QTest::keyClick(&host->window(), Qt::Key_Tab);
+        }
+        return false;
+    };
+    ASSERT_TRUE(focusOn(QStringLiteral("positionBar")));
+    for (int press = 0; press < 130; ++press) QTest::keyClick(&host->window(), Qt::Key_Left);
+    EXPECT_TRUE(screen->wait([&] { return shownNumber() == 0; })) << shownNumber();
+    // Faster than pictures come, and after a while at rest.
+    for (int press = 1; press <= 60; ++press) {
+        QTest::keyClick(&host->window(), Qt::Key_Right);
+        if (press % 7 == 0) screen->wait(1);
+    }
+    EXPECT_TRUE(screen->wait([&] { return shownNumber() == 60; })) << shownNumber();
+    for (int number = 61; number <= 66; ++number) {
+        QTest::keyClick(&host->window(), Qt::Key_Right);
+        EXPECT_TRUE(screen->wait([&] { return shownNumber() == number; })) << shownNumber();
+    }
+    QTest::keyClick(&host->window(), Qt::Key_Left, Qt::ShiftModifier);
+    EXPECT_TRUE(screen->wait([&] { return shownNumber() == 56; })) << shownNumber();
+    leave();
+}
+
+TEST_F(TrimScreen, TheLoopNeverShowsTheFrameAfterTheCut) {
+    openTrimmer({clip("gop250.mp4")});
+    ASSERT_TRUE(screen->click(QStringLiteral("playButton"), 0));  // pauses
+    auto* view = static_cast<TrimmerView*>(trimmer()->view());
+    view->setEnd(6);
+    view->setStart(5);
+    const auto player =
+        static_cast<VideoView*>(static_cast<ViewItem*>(screen->item(QStringLiteral("videoView")))->view())->player();
+    ASSERT_TRUE(player);
+    std::vector<std::int64_t> shown;
+    ASSERT_TRUE(screen->click(QStringLiteral("playButton"), 0));
+    ASSERT_TRUE(screen->wait([&] { return player->currentFrame()->index() >= 150; }));
+    const auto token = player->observeFrame([&] { shown.push_back(player->currentFrame()->index()); });
+    const auto rounds = [&] {
+        int count = 0;
+        for (std::size_t i = 1; i < shown.size(); ++i) count += shown[i] < shown[i - 1] ? 1 : 0;
+        return count;
+    };
+    ASSERT_TRUE(screen->wait([&] { return rounds() >= 2; }, 20000));
+    for (const std::int64_t frame : shown) {
+        EXPECT_GE(frame, 150);
+        EXPECT_LE(frame, 179);
+    }
+    leave();
 }
 
 TEST_F(TrimScreen, TheMaskIsFilledWithThePartThatIsSaved) {
@@ -192,6 +254,12 @@ TEST_F(TrimScreen, ASaveShowsItsProgressAndCanBeCancelled) {
     EXPECT_LT(crop()->maskRect().width(), crop()->pictureRect().width());
     ASSERT_TRUE(screen->click(QStringLiteral("saveButton")));
     ASSERT_TRUE(screen->wait([&] { return screen->item(QStringLiteral("progressView")) != nullptr; }));
+    if (crop()->isLocked()) {  // not over already
+        const QRectF mask = crop()->maskRect();
+        const QPointF middle = host::ScreenDriver::rectOf(crop()).topLeft() + mask.center();
+        screen->drawWithMouse({middle, middle + QPointF(40, 30)});
+        EXPECT_EQ(crop()->maskRect(), mask);
+    }
     save(QStringLiteral("saving.png"));
     ASSERT_TRUE(screen->click(QStringLiteral("cancelButton")));
     EXPECT_TRUE(screen->wait([&] { return screen->item(QStringLiteral("progressView")) == nullptr; }));

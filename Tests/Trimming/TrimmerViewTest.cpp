@@ -1,6 +1,7 @@
-#include "Support/ComponentTest.h"
 #include "VideoAnalysis/Trimming/TrimmerView.h"
+#include "Support/ComponentTest.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -141,6 +142,58 @@ TEST_F(TrimmerViewTest, TheKeyboardMovesByFrames) {
     EXPECT_NEAR(trimmer->end(), 10.04, 1e-9);
     trimmer->nudge(TrimmerView::Part::position, -1);
     EXPECT_NEAR(trimmer->position(), trimmer->start(), 1e-9);
+}
+
+TEST_F(TrimmerViewTest, WhereTheRateVariesEveryPressIsOneFrame) {
+    // 120 frames, each of 33 to 145 ms; times come with the rounding of a player's clock.
+    std::vector<double> times = {0};
+    for (int frame = 0; frame < 120; ++frame) times.push_back(times.back() + 0.0333 + 0.0279 * (frame * frame % 5));
+    const double duration = times.back();
+    const auto frameTime = [&](double time, int count) {
+        const auto after = std::upper_bound(times.begin(), times.end(), std::floor(time * 1e6) * 1e-6);
+        const auto frame = std::clamp<std::ptrdiff_t>(after - times.begin() - 1 + count, 0, 120);
+        return times[static_cast<std::size_t>(frame)];
+    };
+    trimmer->setClip(duration, 0.0333, frameTime);
+    for (std::size_t press = 1; press < 120; ++press) {
+        trimmer->nudge(TrimmerView::Part::position, 1);
+        ASSERT_EQ(trimmer->position(), times[press]);
+    }
+    trimmer->nudge(TrimmerView::Part::position, 1);
+    EXPECT_EQ(trimmer->position(), times[119]) << "after the last frame there is nothing to see";
+    for (std::size_t press = 119; press-- > 0;) {
+        trimmer->nudge(TrimmerView::Part::position, -1);
+        ASSERT_EQ(trimmer->position(), times[press]);
+    }
+    // The handles as well, as far as the minimum duration allows: there they stand where frames meet, too.
+    for (std::size_t press = 1; press < 120; ++press) {
+        trimmer->nudge(TrimmerView::Part::start, 1);
+        ASSERT_EQ(trimmer->start(), duration - times[press] >= 1 ? times[press] : trimmer->start());
+    }
+    EXPECT_TRUE(std::binary_search(times.begin(), times.end(), trimmer->start()));
+    EXPECT_GE(trimmer->end() - trimmer->start(), 1);
+    EXPECT_LT(trimmer->end() - trimmer->start(), 1.15);
+    trimmer->setStart(0);
+    for (std::size_t press = 119; press > 20; --press) {
+        trimmer->nudge(TrimmerView::Part::end, -1);
+        ASSERT_EQ(trimmer->end(), times[press]);
+    }
+    // A finger takes a handle from frame to frame, and the bar not onto the first frame that is left out.
+    drag(trimmer->xOf(0) - 10, trimmer->xOf(times[7]) - 9.5);
+    EXPECT_EQ(trimmer->start(), times[7]);
+    drag(trimmer->xOf(times[14]), 1000);
+    EXPECT_EQ(trimmer->position(), times[20]);
+}
+
+TEST_F(TrimmerViewTest, DisabledInTheMiddleOfADragItStaysAsItIs) {
+    trimmer->beginTracking(10);
+    trimmer->track(60);
+    const double start = trimmer->start();
+    trimmer->setEnabled(false);
+    trimmer->track(200);
+    EXPECT_EQ(trimmer->start(), start);
+    trimmer->endTracking();
+    EXPECT_EQ(trimmer->trackedPart(), TrimmerView::Part::none);
 }
 
 TEST_F(TrimmerViewTest, ThumbnailsFillTheRowAndStandInForEachOther) {

@@ -27,10 +27,10 @@ void GesturedScrollView::handlePan(ui::GestureRecognizer& recognizer) {
     switch (recognizer.state()) {
         case ui::GestureState::began:
             if (didTouch) didTouch();
+            previousLocation.reset();
             if (sketch->bounds().contains(location)) {
-                previousLocation = location;
+                if (!shouldBeginDrawing || shouldBeginDrawing()) previousLocation = location;
             } else {
-                previousLocation.reset();
                 debugLog("touch point is not in sketch view location");
             }
             break;

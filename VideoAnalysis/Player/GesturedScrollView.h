@@ -17,6 +17,8 @@ class GesturedScrollView : public ui::ScrollView {
 public:
     /// The surface that pans draw on.
     std::weak_ptr<SketchView> sketchView;
+    /// Whether a pan that begins now may draw. Empty for always.
+    std::function<bool()> shouldBeginDrawing;
     /// Called before each stroke begins, so that the owner can set up the tool. May be empty.
     std::function<void()> willBeginDrawing;
     /// Called when a stroke has been taken back. May be empty.

@@ -74,6 +74,10 @@ void PlayerCollectionViewCellController::setCell(const std::shared_ptr<PlayerCol
     const std::weak_ptr<PlayerCollectionViewCellController> weak = weak_from_this();
     if (const std::shared_ptr<SketchView> sketch = sketchView()) sketch->sketchViewDelegate = weak;
     if (const auto scroll = cell->playerScrollView.lock()) {
+        scroll->shouldBeginDrawing = [weak] {
+            const auto controller = weak.lock();
+            return controller && !controller->hasFailed();
+        };
         scroll->willBeginDrawing = [weak] {
             if (const auto controller = weak.lock()) controller->setUpTool();
         };
@@ -90,6 +94,7 @@ void PlayerCollectionViewCellController::setCell(const std::shared_ptr<PlayerCol
     if (const std::shared_ptr<VideoView> video = videoView()) {
         video->delegate = weak;
         video->setURL(media_.url);
+        appliedRate_ = 0;
     }
     localStore->subscribe(shared_from_this());  // the views are new: the state so far is delivered once more
 }
@@ -133,8 +138,10 @@ void PlayerCollectionViewCellController::wire(PlayerCollectionViewCellHUDView& v
         const auto button = outlet.lock();
         if (!button) continue;
         button->addAction(ui::ControlEvent::touchUpInside, [weak](ui::Control& sender) {
-            if (const auto controller = weak.lock())
+            if (const auto controller = weak.lock()) {
+                controller->touched();
                 controller->userDidChangePlaybackRate(static_cast<ui::Button&>(sender));
+            }
         });
     }
     const auto onLongPress = [&](const std::weak_ptr<ui::Button>& outlet,
@@ -143,7 +150,10 @@ void PlayerCollectionViewCellController::wire(PlayerCollectionViewCellHUDView& v
         if (!button) return;
         button->longPressGestureRecognizer = std::make_shared<ui::LongPressGestureRecognizer>(button);
         button->longPressGestureRecognizer->setHandler([weak, operation](ui::GestureRecognizer& recognizer) {
-            if (const auto controller = weak.lock()) (*controller.*operation)(recognizer);
+            const auto controller = weak.lock();
+            if (!controller) return;
+            if (recognizer.state() == ui::GestureState::began) controller->touched();
+            (*controller.*operation)(recognizer);
         });
     };
     onLongPress(view.rewindButton, &Self::rewindLongPress);
@@ -164,6 +174,9 @@ void PlayerCollectionViewCellController::wire(PlayerCollectionViewCellHUDView& v
         slider->addAction(ui::ControlEvent::touchUpInside, observe(true));
         slider->addAction(ui::ControlEvent::touchUpOutside, observe(true));
     }
+    view.didTouchBesideRates = [weak] {
+        if (const auto controller = weak.lock()) controller->closeRates();
+    };
 }
 
 void PlayerCollectionViewCellController::unbind() {
@@ -184,6 +197,7 @@ void PlayerCollectionViewCellController::unbind() {
         video->setURL({});
     }
     if (const auto scroll = cell->playerScrollView.lock()) {
+        scroll->shouldBeginDrawing = nullptr;
         scroll->willBeginDrawing = nullptr;
         scroll->didCancelDrawing = nullptr;
         scroll->didTap = nullptr;
@@ -213,9 +227,20 @@ std::optional<std::int64_t> PlayerCollectionViewCellController::addressedIndex()
     return index;
 }
 
-void PlayerCollectionViewCellController::togglePlayingState(ui::Control&) {
-    mainStore().dispatch(
-        videoanalysis::SetCellVideoPlayingStateAction(!localStore->state().isMediaPlaying, addressedIndex()));
+bool PlayerCollectionViewCellController::hasFailed() const {
+    const std::shared_ptr<media::Player> current = player();
+    return current && current->currentItem()->status() == media::ItemStatus::failed;
+}
+
+bool PlayerCollectionViewCellController::canPlay() const {
+    return mainStore().state().mainViewControllerState.isMediaPlaybackLocked || !hasFailed();
+}
+
+void PlayerCollectionViewCellController::togglePlayingState(ui::Control&) { togglePlaying(); }
+
+void PlayerCollectionViewCellController::togglePlaying() {
+    const bool isPlaying = !localStore->state().isMediaPlaying && canPlay();
+    mainStore().dispatch(videoanalysis::SetCellVideoPlayingStateAction(isPlaying, addressedIndex()));
 }
 
 void PlayerCollectionViewCellController::rewind(ui::Control&) {
@@ -314,7 +339,11 @@ void PlayerCollectionViewCellController::edit(ui::Control&) {
     trimmer->delegate = shared_from_this();
     trimmer->url = media_.url;
     trimmer->setModalPresentationStyle(ui::ModalPresentationStyle::formSheet);
-    if (const auto presenter = presenteeViewController.lock()) presenter->present(trimmer, true, {});
+    const auto presenter = presenteeViewController.lock();
+    if (!presenter) return;
+    // What lies below is neither seen nor meant to be heard.
+    mainStore().dispatch(videoanalysis::SetCellVideoPlayingStateAction(false, {}));
+    presenter->present(trimmer, true, {});
 }
 
 void PlayerCollectionViewCellController::videoEditorControllerDidSaveEditedVideoToPath(ui::ViewController& editor,
@@ -347,9 +376,15 @@ void PlayerCollectionViewCellController::userDidChangePlaybackRate(ui::Button& s
     if (sender.title().empty()) return;
     const float rate = rateFromTitle(sender.title());
     if (rate != localStore->state().playbackRate) mainStore().dispatch(SetPlayerRate(addressedIndex(), rate));
+    closeRates();
+}
+
+bool PlayerCollectionViewCellController::closeRates() {
     const auto view = hud();
     const auto container = view ? view->playbackRateSelectorContainerView.lock() : nullptr;
-    if (container) container->animateAlpha(0, selectorAnimation);
+    if (!container || container->alpha() == 0) return false;
+    container->animateAlpha(0, selectorAnimation);
+    return true;
 }
 
 void PlayerCollectionViewCellController::handleHUDTap() {
@@ -367,10 +402,7 @@ bool PlayerCollectionViewCellController::keyPressed(const ui::KeyPress& press) {
     if (press.isControlDown != (press.key == ui::Key::z)) return false;
     const std::int64_t steps = press.isShiftDown ? longPressSteps : 1;
     switch (press.key) {
-        case ui::Key::space:
-            mainStore().dispatch(
-                videoanalysis::SetCellVideoPlayingStateAction(!localStore->state().isMediaPlaying, addressedIndex()));
-            return true;
+        case ui::Key::space: togglePlaying(); return true;
         case ui::Key::left:
             mainStore().dispatch(PerformCellVideoSeekBackwardAction(addressedIndex(), -steps));
             return true;
@@ -387,6 +419,7 @@ bool PlayerCollectionViewCellController::keyPressed(const ui::KeyPress& press) {
         case ui::Key::f: localStore->dispatch(ChangeCellVideoFillModeAction()); return true;
         case ui::Key::leftBracket: changeRate(-1); return true;
         case ui::Key::rightBracket: changeRate(1); return true;
+        case ui::Key::escape: return closeRates();
     }
     return false;
 }
@@ -441,15 +474,7 @@ void PlayerCollectionViewCellController::newState(const LocalState& state) {
     if (const std::shared_ptr<VideoView> video = videoView()) {
         video->setContentMode(cell::supportedContentModes.at(static_cast<std::size_t>(state.contentModeIndex)));
         if (const auto bound = cell_.lock()) bound->layOutSketchView();
-        if (const std::shared_ptr<media::Player> current = video->player()) {
-            // A state on its way may have been overtaken: the player follows the newest one, so that a pause stays one.
-            const LocalState& newest = localStore->state();
-            if (newest.isMediaPlaying) {
-                current->setRate(newest.playbackRate);
-            } else {
-                current->pause();
-            }
-        }
+        applyRate(*video, state);
     }
     const auto view = hud();
     if (!view) return;
@@ -464,8 +489,9 @@ void PlayerCollectionViewCellController::newState(const LocalState& state) {
     };
     setShown(view->seekbar);
     setShown(view->mediaControlView);
+    if (state.isMediaControlHidden || !state.isHUDVisible) closeRates();
     if (const auto button = view->playPauseButton.lock()) {
-        button->setImage(Image::systemNamed(state.isMediaPlaying ? "pause.fill" : "play.fill"));
+        button->setImage(Image::systemNamed(state.isMediaPlaying && canPlay() ? "pause.fill" : "play.fill"));
     }
     if (const auto button = view->videoPlayRateSelectorButton.lock())
         button->setTitle(titleForRate(state.playbackRate));
@@ -480,6 +506,24 @@ void PlayerCollectionViewCellController::newState(const LocalState& state) {
     for (const auto& outlet : view->shadowViews) setHidden(outlet, !state.isHUDVisible);
     const auto ruler = view->timelineView.lock();
     if (ruler && (!state.isHUDVisible || state.isMediaControlHidden)) ruler->stopScrolling();
+}
+
+void PlayerCollectionViewCellController::applyRate(VideoView& video, const LocalState& state) {
+    const std::shared_ptr<media::Player>& current = video.player();
+    if (!current) return;
+    if (!state.isMediaPlaying) appliedRate_ = 0;
+    // A state on its way may have been overtaken: the player follows the newest one, so that a pause stays one.
+    const LocalState& newest = localStore->state();
+    if (!newest.isMediaPlaying) {
+        appliedRate_ = 0;
+        current->pause();
+        return;
+    }
+    // A player that has come to a stop by itself is not started again: the event that says why is on its way.
+    const bool hasStopped = current->rate() == 0 && appliedRate_ == newest.playbackRate;
+    if (hasStopped) return;
+    appliedRate_ = newest.playbackRate;
+    video.play(newest.playbackRate);
 }
 
 void PlayerCollectionViewCellController::publishHistory() {
@@ -527,6 +571,15 @@ void PlayerCollectionViewCellController::playerReadyToPlayFor(VideoView& video) 
 
 void PlayerCollectionViewCellController::playbackDidFinishFor(VideoView&) {
     mainStore().dispatch(videoanalysis::SetCellVideoPlayingStateAction(false, addressedIndex()));
+}
+
+void PlayerCollectionViewCellController::playbackDidBreakOffFor(VideoView&) {
+    mainStore().dispatch(videoanalysis::SetCellVideoPlayingStateAction(false, addressedIndex()));
+}
+
+void PlayerCollectionViewCellController::playerDidFailFor(VideoView&) {
+    // Play may have been pressed before this was known.
+    if (!canPlay()) localStore->dispatch(SetCellVideoPlayingStateAction(false));
 }
 
 void PlayerCollectionViewCellController::setUpPeriodicTimeObserver() {

@@ -127,6 +127,9 @@ public:
 
     void playerReadyToPlayFor(VideoView& videoView) override;
     void playbackDidFinishFor(VideoView& videoView) override;
+    /// As at the end, but the picture stays where it is.
+    void playbackDidBreakOffFor(VideoView& videoView) override;
+    void playerDidFailFor(VideoView& videoView) override;
 
     /// The clip goes from the screen with its drawings, and the file at `path` takes its place once the editor is gone.
     void videoEditorControllerDidSaveEditedVideoToPath(ui::ViewController& editor, const std::string& path) override;
@@ -142,6 +145,12 @@ public:
 
 private:
     std::optional<std::int64_t> addressedIndex() const;
+    bool hasFailed() const;
+    /// Playing means something: for this clip or, while playback is locked, for the others.
+    bool canPlay() const;
+    void applyRate(VideoView& video, const LocalState& state);
+    /// Returns whether the panel was open.
+    bool closeRates();
     std::shared_ptr<SketchView> sketchView() const;
     std::shared_ptr<VideoView> videoView() const;
     std::shared_ptr<media::Player> player() const;
@@ -149,6 +158,7 @@ private:
     template <class SeekAction>
     void handleLongPress(ui::GestureRecognizer& recognizer, std::int64_t steps);
     void touched();
+    void togglePlaying();
     void seekTo(double fraction);
     void changeRate(int direction);
     void publishHistory();
@@ -169,6 +179,7 @@ private:
     std::shared_ptr<dispatch::Timer> debounceTimer_;
     bool firstLoadIsDue_ = false;
     std::uint64_t latestTouch_ = 0;
+    float appliedRate_ = 0;  // the rate that a state has last given the player
 };
 
 }  // namespace videoanalysis

@@ -35,9 +35,9 @@ void PlayerCollectionViewCellHUDView::removeAllActions() {
             button->longPressGestureRecognizer.reset();
         }
     };
-    for (const auto* outlet : {&editButton, &undoButton, &redoButton, &clearButton, &deleteButton, &replaceButton,
-                               &changeFillModeButton, &rewindButton, &forwardButton, &playPauseButton,
-                               &videoPlayRateSelectorButton}) {
+    for (const auto* outlet :
+         {&editButton, &undoButton, &redoButton, &clearButton, &deleteButton, &replaceButton, &changeFillModeButton,
+          &rewindButton, &forwardButton, &playPauseButton, &videoPlayRateSelectorButton}) {
         forget(*outlet);
     }
     for (const auto& outlet : videoPlaybackSpeedButtons) forget(outlet);
@@ -46,6 +46,7 @@ void PlayerCollectionViewCellHUDView::removeAllActions() {
         ruler->stopScrolling();
         ruler->delegate.reset();
     }
+    didTouchBesideRates = nullptr;
 }
 
 std::string OverlayCollectionViewCell::description() const {

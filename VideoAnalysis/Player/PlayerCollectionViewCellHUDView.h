@@ -6,6 +6,7 @@
 #include "VideoAnalysis/Platform/UI/CollectionView.h"
 #include "VideoAnalysis/Platform/UI/Control.h"
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -35,6 +36,10 @@ public:
     std::weak_ptr<ui::View> playbackRateSelectorContainerView;
     /// Time and frame number of what is shown; an addition to the controls proper.
     std::weak_ptr<ui::Label> positionLabel;
+
+    /// For the platform to call when a finger or mouse button comes down anywhere but on the panel of rates and the button
+    /// that opens it. May be empty.
+    std::function<void()> didTouchBesideRates;
 
     void connectOutlets(ui::Outlets& outlets);
     /// No control does anything any more, until somebody adds actions again.

@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <optional>
+#include <string>
 
 namespace videoanalysis {
 
@@ -17,6 +18,10 @@ public:
     virtual ~VideoViewDelegate() = default;
     virtual void playerReadyToPlayFor(VideoView&) {}
     virtual void playbackDidFinishFor(VideoView&) {}
+    /// Playback has stopped where the clip cannot be read any further. The picture stays.
+    virtual void playbackDidBreakOffFor(VideoView&) {}
+    /// The clip cannot be read at all.
+    virtual void playerDidFailFor(VideoView&) {}
 };
 
 class VideoView : public ui::View {
@@ -38,6 +43,16 @@ public:
 
     /// Null while no URL is set.
     const std::shared_ptr<media::Player>& player() const { return playerLayer_.player(); }
+    /// Starts playback at `rate`, more than 0; nothing without a player.
+    void play(float rate);
+    /// Limits playback of the current clip as `media::Player` describes; its end then rewinds to `start`. Nothing without a
+    /// player.
+    void setPlaybackRange(const media::Time& start, const media::Time& end);
+    /// The file's name without its folder, for a person to read; empty without a clip.
+    std::string clipName() const;
+    /// Why the clip cannot be read, one line; empty for one that can.
+    std::string failureReason() const;
+
     media::PlayerLayer& playerLayer() { return playerLayer_; }
     /// Where the picture stands in the view, in its points; all of the view before the clip is ready.
     Rect pictureRect() const { return playerLayer_.videoRect(bounds()); }
@@ -45,10 +60,11 @@ public:
     /// Also sets the layer's gravity.
     void setContentMode(ui::ContentMode mode) override;
 
-    /// Pauses and stops observing. The last picture stays.
+    /// Pauses and stops observing until playback starts again. The last picture stays.
     void tearDown();
 
 private:
+    void observe();
     void itemDidChange(media::PlayerItem::Event event);
     void rateDidChange();
     void itemDidPlayToEndTime();
@@ -56,6 +72,7 @@ private:
     media::PlayerLayer playerLayer_;
     Repeat repeat_ = Repeat::once;
     std::optional<URL> url_;
+    media::Time rangeStart_;  // of playback; invalid for the clip's own start
     std::shared_ptr<void> itemObservation_;
     std::shared_ptr<void> rateObservation_;
 };

@@ -61,9 +61,10 @@ bool PlayersManager::keyPressed(const ui::KeyPress& press) {
                          [](const auto& a, const auto& b) { return a->latestTouch() < b->latestTouch(); });
     if (latest == cellControllers.end()) return false;
     // What a locked player dispatches for playback reaches all of them; the rest is each one's own.
+    // Escape closes what is open anywhere.
     const bool isOwn = press.key == ui::Key::z || press.key == ui::Key::f;
-    if (!isOwn || !mainStore().state().mainViewControllerState.isMediaPlaybackLocked)
-        return (*latest)->keyPressed(press);
+    const bool isLocked = mainStore().state().mainViewControllerState.isMediaPlaybackLocked;
+    if (press.key != ui::Key::escape && !(isOwn && isLocked)) return (*latest)->keyPressed(press);
     bool isUsed = false;
     for (const auto& controller : cellControllers) isUsed = controller->keyPressed(press) || isUsed;
     return isUsed;

@@ -44,6 +44,11 @@ void CropView::setAspect(Aspect aspect) {
     updateLayout();
 }
 
+void CropView::setLocked(bool locked) {
+    if (locked) endMovingCorner();
+    set(isLocked_, locked, ui::Property::other);
+}
+
 Rect CropView::crop() const { return isCropping_ ? crop_ : Rect{0, 0, 1, 1}; }
 
 Rect CropView::pictureRect() const { return picture_; }
@@ -89,14 +94,14 @@ void CropView::updateLayout() {
 }
 
 void CropView::pan(double dx, double dy) {
-    if (!isCropping_ || picture_.isEmpty() || !std::isfinite(dx) || !std::isfinite(dy)) return;
+    if (!isCropping_ || isLocked_ || picture_.isEmpty() || !std::isfinite(dx) || !std::isfinite(dy)) return;
     setCrop({crop_.origin.x - dx / picture_.size.width, crop_.origin.y - dy / picture_.size.height, crop_.size.width,
              crop_.size.height});
     updateLayout();
 }
 
 void CropView::zoom(double factor, Point anchor) {
-    if (!isCropping_ || picture_.isEmpty() || !(factor > 0) || !std::isfinite(factor)) return;
+    if (!isCropping_ || isLocked_ || picture_.isEmpty() || !(factor > 0) || !std::isfinite(factor)) return;
     const double width = crop_.size.width * pictureSize_.width;
     const double height = crop_.size.height * pictureSize_.height;
     // Both sides alike: not beyond the picture, and not so far that the mask shows too little.
@@ -112,7 +117,7 @@ void CropView::zoom(double factor, Point anchor) {
 }
 
 void CropView::moveCorner(Corner corner, Point point) {
-    if (!isCropping_ || aspect_ != Aspect::free || picture_.isEmpty()) return;
+    if (!isCropping_ || isLocked_ || aspect_ != Aspect::free || picture_.isEmpty()) return;
     isMovingCorner_ = true;
     const double x = std::clamp((point.x - picture_.origin.x) / picture_.size.width, 0.0, 1.0);
     const double y = std::clamp((point.y - picture_.origin.y) / picture_.size.height, 0.0, 1.0);

@@ -29,13 +29,17 @@ public:
     /// own shape, `free` starts.
     void setAspect(Aspect aspect);
 
+    /// Locked, the picture and the corners cannot be moved; a corner that is being moved is let go.
+    bool isLocked() const { return isLocked_; }
+    void setLocked(bool locked);
+
     /// What the mask shows, in fractions of the picture's sides; the whole picture without cropping.
     Rect crop() const;
     /// Where the picture stands; it may reach out of the view.
     Rect pictureRect() const;
     Rect maskRect() const;
 
-    // For the platform; nothing without cropping.
+    // For the platform; nothing without cropping or while locked.
 
     /// Moves the picture by so many points, not further than the mask is filled.
     void pan(double dx, double dy);
@@ -69,6 +73,7 @@ private:
     Rect mask_;
     Rect picture_;
     bool isMovingCorner_ = false;
+    bool isLocked_ = false;
 };
 
 }  // namespace videoanalysis

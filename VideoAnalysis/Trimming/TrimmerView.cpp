@@ -22,9 +22,10 @@ TrimmerView::~TrimmerView() {
     if (holdTimer_) holdTimer_->invalidate();
 }
 
-void TrimmerView::setClip(double duration, double step) {
+void TrimmerView::setClip(double duration, double step, FrameTimes frameTimes) {
     duration_ = std::isfinite(duration) ? std::max(duration, 0.0) : 0;
     step_ = std::clamp(step, 0.0, duration_);
+    frameTimes_ = std::move(frameTimes);
     start_ = 0;
     end_ = duration_;
     position_ = 0;
@@ -41,11 +42,21 @@ void TrimmerView::setMinimumDuration(double seconds) {
     setEnd(end_);
 }
 
+/// A time that is meant to be where a frame begins may have come out a little before it.
+double TrimmerView::frameTime(double time, int count) const {
+    const double safe = time + step_ * 0.01;
+    if (frameTimes_) return std::clamp(frameTimes_(safe, count), 0.0, duration_);
+    // The clip's end need not be a whole number of frames after its beginning.
+    const double last = std::ceil(duration_ / step_ - 0.01);
+    const double frame = time >= duration_ ? last : std::floor(safe / step_);
+    return frame + count >= last ? duration_ : std::max(frame + count, 0.0) * step_;
+}
+
 double TrimmerView::rounded(double time) const {
     if (step_ <= 0) return time;
-    // The clip's end need not be a whole number of frames after its beginning.
-    const double frame = std::round(time / step_) * step_;
-    return frame > duration_ || duration_ - time < std::abs(frame - time) ? duration_ : frame;
+    const double before = frameTime(std::max(time, 0.0), 0);
+    const double after = frameTime(std::max(time, 0.0), 1);
+    return time - before < after - time ? before : after;
 }
 
 bool TrimmerView::move(Part part, double time) {
@@ -53,15 +64,24 @@ bool TrimmerView::move(Part part, double time) {
     const double least = minimumDuration();
     switch (part) {
         case Part::start: {
-            const double start = std::clamp(rounded(time), 0.0, std::max(end_ - least, 0.0));
+            const double latest = std::max(end_ - least, 0.0);
+            double start = std::max(rounded(time), 0.0);
+            if (start > latest) start = step_ > 0 ? frameTime(latest, 0) : latest;
             return std::exchange(start_, start) != start;
         }
         case Part::end: {
-            const double end = std::clamp(rounded(time), std::min(start_ + least, duration_), duration_);
+            const double earliest = std::min(start_ + least, duration_);
+            double end = std::min(rounded(time), duration_);
+            if (end < earliest) {
+                const double frame = step_ > 0 ? frameTime(earliest, 0) : earliest;
+                end = frame < earliest - step_ * 0.01 ? frameTime(earliest, 1) : frame;
+            }
             return std::exchange(end_, end) != end;
         }
         case Part::position: {
-            const double position = std::clamp(rounded(time), start_, end_);
+            // The frame that begins at the end handle is the first one that is not kept.
+            const double last = step_ > 0 ? std::max(frameTime(end_, -1), start_) : end_;
+            const double position = std::clamp(rounded(time), start_, last);
             return std::exchange(position_, position) != position;
         }
         case Part::none: break;
@@ -160,7 +180,7 @@ void TrimmerView::beginTracking(double x) {
 }
 
 void TrimmerView::track(double x) {
-    if (tracked_ == Part::none) return;
+    if (tracked_ == Part::none || !isEnabled()) return;
     if (std::abs(x - heldX_) > stillness) {
         heldX_ = x;
         waitForHold();
@@ -184,12 +204,9 @@ void TrimmerView::endTracking() {
 void TrimmerView::nudge(Part part, int steps) {
     if (!isEnabled() || tracked_ != Part::none || part == Part::none) return;
     const double time = part == Part::start ? start_ : part == Part::end ? end_ : position_;
-    const double frame = step_ > 0 ? step_ : duration_ / 100;
-    // The end of the clip may be between two steps.
-    const double from = steps < 0 && time == duration_ && step_ > 0 ? std::ceil(time / frame - 1e-6) * frame : time;
     tracked_ = part;
     sendActions(ui::ControlEvent::touchDown);
-    if (move(part, from + frame * steps)) {
+    if (move(part, step_ > 0 ? frameTime(time, steps) : time + duration_ / 100 * steps)) {
         notify(ui::Property::value);
         sendActions(ui::ControlEvent::valueChanged);
     }

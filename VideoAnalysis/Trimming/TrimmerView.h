@@ -29,9 +29,12 @@ public:
     ~TrimmerView() override;
 
     double duration() const { return duration_; }
-    /// Another clip: everything of it is kept, and the thumbnails are gone. `step` (0 for none) is what times are rounded to,
-    /// a frame.
-    void setClip(double duration, double step);
+    /// Where the frame begins that is `count` frames after the one shown at `time`, before it when negative; the clip's
+    /// duration counts as one more after the last.
+    using FrameTimes = std::function<double(double time, int count)>;
+    /// Another clip: everything of it is kept, and the thumbnails are gone. `step` is the shortest frame, 0 when nothing is
+    /// to be rounded to frames. Without `frameTimes` all frames are as long as that.
+    void setClip(double duration, double step, FrameTimes frameTimes = {});
     double step() const { return step_; }
     /// The least that can be kept, 1 s at first; at most the clip's duration.
     double minimumDuration() const;
@@ -90,6 +93,7 @@ protected:
     void boundsDidChange(const Rect& old) override;
 
 private:
+    double frameTime(double time, int count) const;
     double rounded(double time) const;
     bool move(Part part, double time);
     void waitForHold();
@@ -98,6 +102,7 @@ private:
 
     double duration_ = 0;
     double step_ = 0;
+    FrameTimes frameTimes_;
     double minimum_ = 1;
     double start_ = 0;
     double end_ = 0;

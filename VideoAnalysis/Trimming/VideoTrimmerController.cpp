@@ -44,6 +44,13 @@ VideoTrimmerController::~VideoTrimmerController() {
     if (progressTimer_) progressTimer_->invalidate();
 }
 
+ui::Control::Action VideoTrimmerController::action(void (VideoTrimmerController::*operation)(ui::Control&)) {
+    return [weak = weak_from_this(), operation](ui::Control& sender) {
+        const auto self = std::static_pointer_cast<VideoTrimmerController>(weak.lock());
+        if (self) (*self.*operation)(sender);
+    };
+}
+
 void VideoTrimmerController::connectOutlets(ui::Outlets& outlets) {
     outlets.connect("videoView", videoView);
     outlets.connect("trimmerView", trimmerView);
@@ -59,21 +66,23 @@ void VideoTrimmerController::connectOutlets(ui::Outlets& outlets) {
     outlets.connect("durationLabel", durationLabel);
     outlets.connect("progressView", progressView);
 
-    outlets.action("togglePlaying:", [this](ui::Control& sender) { togglePlaying(sender); });
-    outlets.action("toggleCropping:", [this](ui::Control& sender) { toggleCropping(sender); });
-    outlets.action("chooseAspect:", [this](ui::Control& sender) { chooseAspect(sender); });
-    outlets.action("save:", [this](ui::Control& sender) { save(sender); });
-    outlets.action("cancel:", [this](ui::Control& sender) { cancel(sender); });
+    outlets.action("togglePlaying:", action(&VideoTrimmerController::togglePlaying));
+    outlets.action("toggleCropping:", action(&VideoTrimmerController::toggleCropping));
+    outlets.action("chooseAspect:", action(&VideoTrimmerController::chooseAspect));
+    outlets.action("save:", action(&VideoTrimmerController::save));
+    outlets.action("cancel:", action(&VideoTrimmerController::cancel));
 }
 
 // ---- Life cycle
 
 void VideoTrimmerController::viewDidLoad() {
     const auto trimmer = ui::required(trimmerView, "trimmerView");
-    trimmer->addAction(ui::ControlEvent::touchDown, [this](ui::Control&) { trackingBegan(); });
-    trimmer->addAction(ui::ControlEvent::valueChanged, [this](ui::Control&) { tracked(); });
-    trimmer->addAction(ui::ControlEvent::touchUpInside, [this](ui::Control&) { trackingEnded(); });
-    trimmer->rowObserver = [this] { requestThumbnails(); };
+    trimmer->addAction(ui::ControlEvent::touchDown, action(&VideoTrimmerController::trackingBegan));
+    trimmer->addAction(ui::ControlEvent::valueChanged, action(&VideoTrimmerController::tracked));
+    trimmer->addAction(ui::ControlEvent::touchUpInside, action(&VideoTrimmerController::trackingEnded));
+    trimmer->rowObserver = [this, weak = weak_from_this()] {
+        if (const auto alive = weak.lock()) requestThumbnails();
+    };
     ui::required(videoView, "videoView")->setContentMode(ui::ContentMode::scaleToFill);
     updateControls();
     updateLabels();
@@ -82,6 +91,8 @@ void VideoTrimmerController::viewDidLoad() {
 void VideoTrimmerController::viewWillAppear(bool) {
     const auto video = ui::required(videoView, "videoView");
     video->delegate = std::static_pointer_cast<VideoTrimmerController>(shared_from_this());
+    isReady_ = false;
+    isSeeking_ = false;
     video->setURL(url);
     generator_ = platform().media().makeImageGenerator(url);
 }
@@ -120,12 +131,19 @@ media::Time VideoTrimmerController::endTime() const {
 }
 
 void VideoTrimmerController::playerReadyToPlayFor(VideoView& ready) {
+    if (isReady_) return;
     const std::shared_ptr<media::Player> active = ready.player();
     const media::PlayerItem& item = *active->currentItem();
     const std::vector<media::VideoTrack> tracks = item.videoTracks();
     const media::Time frame = tracks.empty() ? media::Time(1, 30) : tracks.front().minFrameDuration;
     isReady_ = true;
-    ui::required(trimmerView, "trimmerView")->setClip(item.duration().seconds(), frame.seconds());
+    ui::required(trimmerView, "trimmerView")
+        ->setClip(item.duration().seconds(), frame.seconds(),
+                  [weak = std::weak_ptr(active->currentItem())](double time, int count) {
+                      const auto clip = weak.lock();
+                      const auto moment = media::Time::fromSeconds(std::max(time, 0.0), timescale);
+                      return clip ? clip->frameTime(moment, count).seconds() : 0;
+                  });
     ui::required(cropView, "cropView")->setPictureSize(item.presentationSize());
     if (!timeObserver_) {
         const std::weak_ptr<ui::ViewController> weak = weak_from_this();
@@ -140,18 +158,31 @@ void VideoTrimmerController::playerReadyToPlayFor(VideoView& ready) {
 }
 
 void VideoTrimmerController::playbackDidFinishFor(VideoView&) {
-    if (!isPlaying_) return;
-    show(startTime());
-    player()->play();
+    // The view has gone back to the start handle.
+    const auto trimmer = ui::required(trimmerView, "trimmerView");
+    trimmer->setPosition(trimmer->start());
+    if (isPlaying_) resume();
 }
+
+void VideoTrimmerController::playbackDidBreakOffFor(VideoView&) { pause(); }
 
 void VideoTrimmerController::play() {
     const auto active = player();
     if (!active || !isReady_) return;
-    isPlaying_ = true;
     const media::Time now = active->currentTime();
-    if (media::compare(now, startTime()) < 0 || media::compare(now, endTime()) >= 0) show(startTime());
-    active->play();
+    if (media::compare(now, startTime()) < 0 || media::compare(now, endTime()) >= 0) {
+        const auto trimmer = ui::required(trimmerView, "trimmerView");
+        show(startTime());
+        trimmer->setPosition(trimmer->start());
+    }
+    resume();
+}
+
+void VideoTrimmerController::resume() {
+    isPlaying_ = true;
+    const auto video = ui::required(videoView, "videoView");
+    video->setPlaybackRange(startTime(), endTime());
+    video->play(1);
     updateControls();
 }
 
@@ -162,20 +193,25 @@ void VideoTrimmerController::pause() {
 }
 
 void VideoTrimmerController::show(const media::Time& time) {
-    if (const auto active = player()) active->seek(time, media::Time::zero(), media::Time::zero());
+    const auto active = player();
+    if (!active) return;
+    isSeeking_ = true;
+    const std::int64_t number = ++seekNumber_;
+    const std::weak_ptr<ui::ViewController> weak = weak_from_this();
+    active->seek(time, media::Time::zero(), media::Time::zero(), [this, weak, number](bool) {
+        if (const auto alive = weak.lock()) isSeeking_ = isSeeking_ && number != seekNumber_;
+    });
 }
 
 void VideoTrimmerController::timeDidChange(const media::Time& time) {
     const auto trimmer = ui::required(trimmerView, "trimmerView");
     if (trimmer->trackedPart() != TrimmerView::Part::none) return;  // the bar is under the finger, or out of the way
-    if (isPlaying_ && media::compare(time, endTime()) >= 0) {
-        show(startTime());
-        return;
-    }
+    if (isSeeking_) return;  // the bar stands where the picture will be; the next key press counts from there
     trimmer->setPosition(std::clamp(time.seconds(), trimmer->start(), trimmer->end()));
 }
 
 void VideoTrimmerController::togglePlaying(ui::Control&) {
+    if (isSaving()) return;
     if (isPlaying_) {
         pause();
     } else {
@@ -185,13 +221,13 @@ void VideoTrimmerController::togglePlaying(ui::Control&) {
 
 // ---- The handles
 
-void VideoTrimmerController::trackingBegan() {
+void VideoTrimmerController::trackingBegan(ui::Control& sender) {
     wasPlaying_ = isPlaying_;
     if (isPlaying_) pause();
-    tracked();
+    tracked(sender);
 }
 
-void VideoTrimmerController::tracked() {
+void VideoTrimmerController::tracked(ui::Control&) {
     const auto trimmer = ui::required(trimmerView, "trimmerView");
     switch (trimmer->trackedPart()) {
         case TrimmerView::Part::start: show(startTime()); break;
@@ -202,7 +238,7 @@ void VideoTrimmerController::tracked() {
     updateLabels();
 }
 
-void VideoTrimmerController::trackingEnded() {
+void VideoTrimmerController::trackingEnded(ui::Control&) {
     const auto trimmer = ui::required(trimmerView, "trimmerView");
     trimmer->setPosition(std::clamp(trimmer->trackedPart() == TrimmerView::Part::start ? trimmer->start()
                                     : trimmer->trackedPart() == TrimmerView::Part::end ? trimmer->end()
@@ -212,10 +248,10 @@ void VideoTrimmerController::trackingEnded() {
     // After the end handle, what leads up to the cut is what one wants to see.
     if (trimmer->trackedPart() == TrimmerView::Part::end) {
         constexpr double leadUp = 1.5;  // seconds
-        show(timeOf(std::max(trimmer->start(), trimmer->end() - leadUp) + trimmer->step() * 0.25));
-        isPlaying_ = true;
-        player()->play();
-        updateControls();
+        const double from = std::max(trimmer->start(), trimmer->end() - leadUp);
+        show(timeOf(from + trimmer->step() * 0.25));
+        trimmer->setPosition(from);
+        resume();
     } else {
         play();
     }
@@ -227,9 +263,10 @@ void VideoTrimmerController::requestThumbnails() {
     const std::weak_ptr<ui::ViewController> weak = weak_from_this();
     dispatch::mainQueue().async([this, weak] {
         const auto alive = weak.lock();
+        if (!alive) return;
+        areThumbnailsDue_ = false;
         const auto trimmer = trimmerView.lock();
-        areThumbnailsDue_ = alive == nullptr && areThumbnailsDue_;
-        if (!alive || !trimmer || !generator_) return;
+        if (!trimmer || !generator_) return;
         generator_->cancelAll();
         const Size picture = player()->currentItem()->presentationSize();
         if (picture.isEmpty()) return;
@@ -253,12 +290,14 @@ void VideoTrimmerController::requestThumbnails() {
 // ---- Cropping
 
 void VideoTrimmerController::toggleCropping(ui::Control&) {
+    if (isSaving()) return;
     const auto crop = ui::required(cropView, "cropView");
     crop->setCropping(!crop->isCropping());
     updateControls();
 }
 
 void VideoTrimmerController::chooseAspect(ui::Control& sender) {
+    if (isSaving()) return;
     const auto wanted = std::find_if(CropView::allAspects.begin(), CropView::allAspects.end(),
                                      [&](CropView::Aspect aspect) { return static_cast<int>(aspect) == sender.tag(); });
     if (wanted != CropView::allAspects.end()) ui::required(cropView, "cropView")->setAspect(*wanted);
@@ -276,6 +315,8 @@ void VideoTrimmerController::save(ui::Control&) {
                "there is no directory for temporary files");
         return;
     }
+    // Another finger may be on a handle: what is there now is what is saved.
+    ui::required(trimmerView, "trimmerView")->endTracking();
     pause();
     savedPath_ = directory + "/" + newUUID() + extensionFor(url);
     saveBegan_ = platform().wallClock();
@@ -349,6 +390,7 @@ void VideoTrimmerController::updateControls() {
     const bool isSavingNow = isSaving();
     const auto crop = ui::required(cropView, "cropView");
     const auto playing = ui::required(playButton, "playButton");
+    crop->setLocked(isSavingNow);
     playing->setImage(Image::systemNamed(isPlaying_ ? "pause.fill" : "play.fill"));
     playing->setEnabled(isReady_ && !isSavingNow);
     ui::required(trimmerView, "trimmerView")->setEnabled(isReady_ && !isSavingNow);

@@ -9,6 +9,7 @@
 #include "VideoAnalysis/Player/VideoView.h"
 #include "VideoAnalysis/Trimming/VideoEditorControllerDelegate.h"
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -78,6 +79,7 @@ public:
 
     void playerReadyToPlayFor(VideoView& ready) override;
     void playbackDidFinishFor(VideoView& finished) override;
+    void playbackDidBreakOffFor(VideoView& brokenOff) override;
 
     /// Minutes, seconds and hundredths, as in "1:02.50".
     static std::string textOf(double seconds);
@@ -89,11 +91,15 @@ private:
     media::Time timeOf(double seconds) const;
     void play();
     void pause();
+    /// `operation` as an action that does nothing once this is gone: the views may outlive it.
+    ui::Control::Action action(void (VideoTrimmerController::*operation)(ui::Control&));
+    /// Plays from where the player stands.
+    void resume();
     void show(const media::Time& time);
     void timeDidChange(const media::Time& time);
-    void trackingBegan();
-    void tracked();
-    void trackingEnded();
+    void trackingBegan(ui::Control& sender);
+    void tracked(ui::Control& sender);
+    void trackingEnded(ui::Control& sender);
     void requestThumbnails();
     void updateControls();
     void updateLabels();
@@ -110,6 +116,8 @@ private:
     bool isPlaying_ = false;
     bool wasPlaying_ = false;  // before the finger came down
     bool hasFinished_ = false;
+    bool isSeeking_ = false;
+    std::int64_t seekNumber_ = 0;
     std::shared_ptr<media::ExportSession> session_;
     std::string savedPath_;
     double saveBegan_ = 0;

@@ -3,7 +3,7 @@
 
 namespace videoanalysis::ui {
 
-enum class Key { space, left, right, home, end, z, f, leftBracket, rightBracket };
+enum class Key { space, left, right, home, end, z, f, leftBracket, rightBracket, escape };
 
 struct KeyPress {
     Key key = Key::space;
