@@ -187,10 +187,11 @@ TEST_F(QtQuickPlatformTest, TemporaryFilesOfKilledProgramsAreRemovedAtTheNextSta
     ::close(path[1]);
     ASSERT_TRUE(std::filesystem::exists(std::string(name) + "/clip.mp4"));
     const std::string running = platform->temporaryDirectory();
+    std::ofstream(running + "/clip.mp4") << "clip";
 
     TemporaryFolder next;
     EXPECT_FALSE(std::filesystem::exists(name));
-    EXPECT_TRUE(std::filesystem::exists(running));
+    EXPECT_TRUE(std::filesystem::exists(running + "/clip.mp4"));
     const std::string own = next.path();
     EXPECT_NE(own, running);
     EXPECT_EQ(std::filesystem::status(own).permissions(), std::filesystem::perms::owner_all);
