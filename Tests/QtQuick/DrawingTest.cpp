@@ -1,5 +1,10 @@
 #include "QtQuick/OpenScreen.h"
 
+#include "Platforms/Cairo/CairoEngine.h"
+#include "Platforms/Headless/HeadlessPlatform.h"
+#include "Platforms/QtQuick/SketchViewItem.h"
+#include "VideoAnalysis/Sketch/SketchView.h"
+
 #include <QPointingDevice>
 #include <QtTest/QTest>
 
@@ -207,6 +212,32 @@ TEST_F(ReopeningTest, ClipsAreAddedReplacedAndRemoved) {
     ASSERT_TRUE(screen->wait([&] { return screen->frameIndex(0) == 0; }));
     ASSERT_TRUE(screen->click("forwardButton", 0));
     waitForFrame(0, 1);
+}
+
+/// Hears of another screen as from a window that has moved there.
+class MovedSketchViewItem : public SketchViewItem {
+public:
+    void moveToScreen(qreal scale) { itemChange(ItemDevicePixelRatioHasChanged, scale); }
+};
+
+TEST(SketchViewItemTest, DrawingsOfAPausedPlayerAreRebuiltForAScreenOfAnotherScale) {
+    const auto platform = std::make_shared<HeadlessPlatform>(std::make_unique<graphics::CairoEngine>());
+    installPlatform(platform);
+    {
+        MovedSketchViewItem item;
+        auto& sketch = *static_cast<SketchView*>(item.view());
+        sketch.setFrame(Rect(0, 0, 100, 100));
+        sketch.beginDrawing({10, 10});
+        sketch.continueDrawing({10, 10}, {50, 50});
+        sketch.continueDrawing({50, 50}, {90, 10});
+        sketch.endDrawing();
+        ASSERT_TRUE(sketch.image().bitmap());
+        EXPECT_EQ(sketch.image().bitmap()->scale, 1);
+        platform->screen.pixelsPerPoint = 2;
+        item.moveToScreen(2);
+        EXPECT_EQ(sketch.image().bitmap()->scale, 2);
+    }
+    installPlatform(nullptr);
 }
 
 }  // namespace
