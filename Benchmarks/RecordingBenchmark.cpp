@@ -115,8 +115,7 @@ public:
     }
     void finish() {
         mainStore().dispatch(SetScreenRecordingStateAction(false));
-        if (!host::ScreenDriver::wait([&] { return recorder().isIdle(); }, 60000))
-            throw std::runtime_error("no end");
+        if (!host::ScreenDriver::wait([&] { return recorder().isIdle(); }, 60000)) throw std::runtime_error("no end");
     }
 
 private:

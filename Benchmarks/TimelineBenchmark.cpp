@@ -68,17 +68,19 @@ BENCHMARK_GROUP(timeline, "timeline") {
         for (int i = 0; i < events; ++i) scroll(ruler, 3);
     };
     const auto [many, few] = bench::measurePaired([&] { run(*large); }, [&] { run(*small); }, 15);
-    report.against("scroll event, 1,000,000 items", many * 1000 / events, "us", "the same with 100 items", few * 1000 / events,
-                   1.2);
+    report.against("scroll event, 1,000,000 items", many * 1000 / events, "us", "the same with 100 items",
+                   few * 1000 / events, 1.2);
 
     // No cell begins at an end of what is in sight.
     const double offset = small->collectionView()->contentOffset().x;
     scroll(*small, (std::floor(offset / TimelineView::cellWidth) + 0.5) * TimelineView::cellWidth - offset);
     const bench::AllocationCounter allocations;
     for (int i = 0; i < 1000; ++i) scroll(*small, i % 2 ? 0.25 : -0.25);
-    report.value("allocations per scroll event without a new cell", static_cast<double>(allocations.count()) / 1000, "", 0);
+    report.value("allocations per scroll event without a new cell", static_cast<double>(allocations.count()) / 1000, "",
+                 0);
 
-    report.value("throw of 2,000 points a second, 3 s: off the closed form", missOfThrow(*small, 2000, 3, false), "points", 1);
+    report.value("throw of 2,000 points a second, 3 s: off the closed form", missOfThrow(*small, 2000, 3, false),
+                 "points", 1);
     report.value("the same with re-centring on the way", missOfThrow(*small, 2000, 3, true), "points", 1);
 
     // Two players whose rulers are dragged by one tick, sixty times a second each, all that follows in the stores included.
@@ -109,8 +111,8 @@ BENCHMARK_GROUP(timeline, "timeline") {
     const auto first = manager->cellControllers.front();
     const auto player = first->cell()->playerView.lock()->player();
     const bool hasStepped = player->currentFrame()->index() == 10 * moves;  // one warm-up and nine rounds
-    report.value("two rulers scrubbed 60 times a second", hasStepped ? milliseconds / moves * 60 / 1000 * 100 : std::nan(""),
-                 "% of a core", 2);
+    report.value("two rulers scrubbed 60 times a second",
+                 hasStepped ? milliseconds / moves * 60 / 1000 * 100 : std::nan(""), "% of a core", 2);
     mainStore().dispatch(DismissAction(false, {}));
     mainStore().dispatch(ClearStateAction());
     platform->drainMainQueue();

@@ -11,8 +11,9 @@
 
 namespace videoanalysis::media {
 
-/// Null when the clip has no frame, claims more than its file holds, or `cancelled` became true. `file` is read from where it stands to its end or to where it
-/// cannot be read on; `visit` (may be empty) sees every packet in decoding order.
+/// Null when the clip has no frame, claims more than its file holds, or `cancelled` became true. `file` is read from its
+/// current position to its end or to where it cannot be read further; `visit` (may be empty) sees every packet in decoding
+/// order.
 inline std::shared_ptr<const ClipIndex> scanClip(ClipFile& file, const std::atomic<bool>& cancelled,
                                                  const std::function<void(const AVPacket&)>& visit = {}) {
     ClipIndexBuilder builder(file);

@@ -67,7 +67,7 @@ TEST_F(SeamTest, AnyThreadMayPost) {
     EXPECT_EQ(last, (std::array{perThread, perThread, perThread, perThread}));
 }
 
-/// Lets its owner's thread go on while it is woken, and notices when it is destroyed meanwhile.
+/// Lets the owner's thread continue during a wake, and notices when the queue is destroyed at that time.
 class SlowlyWokenQueue final : public dispatch::MainQueue {
 public:
     struct Witness {

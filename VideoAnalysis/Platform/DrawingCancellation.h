@@ -1,6 +1,6 @@
 #pragma once
-// Lets drawing that nobody waits for stop early: a context asks between two steps. The sketch view sets it for drawings that
-// it makes in the background.
+// Lets drawing whose result is no longer needed stop early: a context asks between two steps. The sketch view sets it for
+// drawings that it makes in the background.
 
 #include <atomic>
 

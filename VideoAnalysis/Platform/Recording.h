@@ -54,7 +54,7 @@ public:
     virtual void stopRecording(std::function<void(std::shared_ptr<PreviewViewController>, Error)> handler) = 0;
 
     /// The directory that finished recordings go to, absolute, without a trailing slash: one whose contents survive the
-    /// program, so that a recording that nobody takes is still there at the next start. Empty for a recorder without one:
+    /// program, so that a recording that is not taken is still there at the next start. Empty for a recorder without one:
     /// recordings then go to the platform's temporary directory.
     virtual std::string outputDirectory() const { return {}; }
     /// The host needs the finished recording in the file `recording` no longer: removes it if it is still there. Ignores files

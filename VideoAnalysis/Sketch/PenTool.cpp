@@ -137,21 +137,21 @@ void PenTool::draw() const {
     context->setLineWidth(lineWidth());
     const double blur = lineWidth() / 1.25;
     switch (drawingPenType_) {
-    case PenType::normal:
-        context->setStrokeColor(lineColor());
-        context->setBlendMode(graphics::BlendMode::normal);
-        context->setAlpha(lineAlpha());
-        break;
-    case PenType::blur:
-        context->setStrokeColor(lineColor());
-        context->setShadow({}, blur, lineColor());
-        context->setAlpha(lineAlpha());
-        break;
-    case PenType::neon:
-        context->setStrokeColor(Color::white());
-        context->setShadow({}, blur, lineColor().withAlpha(lineAlpha()));
-        context->setBlendMode(graphics::BlendMode::screen);
-        break;
+        case PenType::normal:
+            context->setStrokeColor(lineColor());
+            context->setBlendMode(graphics::BlendMode::normal);
+            context->setAlpha(lineAlpha());
+            break;
+        case PenType::blur:
+            context->setStrokeColor(lineColor());
+            context->setShadow({}, blur, lineColor());
+            context->setAlpha(lineAlpha());
+            break;
+        case PenType::neon:
+            context->setStrokeColor(Color::white());
+            context->setShadow({}, blur, lineColor().withAlpha(lineAlpha()));
+            context->setBlendMode(graphics::BlendMode::screen);
+            break;
     }
     context->strokePath();
     context->restoreState();

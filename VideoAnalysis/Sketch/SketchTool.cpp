@@ -20,14 +20,14 @@ constexpr char hexadecimalDigits[] = "0123456789ABCDEF";
 
 std::shared_ptr<SketchTool> SketchTool::make(SketchToolType type) {
     switch (type) {
-    case SketchToolType::pen: return std::make_shared<PenTool>();
-    case SketchToolType::eraser: return std::make_shared<EraserTool>();
-    case SketchToolType::line: return std::make_shared<LineTool>();
-    case SketchToolType::arrow: return std::make_shared<ArrowTool>();
-    case SketchToolType::rectangleStroke: return std::make_shared<RectTool>(false);
-    case SketchToolType::rectangleFill: return std::make_shared<RectTool>(true);
-    case SketchToolType::ellipseStroke: return std::make_shared<EllipseTool>(false);
-    case SketchToolType::ellipseFill: return std::make_shared<EllipseTool>(true);
+        case SketchToolType::pen: return std::make_shared<PenTool>();
+        case SketchToolType::eraser: return std::make_shared<EraserTool>();
+        case SketchToolType::line: return std::make_shared<LineTool>();
+        case SketchToolType::arrow: return std::make_shared<ArrowTool>();
+        case SketchToolType::rectangleStroke: return std::make_shared<RectTool>(false);
+        case SketchToolType::rectangleFill: return std::make_shared<RectTool>(true);
+        case SketchToolType::ellipseStroke: return std::make_shared<EllipseTool>(false);
+        case SketchToolType::ellipseFill: return std::make_shared<EllipseTool>(true);
     }
     return std::make_shared<PenTool>();
 }

@@ -290,13 +290,14 @@ void SketchView::startRebuild(std::shared_ptr<Rebuild> rebuild) {
     running_ = rebuild;
     isBitmapShared_ = true;
     if (!background_) background_ = std::make_unique<dispatch::BackgroundQueue>();
-    // Both outlive the view, and the view waits for its queue.
-    background_->async([rebuild = std::move(rebuild), &engine = platform().graphics(), &main = dispatch::mainQueue()] {
-        rebuild->draw(engine);
-        main.async([rebuild] {
-            if (rebuild->view) rebuild->view->finishRebuild();
+    // The engine outlives the view, and the view waits for its queue.
+    background_->async(
+        [rebuild = std::move(rebuild), &engine = platform().graphics(), inbox = dispatch::mainQueue().inbox()] {
+            rebuild->draw(engine);
+            inbox->post([rebuild] {
+                if (rebuild->view) rebuild->view->finishRebuild();
+            });
         });
-    });
 }
 
 void SketchView::cancelRebuild() {

@@ -97,7 +97,8 @@ public:
     /// Drawings that would hold up the main thread are drawn in the background; the view asks for display when they are
     /// done. Until then the old picture stays, with what a finger has drawn since on top.
     bool updateCacheImage(bool redraw);
-    /// Draws the bitmap, the drawings that it does not hold yet and the tool in progress into the current graphics context, inside `rect`.
+    /// Draws the bitmap, the drawings that it does not hold yet and the tool in progress into the current graphics context,
+    /// inside `rect`.
     void draw(const Rect& rect) override;
 
     /// Makes the view what it was when it was made: no drawings, no background, the first settings. Bounds, delegate and

@@ -54,7 +54,8 @@ public:
     virtual std::optional<double> minimumLineSpacingForSectionAt(CollectionView&, CollectionViewLayout&, std::int64_t) {
         return {};
     }
-    virtual std::optional<double> minimumInteritemSpacingForSectionAt(CollectionView&, CollectionViewLayout&, std::int64_t) {
+    virtual std::optional<double> minimumInteritemSpacingForSectionAt(CollectionView&, CollectionViewLayout&,
+                                                                      std::int64_t) {
         return {};
     }
 };
@@ -79,7 +80,8 @@ public:
     void registerTemplate(std::shared_ptr<CellTemplate> cellTemplate, const std::string& reuseIdentifier);
     void registerClass(std::function<std::shared_ptr<CollectionViewCell>()> make, const std::string& reuseIdentifier);
     /// A cell that has left the screen or a new one; fatal when nothing is registered under `reuseIdentifier`.
-    std::shared_ptr<CollectionViewCell> dequeueReusableCell(const std::string& reuseIdentifier, const IndexPath& indexPath);
+    std::shared_ptr<CollectionViewCell> dequeueReusableCell(const std::string& reuseIdentifier,
+                                                            const IndexPath& indexPath);
 
     /// What the view believes: asked of the data source once after each reload, then kept up by insert and delete.
     std::int64_t numberOfSections();
