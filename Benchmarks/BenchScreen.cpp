@@ -6,9 +6,9 @@
 #include "VideoAnalysis/Platform/Media.h"
 #include "VideoAnalysis/Player/PlayerCollectionViewCell.h"
 #include "VideoAnalysis/Player/PlayerCollectionViewCellController.h"
-#include "VideoAnalysis/Player/VideoView.h"
 #include "VideoAnalysis/Screen/MainViewController.h"
 #include "VideoAnalysis/Screen/PlayersManager.h"
+#include "VideoAnalysis/Video/VideoView.h"
 
 #include <QElapsedTimer>
 #include <QEventLoop>

@@ -3,7 +3,7 @@
 
 #include "Benchmarks/Benchmark.h"
 #include "Benchmarks/MpvPeer.h"
-#include "Platforms/FFmpeg/ClipDecoder.h"
+#include "Platforms/FFmpeg/Clips/ClipDecoder.h"
 #include "Platforms/FFmpeg/FFmpegEngine.h"
 #include "Platforms/Headless/HeadlessPlatform.h"
 

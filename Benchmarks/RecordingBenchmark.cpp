@@ -3,8 +3,8 @@
 
 #include "Benchmarks/Benchmark.h"
 #include "Host/HostApplication.h"
-#include "Host/ScreenDriver.h"
 #include "Platforms/QtQuick/QtScreenRecorder.h"
+#include "Testing/ScreenDriver.h"
 #include "VideoAnalysis/Analysis/Actions.h"
 #include "VideoAnalysis/Platform/Platform.h"
 

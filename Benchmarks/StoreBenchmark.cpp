@@ -59,10 +59,13 @@ struct Fixture {
     std::vector<std::shared_ptr<Subscriber>> subscribers;
 
     explicit Fixture(int count) {
-        static constexpr std::array<Part BenchState::*, 3> parts = {&BenchState::first, &BenchState::second, &BenchState::third};
+        static constexpr std::array<Part BenchState::*, 3> parts = {&BenchState::first, &BenchState::second,
+                                                                    &BenchState::third};
         for (int i = 0; i < count; ++i) {
             subscribers.push_back(std::make_shared<Subscriber>());
-            store->subscribe(subscribers.back(), [part = parts[static_cast<std::size_t>(i % 3)]](auto& whole) { return whole.select(part); });
+            store->subscribe(subscribers.back(), [part = parts[static_cast<std::size_t>(i % 3)]](auto& whole) {
+                return whole.select(part);
+            });
         }
         deliver();
     }
@@ -142,7 +145,8 @@ BENCHMARK_GROUP(store, "store") {
         one.deliver();
         allocations += delivering.count();
     }
-    if (one.subscribers[0]->received != before + deliveries) allocations = deliveries * 1000;  // not delivered: over any limit
+    if (one.subscribers[0]->received != before + deliveries)
+        allocations = deliveries * 1000;  // not delivered: over any limit
     report.value("allocations per delivered state", static_cast<double>(allocations) / deliveries, "", 4);
 
     Fixture thousand(1000);

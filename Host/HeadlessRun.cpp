@@ -1,7 +1,7 @@
 #include "Host/HeadlessRun.h"
 
 #include "Host/HostApplication.h"
-#include "Host/ScreenDriver.h"
+#include "Testing/ScreenDriver.h"
 
 #include <QBuffer>
 #include <QCoreApplication>

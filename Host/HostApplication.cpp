@@ -3,7 +3,7 @@
 #include "Host/ReportingEngine.h"
 #include "Platforms/Cairo/CairoEngine.h"
 #include "Platforms/FFmpeg/FFmpegEngine.h"
-#include "Platforms/FFmpeg/MovieFolder.h"
+#include "Platforms/FFmpeg/Recording/MovieFolder.h"
 #include "Platforms/QtQuick/QtAudioSink.h"
 #include "Platforms/QtQuick/QtQuickPlatform.h"
 #include "Platforms/QtQuick/QtScreenRecorder.h"

@@ -69,7 +69,8 @@ const std::vector<Sample>& samples() {
         {"pen, normal, alpha 0.5", [](SketchView& v, Point o) { pen(v, o, PenType::normal, yellow, 14, 0.5); }},
         {"pen, blur", [](SketchView& v, Point o) { pen(v, o, PenType::blur, red, 6, 1); }},
         {"pen, neon", [](SketchView& v, Point o) { pen(v, o, PenType::neon, blue, 6, 1); }},
-        {"eraser", [](SketchView& v, Point o) {
+        {"eraser",
+         [](SketchView& v, Point o) {
              shape(v, o, SketchToolType::rectangleFill, green);
              v.drawTool = SketchToolType::eraser;
              v.lineWidth = 10;
@@ -79,9 +80,11 @@ const std::vector<Sample>& samples() {
         {"arrow", [](SketchView& v, Point o) { shape(v, o, SketchToolType::arrow, red); }},
         {"pen, blur, width 14", [](SketchView& v, Point o) { pen(v, o, PenType::blur, green, 14, 0.8); }},
         {"rectangle, stroke", [](SketchView& v, Point o) { shape(v, o, SketchToolType::rectangleStroke, blue); }},
-        {"rectangle, fill, alpha 0.5", [](SketchView& v, Point o) { shape(v, o, SketchToolType::rectangleFill, blue, 0.5); }},
+        {"rectangle, fill, alpha 0.5",
+         [](SketchView& v, Point o) { shape(v, o, SketchToolType::rectangleFill, blue, 0.5); }},
         {"ellipse, stroke", [](SketchView& v, Point o) { shape(v, o, SketchToolType::ellipseStroke, yellow); }},
-        {"ellipse, fill, alpha 0.5", [](SketchView& v, Point o) { shape(v, o, SketchToolType::ellipseFill, yellow, 0.5); }},
+        {"ellipse, fill, alpha 0.5",
+         [](SketchView& v, Point o) { shape(v, o, SketchToolType::ellipseFill, yellow, 0.5); }},
     };
     return all;
 }

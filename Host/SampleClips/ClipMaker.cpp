@@ -2,8 +2,8 @@
 // the clips of the tests with it.
 
 #include "Host/SampleClips/Drawing.h"
-#include "Host/SampleClips/FrameCode.h"
 #include "Host/SampleClips/Scene.h"
+#include "Testing/FrameCode.h"
 
 #include <algorithm>
 #include <cerrno>

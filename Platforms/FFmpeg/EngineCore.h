@@ -1,10 +1,10 @@
 #pragma once
 // What all players of one engine share. The engine and each player's playback own it together.
 
+#include "Platforms/FFmpeg/Clips/PicturePool.h"
 #include "Platforms/FFmpeg/FFmpegEngine.h"
-#include "Platforms/FFmpeg/FrameCache.h"
-#include "Platforms/FFmpeg/PicturePool.h"
-#include "Platforms/FFmpeg/SteadyTimer.h"
+#include "Platforms/FFmpeg/Playback/FrameCache.h"
+#include "Platforms/FFmpeg/Playback/SteadyTimer.h"
 #include "Platforms/FFmpeg/ThreadKeeper.h"
 
 #include <memory>

@@ -1,11 +1,11 @@
 #include "Platforms/FFmpeg/FFmpegEngine.h"
 
+#include "Platforms/FFmpeg/Clips/FFmpegImageGenerator.h"
 #include "Platforms/FFmpeg/EngineCore.h"
-#include "Platforms/FFmpeg/FFmpegExportSession.h"
-#include "Platforms/FFmpeg/FFmpegImageGenerator.h"
-#include "Platforms/FFmpeg/FFmpegPlayer.h"
-#include "Platforms/FFmpeg/FFmpegPlayerItem.h"
-#include "Platforms/FFmpeg/Playback.h"
+#include "Platforms/FFmpeg/Export/FFmpegExportSession.h"
+#include "Platforms/FFmpeg/Playback/FFmpegPlayer.h"
+#include "Platforms/FFmpeg/Playback/FFmpegPlayerItem.h"
+#include "Platforms/FFmpeg/Playback/Playback.h"
 #include "VideoAnalysis/Platform/FatalError.h"
 
 extern "C" {

@@ -2,7 +2,7 @@
 // The media engine: opens clips with the FFmpeg libraries and shows every frame of them exactly, backward as smoothly as
 // forward. A host's platform returns one from `Platform::media`.
 
-#include "Platforms/FFmpeg/FrameCache.h"
+#include "Platforms/FFmpeg/Playback/FrameCache.h"
 #include "VideoAnalysis/Platform/AudioSink.h"
 #include "VideoAnalysis/Platform/Media.h"
 

@@ -3,10 +3,8 @@
 #include "VideoAnalysis/Platform/Platform.h"
 #include "VideoAnalysis/Platform/UI/CollectionView.h"
 #include "VideoAnalysis/Platform/UI/Device.h"
-#include "VideoAnalysis/Player/GesturedScrollView.h"
 #include "VideoAnalysis/Player/PlayerCollectionViewCell.h"
 #include "VideoAnalysis/Player/PlayerCollectionViewCellHUDView.h"
-#include "VideoAnalysis/Player/VideoView.h"
 #include "VideoAnalysis/Screen/CollectionViewFlowLayout.h"
 #include "VideoAnalysis/Screen/MainViewController.h"
 #include "VideoAnalysis/Screen/OverlayViewController.h"
@@ -14,6 +12,8 @@
 #include "VideoAnalysis/Trimming/CropView.h"
 #include "VideoAnalysis/Trimming/TrimmerView.h"
 #include "VideoAnalysis/Trimming/VideoTrimmerController.h"
+#include "VideoAnalysis/Video/GesturedScrollView.h"
+#include "VideoAnalysis/Video/VideoView.h"
 
 #include <algorithm>
 #include <array>

@@ -31,7 +31,8 @@ void HeadlessMainQueue::asyncAfter(double seconds, dispatch::Block block) {
     schedule(now_ + seconds, [shared = std::make_shared<dispatch::Block>(std::move(block))] { (*shared)(); });
 }
 
-std::shared_ptr<dispatch::Timer> HeadlessMainQueue::scheduleTimer(double interval, bool repeats, std::function<void()> fire) {
+std::shared_ptr<dispatch::Timer> HeadlessMainQueue::scheduleTimer(double interval, bool repeats,
+                                                                  std::function<void()> fire) {
     auto timer = std::make_shared<ClockTimer>(*this, interval, repeats, std::move(fire));
     timer->scheduleNext();
     return timer;

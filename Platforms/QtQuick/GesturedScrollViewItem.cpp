@@ -1,6 +1,6 @@
 #include "Platforms/QtQuick/GesturedScrollViewItem.h"
 
-#include "VideoAnalysis/Player/GesturedScrollView.h"
+#include "VideoAnalysis/Video/GesturedScrollView.h"
 
 #include <QLineF>
 #include <QMouseEvent>

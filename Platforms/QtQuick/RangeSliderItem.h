@@ -43,12 +43,30 @@ public:
     double lowerValue() const { return slider() ? slider()->lowerValue() : 0; }
     double upperValue() const { return slider() ? slider()->upperValue() : 0; }
     // While QML makes the item, what it sets waits for the rest: one value may need another one first.
-    void setMinimumValue(double value) { asked_.minimum = value; apply(); }
-    void setMaximumValue(double value) { asked_.maximum = value; apply(); }
-    void setMinimumDistance(double distance) { asked_.distance = distance; apply(); }
-    void setStep(double step) { asked_.step = step; apply(); }
-    void setLowerValue(double value) { asked_.lower = value; apply(); }
-    void setUpperValue(double value) { asked_.upper = value; apply(); }
+    void setMinimumValue(double value) {
+        asked_.minimum = value;
+        apply();
+    }
+    void setMaximumValue(double value) {
+        asked_.maximum = value;
+        apply();
+    }
+    void setMinimumDistance(double distance) {
+        asked_.distance = distance;
+        apply();
+    }
+    void setStep(double step) {
+        asked_.step = step;
+        apply();
+    }
+    void setLowerValue(double value) {
+        asked_.lower = value;
+        apply();
+    }
+    void setUpperValue(double value) {
+        asked_.upper = value;
+        apply();
+    }
     double lowerPosition() const { return slider() ? slider()->lowerFraction() : 0; }
     double upperPosition() const { return slider() ? slider()->upperFraction() : 0; }
     QString lowerText() const { return slider() ? QString::fromStdString(slider()->textOf(lowerValue())) : QString(); }

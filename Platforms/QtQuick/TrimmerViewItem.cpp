@@ -26,9 +26,7 @@ TrimmerViewItem::Part TrimmerViewItem::tracked() const {
     return trimmer() ? static_cast<Part>(trimmer()->trackedPart()) : Part::None;
 }
 
-int TrimmerViewItem::thumbnailCount() const {
-    return trimmer() ? static_cast<int>(trimmer()->thumbnails().size()) : 0;
-}
+int TrimmerViewItem::thumbnailCount() const { return trimmer() ? static_cast<int>(trimmer()->thumbnails().size()) : 0; }
 
 double TrimmerViewItem::thumbnailWidth() const { return trimmer() ? trimmer()->thumbnailWidth() : 0; }
 

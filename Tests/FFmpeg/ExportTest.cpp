@@ -2,10 +2,10 @@
 // their times; the sound stays with them; and another program reads the file without a word.
 
 #include "FFmpeg/MediaTest.h"
-#include "Platforms/FFmpeg/ClipDecoder.h"
-#include "Platforms/FFmpeg/ClipScan.h"
-#include "Platforms/FFmpeg/PictureShape.h"
-#include "Platforms/FFmpeg/SoundDecoder.h"
+#include "Platforms/FFmpeg/Clips/ClipDecoder.h"
+#include "Platforms/FFmpeg/Clips/ClipScan.h"
+#include "Platforms/FFmpeg/Clips/PictureShape.h"
+#include "Platforms/FFmpeg/Clips/SoundDecoder.h"
 
 #include <sys/resource.h>
 #include <unistd.h>

@@ -4,7 +4,7 @@
 
 #include "Platforms/FFmpeg/FFmpegEngine.h"
 #include "Platforms/Headless/HeadlessPlatform.h"
-#include "Support/FrameNumber.h"
+#include "Testing/FrameNumber.h"
 
 #include <gtest/gtest.h>
 

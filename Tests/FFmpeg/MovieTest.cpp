@@ -1,10 +1,10 @@
 // Recordings on their way to the disk: ordinary movies in the end, and never lost, whatever happens to the program or the disk.
 
-#include "Host/SampleClips/FrameCode.h"
-#include "Platforms/FFmpeg/MovieFolder.h"
-#include "Platforms/FFmpeg/MovieSound.h"
-#include "Support/FrameNumber.h"
+#include "Platforms/FFmpeg/Recording/MovieFolder.h"
+#include "Platforms/FFmpeg/Recording/MovieSound.h"
 #include "Support/Movies.h"
+#include "Testing/FrameCode.h"
+#include "Testing/FrameNumber.h"
 
 #include <gtest/gtest.h>
 

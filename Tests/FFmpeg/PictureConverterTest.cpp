@@ -1,6 +1,6 @@
 // Decoded pictures to bitmaps: the colours of every matrix, range and depth, and all ways in which a picture can lie.
 
-#include "Platforms/FFmpeg/PictureConverter.h"
+#include "Platforms/FFmpeg/Clips/PictureConverter.h"
 #include "Platforms/FFmpeg/LibraryHandles.h"
 
 #include <gtest/gtest.h>

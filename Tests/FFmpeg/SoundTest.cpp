@@ -1,7 +1,7 @@
 // The sound beside the picture: in step with it, at its own pitch whatever the rate, and silent where it should be.
 
 #include "FFmpeg/MediaTest.h"
-#include "Platforms/FFmpeg/SoundPlayer.h"
+#include "Platforms/FFmpeg/Playback/SoundPlayer.h"
 
 #include <atomic>
 #include <chrono>

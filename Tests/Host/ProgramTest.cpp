@@ -2,7 +2,7 @@
 
 #include "Host/CommandLine.h"
 #include "Host/HostApplication.h"
-#include "Host/ScreenDriver.h"
+#include "Testing/ScreenDriver.h"
 #include "VideoAnalysis/JSON/JSON.h"
 #include "VideoAnalysis/Platform/URL.h"
 

@@ -20,7 +20,8 @@ TEST_F(LocalStateTest, EachActionSetsItsOwnField) {
     state = reduce(SetHUDVisibleStateAction(false), &state);
     state = reduce(SetTimeBasedDrawingsStateAction(false), &state);
     state = reduce(SetScrubbingDirectionStateAction(false), &state);
-    EXPECT_TRUE(state.canUndo && !state.canRedo && state.isEditing && state.isMediaPlaying && state.isMediaControlHidden);
+    EXPECT_TRUE(state.canUndo && !state.canRedo && state.isEditing && state.isMediaPlaying &&
+                state.isMediaControlHidden);
     EXPECT_FALSE(state.isHUDVisible || state.enableTimeBasedDrawings || state.defaultScrubbingDirection);
     EXPECT_EQ(state.playbackRate, 0.25F);
     EXPECT_EQ(state.playbackCurrentTime, 2.5F);

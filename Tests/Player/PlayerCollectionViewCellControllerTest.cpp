@@ -1,5 +1,5 @@
 #include "Tests/Support/ComponentTest.h"
-#include "VideoAnalysis/Player/GesturedScrollView.h"
+#include "VideoAnalysis/Video/GesturedScrollView.h"
 
 #include <cmath>
 

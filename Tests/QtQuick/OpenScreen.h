@@ -3,7 +3,7 @@
 // An analysis of some clips on a real screen in memory, worked with synthetic mouse and touch input.
 
 #include "Host/HostApplication.h"
-#include "Host/ScreenDriver.h"
+#include "Testing/ScreenDriver.h"
 
 #include <QDir>
 #include <QStringList>

@@ -1,9 +1,9 @@
 #include "Platforms/QtQuick/QtQuickPlatform.h"
 
-#include "Host/ScreenDriver.h"
 #include "Platforms/Cairo/CairoEngine.h"
 #include "Platforms/FFmpeg/FFmpegEngine.h"
 #include "Platforms/QtQuick/TemporaryFolder.h"
+#include "Testing/ScreenDriver.h"
 #include "VideoAnalysis/Platform/Dispatch.h"
 #include "VideoAnalysis/Platform/Recording.h"
 #include "VideoAnalysis/Platform/UI/Device.h"

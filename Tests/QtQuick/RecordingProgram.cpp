@@ -1,8 +1,8 @@
 #include "QtQuick/RecordingProgram.h"
 
 #include "Host/HostApplication.h"
-#include "Host/ScreenDriver.h"
 #include "Platforms/QtQuick/QtScreenRecorder.h"
+#include "Testing/ScreenDriver.h"
 #include "VideoAnalysis/Analysis/Actions.h"
 #include "VideoAnalysis/Platform/Platform.h"
 

@@ -4,9 +4,9 @@
 #include "QtQuick/RecordingProgram.h"
 #include "QtQuick/Voice.h"
 
-#include "Platforms/FFmpeg/MovieFolder.h"
+#include "Platforms/FFmpeg/Recording/MovieFolder.h"
 #include "Platforms/QtQuick/QtScreenRecorder.h"
-#include "Tests/Support/FrameNumber.h"
+#include "Testing/FrameNumber.h"
 #include "Tests/Support/Movies.h"
 #include "VideoAnalysis/Analysis/Actions.h"
 #include "VideoAnalysis/Platform/Platform.h"

@@ -3,10 +3,10 @@
 #include "Platforms/QtQuick/CropViewItem.h"
 #include "Platforms/QtQuick/TrimmerViewItem.h"
 #include "QtQuick/OpenScreen.h"
-#include "Support/FrameNumber.h"
+#include "Testing/FrameNumber.h"
 #include "VideoAnalysis/Analysis/Actions.h"
-#include "VideoAnalysis/Player/VideoView.h"
 #include "VideoAnalysis/Trimming/TrimmerView.h"
+#include "VideoAnalysis/Video/VideoView.h"
 
 #include <QDir>
 #include <QTest>

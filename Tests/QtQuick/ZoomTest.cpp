@@ -3,8 +3,8 @@
 
 #include "Platforms/QtQuick/ViewItem.h"
 #include "QtQuick/OpenScreen.h"
-#include "VideoAnalysis/Player/GesturedScrollView.h"
 #include "VideoAnalysis/Sketch/SketchView.h"
+#include "VideoAnalysis/Video/GesturedScrollView.h"
 
 #include <QPointingDevice>
 #include <QWheelEvent>

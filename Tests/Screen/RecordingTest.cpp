@@ -1,7 +1,7 @@
 // Recording the screen, headless: what the state asks of the recorder, and what its answers come to.
 
 #include "Tests/Support/ComponentTest.h"
-#include "VideoAnalysis/Player/GesturedScrollView.h"
+#include "VideoAnalysis/Video/GesturedScrollView.h"
 
 #include <functional>
 #include <regex>

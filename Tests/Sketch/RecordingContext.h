@@ -15,8 +15,12 @@ public:
 
     void saveState() override { add("save"); }
     void restoreState() override { add("restore"); }
-    void setStrokeColor(const Color& color) override { add("stroke color", {color.red, color.green, color.blue, color.alpha}); }
-    void setFillColor(const Color& color) override { add("fill color", {color.red, color.green, color.blue, color.alpha}); }
+    void setStrokeColor(const Color& color) override {
+        add("stroke color", {color.red, color.green, color.blue, color.alpha});
+    }
+    void setFillColor(const Color& color) override {
+        add("fill color", {color.red, color.green, color.blue, color.alpha});
+    }
     void setLineWidth(double width) override { add("width", {width}); }
     void setLineCap(graphics::LineCap cap) override { add("cap", {static_cast<double>(cap)}); }
     void setAlpha(double alpha) override { add("alpha", {alpha}); }

@@ -18,8 +18,8 @@ struct MovieFacts {
     std::string videoCodec;
     std::string soundCodec;
     std::string colorSpace;
-    std::string complaints;         ///< of a decoder, from the first picture to the last
-    bool indexComesFirst = false;   ///< and there are no fragments
+    std::string complaints;        ///< of a decoder, from the first picture to the last
+    bool indexComesFirst = false;  ///< and there are no fragments
 
     double end() const { return pictureTimes.empty() ? 0 : pictureTimes.back(); }
     double longestGap() const;

@@ -4,8 +4,8 @@ namespace videoanalysis {
 namespace {
 
 std::string describeValue(const Color& color) {
-    return "(" + describeField(color.red) + ", " + describeField(color.green) + ", " + describeField(color.blue) + ", " +
-           describeField(color.alpha) + ")";
+    return "(" + describeField(color.red) + ", " + describeField(color.green) + ", " + describeField(color.blue) +
+           ", " + describeField(color.alpha) + ")";
 }
 
 std::string describeValue(const ToolColorMap& map) {
@@ -38,8 +38,9 @@ std::string AddMediaAction::description() const {
 std::string ClearStateAction::description() const { return describeAction("ClearStateAction", {}); }
 
 std::string SetPresentationConfigurationAction::description() const {
-    return describeAction("SetPresentationConfigurationAction", {{"viewController", describeObject(viewController.get())},
-                                                                 {"presentationStyle", describeField(presentationStyle)}});
+    return describeAction("SetPresentationConfigurationAction",
+                          {{"viewController", describeObject(viewController.get())},
+                           {"presentationStyle", describeField(presentationStyle)}});
 }
 
 std::string DismissAction::description() const {
@@ -48,10 +49,11 @@ std::string DismissAction::description() const {
 }
 
 std::string SetConfigurationAction::description() const {
-    return describeAction("SetConfigurationAction",
-                          {{"configuration.enableTimeBasedDrawings", describeField(configuration.enableTimeBasedDrawings)},
-                           {"configuration.defaultScrubbingDirection", describeField(configuration.defaultScrubbingDirection)},
-                           {"configuration.delegate", describeObject(configuration.delegate.get())}});
+    return describeAction(
+        "SetConfigurationAction",
+        {{"configuration.enableTimeBasedDrawings", describeField(configuration.enableTimeBasedDrawings)},
+         {"configuration.defaultScrubbingDirection", describeField(configuration.defaultScrubbingDirection)},
+         {"configuration.delegate", describeObject(configuration.delegate.get())}});
 }
 
 std::string HasRecordingPermissionAction::description() const {
@@ -71,7 +73,8 @@ std::string SetHUDVisibleAction::description() const {
 }
 
 std::string SetPlayerRate::description() const {
-    return describeAction("SetPlayerRate", {{"index", describeField(index)}, {"playerRate", describeField(playerRate)}});
+    return describeAction("SetPlayerRate",
+                          {{"index", describeField(index)}, {"playerRate", describeField(playerRate)}});
 }
 
 std::string PerformCellVideoSeekForwardAction::description() const {

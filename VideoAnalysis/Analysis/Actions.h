@@ -40,14 +40,16 @@ struct SetPresentationConfigurationAction final : Action {
 struct DismissAction final : Action {
     bool animated;
     std::function<void()> completion;
-    DismissAction(bool animated, std::function<void()> completion) : animated(animated), completion(std::move(completion)) {}
+    DismissAction(bool animated, std::function<void()> completion)
+        : animated(animated), completion(std::move(completion)) {}
     std::string description() const override;
 };
 
 /// Copies the configuration into the state.
 struct SetConfigurationAction final : Action {
     VideoAnalysisConfiguration configuration;
-    explicit SetConfigurationAction(VideoAnalysisConfiguration configuration) : configuration(std::move(configuration)) {}
+    explicit SetConfigurationAction(VideoAnalysisConfiguration configuration)
+        : configuration(std::move(configuration)) {}
     std::string description() const override;
 };
 
@@ -69,7 +71,8 @@ struct SetScreenRecordingStateAction final : Action {
 struct UpdateMediaAction final : Action {
     std::int64_t index;
     VideoAnalysisController::Object media;
-    UpdateMediaAction(std::int64_t index, VideoAnalysisController::Object media) : index(index), media(std::move(media)) {}
+    UpdateMediaAction(std::int64_t index, VideoAnalysisController::Object media)
+        : index(index), media(std::move(media)) {}
     std::string description() const override;
 };
 
@@ -91,7 +94,8 @@ struct SetPlayerRate final : Action {
 struct PerformCellVideoSeekForwardAction final : Action {
     std::optional<std::int64_t> index;
     std::int64_t steps;
-    PerformCellVideoSeekForwardAction(std::optional<std::int64_t> index, std::int64_t steps) : index(index), steps(steps) {}
+    PerformCellVideoSeekForwardAction(std::optional<std::int64_t> index, std::int64_t steps)
+        : index(index), steps(steps) {}
     std::string description() const override;
 };
 
@@ -99,7 +103,8 @@ struct PerformCellVideoSeekForwardAction final : Action {
 struct PerformCellVideoSeekBackwardAction final : Action {
     std::optional<std::int64_t> index;
     std::int64_t steps;
-    PerformCellVideoSeekBackwardAction(std::optional<std::int64_t> index, std::int64_t steps) : index(index), steps(steps) {}
+    PerformCellVideoSeekBackwardAction(std::optional<std::int64_t> index, std::int64_t steps)
+        : index(index), steps(steps) {}
     std::string description() const override;
 };
 
@@ -107,7 +112,8 @@ struct PerformCellVideoSeekBackwardAction final : Action {
 struct SetCellVideoPlayingStateAction final : Action {
     bool newState;
     std::optional<std::int64_t> index;
-    SetCellVideoPlayingStateAction(bool newState, std::optional<std::int64_t> index) : newState(newState), index(index) {}
+    SetCellVideoPlayingStateAction(bool newState, std::optional<std::int64_t> index)
+        : newState(newState), index(index) {}
     std::string description() const override;
 };
 

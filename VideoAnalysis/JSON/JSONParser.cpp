@@ -53,7 +53,8 @@ public:
     bool parse_error(std::size_t position, const std::string&, const nlohmann::json::exception& error) override {
         // "[the parser's own code] what is wrong; where the text may be very long".
         std::string_view message = error.what();
-        if (const std::size_t code = message.find("] "); code != std::string_view::npos) message.remove_prefix(code + 2);
+        if (const std::size_t code = message.find("] "); code != std::string_view::npos)
+            message.remove_prefix(code + 2);
         constexpr std::size_t longest = 200;
         throw JSONError(JSONError::Kind::invalidJSON, "invalid JSON at byte " + std::to_string(position) + ": " +
                                                           std::string(message.substr(0, longest)));

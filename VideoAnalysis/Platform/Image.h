@@ -16,8 +16,8 @@ namespace videoanalysis {
 /// Premultiplied ARGB, 32 bits a pixel in native byte order (B, G, R, A in memory on little-endian machines), rows from
 /// the top, `width * 4` bytes a row.
 struct Bitmap {
-    int width = 0;   ///< pixels
-    int height = 0;  ///< pixels
+    int width = 0;     ///< pixels
+    int height = 0;    ///< pixels
     double scale = 1;  ///< pixels per point
     std::vector<std::uint32_t> pixels;
 

@@ -16,7 +16,8 @@ void installPlatform(std::shared_ptr<Platform> platform) { installed() = std::mo
 
 Platform& platform() {
     const std::shared_ptr<Platform>& platform = installed();
-    if (!platform) fatalError("No platform: call videoanalysis::installPlatform() before the first use of the component");
+    if (!platform)
+        fatalError("No platform: call videoanalysis::installPlatform() before the first use of the component");
     return *platform;
 }
 

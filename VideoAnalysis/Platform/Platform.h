@@ -39,7 +39,8 @@ public:
     virtual dispatch::MainQueue& mainQueue() = 0;
     /// Calls `fire` on the main thread every `interval` seconds, or once. The timer lives until it is invalidated or has
     /// fired its only time.
-    virtual std::shared_ptr<dispatch::Timer> scheduleTimer(double interval, bool repeats, std::function<void()> fire) = 0;
+    virtual std::shared_ptr<dispatch::Timer> scheduleTimer(double interval, bool repeats,
+                                                           std::function<void()> fire) = 0;
     /// Seconds since 1 January 2001 00:00 UTC. Any thread.
     virtual double wallClock() const = 0;
 

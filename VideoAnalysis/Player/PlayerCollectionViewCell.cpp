@@ -1,8 +1,8 @@
 #include "VideoAnalysis/Player/PlayerCollectionViewCell.h"
 
-#include "VideoAnalysis/Player/GesturedScrollView.h"
-#include "VideoAnalysis/Player/VideoView.h"
 #include "VideoAnalysis/Sketch/SketchView.h"
+#include "VideoAnalysis/Video/GesturedScrollView.h"
+#include "VideoAnalysis/Video/VideoView.h"
 
 #include <sstream>
 

@@ -6,12 +6,12 @@
 #include "VideoAnalysis/Platform/Platform.h"
 #include "VideoAnalysis/Platform/UI/Bundle.h"
 #include "VideoAnalysis/Platform/UI/ViewController.h"
-#include "VideoAnalysis/Player/GesturedScrollView.h"
 #include "VideoAnalysis/Player/PlayerCollectionViewCell.h"
 #include "VideoAnalysis/Player/PlayerCollectionViewCellHUDView.h"
-#include "VideoAnalysis/Player/Throttle.h"
+#include "VideoAnalysis/Store/Throttle.h"
 #include "VideoAnalysis/Timeline/InfiniteDataSources.h"
 #include "VideoAnalysis/Trimming/VideoTrimmerController.h"
+#include "VideoAnalysis/Video/GesturedScrollView.h"
 
 #include <cmath>
 #include <cstdio>

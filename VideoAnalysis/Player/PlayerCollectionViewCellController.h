@@ -8,11 +8,11 @@
 #include "VideoAnalysis/Platform/UI/GestureRecognizer.h"
 #include "VideoAnalysis/Platform/UI/KeyPress.h"
 #include "VideoAnalysis/Player/LocalState.h"
-#include "VideoAnalysis/Player/VideoView.h"
 #include "VideoAnalysis/Sketch/SketchView.h"
 #include "VideoAnalysis/Store/Store.h"
 #include "VideoAnalysis/Timeline/TimelineView.h"
 #include "VideoAnalysis/Trimming/VideoEditorControllerDelegate.h"
+#include "VideoAnalysis/Video/VideoView.h"
 
 #include <cstdint>
 #include <memory>

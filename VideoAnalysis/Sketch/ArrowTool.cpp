@@ -20,7 +20,8 @@ void ArrowTool::draw() const {
                                        static_cast<float>(lastPoint().x - firstPoint().x));
         const float barbLength = static_cast<float>(lineWidth()) * 4;
         const auto fromLastPoint = [&](double distance, float direction) {
-            return Point{lastPoint().x + distance * std::cos(direction), lastPoint().y + distance * std::sin(direction)};
+            return Point{lastPoint().x + distance * std::cos(direction),
+                         lastPoint().y + distance * std::sin(direction)};
         };
         context->addLine(lastPoint());
         context->move(fromLastPoint(barbLength, angle + barbAngle));

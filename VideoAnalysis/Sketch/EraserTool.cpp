@@ -17,8 +17,8 @@ void EraserTool::draw() const {
 }
 
 JSON EraserTool::jsonValue(Size size, bool withPoints) const {
-    return PenTool::jsonValue(
-        size, withPoints, JSON::dictionary({{"penType", static_cast<int>(drawingPenType())}, {"eraser", true}}));
+    return PenTool::jsonValue(size, withPoints,
+                              JSON::dictionary({{"penType", static_cast<int>(drawingPenType())}, {"eraser", true}}));
 }
 
 }  // namespace videoanalysis

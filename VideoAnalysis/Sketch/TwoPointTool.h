@@ -22,9 +22,7 @@ protected:
     /// False while either coordinate of the last point is negative: then there is nothing to draw.
     bool hasLastPoint() const { return lastPoint_.x >= 0 && lastPoint_.y >= 0; }
     /// From the first point to the last; its sizes are negative when it was dragged up or to the left.
-    Rect rect() const {
-        return {firstPoint_, {lastPoint_.x - firstPoint_.x, lastPoint_.y - firstPoint_.y}};
-    }
+    Rect rect() const { return {firstPoint_, {lastPoint_.x - firstPoint_.x, lastPoint_.y - firstPoint_.y}}; }
     /// A drawing of this type and configuration, to which the points are added.
     JSON storedForm(const char* type, JSON configuration, Size size, bool withPoints) const;
 

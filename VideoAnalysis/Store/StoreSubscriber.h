@@ -61,7 +61,8 @@ public:
     const std::weak_ptr<AnyStoreSubscriber> subscriber;
     const AnyStoreSubscriber* const objectIdentifier;
 
-    SubscriptionBox(std::shared_ptr<Subscription<State>> original, const std::shared_ptr<AnyStoreSubscriber>& subscriber)
+    SubscriptionBox(std::shared_ptr<Subscription<State>> original,
+                    const std::shared_ptr<AnyStoreSubscriber>& subscriber)
         : originalSubscription(std::move(original)), subscriber(subscriber), objectIdentifier(subscriber.get()) {}
 
     /// A box whose chain ends in `last`, a stage of `original`, or is `original` alone when `last` is null.

@@ -54,7 +54,7 @@ public:
         using Substate = std::decay_t<std::invoke_result_t<Selector&, const State&>>;
         return Subscription<Substate>::make([&](typename Subscription<Substate>::Forward forward) {
             install([selector = std::move(selector), forward = std::move(forward)](const Snapshot<State>& oldState,
-                                                                                  const Snapshot<State>& newState) {
+                                                                                   const Snapshot<State>& newState) {
                 forward(oldState ? part<Substate>(selector, oldState) : nullptr, part<Substate>(selector, newState));
             });
         });
@@ -64,14 +64,12 @@ public:
     std::shared_ptr<Subscription> skipRepeats(std::function<bool(const State&, const State&)> isRepeat) {
         return make([&](Forward forward) {
             install([isRepeat = std::move(isRepeat), forward = std::move(forward)](const Snapshot<State>& oldState,
-                                                                                  const Snapshot<State>& newState) {
+                                                                                   const Snapshot<State>& newState) {
                 if (!oldState || !isRepeat(*oldState, *newState)) forward(oldState, newState);
             });
         });
     }
-    std::shared_ptr<Subscription> skipRepeats()
-        requires std::equality_comparable<State>
-    {
+    std::shared_ptr<Subscription> skipRepeats() requires std::equality_comparable<State> {
         return skipRepeats([](const State& a, const State& b) { return a == b; });
     }
     std::shared_ptr<Subscription> skip(std::function<bool(const State&, const State&)> when) {
@@ -87,7 +85,7 @@ private:
     template <class Work>
     void install(Work work) {
         observer = [shared = std::make_shared<const Work>(std::move(work))](const Snapshot<State>& oldState,
-                                                                           const Snapshot<State>& newState) {
+                                                                            const Snapshot<State>& newState) {
             dispatch::mainQueue().async([weak = std::weak_ptr<const Work>(shared), oldState, newState] {
                 if (const auto alive = weak.lock()) (*alive)(oldState, newState);
             });

@@ -32,7 +32,8 @@ std::int64_t truncated(double value, const char* what) {
 std::int64_t InfiniteDataSources::multiplier(Size estimatedItemSize, bool enabled) {
     if (!enabled) return 1;
     const Size screen = platform().mainScreen().size();
-    return truncated(4 * std::max(screen.width, screen.height) / std::min(estimatedItemSize.width, estimatedItemSize.height),
+    return truncated(4 * std::max(screen.width, screen.height) /
+                         std::min(estimatedItemSize.width, estimatedItemSize.height),
                      "The number of repetitions");
 }
 
@@ -40,8 +41,8 @@ std::int64_t InfiniteDataSources::numberOfSections(std::int64_t numberOfSections
     return numberOfSections > 1 ? product(numberOfSections, multiplier) : numberOfSections;
 }
 
-std::int64_t InfiniteDataSources::numberOfItemsInSection(std::int64_t numberOfItemsInSection, std::int64_t numberOfSections,
-                                                         std::int64_t multiplier) {
+std::int64_t InfiniteDataSources::numberOfItemsInSection(std::int64_t numberOfItemsInSection,
+                                                         std::int64_t numberOfSections, std::int64_t multiplier) {
     originCount = numberOfItemsInSection;
     return numberOfSections < 2 ? product(numberOfItemsInSection, multiplier) : numberOfItemsInSection;
 }

@@ -23,7 +23,8 @@ struct InfiniteDataSources {
 
     /// Modulo; fatal for a content of none.
     static std::int64_t section(std::int64_t from, std::int64_t numberOfSections);
-    static ui::IndexPath indexPath(const ui::IndexPath& from, std::int64_t numberOfSections, std::int64_t numberOfItems);
+    static ui::IndexPath indexPath(const ui::IndexPath& from, std::int64_t numberOfSections,
+                                   std::int64_t numberOfItems);
 };
 
 /// `value` without its fraction; fatal, naming `what`, when it is not finite or does not fit.

@@ -6,8 +6,8 @@
 #include "VideoAnalysis/Platform/UI/Control.h"
 #include "VideoAnalysis/Platform/UI/ViewController.h"
 #include "VideoAnalysis/Platform/URL.h"
-#include "VideoAnalysis/Player/VideoView.h"
 #include "VideoAnalysis/Trimming/VideoEditorControllerDelegate.h"
+#include "VideoAnalysis/Video/VideoView.h"
 
 #include <cstdint>
 #include <memory>

@@ -140,7 +140,8 @@ void CollectionView::layoutSubviews() {
 }
 
 void CollectionView::boundsWillChange(const Rect& newBounds) {
-    if (layout_ && layout_->shouldInvalidateLayoutForBoundsChange({contentOffset(), newBounds.size})) layoutDidInvalidate();
+    if (layout_ && layout_->shouldInvalidateLayoutForBoundsChange({contentOffset(), newBounds.size}))
+        layoutDidInvalidate();
 }
 
 void CollectionView::contentOffsetWillChange(Point newOffset) {
@@ -210,7 +211,8 @@ void CollectionView::updateVisibleCells() {
         visible.cell->setFrame(wanted_[i].frame);
         if (!isNew) continue;
         addSubview(visible.cell);
-        if (const auto listener = collectionViewDelegate()) listener->willDisplay(*this, *visible.cell, visible.indexPath);
+        if (const auto listener = collectionViewDelegate())
+            listener->willDisplay(*this, *visible.cell, visible.indexPath);
     }
     if (hasChanged) notify(Property::visibleCells);
 }

@@ -68,12 +68,14 @@ double FlowLayout::layOutSection(CollectionView& view, std::int64_t section, dou
     std::optional<Size> uniformSize = itemSize_;
     if (delegate) {
         lineSpacing = delegate->minimumLineSpacingForSectionAt(view, *this, section).value_or(lineSpacing);
-        interitemSpacing = delegate->minimumInteritemSpacingForSectionAt(view, *this, section).value_or(interitemSpacing);
+        interitemSpacing =
+            delegate->minimumInteritemSpacingForSectionAt(view, *this, section).value_or(interitemSpacing);
         uniformSize = delegate->uniformItemSize(view, *this);
     }
     const Size available = view.bounds().size;
     const double acrossStart = isHorizontal() ? sectionInset_.top : sectionInset_.left;
-    const double acrossEnd = isHorizontal() ? available.height - sectionInset_.bottom : available.width - sectionInset_.right;
+    const double acrossEnd =
+        isHorizontal() ? available.height - sectionInset_.bottom : available.width - sectionInset_.right;
     const std::int64_t count = view.numberOfItemsInSection(section);
     double along = start + (isHorizontal() ? sectionInset_.left : sectionInset_.top);
     const double endInset = isHorizontal() ? sectionInset_.right : sectionInset_.bottom;
@@ -84,7 +86,8 @@ double FlowLayout::layOutSection(CollectionView& view, std::int64_t section, dou
         const double itemStep = itemAcross + interitemSpacing;
         const double fitting = std::floor((acrossEnd - acrossStart + interitemSpacing + 1e-6) / itemStep);
         const auto perLine = static_cast<std::int64_t>(std::clamp(fitting, 1.0, 1e9));
-        uniform_.push_back({section, count, perLine, along, *uniformSize, itemAlong + lineSpacing, itemStep, acrossStart});
+        uniform_.push_back(
+            {section, count, perLine, along, *uniformSize, itemAlong + lineSpacing, itemStep, acrossStart});
         const std::int64_t lines = (count + perLine - 1) / perLine;
         if (lines > 0) along += static_cast<double>(lines) * itemAlong + static_cast<double>(lines - 1) * lineSpacing;
         return along + endInset;

@@ -1,0 +1,35 @@
+#pragma once
+// How a clip's pictures stand and what shape their pixels have, as its container or the pictures themselves say. Whoever shows
+// or cuts pictures asks it.
+
+#include "Platforms/FFmpeg/Clips/PictureConverter.h"
+#include "Platforms/FFmpeg/LibraryHandles.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace videoanalysis::media {
+
+/// The container's word counts more than the picture's.
+inline Orientation orientationOf(const AVStream& stream, const AVFrame& picture) {
+    std::size_t size = 0;
+    const std::uint8_t* matrix = av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, &size);
+    if (!matrix) {
+        const AVFrameSideData* data = av_frame_get_side_data(&picture, AV_FRAME_DATA_DISPLAYMATRIX);
+        if (data) {
+            matrix = data->data;
+            size = data->size;
+        }
+    }
+    if (!matrix || size < 9 * sizeof(std::int32_t)) return {};
+    return Orientation::fromDisplayMatrix(reinterpret_cast<const std::int32_t*>(matrix));
+}
+
+/// A pixel's width over its height, before turning.
+inline double pixelAspectOf(AVFormatContext* format, AVStream* stream, AVFrame* picture) {
+    const AVRational ratio = av_guess_sample_aspect_ratio(format, stream, picture);
+    const double aspect = ratio.num > 0 && ratio.den > 0 ? av_q2d(ratio) : 1;
+    return aspect > 0.05 && aspect < 20 ? aspect : 1;  // anything else is damage, not a picture format
+}
+
+}  // namespace videoanalysis::media

@@ -1,0 +1,125 @@
+#include "Platforms/FFmpeg/Recording/MovieFolder.h"
+
+extern "C" {
+#include <libavutil/log.h>
+}
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+namespace videoanalysis::media {
+namespace {
+
+constexpr const char* suffix = ".mp4";
+constexpr const char* growingSuffix = ".growing.mp4";
+
+/// The local time to the millisecond: names sort as the movies were recorded.
+std::string nameOfNow() {
+    const auto now = std::chrono::system_clock::now();
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
+    const auto milliseconds =
+        std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000;
+    std::tm local{};
+    ::localtime_r(&seconds, &local);
+    char date[32];
+    std::strftime(date, sizeof date, "%Y-%m-%d %H.%M.%S", &local);
+    char text[48];
+    std::snprintf(text, sizeof text, "%s.%03d", date, static_cast<int>(milliseconds));
+    return text;
+}
+
+struct FileCloser {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+/// Copies `from` into `to` and removes it then.
+recording::Error moveByCopying(const std::string& from, const std::string& to,
+                               const std::function<bool()>& isCancelled) {
+    constexpr std::size_t blockSize = std::size_t{1} << 20;
+    std::string reason;
+    const auto temporary = TemporaryFile::make(to, 0600, reason);
+    const std::unique_ptr<std::FILE, FileCloser> input(std::fopen(from.c_str(), "rbe"));
+    const bool isOpen = temporary && input;
+    if (temporary && !input) reason = std::strerror(errno);
+    std::vector<char> block(blockSize);
+    std::size_t count = 0;
+    while (isOpen && reason.empty() && (count = std::fread(block.data(), 1, block.size(), input.get())) > 0) {
+        if (isCancelled()) reason = "it was cancelled";
+        for (std::size_t written = 0; reason.empty() && written < count;) {
+            const ssize_t result = ::write(temporary->descriptor(), block.data() + written, count - written);
+            if (result >= 0) written += static_cast<std::size_t>(result);
+            if (result < 0 && errno != EINTR) reason = std::strerror(errno);
+        }
+    }
+    if (isOpen && reason.empty() && std::ferror(input.get())) reason = std::strerror(EIO);
+    if (!reason.empty() || !temporary->keep(isCancelled, reason)) {
+        return "cannot save the recording as " + to + ": " + reason;
+    }
+    ::unlink(from.c_str());
+    return {};
+}
+
+}  // namespace
+
+MovieFolder::MovieFolder(const std::string& path, MovieOptions options)
+    : path_(std::filesystem::absolute(path).lexically_normal()), options_(std::move(options)) {
+    av_log_set_level(AV_LOG_QUIET);  // what goes wrong is told in one line
+}
+
+std::unique_ptr<recording::MovieWriter> MovieFolder::makeMovie(const recording::MovieFormat& format,
+                                                               std::function<void(recording::Error)> opened,
+                                                               std::function<void(const std::string&)> brokeOff) {
+    return std::make_unique<MovieEncoder>(path_ + "/" + nameOfNow() + growingSuffix, format, options_, finished_,
+                                          MovieEvents{std::move(opened), std::move(brokeOff)});
+}
+
+void MovieFolder::movieTaken(const URL& movie) { finished_->remove(movie.path()); }
+
+std::vector<std::string> MovieFolder::untaken() const {
+    std::vector<std::pair<std::filesystem::file_time_type, std::string>> movies;
+    std::error_code code;
+    for (std::filesystem::directory_iterator entry(path_, code), end; !code && entry != end; entry.increment(code)) {
+        std::error_code ignored;
+        const std::filesystem::path path = entry->path();
+        const bool isLeftover = TemporaryFile::isTemporaryName(path.filename());
+        if (!isLeftover && path.extension() != suffix) continue;
+        if (entry->is_symlink(ignored) || !entry->is_regular_file(ignored)) continue;
+        const LockedFile lock = LockedFile::tryLock(path);
+        if (!lock) continue;
+        if (isLeftover || entry->file_size(ignored) == 0) {
+            std::filesystem::remove(path, ignored);
+        } else {
+            movies.emplace_back(entry->last_write_time(ignored), path);
+        }
+    }
+    std::sort(movies.begin(), movies.end());
+    std::vector<std::string> paths;
+    for (auto& movie : movies) paths.push_back(std::move(movie.second));
+    return paths;
+}
+
+recording::Error MovieFolder::finish(const std::string& movie, const URL& output,
+                                     const std::atomic<bool>& isCancelled) {
+    const auto ask = [&isCancelled] { return isCancelled.load(); };
+    if (movie.ends_with(growingSuffix)) {
+        LockedFile lock;
+        return finishMovie(movie, output.path(), ask, lock);
+    }
+    if (std::rename(movie.c_str(), output.path().c_str()) != 0) {
+        if (errno == EXDEV) return moveByCopying(movie, output.path(), ask);
+        return "cannot save the recording as " + output.path() + ": " + std::strerror(errno);
+    }
+    syncFolderOf(output.path());
+    return {};
+}
+
+}  // namespace videoanalysis::media
