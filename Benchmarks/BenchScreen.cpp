@@ -57,7 +57,7 @@ BenchScreen::~BenchScreen() {
 }
 
 bool BenchScreen::isReady() const {
-    const auto screen = mainStore().state().mainViewController();
+    const auto screen = MainViewController::of(mainStore().state());
     if (!screen->isViewLoaded()) return false;
     const auto& controllers = screen->playersManager()->cellControllers;
     return std::all_of(controllers.begin(), controllers.end(),
@@ -65,7 +65,7 @@ bool BenchScreen::isReady() const {
 }
 
 std::int64_t BenchScreen::shownFrame(std::size_t player) const {
-    return frameOf(*mainStore().state().mainViewController()->playersManager()->cellControllers.at(player))->index();
+    return frameOf(*MainViewController::of(mainStore().state())->playersManager()->cellControllers.at(player))->index();
 }
 
 void BenchScreen::runFor(int milliseconds) {

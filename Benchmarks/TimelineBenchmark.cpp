@@ -91,7 +91,7 @@ BENCHMARK_GROUP(timeline, "timeline") {
     const auto host = std::make_shared<ui::ViewController>();
     mainStore().dispatch(SetPresentationConfigurationAction(host, ui::ModalPresentationStyle::fullScreen));
     platform->advance(1);
-    const auto manager = mainStore().state().mainViewController()->playersManager();
+    const auto manager = MainViewController::of(mainStore().state())->playersManager();
     std::vector<std::shared_ptr<TimelineView>> rulers;
     for (const auto& controller : manager->cellControllers) {
         rulers.push_back(controller->overlayCell()->hudView.lock()->timelineView.lock());

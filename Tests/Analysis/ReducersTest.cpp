@@ -273,7 +273,7 @@ TEST_F(ReducersTest, StepsFollowTheSignOfTheirCount) {
     add("a");
     add("b");
     show();
-    players()[0]->localStore->dispatch(PlayerController::SetCellVideoPlayingStateAction(true));
+    players()[0]->localStore->dispatch(player::SetCellVideoPlayingStateAction(true));
     store().dispatch(PerformCellVideoSeekForwardAction({}, 5));
     EXPECT_FALSE(players()[0]->localStore->state().isMediaPlaying) << "a step pauses";
     EXPECT_EQ(frameOf(0), 5);
@@ -311,7 +311,7 @@ TEST_F(ReducersTest, SeeksAndRatesReachTheAddressedPlayers) {
 
 TEST_F(ReducersTest, UnknownActionsPassWithALine) {
     add("a");
-    store().dispatch(PlayerController::UndoAction(true));
+    store().dispatch(player::UndoAction(true));
     EXPECT_EQ(logged("Unknown action"), 1U);
     (void)reduceScreen(ClearStateAction(), nullptr);
     EXPECT_EQ(logged("Unknown mainViewController action"), 1U);

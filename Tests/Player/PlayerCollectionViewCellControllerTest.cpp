@@ -1,4 +1,5 @@
 #include "Tests/Support/ComponentTest.h"
+#include "VideoAnalysis/Player/PlaybackRate.h"
 #include "VideoAnalysis/Video/GesturedScrollView.h"
 
 #include <cmath>
@@ -122,7 +123,7 @@ TEST_F(PlayerControllerTest, AClipThatBreaksOffStaysPausedWhereItIs) {
     const auto token = player.observeRate([&] { starts += player.rate() > 0 ? 1 : 0; });
     // The engine has stopped; a state that comes before it says why does not start it again.
     player.pause();
-    players()[0]->localStore->dispatch(PlayerController::UndoAction(!local(0).canUndo));
+    players()[0]->localStore->dispatch(player::UndoAction(!local(0).canUndo));
     platform->drainMainQueue();
     item.post(media::PlayerItem::Event::failedToPlayToEnd);
     platform->advance(1);
@@ -262,14 +263,14 @@ TEST_F(PlayerControllerTest, ALongPressRepeatsUntilItEnds) {
 }
 
 TEST_F(PlayerControllerTest, RatesAreReadFromTitlesAndWrittenAsTitles) {
-    EXPECT_EQ(PlayerController::rateFromTitle("1.5x"), 1.5F);
-    EXPECT_EQ(PlayerController::rateFromTitle("x 0.25 x"), 0.25F);
-    EXPECT_EQ(PlayerController::rateFromTitle("fast"), 1.0F);
-    EXPECT_EQ(PlayerController::rateFromTitle("1.2.3x"), 1.0F);
-    EXPECT_EQ(PlayerController::titleForRate(1), "1x");
-    EXPECT_EQ(PlayerController::titleForRate(1.5F), "1.5x");
-    EXPECT_EQ(PlayerController::titleForRate(0.25F), "0.25x");
-    EXPECT_EQ(PlayerController::titleForRate(0.333F), "0.33x");
+    EXPECT_EQ(rateFromTitle("1.5x"), 1.5F);
+    EXPECT_EQ(rateFromTitle("x 0.25 x"), 0.25F);
+    EXPECT_EQ(rateFromTitle("fast"), 1.0F);
+    EXPECT_EQ(rateFromTitle("1.2.3x"), 1.0F);
+    EXPECT_EQ(titleForRate(1), "1x");
+    EXPECT_EQ(titleForRate(1.5F), "1.5x");
+    EXPECT_EQ(titleForRate(0.25F), "0.25x");
+    EXPECT_EQ(titleForRate(0.333F), "0.33x");
 
     auto& hud = hudOf(0);
     const auto container = hud.playbackRateSelectorContainerView.lock();
@@ -510,10 +511,10 @@ TEST_F(PlayerControllerTest, TheRulersStepsBecomeFrameSteps) {
     scroll(8);
     EXPECT_EQ(frameOf(0), 11);
     EXPECT_EQ(frameOf(1), 1);
-    players()[0]->localStore->dispatch(PlayerController::SetScrubbingDirectionStateAction(false));
+    players()[0]->localStore->dispatch(player::SetScrubbingDirectionStateAction(false));
     scroll(8);
     EXPECT_EQ(frameOf(0), 10) << "the other direction";
-    EXPECT_DEATH(players()[0]->timelineViewDidScrollBy(std::nan(""), true), "not finite");
+    EXPECT_DEATH(players()[0]->commands.timelineViewDidScrollBy(std::nan(""), true), "not finite");
 }
 
 // ---- The video view alone

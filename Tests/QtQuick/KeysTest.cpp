@@ -79,7 +79,7 @@ TEST_F(KeysTest, AnAnalysisOpenedOverAnotherOneCanBeUsedAndClosed) {
     showStart({clip("h264.mp4")});
     press(Qt::Key_Return);
     waitForClip();
-    const std::weak_ptr<MainViewController> first = mainStore().state().existingMainViewController();
+    const std::weak_ptr<AnalysisScreen> first = mainStore().state().existingMainViewController();
     host->openAnalysis();
     EXPECT_TRUE(screen->wait([&] { return first.expired(); })) << "the first screen is gone";
     waitForClip();

@@ -204,7 +204,7 @@ TEST_F(PlaybackTest, TheFillModeChangesThePictureNotItsNeighbour) {
 class BrokenClipTest : public OpenScreen {
 protected:
     static PlayerCollectionViewCellController& controller() {
-        return *mainStore().state().mainViewController()->playersManager()->cellControllers.at(0);
+        return *MainViewController::of(mainStore().state())->playersManager()->cellControllers.at(0);
     }
 };
 
@@ -280,7 +280,7 @@ TEST_F(BrokenClipTest, WhereAClipCannotBeReadAnyFurtherPlaybackPausesAndSaysSoFo
         EXPECT_EQ(screen->frameIndex(0), frame) << "it seeks nowhere";
         EXPECT_TRUE(isBrokenOff());
     };
-    controller().localStore->dispatch(PlayerCollectionViewCellController::SetCellVideoPlaybackRateAction(4));
+    controller().localStore->dispatch(player::SetCellVideoPlaybackRateAction(4));
     playToTheBreak();
     save(QStringLiteral("broken-off.png"));
     ASSERT_TRUE(screen->click("rewindButton"));

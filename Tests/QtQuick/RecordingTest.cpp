@@ -434,7 +434,7 @@ TEST_F(RecordingTest, TheMicrophoneIsOpenOnlyWhileItsScreenIsRecorded) {
     record();
     EXPECT_TRUE(isOpen(true));
     ASSERT_TRUE(isTaken());
-    mainStore().state().mainViewController()->dismiss(true, {});
+    MainViewController::of(mainStore().state())->dismiss(true, {});
     EXPECT_FALSE(recorder().isRecording());
     EXPECT_TRUE(isOpen(false)) << "without its screen";
     EXPECT_TRUE(screen->wait([&] { return saved().size() == 2; })) << "delivered as usual";

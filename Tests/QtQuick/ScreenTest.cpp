@@ -197,7 +197,7 @@ TEST_F(AnalysisScreenTest, AClockThatNobodySeesPaintsNothing) {
     open({clip("h264.mp4")});
     mainStore().dispatch(HasRecordingPermissionAction(true));
     settle();
-    const auto overlay = mainStore().state().mainViewController()->overlayViewController();
+    const auto overlay = MainViewController::of(mainStore().state())->overlayViewController();
     int frames = 0;
     const auto counting =
         QObject::connect(&host->window(), &QQuickWindow::frameSwapped, &host->window(), [&] { ++frames; });
@@ -443,7 +443,7 @@ TEST_F(ConfiguredScreenTest, AHundredVisitsLeaveNothingBehind) {
     for (int visit = 0; visit < 100; ++visit) {
         host->openAnalysis();
         ASSERT_TRUE(screen->wait([&] { return screen->playerCount() == 1 && screen->item("closeButton"); })) << visit;
-        const auto main = mainStore().state().mainViewController();
+        const auto main = MainViewController::of(mainStore().state());
         collectViews(main->view(), views);
         collectViews(main->overlayViewController()->view(), views);
         controllers.insert(controllers.end(), {main, main->overlayViewController()});

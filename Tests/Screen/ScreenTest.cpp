@@ -353,8 +353,8 @@ TEST_F(ScreenTest, ThemeAndIconsOfTheHostTakeEffect) {
     EXPECT_EQ(overlay().lockPlaybackButton.lock()->image(), Image::named("my lock"));
     EXPECT_EQ(overlay().closeButton.lock()->titleColor(), Color::systemRed());
     EXPECT_EQ(overlay().recordButton.lock()->titleColor(), Color::systemRed());
-    for (const auto& view : {overlay().topBarView, overlay().topBarBackgroundView, overlay().drawingShapeView}) {
-        EXPECT_EQ(view.lock()->backgroundColor(), Color::systemBlue().withAlpha(0.25));
+    for (const auto* view : {&overlay().topBarView, &overlay().topBarBackgroundView, &overlay().drawingShapeView}) {
+        EXPECT_EQ((*view)->backgroundColor(), Color::systemBlue().withAlpha(0.25));
     }
     EXPECT_EQ(overlay().colorPickerView.lock()->backgroundColor(), Color::systemBlue().withAlpha(0.25));
     EXPECT_EQ(overlay().view()->backgroundColor(), Color::clear());

@@ -51,7 +51,7 @@ protected:
         return {url, {}};
     }
 
-    std::shared_ptr<MainViewController> screen() { return store().state().mainViewController(); }
+    std::shared_ptr<MainViewController> screen() { return MainViewController::of(store().state()); }
     std::vector<std::shared_ptr<PlayerCollectionViewCellController>>& players() {
         return screen()->playersManager()->cellControllers;
     }

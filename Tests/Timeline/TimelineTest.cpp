@@ -22,6 +22,7 @@ protected:
             steps.push_back(count);
         }
         bool defaultScrubbingDirection() const override { return direction; }
+        Color tickColor() const override { return Color::systemBlue(); }
         double total() const {
             double sum = 0;
             for (const double step : steps) sum += step;
@@ -144,7 +145,7 @@ TEST_F(TimelineTest, TicksAreLongShortAndRed) {
         const auto& tick = dynamic_cast<TimelineCollectionViewCell&>(*visible.cell);
         const std::int64_t index = visible.indexPath.item % 150;
         EXPECT_EQ(tick.isLong(), index % 5 == 0) << index;
-        EXPECT_EQ(tick.color() == Color::systemRed(), index != 0 && index % 10 == 0) << index;
+        EXPECT_EQ(tick.color(), index != 0 && index % 10 == 0 ? Color::systemRed() : Color::systemBlue()) << index;
         EXPECT_NE(tick.lineView->isHidden(), tick.shortLineView->isHidden());
         EXPECT_EQ(visible.cell->frame().size, (Size{8, 44}));
     }

@@ -26,7 +26,7 @@ protected:
         return std::dynamic_pointer_cast<VideoTrimmerController>(presenter->presentedViewController());
     }
     std::shared_ptr<VideoTrimmerController> edit(std::size_t index = 0) {
-        players().at(index)->edit(control);
+        players().at(index)->commands.edit();
         platform->advance(0.1);
         return editor();
     }

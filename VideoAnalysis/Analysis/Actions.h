@@ -14,166 +14,204 @@
 
 namespace videoanalysis {
 
+// An action says itself what it changes, so that none can be without a reduction. Which of these an action derives from decides
+// which reducer applies it; the reductions stand together in Reducers.cpp.
+
+/// Clips, configuration, presentation and controls; may act on the screen.
+struct MainAction : Action {
+    /// Applies the action to `next`, a copy of the state so far.
+    virtual void reduce(State& next) const = 0;
+};
+/// Recording, tools and colour picker.
+struct ScreenAction : Action {
+    virtual void reduce(MainViewControllerState& next) const = 0;
+};
+/// Playback, seeking, playback rate, the choice of tool and colour; may act on the players.
+struct PlayersAction : Action {
+    virtual void reduce(State& next) const = 0;
+};
+
 /// Appends a clip and its player.
-struct AddMediaAction final : Action {
+struct AddMediaAction final : MainAction {
     VideoAnalysisController::Object media;
     explicit AddMediaAction(VideoAnalysisController::Object media) : media(std::move(media)) {}
     std::string description() const override;
+    void reduce(State& next) const override;
 };
 
 /// Returns the whole state to its defaults.
-struct ClearStateAction final : Action {
+struct ClearStateAction final : MainAction {
     std::string description() const override;
+    void reduce(State& next) const override;
 };
 
 /// Presents the analysis screen over `viewController`.
-struct SetPresentationConfigurationAction final : Action {
+struct SetPresentationConfigurationAction final : MainAction {
     std::shared_ptr<ui::ViewController> viewController;
     ui::ModalPresentationStyle presentationStyle;
     SetPresentationConfigurationAction(std::shared_ptr<ui::ViewController> viewController,
                                        ui::ModalPresentationStyle presentationStyle)
         : viewController(std::move(viewController)), presentationStyle(presentationStyle) {}
     std::string description() const override;
+    void reduce(State& next) const override;
 };
 
 /// Dismisses the analysis screen; `completion` may be empty.
-struct DismissAction final : Action {
+struct DismissAction final : MainAction {
     bool animated;
     std::function<void()> completion;
     DismissAction(bool animated, std::function<void()> completion)
         : animated(animated), completion(std::move(completion)) {}
     std::string description() const override;
+    void reduce(State& next) const override;
 };
 
 /// Copies the configuration into the state.
-struct SetConfigurationAction final : Action {
+struct SetConfigurationAction final : MainAction {
     VideoAnalysisConfiguration configuration;
     explicit SetConfigurationAction(VideoAnalysisConfiguration configuration)
         : configuration(std::move(configuration)) {}
     std::string description() const override;
+    void reduce(State& next) const override;
 };
 
 /// The recorder has answered a start.
-struct HasRecordingPermissionAction final : Action {
+struct HasRecordingPermissionAction final : ScreenAction {
     bool newState;
     explicit HasRecordingPermissionAction(bool newState) : newState(newState) {}
     std::string description() const override;
+    void reduce(MainViewControllerState& next) const override;
 };
 
 /// Asks for recording to start or stop.
-struct SetScreenRecordingStateAction final : Action {
+struct SetScreenRecordingStateAction final : ScreenAction {
     bool newState;
     explicit SetScreenRecordingStateAction(bool newState) : newState(newState) {}
     std::string description() const override;
+    void reduce(MainViewControllerState& next) const override;
 };
 
 /// Replaces the clip at `index`.
-struct UpdateMediaAction final : Action {
+struct UpdateMediaAction final : MainAction {
     std::int64_t index;
     VideoAnalysisController::Object media;
     UpdateMediaAction(std::int64_t index, VideoAnalysisController::Object media)
         : index(index), media(std::move(media)) {}
     std::string description() const override;
+    void reduce(State& next) const override;
 };
 
 /// Shows or hides the controls of all players.
-struct SetHUDVisibleAction final : Action {
+struct SetHUDVisibleAction final : MainAction {
     bool newState;
     explicit SetHUDVisibleAction(bool newState) : newState(newState) {}
     std::string description() const override;
+    void reduce(State& next) const override;
 };
 
-struct SetPlayerRate final : Action {
+struct SetPlayerRate final : PlayersAction {
     std::optional<std::int64_t> index;
     float playerRate;
     SetPlayerRate(std::optional<std::int64_t> index, float playerRate) : index(index), playerRate(playerRate) {}
     std::string description() const override;
+    void reduce(State& next) const override;
 };
 
 /// Moves by `steps` frames; its sign gives the direction.
-struct PerformCellVideoSeekForwardAction final : Action {
+struct PerformCellVideoSeekForwardAction final : PlayersAction {
     std::optional<std::int64_t> index;
     std::int64_t steps;
     PerformCellVideoSeekForwardAction(std::optional<std::int64_t> index, std::int64_t steps)
         : index(index), steps(steps) {}
     std::string description() const override;
+    void reduce(State& next) const override;
 };
 
 /// Moves by `steps` frames; its sign gives the direction, so senders pass a negative count.
-struct PerformCellVideoSeekBackwardAction final : Action {
+struct PerformCellVideoSeekBackwardAction final : PlayersAction {
     std::optional<std::int64_t> index;
     std::int64_t steps;
     PerformCellVideoSeekBackwardAction(std::optional<std::int64_t> index, std::int64_t steps)
         : index(index), steps(steps) {}
     std::string description() const override;
+    void reduce(State& next) const override;
 };
 
 /// Plays or pauses.
-struct SetCellVideoPlayingStateAction final : Action {
+struct SetCellVideoPlayingStateAction final : PlayersAction {
     bool newState;
     std::optional<std::int64_t> index;
     SetCellVideoPlayingStateAction(bool newState, std::optional<std::int64_t> index)
         : newState(newState), index(index) {}
     std::string description() const override;
+    void reduce(State& next) const override;
 };
 
 /// Removes the clip and the player at `index`.
-struct RemoveMediaAction final : Action {
+struct RemoveMediaAction final : MainAction {
     std::int64_t index;
     explicit RemoveMediaAction(std::int64_t index) : index(index) {}
     std::string description() const override;
+    void reduce(State& next) const override;
 };
 
 /// Colours the current tool.
-struct SetDrawingToolColorAction final : Action {
+struct SetDrawingToolColorAction final : PlayersAction {
     Color selectedColor;
     explicit SetDrawingToolColorAction(Color selectedColor) : selectedColor(selectedColor) {}
     std::string description() const override;
+    void reduce(State& next) const override;
 };
 
 /// True opens the colour picker: the value is stored as it is.
-struct SetColorPickerCollapseStateAction final : Action {
+struct SetColorPickerCollapseStateAction final : ScreenAction {
     bool isCollapsed;
     explicit SetColorPickerCollapseStateAction(bool isCollapsed) : isCollapsed(isCollapsed) {}
     std::string description() const override;
+    void reduce(MainViewControllerState& next) const override;
 };
 
 /// Chooses a tool; choosing the current one again may open or close the colour picker.
-struct SetDrawingToolTypeAction final : Action {
+struct SetDrawingToolTypeAction final : PlayersAction {
     SketchToolType selectedTool;
     bool toggleColorPicker;
     SetDrawingToolTypeAction(SketchToolType selectedTool, bool toggleColorPicker)
         : selectedTool(selectedTool), toggleColorPicker(toggleColorPicker) {}
     std::string description() const override;
+    void reduce(State& next) const override;
 };
 
 /// Locks the playback of all players together, or unlocks it.
-struct SetPlaybackLockStateAction final : Action {
+struct SetPlaybackLockStateAction final : ScreenAction {
     bool newState;
     explicit SetPlaybackLockStateAction(bool newState) : newState(newState) {}
     std::string description() const override;
+    void reduce(MainViewControllerState& next) const override;
 };
 
-struct SetDrawingToolsCollapseStateAction final : Action {
+struct SetDrawingToolsCollapseStateAction final : ScreenAction {
     bool isCollapsed;
     explicit SetDrawingToolsCollapseStateAction(bool isCollapsed) : isCollapsed(isCollapsed) {}
     std::string description() const override;
+    void reduce(MainViewControllerState& next) const override;
 };
 
-struct SetToolColorMapAction final : Action {
+struct SetToolColorMapAction final : ScreenAction {
     ToolColorMap newMap;
     explicit SetToolColorMapAction(const ToolColorMap& newMap) : newMap(newMap) {}
     std::string description() const override;
+    void reduce(MainViewControllerState& next) const override;
 };
 
-struct SetMicRecordingStateAction final : Action {
+struct SetMicRecordingStateAction final : ScreenAction {
     bool newState;
     explicit SetMicRecordingStateAction(bool newState) : newState(newState) {}
     std::string description() const override;
+    void reduce(MainViewControllerState& next) const override;
 };
 
 /// Pauses and seeks to `time`; `delta` (seconds) and `percentage` (0...1) say how the sender came by it.
-struct CellVideoSeekToTimeAction final : Action {
+struct CellVideoSeekToTimeAction final : PlayersAction {
     std::optional<double> delta;
     std::optional<double> percentage;
     media::Time time;
@@ -182,6 +220,7 @@ struct CellVideoSeekToTimeAction final : Action {
                               std::optional<std::int64_t> index)
         : delta(delta), percentage(percentage), time(time), index(index) {}
     std::string description() const override;
+    void reduce(State& next) const override;
 };
 
 }  // namespace videoanalysis

@@ -1,37 +1,25 @@
 #include "VideoAnalysis/Analysis/Reducers.h"
 
 #include "VideoAnalysis/Analysis/Actions.h"
+#include "VideoAnalysis/Analysis/AnalysisScreen.h"
+#include "VideoAnalysis/Analysis/LocalState.h"
 #include "VideoAnalysis/Platform/FatalError.h"
 #include "VideoAnalysis/Platform/Platform.h"
 #include "VideoAnalysis/Platform/Recording.h"
-#include "VideoAnalysis/Player/PlayerCollectionViewCell.h"
-#include "VideoAnalysis/Player/PlayerCollectionViewCellController.h"
-#include "VideoAnalysis/Screen/MainViewController.h"
-#include "VideoAnalysis/Screen/OverlayViewController.h"
-#include "VideoAnalysis/Screen/PlayersManager.h"
 
 #include <algorithm>
 
 namespace videoanalysis {
 namespace {
 
-using PlayerController = PlayerCollectionViewCellController;
-
-MainViewController& requiredScreen(const State& state) {
-    const std::shared_ptr<MainViewController>& screen = state.mainViewController();
+AnalysisScreen& requiredScreen(const State& state) {
+    const std::shared_ptr<AnalysisScreen>& screen = state.mainViewController();
     if (!screen) fatalError("The analysis screen cannot be created: storyboard \"Main\" has no MainViewController");
     return *screen;
 }
 
-/// Null when the screen has no players manager; the reduction then ends with the state as changed so far.
-std::shared_ptr<PlayersManager> playersManager(const State& state) { return requiredScreen(state).playersManager(); }
-
-/// Calls `change` on the players' collection and then on the overlay's.
-template <class Change>
-void changeCollections(const PlayersManager& manager, Change&& change) {
-    if (const auto players = manager.collectionView.lock()) change(*players);
-    if (const auto overlays = manager.overlayCollectionView.lock()) change(*overlays);
-}
+/// Null when the screen has no place for players; the reduction then ends with the state as changed so far.
+std::shared_ptr<AnalysisPlayers> playersOf(const State& state) { return requiredScreen(state).players(); }
 
 void updateMediaDependentFlags(State& state) {
     const std::size_t count = state.media->size();
@@ -46,258 +34,79 @@ void updateMediaDependentFlags(State& state) {
 }
 
 /// While playback is locked every player but the last hides its media controls.
-void applyLockRule(const PlayersManager& manager, bool isLocked) {
-    const auto& controllers = manager.cellControllers;
-    for (std::size_t i = 0; i < controllers.size(); ++i) {
-        controllers[i]->endRulerThrow();
-        controllers[i]->localStore->dispatch(
-            PlayerController::SetMediaControlHiddenStateAction(isLocked && i != controllers.size() - 1));
-    }
-}
-
-void renumber(const PlayersManager& manager) {
-    for (std::size_t i = 0; i < manager.cellControllers.size(); ++i) {
-        manager.cellControllers[i]->index = static_cast<std::int64_t>(i);
-    }
-}
-
-/// Sends each player its own value again: it renders, and what it shows depends on how many players there are.
-void renderAgain(const PlayersManager& manager) {
-    for (const auto& controller : manager.cellControllers) {
-        Store<PlayerController::LocalState>& store = *controller->localStore;
-        store.dispatch(PlayerController::SetHUDVisibleStateAction(store.state().isHUDVisible));
+void applyLockRule(AnalysisPlayers& players, bool isLocked) {
+    const std::size_t count = players.count();
+    for (std::size_t i = 0; i < count; ++i) {
+        players.endRulerThrow(i);
+        players.dispatch(i, player::SetMediaControlHiddenStateAction(isLocked && i != count - 1));
     }
 }
 
 /// The three actions that give a player the settings of the analysis.
-void configure(const PlayerController& controller, const State& state, bool isHUDVisible) {
-    Store<PlayerController::LocalState>& store = *controller.localStore;
-    store.dispatch(PlayerController::SetHUDVisibleStateAction(isHUDVisible));
-    store.dispatch(PlayerController::SetScrubbingDirectionStateAction(state.defaultScrubbingDirection));
-    store.dispatch(PlayerController::SetTimeBasedDrawingsStateAction(state.enableTimeBasedDrawings));
+void configure(AnalysisPlayers& players, std::size_t position, const State& state, bool isHUDVisible) {
+    players.dispatch(position, player::SetHUDVisibleStateAction(isHUDVisible));
+    players.dispatch(position, player::SetScrubbingDirectionStateAction(state.defaultScrubbingDirection));
+    players.dispatch(position, player::SetTimeBasedDrawingsStateAction(state.enableTimeBasedDrawings));
 }
 
-/// An analysis ends together with its screen, whose recording is stopped before the new state reads the recorder.
-void leaveScreen(const State& state) {
-    const std::shared_ptr<MainViewController>& screen = state.existingMainViewController();
-    if (screen && screen->presentingViewController()) screen->dismiss(false, {});
-}
-
-State cleared(const State* state) {
-    if (state) leaveScreen(*state);
-    State next;
-    const std::shared_ptr<PlayersManager> manager = playersManager(next);
-    if (!manager) return next;
-    manager->cellControllers.clear();
-    changeCollections(*manager, [](ui::CollectionView& view) { view.reloadData(); });
-    return next;
-}
-
-State added(const AddMediaAction& action, State next) {
-    next.media.edit().push_back(action.media);
-    updateMediaDependentFlags(next);
-    next.mainViewControllerState.isHUDVisible = true;
-    const std::shared_ptr<PlayersManager> manager = playersManager(next);
-    if (!manager) return next;
-    const std::int64_t index = std::max<std::int64_t>(static_cast<std::int64_t>(next.media->size()), 1) - 1;
-    manager->cellControllers.push_back(PlayerController::make(action.media, index));
-    changeCollections(*manager, [&](ui::CollectionView& view) {
-        if (view.numberOfItemsInSection(0) != static_cast<std::int64_t>(manager->cellControllers.size())) {
-            view.insertItems({{index, 0}});
-        } else {
-            view.reloadData();
-        }
-    });
-    for (const auto& controller : manager->cellControllers) {
-        configure(*controller, next, controller->localStore->state().isHUDVisible);
+/// Sends each player its own value again: it renders, and what it shows depends on how many players there are.
+void renderAgain(AnalysisPlayers& players) {
+    for (std::size_t i = 0; i < players.count(); ++i) {
+        players.dispatch(i, player::SetHUDVisibleStateAction(players.localState(i).isHUDVisible));
     }
-    if (next.mainViewControllerState.isMediaPlaybackLocked) applyLockRule(*manager, true);
-    return next;
 }
 
-State removed(const RemoveMediaAction& action, State next) {
-    if (action.index < 0 || action.index >= static_cast<std::int64_t>(next.media->size())) return next;
-    next.media.edit().erase(next.media->begin() + action.index);
-    updateMediaDependentFlags(next);
-    const std::shared_ptr<PlayersManager> manager = playersManager(next);
-    if (!manager) return next;
-    auto& controllers = manager->cellControllers;
-    if (action.index >= static_cast<std::int64_t>(controllers.size())) return next;
-    controllers[static_cast<std::size_t>(action.index)]->unbind();
-    controllers.erase(controllers.begin() + action.index);
-    renumber(*manager);
-    changeCollections(*manager, [&](ui::CollectionView& view) {
-        if (view.numberOfItemsInSection(0) != static_cast<std::int64_t>(controllers.size())) {
-            view.deleteItems({{action.index, 0}});
-        } else {
-            view.reloadData();
-        }
-    });
-    renderAgain(*manager);
-    if (next.mainViewControllerState.isMediaPlaybackLocked) applyLockRule(*manager, true);
-    return next;
+bool hasClip(const State& state, std::int64_t index) {
+    return index >= 0 && index < static_cast<std::int64_t>(state.media->size());
 }
 
-State updated(const UpdateMediaAction& action, State next) {
-    if (action.index < 0 || action.index >= static_cast<std::int64_t>(next.media->size())) return next;
-    const auto position = static_cast<std::size_t>(action.index);
-    next.media.edit()[position] = action.media;
-    const std::shared_ptr<PlayersManager> manager = playersManager(next);
-    if (!manager || position >= manager->cellControllers.size()) return next;
-    std::shared_ptr<PlayerController>& controller = manager->cellControllers[position];
-    controller->unbind();
-    controller = PlayerController::make(action.media, action.index);
-    configure(*controller, next, next.mainViewControllerState.isHUDVisible);
-    changeCollections(*manager, [&](ui::CollectionView& view) { view.reloadItems({{action.index, 0}}); });
-    if (next.mainViewControllerState.isMediaPlaybackLocked) applyLockRule(*manager, true);
-    return next;
-}
-
-State configured(const SetConfigurationAction& action, State next) {
-    const VideoAnalysisConfiguration& configuration = action.configuration;
-    next.theme = configuration.themeConfiguration;
-    next.delegate = configuration.delegate;
-    next.iconsConfiguration = configuration.iconsConfiguration;
-    next.enableTimeBasedDrawings = configuration.enableTimeBasedDrawings;
-    next.defaultScrubbingDirection = configuration.defaultScrubbingDirection;
-    if (const std::shared_ptr<PlayersManager> manager = playersManager(next)) {
-        for (const auto& controller : manager->cellControllers) {
-            controller->localStore->dispatch(
-                PlayerController::SetTimeBasedDrawingsStateAction(next.enableTimeBasedDrawings));
-            controller->localStore->dispatch(
-                PlayerController::SetScrubbingDirectionStateAction(next.defaultScrubbingDirection));
-        }
-    }
-    return next;
-}
-
-State presented(const SetPresentationConfigurationAction& action, State next) {
-    next.presenterViewController = action.viewController;
-    MainViewController& screen = requiredScreen(next);
-    screen.setModalPresentationStyle(action.presentationStyle);
-    action.viewController->present(next.mainViewController(), true, {});
-    return next;
-}
-
-State withHUDVisible(const SetHUDVisibleAction& action, State next) {
-    const bool isVisible = action.newState || next.media->empty();
-    next.mainViewControllerState.isHUDVisible = isVisible;
-    if (const std::shared_ptr<PlayersManager> manager = playersManager(next)) {
-        for (const auto& controller : manager->cellControllers) {
-            controller->localStore->dispatch(PlayerController::SetHUDVisibleStateAction(isVisible));
-        }
-    }
-    return next;
-}
-
-/// Calls `work` for every player controller that `index` addresses, in list order.
+/// Calls `work` with the players and each position that `index` addresses: all of them when it is absent.
 template <class Work>
 void forAddressed(const State& state, std::optional<std::int64_t> index, Work&& work) {
-    const std::shared_ptr<PlayersManager> manager = playersManager(state);
-    if (!manager) return;
-    for (const auto& controller : manager->cellControllers) {
-        if (!index || controller->index == *index) work(*controller);
+    const std::shared_ptr<AnalysisPlayers> players = playersOf(state);
+    if (!players) return;
+    for (std::size_t i = 0; i < players->count(); ++i) {
+        if (!index || *index == static_cast<std::int64_t>(i)) work(*players, i);
     }
 }
 
-void setPlaying(const PlayerController& controller, bool isPlaying) {
-    controller.endRulerThrow();
-    controller.localStore->dispatch(PlayerController::SetCellVideoPlayingStateAction(isPlaying));
-}
-
-void pause(const PlayerController& controller) { setPlaying(controller, false); }
-
-std::shared_ptr<media::Player> playerOf(const PlayerController& controller) {
-    const auto cell = controller.cell();
-    const auto video = cell ? cell->playerView.lock() : nullptr;
-    return video ? video->player() : nullptr;
+void setPlaying(AnalysisPlayers& players, std::size_t position, bool isPlaying) {
+    players.endRulerThrow(position);
+    players.dispatch(position, player::SetCellVideoPlayingStateAction(isPlaying));
 }
 
 void step(const State& state, std::optional<std::int64_t> index, std::int64_t steps) {
-    forAddressed(state, index, [&](const PlayerController& controller) {
-        pause(controller);
-        const std::shared_ptr<media::Player> player = playerOf(controller);
-        if (!player || steps == 0) return;
-        // The pause reaches the player with the local state some turns later; the step counts from a picture that stands.
-        player->pause();
-        media::PlayerItem& item = *player->currentItem();
-        if (steps >= 1 && item.canStepForward()) {
-            item.step(steps);
-        } else if (item.canStepBackward()) {
-            item.step(steps);
-        }
+    forAddressed(state, index, [steps](AnalysisPlayers& players, std::size_t position) {
+        setPlaying(players, position, false);
+        players.step(position, steps);
     });
-}
-
-void seek(const State& state, const CellVideoSeekToTimeAction& action) {
-    forAddressed(state, action.index, [&](const PlayerController& controller) {
-        pause(controller);
-        const std::shared_ptr<media::Player> player = playerOf(controller);
-        if (!player) return;
-        player->pause();
-        player->seek(action.time, media::Time::zero(), media::Time::zero());
-    });
-}
-
-template <class... Records>
-bool isOneOf(const Action& action) {
-    return (action.as<Records>() || ...);
 }
 
 }  // namespace
 
+// ---- The three reducers
+
 State reduceMain(const Action& action, const State* state) {
-    if (action.as<ClearStateAction>()) return cleared(state);
     State next = state ? *state : State();
-    if (const auto* add = action.as<AddMediaAction>()) return added(*add, std::move(next));
-    if (const auto* remove = action.as<RemoveMediaAction>()) return removed(*remove, std::move(next));
-    if (const auto* update = action.as<UpdateMediaAction>()) return updated(*update, std::move(next));
-    if (const auto* configure = action.as<SetConfigurationAction>()) return configured(*configure, std::move(next));
-    if (const auto* present = action.as<SetPresentationConfigurationAction>())
-        return presented(*present, std::move(next));
-    if (const auto* dismiss = action.as<DismissAction>()) {
-        requiredScreen(next).dismiss(dismiss->animated, dismiss->completion);
-        return next;
-    }
-    if (action.as<SetPlaybackLockStateAction>()) {
+    if (const auto* main = dynamic_cast<const MainAction*>(&action)) {
+        main->reduce(next);
+    } else if (dynamic_cast<const ScreenAction*>(&action)) {
         next.mainViewControllerState = reduceScreen(action, &next.mainViewControllerState);
-        if (const std::shared_ptr<PlayersManager> manager = playersManager(next)) {
-            applyLockRule(*manager, next.mainViewControllerState.isMediaPlaybackLocked);
-        }
-        return next;
+        const std::shared_ptr<AnalysisPlayers> players =
+            action.as<SetPlaybackLockStateAction>() ? playersOf(next) : nullptr;
+        if (players) applyLockRule(*players, next.mainViewControllerState.isMediaPlaybackLocked);
+    } else if (dynamic_cast<const PlayersAction*>(&action)) {
+        next = reducePlayers(action, next);
+    } else {
+        debugLog("Unknown action");
     }
-    if (const auto* visible = action.as<SetHUDVisibleAction>()) return withHUDVisible(*visible, std::move(next));
-    if (isOneOf<SetScreenRecordingStateAction, SetMicRecordingStateAction, SetDrawingToolsCollapseStateAction,
-                SetColorPickerCollapseStateAction, SetToolColorMapAction, HasRecordingPermissionAction>(action)) {
-        next.mainViewControllerState = reduceScreen(action, &next.mainViewControllerState);
-        return next;
-    }
-    if (isOneOf<SetCellVideoPlayingStateAction, PerformCellVideoSeekBackwardAction, PerformCellVideoSeekForwardAction,
-                CellVideoSeekToTimeAction, SetDrawingToolTypeAction, SetDrawingToolColorAction, SetPlayerRate>(
-            action)) {
-        return reducePlayers(action, next);
-    }
-    debugLog("Unknown action");
     return next;
 }
 
 MainViewControllerState reduceScreen(const Action& action, const MainViewControllerState* state) {
     MainViewControllerState next = state ? *state : MainViewControllerState();
-    if (const auto* permission = action.as<HasRecordingPermissionAction>()) {
-        next.hasStartedRecording = permission->newState;
-    } else if (const auto* recording = action.as<SetScreenRecordingStateAction>()) {
-        next.isScreenRecording = recording->newState && platform().screenRecorder().isAvailable();
-    } else if (const auto* microphone = action.as<SetMicRecordingStateAction>()) {
-        next.isMicrophoneEnabled = microphone->newState && platform().screenRecorder().isAvailable();
-    } else if (const auto* lock = action.as<SetPlaybackLockStateAction>()) {
-        next.isMediaPlaybackLocked = lock->newState;
-    } else if (const auto* tools = action.as<SetDrawingToolsCollapseStateAction>()) {
-        if (tools->isCollapsed) next.isColorPickerOpened = false;
-        next.isDrawingToolsCollapsed = tools->isCollapsed;
-    } else if (const auto* picker = action.as<SetColorPickerCollapseStateAction>()) {
-        next.isColorPickerOpened = picker->isCollapsed;  // unchanged on purpose: senders pass true to open
-    } else if (const auto* colors = action.as<SetToolColorMapAction>()) {
-        next.toolColorMap = colors->newMap;
+    if (const auto* screen = dynamic_cast<const ScreenAction*>(&action)) {
+        screen->reduce(next);
     } else {
         debugLog("Unknown mainViewController action");
     }
@@ -306,61 +115,152 @@ MainViewControllerState reduceScreen(const Action& action, const MainViewControl
 
 State reducePlayers(const Action& action, const State& state) {
     State next = state;
-    MainViewControllerState& screen = next.mainViewControllerState;
-    if (const auto* playing = action.as<SetCellVideoPlayingStateAction>()) {
-        forAddressed(next, playing->index,
-                     [&](const PlayerController& controller) { setPlaying(controller, playing->newState); });
-    } else if (const auto* backward = action.as<PerformCellVideoSeekBackwardAction>()) {
-        step(next, backward->index, backward->steps);
-    } else if (const auto* forward = action.as<PerformCellVideoSeekForwardAction>()) {
-        step(next, forward->index, forward->steps);
-    } else if (const auto* toTime = action.as<CellVideoSeekToTimeAction>()) {
-        seek(next, *toTime);
-    } else if (const auto* tool = action.as<SetDrawingToolTypeAction>()) {
-        if (tool->selectedTool != screen.toolType) {
-            screen.isColorPickerOpened = false;
-            screen.toolType = tool->selectedTool;
-        } else if (tool->toggleColorPicker) {
-            screen.isColorPickerOpened = !screen.isColorPickerOpened;
-        }
-    } else if (const auto* color = action.as<SetDrawingToolColorAction>()) {
-        screen.toolColorMap.set(screen.toolType, color->selectedColor);
-        screen.isColorPickerOpened = false;
-    } else if (const auto* rate = action.as<SetPlayerRate>()) {
-        forAddressed(next, rate->index, [&](const PlayerController& controller) {
-            controller.localStore->dispatch(PlayerController::SetCellVideoPlaybackRateAction(rate->playerRate));
-        });
+    if (const auto* players = dynamic_cast<const PlayersAction*>(&action)) {
+        players->reduce(next);
     } else {
         debugLog("Unknown cellController action");
     }
     return next;
 }
 
-// The screen and the store stand here, above everything that they hold.
+// ---- Clips, configuration, presentation, controls
 
-const std::shared_ptr<MainViewController>& State::mainViewController() const {
-    if (!screen_->isMade) {
-        screen_->isMade = true;
-        if (const auto storyboard = platform().bundle().storyboard("Main")) {
-            screen_->controller =
-                std::dynamic_pointer_cast<MainViewController>(storyboard->instantiateInitialViewController());
-        }
-        if (screen_->controller) screen_->controller->view();
+void ClearStateAction::reduce(State& next) const {
+    // An analysis ends together with its screen, whose recording is stopped before the new state reads the recorder.
+    const std::shared_ptr<AnalysisScreen> screen = next.existingMainViewController();
+    if (screen && screen->isPresented()) screen->dismiss(false, {});
+    next = State();
+    if (const std::shared_ptr<AnalysisPlayers> players = playersOf(next)) players->clear();
+}
+
+void AddMediaAction::reduce(State& next) const {
+    next.media.edit().push_back(media);
+    updateMediaDependentFlags(next);
+    next.mainViewControllerState.isHUDVisible = true;
+    const std::shared_ptr<AnalysisPlayers> players = playersOf(next);
+    if (!players) return;
+    players->insert(static_cast<std::int64_t>(next.media->size()) - 1, media);
+    for (std::size_t i = 0; i < players->count(); ++i) {
+        configure(*players, i, next, players->localState(i).isHUDVisible);
     }
-    return screen_->controller;
+    if (next.mainViewControllerState.isMediaPlaybackLocked) applyLockRule(*players, true);
 }
 
-bool State::hasPlayer(const PlayerCollectionViewCellController& player) const {
-    const auto& screen = existingMainViewController();
-    const auto manager = screen ? screen->playersManager() : nullptr;
-    return manager && std::any_of(manager->cellControllers.begin(), manager->cellControllers.end(),
-                                  [&](const auto& controller) { return controller.get() == &player; });
+void RemoveMediaAction::reduce(State& next) const {
+    if (!hasClip(next, index)) return;
+    next.media.edit().erase(next.media->begin() + index);
+    updateMediaDependentFlags(next);
+    const std::shared_ptr<AnalysisPlayers> players = playersOf(next);
+    const auto position = static_cast<std::size_t>(index);
+    if (!players || position >= players->count()) return;
+    players->remove(position);
+    renderAgain(*players);
+    if (next.mainViewControllerState.isMediaPlaybackLocked) applyLockRule(*players, true);
 }
 
-Store<State>& mainStore() {
-    // Never destroyed: it lives as long as the process, and what it holds must not outlive the platform's own statics.
-    static const auto* store = new std::shared_ptr<Store<State>>(Store<State>::make(reduceMain, State(), {}, true));
-    return **store;
+void UpdateMediaAction::reduce(State& next) const {
+    if (!hasClip(next, index)) return;
+    const auto position = static_cast<std::size_t>(index);
+    next.media.edit()[position] = media;
+    const std::shared_ptr<AnalysisPlayers> players = playersOf(next);
+    if (!players || position >= players->count()) return;
+    players->replace(position, media);
+    configure(*players, position, next, next.mainViewControllerState.isHUDVisible);
+    players->reload(position);
+    if (next.mainViewControllerState.isMediaPlaybackLocked) applyLockRule(*players, true);
+}
+
+void SetConfigurationAction::reduce(State& next) const {
+    next.theme = configuration.themeConfiguration;
+    next.delegate = configuration.delegate;
+    next.iconsConfiguration = configuration.iconsConfiguration;
+    next.enableTimeBasedDrawings = configuration.enableTimeBasedDrawings;
+    next.defaultScrubbingDirection = configuration.defaultScrubbingDirection;
+    forAddressed(next, {}, [&next](AnalysisPlayers& players, std::size_t position) {
+        players.dispatch(position, player::SetTimeBasedDrawingsStateAction(next.enableTimeBasedDrawings));
+        players.dispatch(position, player::SetScrubbingDirectionStateAction(next.defaultScrubbingDirection));
+    });
+}
+
+void SetPresentationConfigurationAction::reduce(State& next) const {
+    next.presenterViewController = viewController;
+    requiredScreen(next).presentOver(*viewController, presentationStyle);
+}
+
+void DismissAction::reduce(State& next) const { requiredScreen(next).dismiss(animated, completion); }
+
+void SetHUDVisibleAction::reduce(State& next) const {
+    const bool isVisible = newState || next.media->empty();
+    next.mainViewControllerState.isHUDVisible = isVisible;
+    forAddressed(next, {}, [isVisible](AnalysisPlayers& players, std::size_t position) {
+        players.dispatch(position, player::SetHUDVisibleStateAction(isVisible));
+    });
+}
+
+// ---- Recording, tools, colour picker
+
+void HasRecordingPermissionAction::reduce(MainViewControllerState& next) const { next.hasStartedRecording = newState; }
+
+void SetScreenRecordingStateAction::reduce(MainViewControllerState& next) const {
+    next.isScreenRecording = newState && platform().screenRecorder().isAvailable();
+}
+
+void SetMicRecordingStateAction::reduce(MainViewControllerState& next) const {
+    next.isMicrophoneEnabled = newState && platform().screenRecorder().isAvailable();
+}
+
+void SetPlaybackLockStateAction::reduce(MainViewControllerState& next) const { next.isMediaPlaybackLocked = newState; }
+
+void SetDrawingToolsCollapseStateAction::reduce(MainViewControllerState& next) const {
+    if (isCollapsed) next.isColorPickerOpened = false;
+    next.isDrawingToolsCollapsed = isCollapsed;
+}
+
+void SetColorPickerCollapseStateAction::reduce(MainViewControllerState& next) const {
+    next.isColorPickerOpened = isCollapsed;  // unchanged on purpose: senders pass true to open
+}
+
+void SetToolColorMapAction::reduce(MainViewControllerState& next) const { next.toolColorMap = newMap; }
+
+// ---- Playback, seeking, playback rate, choice of tool and colour
+
+void SetCellVideoPlayingStateAction::reduce(State& next) const {
+    forAddressed(next, index, [isPlaying = newState](AnalysisPlayers& players, std::size_t position) {
+        setPlaying(players, position, isPlaying);
+    });
+}
+
+void PerformCellVideoSeekBackwardAction::reduce(State& next) const { step(next, index, steps); }
+
+void PerformCellVideoSeekForwardAction::reduce(State& next) const { step(next, index, steps); }
+
+void CellVideoSeekToTimeAction::reduce(State& next) const {
+    forAddressed(next, index, [this](AnalysisPlayers& players, std::size_t position) {
+        setPlaying(players, position, false);
+        players.seek(position, time);
+    });
+}
+
+void SetDrawingToolTypeAction::reduce(State& next) const {
+    MainViewControllerState& screen = next.mainViewControllerState;
+    if (selectedTool != screen.toolType) {
+        screen.isColorPickerOpened = false;
+        screen.toolType = selectedTool;
+    } else if (toggleColorPicker) {
+        screen.isColorPickerOpened = !screen.isColorPickerOpened;
+    }
+}
+
+void SetDrawingToolColorAction::reduce(State& next) const {
+    MainViewControllerState& screen = next.mainViewControllerState;
+    screen.toolColorMap.set(screen.toolType, selectedColor);
+    screen.isColorPickerOpened = false;
+}
+
+void SetPlayerRate::reduce(State& next) const {
+    forAddressed(next, index, [this](AnalysisPlayers& players, std::size_t position) {
+        players.dispatch(position, player::SetCellVideoPlaybackRateAction(playerRate));
+    });
 }
 
 }  // namespace videoanalysis

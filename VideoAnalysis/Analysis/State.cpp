@@ -1,7 +1,10 @@
 #include "VideoAnalysis/Analysis/State.h"
 
+#include "VideoAnalysis/Analysis/AnalysisScreen.h"
+#include "VideoAnalysis/Analysis/Reducers.h"
 #include "VideoAnalysis/Platform/Platform.h"
 #include "VideoAnalysis/Platform/Recording.h"
+#include "VideoAnalysis/Platform/UI/Bundle.h"
 
 namespace videoanalysis {
 
@@ -22,6 +25,28 @@ MainViewControllerState::MainViewControllerState() {
     isScreenRecording = recorder.isRecording();
     shouldAllowRecording = recorder.isAvailable();
     isMicrophoneEnabled = recorder.isMicrophoneEnabled();
+}
+
+const std::shared_ptr<AnalysisScreen>& State::mainViewController() const {
+    if (!screen_->isMade) {
+        screen_->isMade = true;
+        const std::shared_ptr<ui::Storyboard> storyboard = platform().bundle().storyboard("Main");
+        const auto initial = storyboard ? storyboard->instantiateInitialViewController() : nullptr;
+        screen_->controller = std::dynamic_pointer_cast<AnalysisScreen>(initial);
+        if (screen_->controller) initial->view();
+    }
+    return screen_->controller;
+}
+
+bool State::hasPlayer(const Store<player::LocalState>& localStore) const {
+    const std::shared_ptr<AnalysisPlayers> players = screen_->controller ? screen_->controller->players() : nullptr;
+    return players && players->contains(localStore);
+}
+
+Store<State>& mainStore() {
+    // Never destroyed: it lives as long as the process, and what it holds must not outlive the platform's own statics.
+    static const auto* store = new std::shared_ptr<Store<State>>(Store<State>::make(reduceMain, State(), {}, true));
+    return **store;
 }
 
 }  // namespace videoanalysis

@@ -14,8 +14,10 @@
 
 namespace videoanalysis {
 
-class MainViewController;
-class PlayerCollectionViewCellController;
+class AnalysisScreen;
+namespace player {
+struct LocalState;
+}
 
 /// A colour for each tool that has one.
 class ToolColorMap {
@@ -56,19 +58,19 @@ struct MainViewControllerState {
 };
 
 struct State {
-    /// Made on the first read from the storyboard "Main", once for this state and all its copies; null when the storyboard
-    /// or its main screen is missing.
-    const std::shared_ptr<MainViewController>& mainViewController() const;
+    /// The analysis screen. Made on the first read from the storyboard "Main", once for this state and all its copies; null when
+    /// the storyboard or its main screen is missing.
+    const std::shared_ptr<AnalysisScreen>& mainViewController() const;
     /// The screen if it has been made already, else null.
-    const std::shared_ptr<MainViewController>& existingMainViewController() const { return screen_->controller; }
-    /// Whether `player` is the controller of one of the clips, not one that has been removed or replaced, or of an analysis
-    /// that has ended.
-    bool hasPlayer(const PlayerCollectionViewCellController& player) const;
+    const std::shared_ptr<AnalysisScreen>& existingMainViewController() const { return screen_->controller; }
+    /// Whether `localStore` belongs to a player of one of the clips, not to one that has been removed or replaced, or of an
+    /// analysis that has ended.
+    bool hasPlayer(const Store<player::LocalState>& localStore) const;
 
 private:
     struct Screen {
         bool isMade = false;
-        std::shared_ptr<MainViewController> controller;
+        std::shared_ptr<AnalysisScreen> controller;
     };
     std::shared_ptr<Screen> screen_ = std::make_shared<Screen>();
 

@@ -1,18 +1,16 @@
 #include "VideoAnalysis/Analysis/VideoAnalysisController.h"
 
 #include "VideoAnalysis/Analysis/Actions.h"
+#include "VideoAnalysis/Analysis/AnalysisScreen.h"
 #include "VideoAnalysis/Platform/Platform.h"
 #include "VideoAnalysis/Platform/Recording.h"
-#include "VideoAnalysis/Player/PlayerCollectionViewCellController.h"
-#include "VideoAnalysis/Screen/MainViewController.h"
-#include "VideoAnalysis/Screen/PlayersManager.h"
 
 namespace videoanalysis {
 namespace {
 
-std::shared_ptr<PlayersManager> playersManager() {
-    const State& state = mainStore().state();
-    return state.mainViewController() ? state.mainViewController()->playersManager() : nullptr;
+std::shared_ptr<AnalysisPlayers> currentPlayers() {
+    const auto& screen = mainStore().state().mainViewController();
+    return screen ? screen->players() : nullptr;
 }
 
 }  // namespace
@@ -40,7 +38,7 @@ void VideoAnalysisController::dismiss(bool animated, std::function<void()> compl
 
 bool VideoAnalysisController::isOpen() const {
     const auto& screen = mainStore().state().existingMainViewController();
-    return screen && screen->presentingViewController();
+    return screen && screen->isPresented();
 }
 
 std::int64_t VideoAnalysisController::mediaCount() const {
@@ -75,19 +73,14 @@ void VideoAnalysisController::stopRecording() {
 }
 
 void VideoAnalysisController::editMedia(std::int64_t index) {
-    const std::shared_ptr<PlayersManager> manager = playersManager();
-    if (!manager || index < 0 || index >= static_cast<std::int64_t>(manager->cellControllers.size())) return;
-    // As if the player's own button had been pressed; it need not be there.
-    ui::Control sender;
-    manager->cellControllers[static_cast<std::size_t>(index)]->edit(sender);
+    const std::shared_ptr<AnalysisPlayers> players = currentPlayers();
+    if (!players || index < 0 || index >= static_cast<std::int64_t>(players->count())) return;
+    players->edit(static_cast<std::size_t>(index));
 }
 
 std::vector<VideoAnalysisController::Object> VideoAnalysisController::currentMedia() const {
-    const std::shared_ptr<PlayersManager> manager = playersManager();
-    if (!manager) return *mainStore().state().media;
-    std::vector<Object> media;
-    for (const auto& controller : manager->cellControllers) media.push_back(controller->media());
-    return media;
+    const std::shared_ptr<AnalysisPlayers> players = currentPlayers();
+    return players ? players->currentMedia() : *mainStore().state().media;
 }
 
 void VideoAnalysisController::recordingTaken(const URL& recording) {

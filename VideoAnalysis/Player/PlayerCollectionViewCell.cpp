@@ -19,14 +19,8 @@ std::string PlayerCollectionViewCell::description() const {
     return text.str();
 }
 
-void PlayerCollectionViewCell::connectOutlets(ui::Outlets& outlets) {
-    outlets.connect("playerView", playerView);
-    outlets.connect("sketchView", sketchView);
-    outlets.connect("playerScrollView", playerScrollView);
-}
-
 void PlayerCollectionViewCell::awakeFromNib() {
-    const auto scroll = ui::required(playerScrollView, "playerScrollView");
+    const auto scroll = playerScrollView.required();
     scroll->sketchView = sketchView;
     scroll->setZoomRange(1, largestZoom);
     scroll->setDelegate(std::static_pointer_cast<PlayerCollectionViewCell>(shared_from_this()));

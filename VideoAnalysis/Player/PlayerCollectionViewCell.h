@@ -4,24 +4,22 @@
 
 #include "VideoAnalysis/Platform/UI/CollectionView.h"
 #include "VideoAnalysis/Platform/UI/ScrollView.h"
+#include "VideoAnalysis/Sketch/SketchView.h"
+#include "VideoAnalysis/Video/GesturedScrollView.h"
+#include "VideoAnalysis/Video/VideoView.h"
 
 #include <functional>
 #include <memory>
 
 namespace videoanalysis {
 
-class GesturedScrollView;
-class SketchView;
-class VideoView;
-
 class PlayerCollectionViewCell : public ui::CollectionViewCell, public ui::ScrollViewDelegate {
 public:
-    std::weak_ptr<VideoView> playerView;
-    std::weak_ptr<SketchView> sketchView;
-    std::weak_ptr<GesturedScrollView> playerScrollView;
+    ui::Outlet<VideoView> playerView{outlets, "playerView"};
+    ui::Outlet<SketchView> sketchView{outlets, "sketchView"};
+    ui::Outlet<GesturedScrollView> playerScrollView{outlets, "playerScrollView"};
 
     std::string description() const override;
-    void connectOutlets(ui::Outlets& outlets) override;
     void awakeFromNib() override;
 
     /// The video; the drawings over it go with it.

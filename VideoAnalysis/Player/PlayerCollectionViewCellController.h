@@ -1,17 +1,15 @@
 #pragma once
-// The controller of one player: it owns the player's local store, turns the controls' presses into actions and applies each
-// new local state to the views. The reducers make one for every clip; the players manager binds it to its cells.
+// The controller of one player: it owns the player's local store, binds the player to its cells and follows its video and its
+// drawings. What the controls do is `PlayerCommands`, what they show is `PlayerRenderer`. The players manager makes one for
+// every clip.
 
+#include "VideoAnalysis/Analysis/LocalState.h"
 #include "VideoAnalysis/Analysis/VideoAnalysisController.h"
 #include "VideoAnalysis/Platform/Media.h"
-#include "VideoAnalysis/Platform/UI/Control.h"
-#include "VideoAnalysis/Platform/UI/GestureRecognizer.h"
-#include "VideoAnalysis/Platform/UI/KeyPress.h"
-#include "VideoAnalysis/Player/LocalState.h"
-#include "VideoAnalysis/Sketch/SketchView.h"
+#include "VideoAnalysis/Player/PlayerCommands.h"
+#include "VideoAnalysis/Player/PlayerRenderer.h"
+#include "VideoAnalysis/Sketch/SketchViewDelegate.h"
 #include "VideoAnalysis/Store/Store.h"
-#include "VideoAnalysis/Timeline/TimelineView.h"
-#include "VideoAnalysis/Trimming/VideoEditorControllerDelegate.h"
 #include "VideoAnalysis/Video/VideoView.h"
 
 #include <cstdint>
@@ -20,38 +18,22 @@
 
 namespace videoanalysis {
 
-namespace dispatch {
-class Timer;
-}
 class OverlayCollectionViewCell;
 class PlayerCollectionViewCell;
 class PlayerCollectionViewCellHUDView;
+class SketchView;
 class Throttle;
 
-/// Main thread.
+/// Main thread only.
 class PlayerCollectionViewCellController : public std::enable_shared_from_this<PlayerCollectionViewCellController>,
-                                           public StoreSubscriber<cell::LocalState>,
                                            public SketchViewDelegate,
-                                           public VideoViewDelegate,
-                                           public TimelineViewDelegate,
-                                           public VideoEditorControllerDelegate {
+                                           public VideoViewDelegate {
     struct Private {};
 
 public:
-    using LocalState = cell::LocalState;
-    using UndoAction = cell::UndoAction;
-    using RedoAction = cell::RedoAction;
-    using ChangeCellVideoFillModeAction = cell::ChangeCellVideoFillModeAction;
-    using SetCellVideoPlayingStateAction = cell::SetCellVideoPlayingStateAction;
-    using SetCellVideoPlaybackRateAction = cell::SetCellVideoPlaybackRateAction;
-    using SetCellVideoTimeAction = cell::SetCellVideoTimeAction;
-    using SetHUDVisibleStateAction = cell::SetHUDVisibleStateAction;
-    using SetMediaControlHiddenStateAction = cell::SetMediaControlHiddenStateAction;
-    using SetTimeBasedDrawingsStateAction = cell::SetTimeBasedDrawingsStateAction;
-    using SetScrubbingDirectionStateAction = cell::SetScrubbingDirectionStateAction;
-    using SetEditingStateAction = cell::SetEditingStateAction;
+    using LocalState = player::LocalState;
 
-    /// A controller for `media`, the item at `index`; it subscribes itself to its own store.
+    /// A controller for `media`, the item at `index`; its renderer is subscribed to its store.
     static std::shared_ptr<PlayerCollectionViewCellController> make(VideoAnalysisController::Object media,
                                                                     std::int64_t index);
 
@@ -59,66 +41,59 @@ public:
     ~PlayerCollectionViewCellController() override;
 
     std::int64_t index;
+    /// The user is dragging the seek bar; every new local state resets it.
     bool dragging = false;
+    /// The stored drawings are not on the sketch view yet.
     bool isFirstLoad = true;
     bool shouldObserveSeekBarChanges = true;
-    /// The screen over which this controller presents.
+    /// The screen over which this player presents.
     std::weak_ptr<ui::ViewController> presenteeViewController;
     const std::shared_ptr<Store<LocalState>> localStore;
     /// Reserved for updates of the ruler; nothing passes through it.
     const std::shared_ptr<Throttle> timelineViewThrottler;
     /// Reserved for the ruler.
     static constexpr float timelineViewScalingFactor = 1000.0F;
+    PlayerCommands commands{*this};
 
     /// The item with its drawings as they are now: those on the sketch view once they have been loaded; until then the stack
     /// that was given, with what has been drawn since on top.
     VideoAnalysisController::Object media() const;
+    const URL& url() const { return media_.url; }
+
+    // ---- Cells
 
     std::shared_ptr<PlayerCollectionViewCell> cell() const { return cell_.lock(); }
     /// Binds the cell: its video opens the item, its sketch view reports here.
     void setCell(const std::shared_ptr<PlayerCollectionViewCell>& cell);
     std::shared_ptr<OverlayCollectionViewCell> overlayCell() const { return overlayCell_.lock(); }
-    /// Binds the controls to the operations below.
+    /// Binds the controls to the commands.
     void setOverlayCell(const std::shared_ptr<OverlayCollectionViewCell>& overlayCell);
+    /// Releases both cells: the player stops, and nothing of this clip is seen or heard any longer.
+    void unbind();
+
+    /// Each is null while its cell is not bound.
+    std::shared_ptr<SketchView> sketchView() const;
+    std::shared_ptr<VideoView> videoView() const;
+    std::shared_ptr<PlayerCollectionViewCellHUDView> hud() const;
+    /// Null while the video view has no clip.
+    std::shared_ptr<media::Player> player() const;
+
+    // ---- State
+
+    /// The index that an action for this player carries: absent, which means every player, while playback is locked.
+    std::optional<std::int64_t> addressedIndex() const;
+    /// False for a clip that cannot be read, unless playback is locked: then the others play.
+    bool canPlay() const;
 
     /// Loads the item's stored drawings below what has been drawn since, as soon as the sketch view has a size; later calls do
     /// nothing.
     void performFirstLoad();
-    /// The time observer is taken from the player; no tick comes any more.
+    /// Tells the local store whether undo and redo are possible now.
+    void publishHistory();
+    /// Unregisters the periodic time observer.
     void removePeriodicTimeObserver();
-    /// Ends this controller's hold on its cells: the player stops, nothing of it is heard or seen again.
-    void unbind();
-
-    // What the controls do.
-    void togglePlayingState(ui::Control& sender);
-    void rewind(ui::Control& sender);
-    void forward(ui::Control& sender);
-    void rewindLongPress(ui::GestureRecognizer& recognizer);
-    void forwardLongPress(ui::GestureRecognizer& recognizer);
-    void seekbarValueChanged(ui::Slider& sender);
-    void changeFillMode(ui::Control& sender);
-    void undo(ui::Control& sender);
-    void redo(ui::Control& sender);
-    void clear(ui::Control& sender);
-    /// Asks the host whether the clip may go, or for another one; nothing without a host or a presenting screen.
-    void deleteMedia(ui::Control& sender);
-    void replaceMedia(ui::Control& sender);
-    /// Opens the trim screen for this clip; nothing without one in the storyboard.
-    void edit(ui::Control& sender);
-    void userDidRequestToChangePlaybackRate(ui::Control& sender);
-    void userDidChangePlaybackRate(ui::Button& sender);
-    void handleHUDTap();
-    /// A key does what its control does. Returns whether it has one.
-    bool keyPressed(const ui::KeyPress& press);
-    /// Grows with every touch of any player; 0 before the first one of this player.
-    std::uint64_t latestTouch() const { return latestTouch_; }
-
-    /// The rate that a button's title stands for: the title without what is not a digit at both ends; 1 when that is no number.
-    static float rateFromTitle(const std::string& title);
-    /// At most two fraction digits and an x, as in "1x", "0.25x".
-    static std::string titleForRate(float rate);
-
-    void newState(const LocalState& state) override;
+    /// Stops the ruler's throw, unless this is called in consequence of the ruler's own step.
+    void endRulerThrow();
 
     double currentTime() const override;
     bool isTimeBasedDrawingsEnabled() const override;
@@ -131,55 +106,24 @@ public:
     void playbackDidBreakOffFor(VideoView& videoView) override;
     void playerDidFailFor(VideoView& videoView) override;
 
-    /// The clip goes from the screen with its drawings, and the file at `path` takes its place once the editor is gone.
-    void videoEditorControllerDidSaveEditedVideoToPath(ui::ViewController& editor, const std::string& path) override;
-    void videoEditorControllerDidCancel(ui::ViewController& editor) override;
-    /// Says so on the standard output.
-    void videoEditorControllerDidFailWithError(ui::ViewController& editor, const std::string& error) override;
-
-    /// The ruler's steps become frame steps. Fatal for a count that is not finite or does not fit.
-    void timelineViewDidScrollBy(double steps, bool isDragging) override;
-    bool defaultScrubbingDirection() const override;
-    /// A command for this player ends a throw of its ruler, unless it is the ruler's own step.
-    void endRulerThrow() const;
-
 private:
-    std::optional<std::int64_t> addressedIndex() const;
     bool hasFailed() const;
-    /// Playing means something: for this clip or, while playback is locked, for the others.
-    bool canPlay() const;
-    void applyRate(VideoView& video, const LocalState& state);
-    /// Returns whether the panel was open.
-    bool closeRates();
-    std::shared_ptr<SketchView> sketchView() const;
-    std::shared_ptr<VideoView> videoView() const;
-    std::shared_ptr<media::Player> player() const;
-    std::shared_ptr<PlayerCollectionViewCellHUDView> hud() const;
-    template <class SeekAction>
-    void handleLongPress(ui::GestureRecognizer& recognizer, std::int64_t steps);
-    void touched();
-    void togglePlaying();
-    void seekTo(double fraction);
-    void changeRate(int direction);
-    void publishHistory();
+    void bindGestures(PlayerCollectionViewCell& cell);
     void setUpTool();
-    void wire(PlayerCollectionViewCellHUDView& hud);
-    void setUpPeriodicTimeObserver();
     void setUpTimeline();
+    void setUpPeriodicTimeObserver();
     void timeDidChange();
     void refreshDrawing();
-    void updateSeekBar();
-    void updatePosition();
+    /// The new views render the state so far.
+    void renderState();
 
     VideoAnalysisController::Object media_;
+    PlayerRenderer renderer_{*this};
     std::weak_ptr<PlayerCollectionViewCell> cell_;
     std::weak_ptr<OverlayCollectionViewCell> overlayCell_;
     std::shared_ptr<void> timeObserver_;
     std::weak_ptr<media::Player> observedPlayer_;
-    std::shared_ptr<dispatch::Timer> debounceTimer_;
-    bool firstLoadIsDue_ = false;
-    std::uint64_t latestTouch_ = 0;
-    float appliedRate_ = 0;  // the rate that a state has last given the player
+    bool isFirstLoadPending_ = false;  ///< asked for before the sketch view had a size
 };
 
 }  // namespace videoanalysis

@@ -5,48 +5,32 @@
 #include <sstream>
 
 namespace videoanalysis {
+namespace {
 
-void PlayerCollectionViewCellHUDView::connectOutlets(ui::Outlets& outlets) {
-    outlets.connect("shadowViews", shadowViews);
-    outlets.connect("editButton", editButton);
-    outlets.connect("undoButton", undoButton);
-    outlets.connect("redoButton", redoButton);
-    outlets.connect("clearButton", clearButton);
-    outlets.connect("deleteButton", deleteButton);
-    outlets.connect("replaceButton", replaceButton);
-    outlets.connect("leftButtonsView", leftButtonsView);
-    outlets.connect("mediaControlView", mediaControlView);
-    outlets.connect("timelineView", timelineView);
-    outlets.connect("changeFillModeButton", changeFillModeButton);
-    outlets.connect("seekbar", seekbar);
-    outlets.connect("rewindButton", rewindButton);
-    outlets.connect("forwardButton", forwardButton);
-    outlets.connect("playPauseButton", playPauseButton);
-    outlets.connect("videoPlaybackSpeedButtons", videoPlaybackSpeedButtons);
-    outlets.connect("videoPlayRateSelectorButton", videoPlayRateSelectorButton);
-    outlets.connect("playbackRateSelectorContainerView", playbackRateSelectorContainerView);
-    outlets.connect("positionLabel", positionLabel);
-}
+constexpr double selectorAnimation = 0.33;  // seconds
+
+}  // namespace
 
 void PlayerCollectionViewCellHUDView::removeAllActions() {
-    const auto forget = [](const std::weak_ptr<ui::Button>& outlet) {
-        if (const auto button = outlet.lock()) {
-            button->removeAllActions();
-            button->longPressGestureRecognizer.reset();
-        }
-    };
-    for (const auto* outlet :
-         {&editButton, &undoButton, &redoButton, &clearButton, &deleteButton, &replaceButton, &changeFillModeButton,
-          &rewindButton, &forwardButton, &playPauseButton, &videoPlayRateSelectorButton}) {
-        forget(*outlet);
-    }
-    for (const auto& outlet : videoPlaybackSpeedButtons) forget(outlet);
-    if (const auto slider = seekbar.lock()) slider->removeAllActions();
+    outlets.forEach<ui::Control>([](ui::Control& control) { control.removeAllActions(); });
+    outlets.forEach<ui::Button>([](ui::Button& button) { button.longPressGestureRecognizer.reset(); });
     if (const auto ruler = timelineView.lock()) {
         ruler->stopScrolling();
         ruler->delegate.reset();
     }
     didTouchBesideRates = nullptr;
+}
+
+void PlayerCollectionViewCellHUDView::toggleRates() {
+    const auto container = playbackRateSelectorContainerView.lock();
+    if (container) container->animateAlpha(container->alpha() == 0 ? 1 : 0, selectorAnimation);
+}
+
+bool PlayerCollectionViewCellHUDView::closeRates() {
+    const auto container = playbackRateSelectorContainerView.lock();
+    if (!container || container->alpha() == 0) return false;
+    container->animateAlpha(0, selectorAnimation);
+    return true;
 }
 
 std::string OverlayCollectionViewCell::description() const {
@@ -55,9 +39,9 @@ std::string OverlayCollectionViewCell::description() const {
     return text.str();
 }
 
-void OverlayCollectionViewCell::connectOutlets(ui::Outlets& outlets) {
-    outlets.connect("hudView", hudView);
-    ui::required(hudView, "hudView")->connectOutlets(outlets);
+void OverlayCollectionViewCell::connectOutlets(ui::Outlets& layout) {
+    ui::CollectionViewCell::connectOutlets(layout);
+    hudView->outlets.connect(layout);
 }
 
 }  // namespace videoanalysis

@@ -5,6 +5,7 @@
 #include "VideoAnalysis/Platform/UI/Bundle.h"
 #include "VideoAnalysis/Platform/UI/CollectionView.h"
 #include "VideoAnalysis/Platform/UI/Control.h"
+#include "VideoAnalysis/Timeline/TimelineView.h"
 
 #include <functional>
 #include <memory>
@@ -12,47 +13,50 @@
 
 namespace videoanalysis {
 
-class TimelineView;
-
 class PlayerCollectionViewCellHUDView : public ui::View {
 public:
-    std::vector<std::weak_ptr<ui::View>> shadowViews;
-    std::weak_ptr<ui::Button> editButton;
-    std::weak_ptr<ui::Button> undoButton;
-    std::weak_ptr<ui::Button> redoButton;
-    std::weak_ptr<ui::Button> clearButton;
-    std::weak_ptr<ui::Button> deleteButton;
-    std::weak_ptr<ui::Button> replaceButton;
-    std::weak_ptr<ui::View> leftButtonsView;
-    std::weak_ptr<ui::View> mediaControlView;
-    std::weak_ptr<TimelineView> timelineView;
-    std::weak_ptr<ui::Button> changeFillModeButton;
-    std::weak_ptr<ui::Slider> seekbar;
-    std::weak_ptr<ui::Button> rewindButton;
-    std::weak_ptr<ui::Button> forwardButton;
-    std::weak_ptr<ui::Button> playPauseButton;
-    std::vector<std::weak_ptr<ui::Button>> videoPlaybackSpeedButtons;
-    std::weak_ptr<ui::Button> videoPlayRateSelectorButton;
-    std::weak_ptr<ui::View> playbackRateSelectorContainerView;
+    ui::OutletSet outlets;
+    ui::OutletCollection<ui::View> shadowViews{outlets, "shadowViews"};
+    ui::Outlet<ui::Button> editButton{outlets, "editButton"};
+    ui::Outlet<ui::Button> undoButton{outlets, "undoButton"};
+    ui::Outlet<ui::Button> redoButton{outlets, "redoButton"};
+    ui::Outlet<ui::Button> clearButton{outlets, "clearButton"};
+    ui::Outlet<ui::Button> deleteButton{outlets, "deleteButton"};
+    ui::Outlet<ui::Button> replaceButton{outlets, "replaceButton"};
+    ui::Outlet<ui::View> leftButtonsView{outlets, "leftButtonsView"};
+    ui::Outlet<ui::View> mediaControlView{outlets, "mediaControlView"};
+    ui::Outlet<TimelineView> timelineView{outlets, "timelineView"};
+    ui::Outlet<ui::Button> changeFillModeButton{outlets, "changeFillModeButton"};
+    ui::Outlet<ui::Slider> seekbar{outlets, "seekbar"};
+    ui::Outlet<ui::Button> rewindButton{outlets, "rewindButton"};
+    ui::Outlet<ui::Button> forwardButton{outlets, "forwardButton"};
+    ui::Outlet<ui::Button> playPauseButton{outlets, "playPauseButton"};
+    ui::OutletCollection<ui::Button> videoPlaybackSpeedButtons{outlets, "videoPlaybackSpeedButtons"};
+    ui::Outlet<ui::Button> videoPlayRateSelectorButton{outlets, "videoPlayRateSelectorButton"};
+    ui::Outlet<ui::View> playbackRateSelectorContainerView{outlets, "playbackRateSelectorContainerView"};
     /// Time and frame number of what is shown; an addition to the controls proper.
-    std::weak_ptr<ui::Label> positionLabel;
+    ui::Outlet<ui::Label> positionLabel{outlets, "positionLabel"};
 
     /// For the platform to call when a finger or mouse button comes down anywhere but on the panel of rates and the button
     /// that opens it. May be empty.
     std::function<void()> didTouchBesideRates;
 
-    void connectOutlets(ui::Outlets& outlets);
-    /// No control does anything any more, until somebody adds actions again.
+    /// Detaches all actions, gestures and the ruler's delegate from the controls.
     void removeAllActions();
+
+    /// Fades the panel of rates in or out.
+    void toggleRates();
+    /// Fades the panel of rates out. Returns whether it was open.
+    bool closeRates();
 };
 
 /// The cell that holds a player's controls, above its picture. Made from the template "OverlayCollectionViewCell".
 class OverlayCollectionViewCell : public ui::CollectionViewCell {
 public:
-    std::weak_ptr<PlayerCollectionViewCellHUDView> hudView;
+    ui::Outlet<PlayerCollectionViewCellHUDView> hudView{outlets, "hudView"};
 
     std::string description() const override;
-    void connectOutlets(ui::Outlets& outlets) override;
+    void connectOutlets(ui::Outlets& layout) override;
 };
 
 }  // namespace videoanalysis

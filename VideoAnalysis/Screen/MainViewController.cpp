@@ -40,6 +40,10 @@ void abandonRecording(const std::string& error) {
 
 MainViewController::~MainViewController() = default;
 
+std::shared_ptr<MainViewController> MainViewController::of(const State& state) {
+    return std::dynamic_pointer_cast<MainViewController>(state.mainViewController());
+}
+
 ui::Window* MainViewController::overlayWindow() {
     if (!overlayWindow_) {
         const auto storyboard = platform().bundle().storyboard("Main");
@@ -80,10 +84,6 @@ recording::ScreenRecorder& MainViewController::recorder() {
     return *recorder_;
 }
 
-void MainViewController::connectOutlets(ui::Outlets& outlets) {
-    outlets.connect("playersCollectionView", playersCollectionView);
-}
-
 void MainViewController::viewDidLoad() {
     view()->setBackgroundColor(mainStore().state().theme.secondaryColor);
     if (ui::Window* window = overlayWindow()) window->setRootViewController(overlayViewController());
@@ -110,7 +110,7 @@ void MainViewController::viewDidDisappear(bool) {
 }
 
 void MainViewController::viewWillTransition(Size) {
-    const auto collection = ui::required(playersCollectionView, "playersCollectionView");
+    const auto collection = playersCollectionView.required();
     const auto layout = std::dynamic_pointer_cast<CollectionViewFlowLayout>(collection->collectionViewLayout());
     if (!layout) fatalError("The players' layout is not a CollectionViewFlowLayout");
     layout->setScrollDirection(ui::isLandscape(platform().device().orientation()) ? ui::ScrollDirection::horizontal
@@ -121,6 +121,13 @@ void MainViewController::viewWillTransition(Size) {
 bool MainViewController::keyPressed(const ui::KeyPress& press) {
     const std::shared_ptr<PlayersManager> manager = playersManager();
     return manager && manager->keyPressed(press);
+}
+
+std::shared_ptr<AnalysisPlayers> MainViewController::players() { return playersManager(); }
+
+void MainViewController::presentOver(ui::ViewController& presenter, ui::ModalPresentationStyle style) {
+    setModalPresentationStyle(style);
+    presenter.present(shared_from_this(), true, {});
 }
 
 void MainViewController::dismiss(bool animated, Completion completion) {
@@ -142,12 +149,12 @@ void MainViewController::newState(const MainViewControllerState& state) {
 
 bool MainViewController::isRecordingWanted() {
     const State& state = mainStore().state();
-    const auto screen = state.mainViewController();
+    const auto screen = of(state);
     return state.mainViewControllerState.isScreenRecording && screen && !screen->isGone_;
 }
 
 void MainViewController::serveRequests() {
-    if (isRecordingWanted()) mainStore().state().mainViewController()->startRecording();
+    if (isRecordingWanted()) of(mainStore().state())->startRecording();
 }
 
 void MainViewController::startRecording() {
@@ -195,7 +202,7 @@ void MainViewController::endRecording() {
     // Later, because a reduction may be what removes the screen.
     dispatch::mainQueue().async([weak = weak_from_this()] {
         const State& state = mainStore().state();
-        const auto screen = state.mainViewController();
+        const auto screen = of(state);
         if (!screen || screen != weak.lock() || !screen->isGone_) return;
         if (state.mainViewControllerState.isScreenRecording) mainStore().dispatch(SetScreenRecordingStateAction(false));
     });
@@ -228,7 +235,7 @@ void MainViewController::recordingDidStop(const recording::Error& error, const U
     }
     std::vector<VideoAnalysisController::Object> list{{output, {}}};
     if (const auto manager = playersManager()) {
-        for (const auto& player : manager->cellControllers) list.push_back(player->media());
+        for (VideoAnalysisController::Object& media : manager->currentMedia()) list.push_back(std::move(media));
     }
     // An analysis that has come in the place of this one has a delegate of its own.
     const bool isCurrent = mainStore().state().existingMainViewController().get() == this;

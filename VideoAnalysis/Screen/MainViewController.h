@@ -2,6 +2,7 @@
 // The analysis screen that is presented over the host's: it holds the players' collection and the overlay window above it, owns
 // the players manager, and starts and stops the screen recorder when the state asks for it.
 
+#include "VideoAnalysis/Analysis/AnalysisScreen.h"
 #include "VideoAnalysis/Analysis/State.h"
 #include "VideoAnalysis/Platform/Recording.h"
 #include "VideoAnalysis/Platform/UI/CollectionView.h"
@@ -15,12 +16,16 @@ class OverlayViewController;
 class PlayersManager;
 
 class MainViewController : public ui::ViewController,
+                           public AnalysisScreen,
                            public StoreSubscriber<MainViewControllerState>,
                            public recording::PreviewViewControllerDelegate {
 public:
     ~MainViewController() override;
 
-    std::weak_ptr<ui::CollectionView> playersCollectionView;
+    /// The screen of `state`, made on first use; null when it cannot be made.
+    static std::shared_ptr<MainViewController> of(const State& state);
+
+    ui::Outlet<ui::CollectionView> playersCollectionView{outlets, "playersCollectionView"};
 
     /// Made on first use; null when the overlay cannot be loaded.
     ui::Window* overlayWindow();
@@ -31,13 +36,16 @@ public:
     /// The platform's, taken on first use, when its microphone is switched on.
     recording::ScreenRecorder& recorder();
 
-    void connectOutlets(ui::Outlets& outlets) override;
     void viewDidLoad() override;
     void viewWillAppear(bool animated) override;
     void viewWillDisappear(bool animated) override;
     void viewDidDisappear(bool animated) override;
     void viewWillTransition(Size size) override;
     bool keyPressed(const ui::KeyPress& press) override;
+
+    std::shared_ptr<AnalysisPlayers> players() override;
+    bool isPresented() const override { return presentingViewController() != nullptr; }
+    void presentOver(ui::ViewController& presenter, ui::ModalPresentationStyle style) override;
     void dismiss(bool animated, Completion completion) override;
 
     void newState(const MainViewControllerState& state) override;

@@ -28,7 +28,7 @@ void chooseTool(SketchToolType tool) { mainStore().dispatch(SetDrawingToolTypeAc
 
 /// Whether `overlay` belongs to the analysis that is there now, not to one that has ended.
 bool isOfTheAnalysis(const ui::ViewController& overlay) {
-    const auto& screen = mainStore().state().existingMainViewController();
+    const auto screen = std::dynamic_pointer_cast<MainViewController>(mainStore().state().existingMainViewController());
     return screen && screen->overlayViewController().get() == &overlay;
 }
 
@@ -46,36 +46,20 @@ OverlayViewController::~OverlayViewController() {
     if (recordingTimer) recordingTimer->invalidate();
 }
 
-void OverlayViewController::connectOutlets(ui::Outlets& outlets) {
-    outlets.connect("visibleViews", visibleViews);
-    outlets.connect("topBarView", topBarView);
-    outlets.connect("timerLabel", timerLabel);
-    outlets.connect("addButton", addButton);
-    outlets.connect("closeButton", closeButton);
-    outlets.connect("recordButton", recordButton);
-    outlets.connect("arrowImage", arrowImage);
-    outlets.connect("drawingShapeView", drawingShapeView);
-    outlets.connect("drawingToolButtons", drawingToolButtons);
-    outlets.connect("topBarBackgroundView", topBarBackgroundView);
-    outlets.connect("lockPlaybackButton", lockPlaybackButton);
-    outlets.connect("expandToolbarButton", expandToolbarButton);
-    outlets.connect("collapseToolbarButton", collapseToolbarButton);
-    outlets.connect("colorPickerView", colorPickerView);
-    outlets.connect("drawingToolsStackView", drawingToolsStackView);
-    outlets.connect("playersCollectionView", playersCollectionView);
-
-    outlets.action("tapOnPen:", [this](ui::Control& sender) { tapOnPen(sender); });
-    outlets.action("tapOnLine:", [this](ui::Control& sender) { tapOnLine(sender); });
-    outlets.action("tapOnArrow:", [this](ui::Control& sender) { tapOnArrow(sender); });
-    outlets.action("tapOnRect:", [this](ui::Control& sender) { tapOnRect(sender); });
-    outlets.action("tapOnCircle:", [this](ui::Control& sender) { tapOnCircle(sender); });
-    outlets.action("tapOnColorPicker:", [this](ui::Control& sender) { tapOnColorPicker(sender); });
-    outlets.action("handleToolbarExpand:", [this](ui::Control& sender) { handleToolbarExpand(sender); });
-    outlets.action("handleToolbarCollapse:", [this](ui::Control&) { handleToolbarCollapse(); });
-    outlets.action("handleScreenRecording:", [this](ui::Control& sender) { handleScreenRecording(sender); });
-    outlets.action("handlePlaybackLockToggle:", [this](ui::Control& sender) { handlePlaybackLockToggle(sender); });
-    outlets.action("handleMediaAddition:", [this](ui::Control& sender) { handleMediaAddition(sender); });
-    outlets.action("handleDiscardAndClose:", [this](ui::Control& sender) { handleDiscardAndClose(sender); });
+void OverlayViewController::connectOutlets(ui::Outlets& layout) {
+    ui::ViewController::connectOutlets(layout);
+    layout.action("tapOnPen:", [this](ui::Control& sender) { tapOnPen(sender); });
+    layout.action("tapOnLine:", [this](ui::Control& sender) { tapOnLine(sender); });
+    layout.action("tapOnArrow:", [this](ui::Control& sender) { tapOnArrow(sender); });
+    layout.action("tapOnRect:", [this](ui::Control& sender) { tapOnRect(sender); });
+    layout.action("tapOnCircle:", [this](ui::Control& sender) { tapOnCircle(sender); });
+    layout.action("tapOnColorPicker:", [this](ui::Control& sender) { tapOnColorPicker(sender); });
+    layout.action("handleToolbarExpand:", [this](ui::Control& sender) { handleToolbarExpand(sender); });
+    layout.action("handleToolbarCollapse:", [this](ui::Control&) { handleToolbarCollapse(); });
+    layout.action("handleScreenRecording:", [this](ui::Control& sender) { handleScreenRecording(sender); });
+    layout.action("handlePlaybackLockToggle:", [this](ui::Control& sender) { handlePlaybackLockToggle(sender); });
+    layout.action("handleMediaAddition:", [this](ui::Control& sender) { handleMediaAddition(sender); });
+    layout.action("handleDiscardAndClose:", [this](ui::Control& sender) { handleDiscardAndClose(sender); });
 }
 
 // ---- Life cycle
@@ -83,7 +67,7 @@ void OverlayViewController::connectOutlets(ui::Outlets& outlets) {
 void OverlayViewController::viewDidLoad() {
     applyTheme();
     const auto self = std::static_pointer_cast<OverlayViewController>(shared_from_this());
-    const auto picker = ui::required(colorPickerView, "colorPickerView");
+    const auto picker = colorPickerView.required();
     picker->setDelegate(self);
     picker->setLayoutDelegate(self);
     picker->setSelectionStyle(ColorPickerViewSelectStyle::check);
@@ -105,7 +89,7 @@ void OverlayViewController::viewDidDisappear(bool) {
 }
 
 void OverlayViewController::viewWillTransition(Size) {
-    const auto collection = ui::required(playersCollectionView, "playersCollectionView");
+    const auto collection = playersCollectionView.required();
     const auto layout = std::dynamic_pointer_cast<CollectionViewFlowLayout>(collection->collectionViewLayout());
     if (!layout) fatalError("The overlay's layout is not a CollectionViewFlowLayout");
     layout->setScrollDirection(ui::isLandscape(platform().device().orientation()) ? ui::ScrollDirection::horizontal
@@ -117,15 +101,15 @@ void OverlayViewController::viewWillTransition(Size) {
 /// The root itself stays clear over the players, whatever the theme.
 void OverlayViewController::applyTheme() {
     const Theme& theme = mainStore().state().theme;
-    ui::required(addButton, "addButton")->setTitleColor(theme.buttonsTintColor);
-    ui::required(closeButton, "closeButton")->setTitleColor(theme.buttonsTintColor);
-    ui::required(recordButton, "recordButton")->setTitleColor(theme.buttonsTintColor);
-    ui::required(lockPlaybackButton, "lockPlaybackButton")->setTitleColor(theme.buttonsTintColor);
+    addButton->setTitleColor(theme.buttonsTintColor);
+    closeButton->setTitleColor(theme.buttonsTintColor);
+    recordButton->setTitleColor(theme.buttonsTintColor);
+    lockPlaybackButton->setTitleColor(theme.buttonsTintColor);
     const Color translucent = theme.secondaryColor.withAlpha(theme.translucentViewsOpacity);
-    ui::required(topBarView, "topBarView")->setBackgroundColor(translucent);
-    ui::required(colorPickerView, "colorPickerView")->setBackgroundColor(translucent);
-    ui::required(drawingShapeView, "drawingShapeView")->setBackgroundColor(translucent);
-    ui::required(topBarBackgroundView, "topBarBackgroundView")->setBackgroundColor(translucent);
+    topBarView->setBackgroundColor(translucent);
+    colorPickerView->setBackgroundColor(translucent);
+    drawingShapeView->setBackgroundColor(translucent);
+    topBarBackgroundView->setBackgroundColor(translucent);
 }
 
 // ---- Rendering
@@ -135,26 +119,25 @@ void OverlayViewController::newState(const MainViewControllerState& screen) {
     const VideoAnalysisIconsConfiguration& icons = *analysis.iconsConfiguration;
     const int selectedTool = static_cast<int>(analysis.mainViewControllerState.toolType);
 
-    ui::required(closeButton, "closeButton")->setImage(icons.closeButtonIcon.value_or(Image::named("close")));
-    const auto add = ui::required(addButton, "addButton");
+    closeButton->setImage(icons.closeButtonIcon.value_or(Image::named("close")));
+    const auto add = addButton.required();
     add->setImage(icons.comparisonButtonIcon.value_or(Image::named("Compare")));
 
-    ui::required(expandToolbarButton, "expandToolbarButton")->setHidden(!screen.isDrawingToolsCollapsed);
-    ui::required(collapseToolbarButton, "collapseToolbarButton")->setHidden(screen.isDrawingToolsCollapsed);
-    for (const std::weak_ptr<ui::Button>& outlet : drawingToolButtons) {
-        const auto button = ui::required(outlet, "drawingToolButtons");
+    expandToolbarButton->setHidden(!screen.isDrawingToolsCollapsed);
+    collapseToolbarButton->setHidden(screen.isDrawingToolsCollapsed);
+    for (const std::shared_ptr<ui::Button>& button : drawingToolButtons.required()) {
         if (button->tag() == untouchedTag) continue;
         button->setHidden(screen.isDrawingToolsCollapsed && button->tag() != selectedTool);
         button->setTintColor(toolColor(button->tag(), screen.toolColorMap));
         button->setSelected(button->tag() == selectedTool);
         layOutSuperview(button);
     }
-    const auto toolsStack = ui::required(drawingToolsStackView, "drawingToolsStackView");
+    const auto toolsStack = drawingToolsStackView.required();
     layOutSuperview(toolsStack);
 
     add->setHidden(!screen.shouldAllowAddingMedia);
 
-    const auto lock = ui::required(lockPlaybackButton, "lockPlaybackButton");
+    const auto lock = lockPlaybackButton.required();
     if (screen.isMediaPlaybackLocked) {
         lock->setTintColor(Color::systemRed());
         lock->setImage(icons.syncLockButtonIcon.value_or(Image::named("lock")));
@@ -165,17 +148,17 @@ void OverlayViewController::newState(const MainViewControllerState& screen) {
     lock->setHidden(!screen.shouldAllowMediaPlaybackLock);
 
     renderRecording(screen);
-    ui::required(recordButton, "recordButton")->setEnabled(screen.shouldAllowRecording && !analysis.media->empty());
-    ui::required(closeButton, "closeButton")->setEnabled(!screen.isScreenRecording);
+    recordButton->setEnabled(screen.shouldAllowRecording && !analysis.media->empty());
+    closeButton->setEnabled(!screen.isScreenRecording);
 
     renderSelectedTool(screen, selectedTool);
 
-    const auto picker = ui::required(colorPickerView, "colorPickerView");
+    const auto picker = colorPickerView.required();
     picker->setHidden(!screen.isColorPickerOpened);
     layOutSuperview(picker);
 
-    for (const std::weak_ptr<ui::View>& outlet : visibleViews) {
-        ui::required(outlet, "visibleViews")->setHidden(!screen.isHUDVisible);
+    for (const std::shared_ptr<ui::View>& view : visibleViews.required()) {
+        view->setHidden(!screen.isHUDVisible);
     }
     toolsStack->setHidden(screen.isHUDVisible && !screen.isDrawingToolsVisible);
 }
@@ -193,13 +176,13 @@ void OverlayViewController::renderRecording(const MainViewControllerState& scree
     } else {
         applyIdleLook();
     }
-    const auto label = ui::required(timerLabel, "timerLabel");
+    const auto label = timerLabel.required();
     layOutSuperview(label);
     label->setHidden(!screen.isScreenRecording);
 }
 
 void OverlayViewController::applyRecordingLook() {
-    const auto record = ui::required(recordButton, "recordButton");
+    const auto record = recordButton.required();
     record->setTintColor(Color::systemRed());
     record->setImage(
         mainStore().state().iconsConfiguration->stopRecordingButtonIcon.value_or(Image::named("stop_recording")));
@@ -211,7 +194,7 @@ void OverlayViewController::applyIdleLook() {
         seconds = 0;
         if (recordingTimer) recordingTimer->invalidate();
     }
-    const auto record = ui::required(recordButton, "recordButton");
+    const auto record = recordButton.required();
     record->setTintColor(Color::white());
     record->setImage(analysis.iconsConfiguration->recordButtonIcon.value_or(Image::named("start_recording")));
 }
@@ -227,24 +210,23 @@ void OverlayViewController::startTimerIfNeeded() {
 void OverlayViewController::recordingWithTimer() {
     if (seconds == std::numeric_limits<std::int64_t>::max()) fatalError("The recording clock has run over");
     ++seconds;
-    ui::required(timerLabel, "timerLabel")->setText(clockText(seconds));
+    timerLabel->setText(clockText(seconds));
 }
 
 /// The marker stands beside the selected tool, and the picker shows that tool's colour.
 void OverlayViewController::renderSelectedTool(const MainViewControllerState& screen, int selectedTool) {
-    const auto arrow = ui::required(arrowImage, "arrowImage");
+    const auto arrow = arrowImage.required();
     arrow->setAlpha(0);
     arrow->setRotation(screen.isColorPickerOpened ? std::numbers::pi : 0);
-    const auto selected = std::find_if(drawingToolButtons.begin(), drawingToolButtons.end(),
-                                       [&](const std::weak_ptr<ui::Button>& outlet) {
-                                           return ui::required(outlet, "drawingToolButtons")->tag() == selectedTool;
-                                       });
-    if (selected != drawingToolButtons.end()) {
-        const auto button = selected->lock();
+    const std::vector<std::shared_ptr<ui::Button>> buttons = drawingToolButtons.required();
+    const auto selected = std::find_if(buttons.begin(), buttons.end(),
+                                       [&](const auto& candidate) { return candidate->tag() == selectedTool; });
+    if (selected != buttons.end()) {
+        const std::shared_ptr<ui::Button>& button = *selected;
         arrow->setTintColor(toolColor(button->tag(), screen.toolColorMap));
         arrow->setCenter({arrow->center().x, button->center().y});
         layOutSuperview(arrow);
-        const auto picker = ui::required(colorPickerView, "colorPickerView");
+        const auto picker = colorPickerView.required();
         const auto& colors = picker->colors();
         const std::optional<Color> color = screen.toolColorMap[static_cast<SketchToolType>(selectedTool)];
         const auto found = color ? std::find(colors.begin(), colors.end(), *color) : colors.end();

@@ -26,22 +26,22 @@ public:
     ~OverlayViewController() override;
 
     /// Shown only while the controls are.
-    std::vector<std::weak_ptr<ui::View>> visibleViews;
-    std::weak_ptr<ui::View> topBarView;
-    std::weak_ptr<ui::Label> timerLabel;
-    std::weak_ptr<ui::Button> addButton;
-    std::weak_ptr<ui::Button> closeButton;
-    std::weak_ptr<ui::Button> recordButton;
-    std::weak_ptr<ui::ImageView> arrowImage;
-    std::weak_ptr<ui::View> drawingShapeView;
-    std::vector<std::weak_ptr<ui::Button>> drawingToolButtons;
-    std::weak_ptr<ui::View> topBarBackgroundView;
-    std::weak_ptr<ui::Button> lockPlaybackButton;
-    std::weak_ptr<ui::Button> expandToolbarButton;
-    std::weak_ptr<ui::Button> collapseToolbarButton;
-    std::weak_ptr<ColorPickerView> colorPickerView;
-    std::weak_ptr<ui::StackView> drawingToolsStackView;
-    std::weak_ptr<ui::CollectionView> playersCollectionView;
+    ui::OutletCollection<ui::View> visibleViews{outlets, "visibleViews"};
+    ui::Outlet<ui::View> topBarView{outlets, "topBarView"};
+    ui::Outlet<ui::Label> timerLabel{outlets, "timerLabel"};
+    ui::Outlet<ui::Button> addButton{outlets, "addButton"};
+    ui::Outlet<ui::Button> closeButton{outlets, "closeButton"};
+    ui::Outlet<ui::Button> recordButton{outlets, "recordButton"};
+    ui::Outlet<ui::ImageView> arrowImage{outlets, "arrowImage"};
+    ui::Outlet<ui::View> drawingShapeView{outlets, "drawingShapeView"};
+    ui::OutletCollection<ui::Button> drawingToolButtons{outlets, "drawingToolButtons"};
+    ui::Outlet<ui::View> topBarBackgroundView{outlets, "topBarBackgroundView"};
+    ui::Outlet<ui::Button> lockPlaybackButton{outlets, "lockPlaybackButton"};
+    ui::Outlet<ui::Button> expandToolbarButton{outlets, "expandToolbarButton"};
+    ui::Outlet<ui::Button> collapseToolbarButton{outlets, "collapseToolbarButton"};
+    ui::Outlet<ColorPickerView> colorPickerView{outlets, "colorPickerView"};
+    ui::Outlet<ui::StackView> drawingToolsStackView{outlets, "drawingToolsStackView"};
+    ui::Outlet<ui::CollectionView> playersCollectionView{outlets, "playersCollectionView"};
 
     /// How long the recording has been running, in whole seconds.
     std::int64_t seconds = 0;
@@ -50,7 +50,7 @@ public:
     /// From one tick to the next, in seconds.
     static constexpr double delayDuration = 1.0;
 
-    void connectOutlets(ui::Outlets& outlets) override;
+    void connectOutlets(ui::Outlets& layout) override;
     void viewDidLoad() override;
     void viewWillAppear(bool animated) override;
     void viewDidAppear(bool animated) override;

@@ -57,18 +57,115 @@ void PlayersManager::setUp(ui::CollectionView& view, const std::shared_ptr<ui::C
 
 bool PlayersManager::keyPressed(const ui::KeyPress& press) {
     const auto latest =
-        std::max_element(cellControllers.begin(), cellControllers.end(),
-                         [](const auto& a, const auto& b) { return a->latestTouch() < b->latestTouch(); });
+        std::max_element(cellControllers.begin(), cellControllers.end(), [](const auto& a, const auto& b) {
+            return a->commands.latestTouch() < b->commands.latestTouch();
+        });
     if (latest == cellControllers.end()) return false;
     // What a locked player dispatches for playback reaches all of them; the rest is each one's own.
     // Escape closes what is open anywhere.
     const bool isOwn = press.key == ui::Key::z || press.key == ui::Key::f;
     const bool isLocked = mainStore().state().mainViewControllerState.isMediaPlaybackLocked;
-    if (press.key != ui::Key::escape && !(isOwn && isLocked)) return (*latest)->keyPressed(press);
+    if (press.key != ui::Key::escape && !(isOwn && isLocked)) return (*latest)->commands.keyPressed(press);
     bool isUsed = false;
-    for (const auto& controller : cellControllers) isUsed = controller->keyPressed(press) || isUsed;
+    for (const auto& controller : cellControllers) isUsed = controller->commands.keyPressed(press) || isUsed;
     return isUsed;
 }
+
+// ---- What the reducers ask for
+
+template <class Change>
+void PlayersManager::changeCollections(Change&& change) {
+    if (const auto players = collectionView.lock()) change(*players);
+    if (const auto overlays = overlayCollectionView.lock()) change(*overlays);
+}
+
+const player::LocalState& PlayersManager::localState(std::size_t position) const {
+    return cellControllers.at(position)->localStore->state();
+}
+
+void PlayersManager::dispatch(std::size_t position, const Action& localAction) {
+    cellControllers.at(position)->localStore->dispatch(localAction);
+}
+
+bool PlayersManager::contains(const Store<player::LocalState>& localStore) const {
+    return std::any_of(cellControllers.begin(), cellControllers.end(),
+                       [&](const auto& controller) { return controller->localStore.get() == &localStore; });
+}
+
+void PlayersManager::insert(std::int64_t index, const VideoAnalysisController::Object& media) {
+    cellControllers.push_back(PlayerCollectionViewCellController::make(media, index));
+    changeCollections([&](ui::CollectionView& view) {
+        if (view.numberOfItemsInSection(0) != static_cast<std::int64_t>(count())) {
+            view.insertItems({{index, 0}});
+        } else {
+            view.reloadData();
+        }
+    });
+}
+
+void PlayersManager::remove(std::size_t position) {
+    cellControllers.at(position)->unbind();
+    cellControllers.erase(cellControllers.begin() + static_cast<std::ptrdiff_t>(position));
+    for (std::size_t i = 0; i < count(); ++i) cellControllers[i]->index = static_cast<std::int64_t>(i);
+    changeCollections([&](ui::CollectionView& view) {
+        if (view.numberOfItemsInSection(0) != static_cast<std::int64_t>(count())) {
+            view.deleteItems({{static_cast<std::int64_t>(position), 0}});
+        } else {
+            view.reloadData();
+        }
+    });
+}
+
+void PlayersManager::replace(std::size_t position, const VideoAnalysisController::Object& media) {
+    std::shared_ptr<PlayerCollectionViewCellController>& controller = cellControllers.at(position);
+    controller->unbind();
+    controller = PlayerCollectionViewCellController::make(media, static_cast<std::int64_t>(position));
+}
+
+void PlayersManager::reload(std::size_t position) {
+    changeCollections([&](ui::CollectionView& view) { view.reloadItems({{static_cast<std::int64_t>(position), 0}}); });
+}
+
+void PlayersManager::clear() {
+    cellControllers.clear();
+    changeCollections([](ui::CollectionView& view) { view.reloadData(); });
+}
+
+void PlayersManager::endRulerThrow(std::size_t position) { cellControllers.at(position)->endRulerThrow(); }
+
+std::shared_ptr<media::Player> PlayersManager::pausedPlayer(std::size_t position) const {
+    std::shared_ptr<media::Player> player = cellControllers.at(position)->player();
+    // The pause of the local state reaches the player some turns later; a step or a seek starts from a still picture.
+    if (player) player->pause();
+    return player;
+}
+
+void PlayersManager::step(std::size_t position, std::int64_t steps) {
+    const std::shared_ptr<media::Player> player = steps != 0 ? pausedPlayer(position) : nullptr;
+    if (!player) return;
+    media::PlayerItem& item = *player->currentItem();
+    if (steps >= 1 && item.canStepForward()) {
+        item.step(steps);
+    } else if (item.canStepBackward()) {
+        item.step(steps);
+    }
+}
+
+void PlayersManager::seek(std::size_t position, const media::Time& time) {
+    if (const std::shared_ptr<media::Player> player = pausedPlayer(position)) {
+        player->seek(time, media::Time::zero(), media::Time::zero());
+    }
+}
+
+void PlayersManager::edit(std::size_t position) { cellControllers.at(position)->commands.edit(); }
+
+std::vector<VideoAnalysisController::Object> PlayersManager::currentMedia() const {
+    std::vector<VideoAnalysisController::Object> media;
+    for (const auto& controller : cellControllers) media.push_back(controller->media());
+    return media;
+}
+
+// ---- Cells
 
 std::int64_t PlayersManager::numberOfItemsInSection(ui::CollectionView&, std::int64_t) {
     return static_cast<std::int64_t>(cellControllers.size());

@@ -1,7 +1,9 @@
 #pragma once
 // Feeds the two collections that lie over each other, the players and their controls, from one list of player controllers. The
-// reducers change the list; the manager sizes the items so that all players share the screen and binds each cell.
+// reducers change the list through `AnalysisPlayers`; the manager sizes the items so that all players share the screen and
+// binds each cell.
 
+#include "VideoAnalysis/Analysis/AnalysisScreen.h"
 #include "VideoAnalysis/Platform/UI/CollectionView.h"
 #include "VideoAnalysis/Platform/UI/KeyPress.h"
 
@@ -12,7 +14,8 @@ namespace videoanalysis {
 
 class PlayerCollectionViewCellController;
 
-class PlayersManager : public ui::CollectionViewDataSource,
+class PlayersManager : public AnalysisPlayers,
+                       public ui::CollectionViewDataSource,
                        public ui::CollectionViewDelegate,
                        public std::enable_shared_from_this<PlayersManager> {
     struct Private {};
@@ -39,6 +42,21 @@ public:
     /// Returns whether there is a use for it.
     bool keyPressed(const ui::KeyPress& press);
 
+    std::size_t count() const override { return cellControllers.size(); }
+    const player::LocalState& localState(std::size_t position) const override;
+    void dispatch(std::size_t position, const Action& localAction) override;
+    bool contains(const Store<player::LocalState>& localStore) const override;
+    void insert(std::int64_t index, const VideoAnalysisController::Object& media) override;
+    void remove(std::size_t position) override;
+    void replace(std::size_t position, const VideoAnalysisController::Object& media) override;
+    void reload(std::size_t position) override;
+    void clear() override;
+    void endRulerThrow(std::size_t position) override;
+    void step(std::size_t position, std::int64_t steps) override;
+    void seek(std::size_t position, const media::Time& time) override;
+    void edit(std::size_t position) override;
+    std::vector<VideoAnalysisController::Object> currentMedia() const override;
+
     std::int64_t numberOfItemsInSection(ui::CollectionView& view, std::int64_t section) override;
     std::shared_ptr<ui::CollectionViewCell> cellForItemAt(ui::CollectionView& view,
                                                           const ui::IndexPath& indexPath) override;
@@ -52,6 +70,10 @@ public:
                                                               std::int64_t section) override;
 
 private:
+    /// Calls `change` on the players' collection and then on the overlay's.
+    template <class Change>
+    void changeCollections(Change&& change);
+    std::shared_ptr<media::Player> pausedPlayer(std::size_t position) const;
     void setUp(ui::CollectionView& view, const std::shared_ptr<ui::CellTemplate>& cellTemplate, const char* identifier);
 };
 

@@ -1,6 +1,5 @@
 #include "VideoAnalysis/Timeline/TimelineView.h"
 
-#include "VideoAnalysis/Analysis/State.h"
 #include "VideoAnalysis/Platform/FatalError.h"
 #include "VideoAnalysis/Timeline/InfiniteDataSources.h"
 #include "VideoAnalysis/Timeline/InfiniteLayout.h"
@@ -35,7 +34,8 @@ public:
                                                           const ui::IndexPath& indexPath) override {
         const auto dequeued = collection.dequeueReusableCell(tickCell, indexPath);
         const std::int64_t index = indexPath.item;
-        const Color& tint = mainStore().state().theme.buttonsTintColor;
+        const std::shared_ptr<TimelineViewDelegate> owner = view_.delegate.lock();
+        const Color tint = owner ? owner->tickColor() : Color::white();
         const bool isRed = index != 0 && index % 10 == 0;
         static_cast<TimelineCollectionViewCell&>(*dequeued).configure(index % 5 == 0,
                                                                       isRed ? Color::systemRed() : tint);

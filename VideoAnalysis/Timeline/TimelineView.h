@@ -18,6 +18,8 @@ public:
     virtual void timelineViewDidScrollBy(double steps, bool isDragging) = 0;
     /// True when ticks further right are later frames.
     virtual bool defaultScrubbingDirection() const = 0;
+    /// The colour of ordinary ticks.
+    virtual Color tickColor() const { return Color::white(); }
 };
 
 /// One tick: exactly one of its two lines is visible.

@@ -51,45 +51,32 @@ ui::Control::Action VideoTrimmerController::action(void (VideoTrimmerController:
     };
 }
 
-void VideoTrimmerController::connectOutlets(ui::Outlets& outlets) {
-    outlets.connect("videoView", videoView);
-    outlets.connect("trimmerView", trimmerView);
-    outlets.connect("cropView", cropView);
-    outlets.connect("playButton", playButton);
-    outlets.connect("saveButton", saveButton);
-    outlets.connect("cancelButton", cancelButton);
-    outlets.connect("cropButton", cropButton);
-    outlets.connect("aspectButtons", aspectButtons);
-    outlets.connect("aspectsView", aspectsView);
-    outlets.connect("startLabel", startLabel);
-    outlets.connect("endLabel", endLabel);
-    outlets.connect("durationLabel", durationLabel);
-    outlets.connect("progressView", progressView);
-
-    outlets.action("togglePlaying:", action(&VideoTrimmerController::togglePlaying));
-    outlets.action("toggleCropping:", action(&VideoTrimmerController::toggleCropping));
-    outlets.action("chooseAspect:", action(&VideoTrimmerController::chooseAspect));
-    outlets.action("save:", action(&VideoTrimmerController::save));
-    outlets.action("cancel:", action(&VideoTrimmerController::cancel));
+void VideoTrimmerController::connectOutlets(ui::Outlets& layout) {
+    ui::ViewController::connectOutlets(layout);
+    layout.action("togglePlaying:", action(&VideoTrimmerController::togglePlaying));
+    layout.action("toggleCropping:", action(&VideoTrimmerController::toggleCropping));
+    layout.action("chooseAspect:", action(&VideoTrimmerController::chooseAspect));
+    layout.action("save:", action(&VideoTrimmerController::save));
+    layout.action("cancel:", action(&VideoTrimmerController::cancel));
 }
 
 // ---- Life cycle
 
 void VideoTrimmerController::viewDidLoad() {
-    const auto trimmer = ui::required(trimmerView, "trimmerView");
+    const auto trimmer = trimmerView.required();
     trimmer->addAction(ui::ControlEvent::touchDown, action(&VideoTrimmerController::trackingBegan));
     trimmer->addAction(ui::ControlEvent::valueChanged, action(&VideoTrimmerController::tracked));
     trimmer->addAction(ui::ControlEvent::touchUpInside, action(&VideoTrimmerController::trackingEnded));
     trimmer->rowObserver = [this, weak = weak_from_this()] {
         if (const auto alive = weak.lock()) requestThumbnails();
     };
-    ui::required(videoView, "videoView")->setContentMode(ui::ContentMode::scaleToFill);
+    videoView->setContentMode(ui::ContentMode::scaleToFill);
     updateControls();
     updateLabels();
 }
 
 void VideoTrimmerController::viewWillAppear(bool) {
-    const auto video = ui::required(videoView, "videoView");
+    const auto video = videoView.required();
     video->delegate = std::static_pointer_cast<VideoTrimmerController>(shared_from_this());
     isReady_ = false;
     isSeeking_ = false;
@@ -121,12 +108,12 @@ media::Time VideoTrimmerController::timeOf(double seconds) const {
 
 // The handles stand where frames meet. A quarter of a frame inside, rounding cannot take the wrong one.
 media::Time VideoTrimmerController::startTime() const {
-    const auto trimmer = ui::required(trimmerView, "trimmerView");
+    const auto trimmer = trimmerView.required();
     return timeOf(trimmer->start() + trimmer->step() * 0.25);
 }
 
 media::Time VideoTrimmerController::endTime() const {
-    const auto trimmer = ui::required(trimmerView, "trimmerView");
+    const auto trimmer = trimmerView.required();
     return timeOf(trimmer->end() - trimmer->step() * 0.25);
 }
 
@@ -137,14 +124,13 @@ void VideoTrimmerController::playerReadyToPlayFor(VideoView& ready) {
     const std::vector<media::VideoTrack> tracks = item.videoTracks();
     const media::Time frame = tracks.empty() ? media::Time(1, 30) : tracks.front().minFrameDuration;
     isReady_ = true;
-    ui::required(trimmerView, "trimmerView")
-        ->setClip(item.duration().seconds(), frame.seconds(),
-                  [weak = std::weak_ptr(active->currentItem())](double time, int count) {
-                      const auto clip = weak.lock();
-                      const auto moment = media::Time::fromSeconds(std::max(time, 0.0), timescale);
-                      return clip ? clip->frameTime(moment, count).seconds() : 0;
-                  });
-    ui::required(cropView, "cropView")->setPictureSize(item.presentationSize());
+    trimmerView.required()->setClip(item.duration().seconds(), frame.seconds(),
+                                    [weak = std::weak_ptr(active->currentItem())](double time, int count) {
+                                        const auto clip = weak.lock();
+                                        const auto moment = media::Time::fromSeconds(std::max(time, 0.0), timescale);
+                                        return clip ? clip->frameTime(moment, count).seconds() : 0;
+                                    });
+    cropView->setPictureSize(item.presentationSize());
     if (!timeObserver_) {
         const std::weak_ptr<ui::ViewController> weak = weak_from_this();
         timeObserver_ = active->addPeriodicTimeObserver(frame, [this, weak](const media::Time& time) {
@@ -159,7 +145,7 @@ void VideoTrimmerController::playerReadyToPlayFor(VideoView& ready) {
 
 void VideoTrimmerController::playbackDidFinishFor(VideoView&) {
     // The view has gone back to the start handle.
-    const auto trimmer = ui::required(trimmerView, "trimmerView");
+    const auto trimmer = trimmerView.required();
     trimmer->setPosition(trimmer->start());
     if (isPlaying_) resume();
 }
@@ -171,7 +157,7 @@ void VideoTrimmerController::play() {
     if (!active || !isReady_) return;
     const media::Time now = active->currentTime();
     if (media::compare(now, startTime()) < 0 || media::compare(now, endTime()) >= 0) {
-        const auto trimmer = ui::required(trimmerView, "trimmerView");
+        const auto trimmer = trimmerView.required();
         show(startTime());
         trimmer->setPosition(trimmer->start());
     }
@@ -180,7 +166,7 @@ void VideoTrimmerController::play() {
 
 void VideoTrimmerController::resume() {
     isPlaying_ = true;
-    const auto video = ui::required(videoView, "videoView");
+    const auto video = videoView.required();
     video->setPlaybackRange(startTime(), endTime());
     video->play(1);
     updateControls();
@@ -204,7 +190,7 @@ void VideoTrimmerController::show(const media::Time& time) {
 }
 
 void VideoTrimmerController::timeDidChange(const media::Time& time) {
-    const auto trimmer = ui::required(trimmerView, "trimmerView");
+    const auto trimmer = trimmerView.required();
     if (trimmer->trackedPart() != TrimmerView::Part::none) return;  // the bar is under the finger, or out of the way
     if (isSeeking_) return;  // the bar stands where the picture will be; the next key press counts from there
     trimmer->setPosition(std::clamp(time.seconds(), trimmer->start(), trimmer->end()));
@@ -228,7 +214,7 @@ void VideoTrimmerController::trackingBegan(ui::Control& sender) {
 }
 
 void VideoTrimmerController::tracked(ui::Control&) {
-    const auto trimmer = ui::required(trimmerView, "trimmerView");
+    const auto trimmer = trimmerView.required();
     switch (trimmer->trackedPart()) {
         case TrimmerView::Part::start: show(startTime()); break;
         case TrimmerView::Part::end: show(endTime()); break;
@@ -239,7 +225,7 @@ void VideoTrimmerController::tracked(ui::Control&) {
 }
 
 void VideoTrimmerController::trackingEnded(ui::Control&) {
-    const auto trimmer = ui::required(trimmerView, "trimmerView");
+    const auto trimmer = trimmerView.required();
     trimmer->setPosition(std::clamp(trimmer->trackedPart() == TrimmerView::Part::start ? trimmer->start()
                                     : trimmer->trackedPart() == TrimmerView::Part::end ? trimmer->end()
                                                                                        : trimmer->position(),
@@ -275,15 +261,15 @@ void VideoTrimmerController::requestThumbnails() {
         for (const TrimmerView::Thumbnail& thumbnail : trimmer->thumbnails()) times.push_back(timeOf(thumbnail.time));
         const double scale = platform().mainScreen().scale();
         const double height = trimmer->rowRect().size.height * scale;
-        generator_->generate(times, {height * picture.width / picture.height, height},
-                             media::ImageGenerator::Order::approximateFirst,
-                             [weakTrimmer = trimmerView, times](const media::GeneratedImage& made) {
-                                 const auto row = weakTrimmer.lock();
-                                 if (!row || !made.bitmap) return;
-                                 for (std::size_t i = 0; i < times.size(); ++i) {
-                                     if (times[i] == made.requestedTime) row->setThumbnail(i, Image(made.bitmap));
-                                 }
-                             });
+        generator_->generate(
+            times, {height * picture.width / picture.height, height}, media::ImageGenerator::Order::approximateFirst,
+            [weakTrimmer = std::weak_ptr<TrimmerView>(trimmerView), times](const media::GeneratedImage& made) {
+                const auto row = weakTrimmer.lock();
+                if (!row || !made.bitmap) return;
+                for (std::size_t i = 0; i < times.size(); ++i) {
+                    if (times[i] == made.requestedTime) row->setThumbnail(i, Image(made.bitmap));
+                }
+            });
     });
 }
 
@@ -291,7 +277,7 @@ void VideoTrimmerController::requestThumbnails() {
 
 void VideoTrimmerController::toggleCropping(ui::Control&) {
     if (isSaving()) return;
-    const auto crop = ui::required(cropView, "cropView");
+    const auto crop = cropView.required();
     crop->setCropping(!crop->isCropping());
     updateControls();
 }
@@ -300,7 +286,7 @@ void VideoTrimmerController::chooseAspect(ui::Control& sender) {
     if (isSaving()) return;
     const auto wanted = std::find_if(CropView::allAspects.begin(), CropView::allAspects.end(),
                                      [&](CropView::Aspect aspect) { return static_cast<int>(aspect) == sender.tag(); });
-    if (wanted != CropView::allAspects.end()) ui::required(cropView, "cropView")->setAspect(*wanted);
+    if (wanted != CropView::allAspects.end()) cropView->setAspect(*wanted);
     updateControls();
 }
 
@@ -316,20 +302,19 @@ void VideoTrimmerController::save(ui::Control&) {
         return;
     }
     // Another finger may be on a handle: what is there now is what is saved.
-    ui::required(trimmerView, "trimmerView")->endTracking();
+    trimmerView->endTracking();
     pause();
     savedPath_ = directory + "/" + newUUID() + extensionFor(url);
     saveBegan_ = platform().wallClock();
     const std::weak_ptr<ui::ViewController> weak = weak_from_this();
-    session_ = platform().media().startExport(
-        {url, startTime(), endTime(), ui::required(cropView, "cropView")->crop(), URL::fileURL(savedPath_)},
-        [this, weak](const media::ExportResult& result) {
-            if (const auto alive = weak.lock()) saveEnded(result);
-        });
+    session_ = platform().media().startExport({url, startTime(), endTime(), cropView->crop(), URL::fileURL(savedPath_)},
+                                              [this, weak](const media::ExportResult& result) {
+                                                  if (const auto alive = weak.lock()) saveEnded(result);
+                                              });
     progressTimer_ = platform().scheduleTimer(progressInterval, true, [this, weak] {
         if (const auto alive = weak.lock()) updateProgress();
     });
-    ui::required(progressView, "progressView")->setProgress(0, std::nullopt);
+    progressView->setProgress(0, std::nullopt);
     updateControls();
 }
 
@@ -339,8 +324,8 @@ void VideoTrimmerController::updateProgress() {
     const double elapsed = platform().wallClock() - saveBegan_;
     // Too early, the rest cannot be told from the beginning.
     const bool isTold = progress > 0.05 && elapsed > 0.5;
-    ui::required(progressView, "progressView")
-        ->setProgress(progress, isTold ? std::optional(elapsed * (1 - progress) / progress) : std::nullopt);
+    progressView.required()->setProgress(progress,
+                                         isTold ? std::optional(elapsed * (1 - progress) / progress) : std::nullopt);
 }
 
 void VideoTrimmerController::saveEnded(const media::ExportResult& result) {
@@ -388,30 +373,29 @@ void VideoTrimmerController::finish(void (*tell)(VideoEditorControllerDelegate&,
 
 void VideoTrimmerController::updateControls() {
     const bool isSavingNow = isSaving();
-    const auto crop = ui::required(cropView, "cropView");
-    const auto playing = ui::required(playButton, "playButton");
+    const auto crop = cropView.required();
+    const auto playing = playButton.required();
     crop->setLocked(isSavingNow);
     playing->setImage(Image::systemNamed(isPlaying_ ? "pause.fill" : "play.fill"));
     playing->setEnabled(isReady_ && !isSavingNow);
-    ui::required(trimmerView, "trimmerView")->setEnabled(isReady_ && !isSavingNow);
-    ui::required(saveButton, "saveButton")->setEnabled(isReady_ && !isSavingNow);
-    const auto cropping = ui::required(cropButton, "cropButton");
+    trimmerView->setEnabled(isReady_ && !isSavingNow);
+    saveButton->setEnabled(isReady_ && !isSavingNow);
+    const auto cropping = cropButton.required();
     cropping->setEnabled(isReady_ && !isSavingNow);
     cropping->setSelected(crop->isCropping());
-    ui::required(aspectsView, "aspectsView")->setHidden(!crop->isCropping());
-    for (const std::weak_ptr<ui::Button>& outlet : aspectButtons) {
-        const auto button = ui::required(outlet, "aspectButtons");
+    aspectsView->setHidden(!crop->isCropping());
+    for (const std::shared_ptr<ui::Button>& button : aspectButtons.required()) {
         button->setSelected(button->tag() == static_cast<int>(crop->aspect()));
         button->setEnabled(!isSavingNow);
     }
-    ui::required(progressView, "progressView")->setHidden(!isSavingNow);
+    progressView->setHidden(!isSavingNow);
 }
 
 void VideoTrimmerController::updateLabels() {
-    const auto trimmer = ui::required(trimmerView, "trimmerView");
-    ui::required(startLabel, "startLabel")->setText(textOf(trimmer->start()));
-    ui::required(endLabel, "endLabel")->setText(textOf(trimmer->end()));
-    ui::required(durationLabel, "durationLabel")->setText(textOf(trimmer->end() - trimmer->start()));
+    const auto trimmer = trimmerView.required();
+    startLabel->setText(textOf(trimmer->start()));
+    endLabel->setText(textOf(trimmer->end()));
+    durationLabel->setText(textOf(trimmer->end() - trimmer->start()));
 }
 
 std::string VideoTrimmerController::textOf(double seconds) {

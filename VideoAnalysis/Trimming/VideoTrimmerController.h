@@ -6,6 +6,8 @@
 #include "VideoAnalysis/Platform/UI/Control.h"
 #include "VideoAnalysis/Platform/UI/ViewController.h"
 #include "VideoAnalysis/Platform/URL.h"
+#include "VideoAnalysis/Trimming/CropView.h"
+#include "VideoAnalysis/Trimming/TrimmerView.h"
 #include "VideoAnalysis/Trimming/VideoEditorControllerDelegate.h"
 #include "VideoAnalysis/Video/VideoView.h"
 
@@ -20,8 +22,6 @@ namespace videoanalysis {
 namespace dispatch {
 class Timer;
 }
-class CropView;
-class TrimmerView;
 
 /// How far a save has come; what a progress bar shows.
 class SaveProgressView : public ui::View {
@@ -46,24 +46,24 @@ public:
     /// The clip. Set before the screen appears.
     URL url;
 
-    std::weak_ptr<VideoView> videoView;
-    std::weak_ptr<TrimmerView> trimmerView;
-    std::weak_ptr<CropView> cropView;
-    std::weak_ptr<ui::Button> playButton;
-    std::weak_ptr<ui::Button> saveButton;
-    std::weak_ptr<ui::Button> cancelButton;
-    std::weak_ptr<ui::Button> cropButton;
+    ui::Outlet<VideoView> videoView{outlets, "videoView"};
+    ui::Outlet<TrimmerView> trimmerView{outlets, "trimmerView"};
+    ui::Outlet<CropView> cropView{outlets, "cropView"};
+    ui::Outlet<ui::Button> playButton{outlets, "playButton"};
+    ui::Outlet<ui::Button> saveButton{outlets, "saveButton"};
+    ui::Outlet<ui::Button> cancelButton{outlets, "cancelButton"};
+    ui::Outlet<ui::Button> cropButton{outlets, "cropButton"};
     /// Their tags are `CropView::Aspect`s.
-    std::vector<std::weak_ptr<ui::Button>> aspectButtons;
-    std::weak_ptr<ui::View> aspectsView;
-    std::weak_ptr<ui::Label> startLabel;
-    std::weak_ptr<ui::Label> endLabel;
-    std::weak_ptr<ui::Label> durationLabel;
-    std::weak_ptr<SaveProgressView> progressView;
+    ui::OutletCollection<ui::Button> aspectButtons{outlets, "aspectButtons"};
+    ui::Outlet<ui::View> aspectsView{outlets, "aspectsView"};
+    ui::Outlet<ui::Label> startLabel{outlets, "startLabel"};
+    ui::Outlet<ui::Label> endLabel{outlets, "endLabel"};
+    ui::Outlet<ui::Label> durationLabel{outlets, "durationLabel"};
+    ui::Outlet<SaveProgressView> progressView{outlets, "progressView"};
 
     bool isSaving() const { return session_ != nullptr; }
 
-    void connectOutlets(ui::Outlets& outlets) override;
+    void connectOutlets(ui::Outlets& layout) override;
     void viewDidLoad() override;
     void viewWillAppear(bool animated) override;
     void viewDidDisappear(bool animated) override;

@@ -24,10 +24,14 @@ public:
     /// Kind and address, for the debug log.
     virtual std::string description() const;
 
-    virtual void connectOutlets(Outlets&) {}
+    /// Connects the declared outlets to the views of `layout`.
+    virtual void connectOutlets(Outlets& layout) { outlets.connect(layout); }
     /// The outlets are connected.
     virtual void awakeFromNib() {}
     virtual void prepareForReuse() {}
+
+protected:
+    OutletSet outlets;
 
 private:
     std::string reuseIdentifier_;

@@ -5,14 +5,13 @@
 #include "VideoAnalysis/Platform/Geometry.h"
 #include "VideoAnalysis/Platform/UI/Device.h"
 #include "VideoAnalysis/Platform/UI/KeyPress.h"
+#include "VideoAnalysis/Platform/UI/Outlets.h"
 #include "VideoAnalysis/Platform/UI/View.h"
 
 #include <functional>
 #include <memory>
 
 namespace videoanalysis::ui {
-
-class Outlets;
 
 /// `fullScreen` hides the screen below, `overFullScreen` lets it be seen where the new one is translucent. A page sheet leaves a
 /// margin, a form sheet is a smaller card in the middle, and a press beside a popover takes it away. Where there is little
@@ -35,7 +34,8 @@ public:
     void setView(std::shared_ptr<View> view) { view_ = std::move(view); }
     bool isViewLoaded() const { return isViewLoaded_; }
 
-    virtual void connectOutlets(Outlets&) {}
+    /// Connects the declared outlets to the views of `layout`; a controller with actions offers them here too.
+    virtual void connectOutlets(Outlets& layout) { outlets.connect(layout); }
     virtual void viewDidLoad() {}
     virtual void viewWillAppear(bool /*animated*/) {}
     virtual void viewDidAppear(bool /*animated*/) {}
@@ -61,6 +61,9 @@ public:
     const std::shared_ptr<ViewController>& presentedViewController() const { return presented_; }
     /// For the presenter: `presented` (null for none) now lies over this controller.
     void setPresentedViewController(const std::shared_ptr<ViewController>& presented);
+
+protected:
+    OutletSet outlets;
 
 private:
     std::shared_ptr<View> view_;

@@ -1,44 +1,42 @@
-#include "VideoAnalysis/Player/LocalState.h"
+#include "VideoAnalysis/Analysis/LocalState.h"
 
 #include "VideoAnalysis/Platform/FatalError.h"
 #include "VideoAnalysis/Platform/Platform.h"
 
 #include <limits>
 
-namespace videoanalysis::cell {
+namespace videoanalysis::player {
 
 LocalState reduce(const Action& action, const LocalState* state) {
     LocalState next = state ? *state : LocalState();
-    if (const auto* rate = action.as<SetCellVideoPlaybackRateAction>()) {
-        next.playbackRate = rate->newRate;
-    } else if (const auto* playing = action.as<SetCellVideoPlayingStateAction>()) {
-        next.isMediaPlaying = playing->newState;
-    } else if (action.as<ChangeCellVideoFillModeAction>()) {
-        if (next.contentModeIndex == std::numeric_limits<std::int64_t>::max()) fatalError("contentModeIndex overflows");
-        const std::int64_t following = next.contentModeIndex + 1;
-        const bool exists = following >= 0 && following < static_cast<std::int64_t>(supportedContentModes.size());
-        next.contentModeIndex = exists ? following : 0;
-    } else if (const auto* time = action.as<SetCellVideoTimeAction>()) {
-        next.playbackCurrentTime = time->currentTime;
-    } else if (const auto* editing = action.as<SetEditingStateAction>()) {
-        next.isEditing = editing->newState;
-    } else if (const auto* undo = action.as<UndoAction>()) {
-        next.canUndo = undo->newState;
-    } else if (const auto* redo = action.as<RedoAction>()) {
-        next.canRedo = redo->newState;
-    } else if (const auto* control = action.as<SetMediaControlHiddenStateAction>()) {
-        next.isMediaControlHidden = control->newState;
-    } else if (const auto* hud = action.as<SetHUDVisibleStateAction>()) {
-        next.isHUDVisible = hud->newState;
-    } else if (const auto* timeBased = action.as<SetTimeBasedDrawingsStateAction>()) {
-        next.enableTimeBasedDrawings = timeBased->newState;
-    } else if (const auto* direction = action.as<SetScrubbingDirectionStateAction>()) {
-        next.defaultScrubbingDirection = direction->newState;
+    if (const auto* local = dynamic_cast<const LocalAction*>(&action)) {
+        local->reduce(next);
     } else {
         debugLog("Unknown CellController action");
     }
     return next;
 }
+
+// ---- What each action changes
+
+void UndoAction::reduce(LocalState& next) const { next.canUndo = newState; }
+void RedoAction::reduce(LocalState& next) const { next.canRedo = newState; }
+void ChangeCellVideoFillModeAction::reduce(LocalState& next) const {
+    if (next.contentModeIndex == std::numeric_limits<std::int64_t>::max()) fatalError("contentModeIndex overflows");
+    const std::int64_t following = next.contentModeIndex + 1;
+    const bool exists = following >= 0 && following < static_cast<std::int64_t>(supportedContentModes.size());
+    next.contentModeIndex = exists ? following : 0;
+}
+void SetCellVideoPlayingStateAction::reduce(LocalState& next) const { next.isMediaPlaying = newState; }
+void SetCellVideoPlaybackRateAction::reduce(LocalState& next) const { next.playbackRate = newRate; }
+void SetCellVideoTimeAction::reduce(LocalState& next) const { next.playbackCurrentTime = currentTime; }
+void SetHUDVisibleStateAction::reduce(LocalState& next) const { next.isHUDVisible = newState; }
+void SetMediaControlHiddenStateAction::reduce(LocalState& next) const { next.isMediaControlHidden = newState; }
+void SetTimeBasedDrawingsStateAction::reduce(LocalState& next) const { next.enableTimeBasedDrawings = newState; }
+void SetScrubbingDirectionStateAction::reduce(LocalState& next) const { next.defaultScrubbingDirection = newState; }
+void SetEditingStateAction::reduce(LocalState& next) const { next.isEditing = newState; }
+
+// ---- Descriptions
 
 namespace {
 
@@ -74,4 +72,4 @@ std::string SetScrubbingDirectionStateAction::description() const {
 }
 std::string SetEditingStateAction::description() const { return describe("SetEditingStateAction", newState); }
 
-}  // namespace videoanalysis::cell
+}  // namespace videoanalysis::player

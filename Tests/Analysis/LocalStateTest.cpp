@@ -1,10 +1,10 @@
-#include "VideoAnalysis/Player/LocalState.h"
+#include "VideoAnalysis/Analysis/LocalState.h"
 
 #include "Tests/Support/ComponentTest.h"
 
 #include <limits>
 
-namespace videoanalysis::cell {
+namespace videoanalysis::player {
 namespace {
 
 using LocalStateTest = ComponentTest;
@@ -60,4 +60,4 @@ TEST_F(LocalStateTest, AnAbsentStateBecomesTheInitialOneAndForeignActionsPass) {
 }
 
 }  // namespace
-}  // namespace videoanalysis::cell
+}  // namespace videoanalysis::player

@@ -1,6 +1,6 @@
 #pragma once
 // What belongs to one player only: its state record, the actions that change it and their reducer. Each player controller
-// keeps a store of it.
+// keeps a store of it; the reducers of the analysis dispatch to those stores through `AnalysisPlayers`.
 
 #include "VideoAnalysis/Platform/UI/View.h"
 #include "VideoAnalysis/Store/Action.h"
@@ -15,8 +15,8 @@ namespace videoanalysis {
 
 class InfiniteCollectionView;
 
-/// The records that `PlayerCollectionViewCellController` names as its own.
-namespace cell {
+/// Everything that concerns one player only. An action of the analysis may have the same name; it is another record.
+namespace player {
 
 struct LocalState {
     bool canUndo = false;
@@ -39,75 +39,93 @@ struct LocalState {
 inline constexpr std::array<ui::ContentMode, 3> supportedContentModes = {
     ui::ContentMode::scaleAspectFit, ui::ContentMode::scaleAspectFill, ui::ContentMode::scaleToFill};
 
+/// An action for the store of one player. It says itself what it changes, so that none can be without a reduction.
+struct LocalAction : Action {
+    /// Applies the action to `next`, a copy of the state so far.
+    virtual void reduce(LocalState& next) const = 0;
+};
+
 /// Publishes whether undo is possible; undoes nothing itself.
-struct UndoAction final : Action {
+struct UndoAction final : LocalAction {
     bool newState;
     explicit UndoAction(bool newState) : newState(newState) {}
     std::string description() const override;
+    void reduce(LocalState& next) const override;
 };
 
 /// Publishes whether redo is possible; redoes nothing itself.
-struct RedoAction final : Action {
+struct RedoAction final : LocalAction {
     bool newState;
     explicit RedoAction(bool newState) : newState(newState) {}
     std::string description() const override;
+    void reduce(LocalState& next) const override;
 };
 
 /// Takes the next fill mode.
-struct ChangeCellVideoFillModeAction final : Action {
+struct ChangeCellVideoFillModeAction final : LocalAction {
     std::string description() const override;
+    void reduce(LocalState& next) const override;
 };
 
-struct SetCellVideoPlayingStateAction final : Action {
+struct SetCellVideoPlayingStateAction final : LocalAction {
     bool newState;
     explicit SetCellVideoPlayingStateAction(bool newState) : newState(newState) {}
     std::string description() const override;
+    void reduce(LocalState& next) const override;
 };
 
-struct SetCellVideoPlaybackRateAction final : Action {
+struct SetCellVideoPlaybackRateAction final : LocalAction {
     float newRate;
     explicit SetCellVideoPlaybackRateAction(float newRate) : newRate(newRate) {}
     std::string description() const override;
+    void reduce(LocalState& next) const override;
 };
 
-struct SetCellVideoTimeAction final : Action {
+struct SetCellVideoTimeAction final : LocalAction {
     float currentTime;  ///< seconds
     explicit SetCellVideoTimeAction(float currentTime) : currentTime(currentTime) {}
     std::string description() const override;
+    void reduce(LocalState& next) const override;
 };
 
-struct SetHUDVisibleStateAction final : Action {
+struct SetHUDVisibleStateAction final : LocalAction {
     bool newState;
     explicit SetHUDVisibleStateAction(bool newState) : newState(newState) {}
     std::string description() const override;
+    void reduce(LocalState& next) const override;
 };
 
-struct SetMediaControlHiddenStateAction final : Action {
+struct SetMediaControlHiddenStateAction final : LocalAction {
     bool newState;
     explicit SetMediaControlHiddenStateAction(bool newState) : newState(newState) {}
     std::string description() const override;
+    void reduce(LocalState& next) const override;
 };
 
-struct SetTimeBasedDrawingsStateAction final : Action {
+struct SetTimeBasedDrawingsStateAction final : LocalAction {
     bool newState;
     explicit SetTimeBasedDrawingsStateAction(bool newState) : newState(newState) {}
     std::string description() const override;
+    void reduce(LocalState& next) const override;
 };
 
-struct SetScrubbingDirectionStateAction final : Action {
+struct SetScrubbingDirectionStateAction final : LocalAction {
     bool newState;
     explicit SetScrubbingDirectionStateAction(bool newState) : newState(newState) {}
     std::string description() const override;
+    void reduce(LocalState& next) const override;
 };
 
-struct SetEditingStateAction final : Action {
+struct SetEditingStateAction final : LocalAction {
     bool newState;
     explicit SetEditingStateAction(bool newState) : newState(newState) {}
     std::string description() const override;
+    void reduce(LocalState& next) const override;
 };
 
-/// The reducer of a player's store; `state` is null for an absent one. Never fails, never dispatches.
+/// The reducer of a player's store; `state` is null for an absent one. Never dispatches. An action of another kind changes
+/// nothing and leaves a line in the debug log.
 LocalState reduce(const Action& action, const LocalState* state);
 
-}  // namespace cell
+}  // namespace player
 }  // namespace videoanalysis
