@@ -273,7 +273,7 @@ Storyboard {
                             id: pen
                             outlet: "drawingToolButtons"
                             action: "tapOnPen:"
-                            tag: 0
+                            tag: Tool.Pen
                             hint: qsTr("Pen")
                             glyph: "pen"
                             ringColor: tintColor
@@ -282,7 +282,7 @@ Storyboard {
                             id: line
                             outlet: "drawingToolButtons"
                             action: "tapOnLine:"
-                            tag: 2
+                            tag: Tool.Line
                             hint: qsTr("Line")
                             glyph: "line"
                             ringColor: tintColor
@@ -291,7 +291,7 @@ Storyboard {
                             id: arrow
                             outlet: "drawingToolButtons"
                             action: "tapOnArrow:"
-                            tag: 3
+                            tag: Tool.Arrow
                             hint: qsTr("Arrow")
                             glyph: "arrow"
                             ringColor: tintColor
@@ -300,7 +300,7 @@ Storyboard {
                             id: rectangle
                             outlet: "drawingToolButtons"
                             action: "tapOnRect:"
-                            tag: 4
+                            tag: Tool.RectangleStroke
                             hint: qsTr("Rectangle")
                             glyph: "rectangle"
                             ringColor: tintColor
@@ -309,7 +309,7 @@ Storyboard {
                             id: ellipse
                             outlet: "drawingToolButtons"
                             action: "tapOnCircle:"
-                            tag: 6
+                            tag: Tool.EllipseStroke
                             hint: qsTr("Ellipse")
                             glyph: "ellipse"
                             ringColor: tintColor

@@ -26,6 +26,8 @@ ROOMS = [
     ["Screen"],
 ]
 GROUND = ROOMS[0]
+# What a screen platform may not include of the component: all but the seams and the umbrella of the views.
+COMPONENT = r"\"VideoAnalysis/(?!Platform/|Views\.h)"
 
 # Folder: what its files may not include, as expressions on what follows "#include".
 RULES = {
@@ -33,7 +35,7 @@ RULES = {
     "Platforms/Headless": [r"\"(Host|Testing|Tests|Benchmarks|Fuzz)/", r"\"Platforms/(?!Headless)", QT, FFMPEG, YUV, CAIRO],
     "Platforms/FFmpeg": [r"\"(Host|Testing|Tests|Benchmarks|Fuzz)/", r"\"Platforms/(?!FFmpeg)", QT, CAIRO],
     "Platforms/Cairo": [r"\"(Host|Testing|Tests|Benchmarks|Fuzz)/", r"\"Platforms/(?!Cairo)", QT, FFMPEG],
-    "Platforms/QtQuick": [r"\"(Host|Testing|Tests|Benchmarks|Fuzz)/", r"\"Platforms/(?!QtQuick)", FFMPEG, CAIRO],
+    "Platforms/QtQuick": [r"\"(Host|Testing|Tests|Benchmarks|Fuzz)/", r"\"Platforms/(?!QtQuick)", FFMPEG, CAIRO, COMPONENT],
 }
 for level, rooms in enumerate(ROOMS):
     for room in rooms:

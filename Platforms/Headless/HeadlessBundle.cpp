@@ -36,7 +36,7 @@ std::shared_ptr<Controller> loaded(std::map<std::string, std::size_t, std::less<
     HeadlessOutlets outlets(root);
     outlets.collectionSizes = std::move(collectionSizes);
     controller->setView(root);
-    controller->connectOutlets(outlets);
+    outlets.load(*controller);
     return controller;
 }
 
@@ -101,7 +101,7 @@ public:
         HeadlessOutlets outlets(cell);
         static constexpr std::array rates = {"0.1x", "0.25x", "0.5x", "0.75x", "1x", "1.5x", "2x"};
         outlets.collectionSizes = {{"videoPlaybackSpeedButtons", rates.size()}};
-        cell->connectOutlets(outlets);
+        outlets.load(*cell);
         if constexpr (std::is_same_v<Cell, OverlayCollectionViewCell>) {
             const auto hud = cell->hudView.lock();
             hud->playbackRateSelectorContainerView.lock()->setAlpha(0);
@@ -114,7 +114,7 @@ public:
 
 }  // namespace
 
-void HeadlessOutlets::action(std::string_view selector, ui::Control::Action action) {
+void HeadlessOutlets::bind(std::string_view selector, ui::Control::Action action) {
     actions_.insert_or_assign(std::string(selector), std::move(action));
 }
 

@@ -19,12 +19,14 @@ public:
     /// How many views a collection of outlets called `name` holds; one otherwise.
     std::map<std::string, std::size_t, std::less<>> collectionSizes;
 
-    void action(std::string_view selector, ui::Control::Action action) override;
     const std::map<std::string, ui::Control::Action, std::less<>>& actions() const { return actions_; }
 
 protected:
     std::shared_ptr<ui::View> find(std::string_view name, const Make& make) override;
     std::vector<std::shared_ptr<ui::View>> findAll(std::string_view name, const Make& make) override;
+    void bind(std::string_view selector, ui::Control::Action action) override;
+    /// Without a layout there are none.
+    std::vector<std::string> selectors() const override { return {}; }
 
 private:
     std::shared_ptr<ui::View> root_;

@@ -3,8 +3,7 @@
 // roots.
 
 #include "Platforms/QtQuick/ViewItem.h"
-#include "VideoAnalysis/Player/PlayerCollectionViewCell.h"
-#include "VideoAnalysis/Player/PlayerCollectionViewCellHUDView.h"
+#include "VideoAnalysis/Views.h"
 
 namespace videoanalysis {
 

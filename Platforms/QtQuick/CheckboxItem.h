@@ -3,7 +3,7 @@
 // its look; a host's own QML can use it as well.
 
 #include "Platforms/QtQuick/ControlItem.h"
-#include "VideoAnalysis/Controls/Checkbox.h"
+#include "VideoAnalysis/Views.h"
 
 namespace videoanalysis {
 

@@ -1,6 +1,6 @@
 #include "Platforms/QtQuick/CollectionViewItem.h"
 
-#include "VideoAnalysis/Screen/CollectionViewFlowLayout.h"
+#include "VideoAnalysis/Views.h"
 
 #include <algorithm>
 #include <utility>

@@ -3,7 +3,7 @@
 // and how far the palette is scrolled. `Resources/Controls/ColorPicker.qml` gives it its look.
 
 #include "Platforms/QtQuick/ViewItem.h"
-#include "VideoAnalysis/Controls/ColorPickerView.h"
+#include "VideoAnalysis/Views.h"
 
 #include <QVariantList>
 

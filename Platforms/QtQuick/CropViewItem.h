@@ -3,7 +3,7 @@
 // mask, two fingers or the wheel zoom. The trim screen's QML gives it its look.
 
 #include "Platforms/QtQuick/ViewItem.h"
-#include "VideoAnalysis/Trimming/CropView.h"
+#include "VideoAnalysis/Views.h"
 
 #include <QPointF>
 #include <QRectF>

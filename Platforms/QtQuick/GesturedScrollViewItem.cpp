@@ -1,6 +1,6 @@
 #include "Platforms/QtQuick/GesturedScrollViewItem.h"
 
-#include "VideoAnalysis/Video/GesturedScrollView.h"
+#include "VideoAnalysis/Views.h"
 
 #include <QLineF>
 #include <QMouseEvent>

@@ -17,13 +17,12 @@
 #include "Platforms/QtQuick/StackViewItem.h"
 #include "Platforms/QtQuick/StoryboardScene.h"
 #include "Platforms/QtQuick/TimelineViewItem.h"
+#include "Platforms/QtQuick/ToolNames.h"
 #include "Platforms/QtQuick/TrimmerProgressItem.h"
 #include "Platforms/QtQuick/TrimmerViewItem.h"
 #include "Platforms/QtQuick/VideoViewItem.h"
 #include "VideoAnalysis/Platform/UI/ViewController.h"
-#include "VideoAnalysis/Screen/MainViewController.h"
-#include "VideoAnalysis/Screen/OverlayViewController.h"
-#include "VideoAnalysis/Trimming/VideoTrimmerController.h"
+#include "VideoAnalysis/Views.h"
 
 #include <QCoreApplication>
 #include <QEvent>
@@ -31,7 +30,6 @@
 #include <QQmlComponent>
 
 #include <algorithm>
-#include <functional>
 #include <iterator>
 #include <map>
 #include <utility>
@@ -63,6 +61,8 @@ void registerTypes() {
         qmlRegisterType<RangeSliderItem>(uri, 1, 0, "RangeSlider");
         qmlRegisterType<CheckboxItem>(uri, 1, 0, "Checkbox");
         qmlRegisterType<IconItem>(uri, 1, 0, "Icon");
+        qmlRegisterUncreatableMetaObject(toolNames::staticMetaObject, uri, 1, 0, "Tool",
+                                         QStringLiteral("Tool is a list of names"));
         qmlRegisterType<StoryboardScene>(uri, 1, 0, "Scene");
         qmlRegisterType<StoryboardDocument>(uri, 1, 0, "Storyboard");
         qmlRegisterSingletonType<ScreenTheme>(uri, 1, 0, "Theme",
@@ -70,18 +70,6 @@ void registerTypes() {
         return true;
     }();
     Q_UNUSED(once)
-}
-
-/// Which controllers a storyboard can make.
-std::shared_ptr<ui::ViewController> makeController(const QString& identifier) {
-    static const std::map<QString, std::function<std::shared_ptr<ui::ViewController>()>> makers = {
-        {QStringLiteral("MainViewController"), [] { return std::make_shared<MainViewController>(); }},
-        {QStringLiteral("OverlayViewController"), [] { return std::make_shared<OverlayViewController>(); }},
-        {QStringLiteral("VideoTrimmerController"), [] { return std::make_shared<VideoTrimmerController>(); }},
-    };
-    const auto maker = makers.find(identifier);
-    if (maker == makers.end()) fatalError("No such controller: " + identifier.toStdString());
-    return maker->second();
 }
 
 /// Keeps a scene's items for as long as its root view lives.
@@ -105,15 +93,6 @@ class SceneOutlets : public ui::Outlets {
 public:
     explicit SceneOutlets(ViewItem& root) { collect(root, *root.view()); }
 
-    void action(std::string_view selector, ui::Control::Action action) override {
-        for (ViewItem* item : items_) {
-            auto* control = qobject_cast<ControlItem*>(item);
-            if (control && control->selector() == QString::fromUtf8(selector.data(), std::ssize(selector))) {
-                control->control()->addAction(control->actionEvent(), action);
-            }
-        }
-    }
-
 protected:
     std::shared_ptr<ui::View> find(std::string_view name, const Make& make) override {
         const auto found = findAll(name, make);
@@ -128,6 +107,24 @@ protected:
             }
         }
         return found;
+    }
+
+    void bind(std::string_view selector, ui::Control::Action action) override {
+        for (ViewItem* item : items_) {
+            auto* control = qobject_cast<ControlItem*>(item);
+            if (control && control->selector() == QString::fromUtf8(selector.data(), std::ssize(selector))) {
+                control->control()->addAction(control->actionEvent(), action);
+            }
+        }
+    }
+
+    std::vector<std::string> selectors() const override {
+        std::vector<std::string> selectors;
+        for (ViewItem* item : items_) {
+            const auto* control = qobject_cast<ControlItem*>(item);
+            if (control && !control->selector().isEmpty()) selectors.push_back(control->selector().toStdString());
+        }
+        return selectors;
     }
 
 private:
@@ -232,11 +229,13 @@ private:
         const auto scene = std::find_if(document->scenes.begin(), document->scenes.end(),
                                         [&](const StoryboardScene* candidate) { return isWanted(*candidate); });
         if (scene == document->scenes.end()) return nullptr;
-        std::shared_ptr<ui::ViewController> controller = makeController((*scene)->identifier);
+        const std::string identifier = (*scene)->identifier.toStdString();
+        std::shared_ptr<ui::ViewController> controller = makeViewController(identifier);
+        if (!controller) fatalError("No such controller: " + identifier);
         std::shared_ptr<ui::View> view;
         SceneOutlets outlets(file_->makeScene(*(*scene)->content, view));
         controller->setView(std::move(view));
-        controller->connectOutlets(outlets);
+        outlets.load(*controller);
         return controller;
     }
 
@@ -255,7 +254,7 @@ public:
         if (!cell) fatalError("The root of a cell template must be a cell");
         root.setPlacedByView();
         SceneOutlets outlets(root);
-        cell->connectOutlets(outlets);
+        outlets.load(*cell);
         cell->awakeFromNib();
         return cell;
     }

@@ -3,7 +3,7 @@
 // `Resources/Controls/` gives it its look; a host's own QML can use it as well.
 
 #include "Platforms/QtQuick/ControlItem.h"
-#include "VideoAnalysis/Controls/RangeSlider.h"
+#include "VideoAnalysis/Views.h"
 
 #include <optional>
 

@@ -2,7 +2,7 @@
 // The colours of the host's theme, the accent, and how long motion takes, for the QML files; it follows the analysis and
 // the setting for reduced motion.
 
-#include "VideoAnalysis/Platform/Color.h"
+#include "VideoAnalysis/Views.h"
 
 #include <QColor>
 #include <QObject>
@@ -11,7 +11,7 @@
 
 namespace videoanalysis {
 
-/// The singleton "Theme" in QML, one for each QML engine. Main thread; a platform must be installed.
+/// The singleton "Theme" in QML, one for each QML engine. Main thread only; a platform must be installed.
 class ScreenTheme : public QObject {
     Q_OBJECT
     /// What lies under everything.
@@ -42,10 +42,8 @@ Q_SIGNALS:
     void motionChanged();
 
 private:
-    struct Colors;
-    class Subscriber;
-
-    std::shared_ptr<Subscriber> subscriber_;
+    ScreenColors colors_;
+    std::shared_ptr<void> observation_;
 };
 
 }  // namespace videoanalysis

@@ -2,7 +2,7 @@
 
 #include "VideoAnalysis/Platform/Graphics.h"
 #include "VideoAnalysis/Platform/Platform.h"
-#include "VideoAnalysis/Sketch/SketchView.h"
+#include "VideoAnalysis/Views.h"
 
 #include <QImage>
 #include <QQuickWindow>

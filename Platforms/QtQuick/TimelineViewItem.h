@@ -3,7 +3,7 @@
 // ruler's scroller, which makes drags and throws of them.
 
 #include "Platforms/QtQuick/ViewItem.h"
-#include "VideoAnalysis/Timeline/TimelineView.h"
+#include "VideoAnalysis/Views.h"
 
 #include <QColor>
 #include <QTimer>

@@ -2,7 +2,7 @@
 // The item of the trim screen's progress: it hands the numbers to a QML bar and its text.
 
 #include "Platforms/QtQuick/ViewItem.h"
-#include "VideoAnalysis/Trimming/VideoTrimmerController.h"
+#include "VideoAnalysis/Views.h"
 
 namespace videoanalysis {
 

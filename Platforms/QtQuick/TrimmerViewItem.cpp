@@ -1,6 +1,6 @@
 #include "Platforms/QtQuick/TrimmerViewItem.h"
 
-#include "VideoAnalysis/Trimming/TrimmerView.h"
+#include "VideoAnalysis/Views.h"
 
 #include <QMouseEvent>
 

@@ -1,7 +1,7 @@
 #include "Platforms/QtQuick/VideoViewItem.h"
 
 #include "VideoAnalysis/Platform/Media.h"
-#include "VideoAnalysis/Video/VideoView.h"
+#include "VideoAnalysis/Views.h"
 
 #include <QImage>
 #include <QQuickWindow>

@@ -13,9 +13,12 @@ namespace {
 class Layout : public Outlets {
 public:
     std::multimap<std::string, std::shared_ptr<View>, std::less<>> views;
-    void action(std::string_view, Control::Action) override {}
+    std::vector<std::string> actions;
+    std::vector<std::string> bound;
 
 protected:
+    void bind(std::string_view selector, Control::Action) override { bound.emplace_back(selector); }
+    std::vector<std::string> selectors() const override { return actions; }
     std::shared_ptr<View> find(std::string_view name, const Make&) override {
         const auto found = views.find(name);
         return found == views.end() ? nullptr : found->second;
@@ -65,6 +68,18 @@ TEST(OutletsTest, StopsTheProgramWithTheNameOfAMissingOutlet) {
     play.reset();
     EXPECT_EQ(panel.playButton.lock(), nullptr);
     EXPECT_DEATH((void)panel.playButton.required(), "Missing outlet: playButton");
+}
+
+TEST(OutletsTest, StopsTheProgramWithTheNameOfAnActionThatIsNotOffered) {
+    struct Owner {
+        void connectOutlets(Outlets& layout) { layout.action("save:", {}); }
+    } owner;
+    Layout layout;
+    layout.actions = {"save:", "save:"};
+    layout.load(owner);
+    EXPECT_EQ(layout.bound, std::vector<std::string>{"save:"});
+    layout.actions.push_back("sabe:");
+    EXPECT_DEATH(layout.load(owner), "Missing action: sabe:");
 }
 
 }  // namespace

@@ -34,12 +34,6 @@ std::string extensionFor(const URL& url) {
 
 }  // namespace
 
-void SaveProgressView::setProgress(double progress, std::optional<double> secondsLeft) {
-    progress_ = progress;
-    secondsLeft_ = secondsLeft;
-    notify(ui::Property::value);
-}
-
 VideoTrimmerController::~VideoTrimmerController() {
     if (progressTimer_) progressTimer_->invalidate();
 }

@@ -7,6 +7,7 @@
 #include "VideoAnalysis/Platform/UI/ViewController.h"
 #include "VideoAnalysis/Platform/URL.h"
 #include "VideoAnalysis/Trimming/CropView.h"
+#include "VideoAnalysis/Trimming/SaveProgressView.h"
 #include "VideoAnalysis/Trimming/TrimmerView.h"
 #include "VideoAnalysis/Trimming/VideoEditorControllerDelegate.h"
 #include "VideoAnalysis/Video/VideoView.h"
@@ -22,20 +23,6 @@ namespace videoanalysis {
 namespace dispatch {
 class Timer;
 }
-
-/// How far a save has come; what a progress bar shows.
-class SaveProgressView : public ui::View {
-public:
-    /// 0...1.
-    double progress() const { return progress_; }
-    /// Absent while it cannot be told.
-    std::optional<double> secondsLeft() const { return secondsLeft_; }
-    void setProgress(double progress, std::optional<double> secondsLeft);
-
-private:
-    double progress_ = 0;
-    std::optional<double> secondsLeft_;
-};
 
 /// Main thread.
 class VideoTrimmerController : public ui::ViewController, public VideoViewDelegate {

@@ -14,6 +14,7 @@
 
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -41,13 +42,29 @@ public:
         return views;
     }
     /// Controls that name `selector` as their action call `action` on touch-up (sliders: on every change of value).
-    virtual void action(std::string_view selector, Control::Action action) = 0;
+    void action(std::string_view selector, Control::Action action) {
+        offered_.emplace(selector);
+        bind(selector, std::move(action));
+    }
+
+    /// For a platform: lets `owner`, a controller or a cell, connect its outlets and offer its actions. Fatal, with the name,
+    /// when the layout names an action that `owner` does not offer.
+    template <class Owner>
+    void load(Owner& owner) {
+        owner.connectOutlets(*this);
+        for (const std::string& selector : selectors()) {
+            if (!offered_.contains(selector)) fatalError("Missing action: " + selector);
+        }
+    }
 
 protected:
     using Make = std::function<std::shared_ptr<View>()>;
     /// Null when there is none. A platform without layouts makes a view of the asked kind with `make`.
     virtual std::shared_ptr<View> find(std::string_view name, const Make& make) = 0;
     virtual std::vector<std::shared_ptr<View>> findAll(std::string_view name, const Make& make) = 0;
+    virtual void bind(std::string_view selector, Control::Action action) = 0;
+    /// The actions that the layout's controls name.
+    virtual std::vector<std::string> selectors() const = 0;
 
 private:
     template <class T>
@@ -56,6 +73,8 @@ private:
         if (!typed) fatalError(std::string(view ? "Outlet of another kind: " : "Missing outlet: ").append(name));
         return typed;
     }
+
+    std::set<std::string, std::less<>> offered_;
 };
 
 class AnyOutlet;

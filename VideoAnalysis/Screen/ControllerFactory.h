@@ -1,0 +1,16 @@
+#pragma once
+// Makes the component's controllers by the names that a storyboard gives them. A platform calls it when it loads a scene.
+
+#include <memory>
+#include <string_view>
+
+namespace videoanalysis {
+
+namespace ui {
+class ViewController;
+}
+
+/// A new controller without views; null for an unknown name. Main thread only.
+std::shared_ptr<ui::ViewController> makeViewController(std::string_view name);
+
+}  // namespace videoanalysis
