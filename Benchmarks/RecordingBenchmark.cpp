@@ -9,10 +9,12 @@
 #include "VideoAnalysis/Platform/Platform.h"
 
 #include <QDir>
+#include <QEventLoop>
 #include <QFile>
 #include <QGuiApplication>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QTimer>
 
 #include <sys/resource.h>
 
@@ -63,6 +65,13 @@ double usedByChildren() {
     return of(usage.ru_utime) + of(usage.ru_stime);
 }
 
+/// Lets the event loop run for so long, in milliseconds: what is measured passes in that time.
+void runFor(int milliseconds) {
+    QEventLoop loop;
+    QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
 /// The analysis of two clips.
 class Screen {
 public:
@@ -79,13 +88,13 @@ public:
                    driver_->player(1) && driver_->player(1)->currentFrame();
         };
         if (!host::ScreenDriver::wait(isReady, 30000)) throw std::runtime_error("the clips do not open");
-        host::ScreenDriver::wait(1000);
+        runFor(1000);
         recorder().setMicrophoneEnabled(false);
     }
     ~Screen() {
         mainStore().dispatch(DismissAction(false, {}));
         mainStore().dispatch(ClearStateAction());
-        host::ScreenDriver::wait(300);
+        runFor(300);
         driver_.reset();
         host_.reset();
         installPlatform(nullptr);
@@ -96,15 +105,15 @@ public:
     /// Processor seconds a second that this program uses while both clips play from their beginning for `length` seconds.
     double play(int length) {
         mainStore().dispatch(CellVideoSeekToTimeAction({}, {}, media::Time::zero(), {}));
-        host::ScreenDriver::wait(500);
+        runFor(500);
         mainStore().dispatch(SetCellVideoPlayingStateAction(true, {}));
-        host::ScreenDriver::wait(500);
+        runFor(500);
         const double before = now(Clock::allThreads);
         const double start = now(Clock::wall);
-        host::ScreenDriver::wait(length * 1000);
+        runFor(length * 1000);
         const double used = (now(Clock::allThreads) - before) / (now(Clock::wall) - start);
         mainStore().dispatch(SetCellVideoPlayingStateAction(false, {}));
-        host::ScreenDriver::wait(300);
+        runFor(300);
         return used;
     }
 

@@ -63,54 +63,17 @@ public:
             if (!driver_.wait([&] { return isSettled(index); }, 30000)) return fail("a clip does not get ready");
             if (driver_.player(index)->currentFrame()) players_.push_back(index);
         }
-        settle();
+        if (!driver_.wait([&] { return driver_.item(QStringLiteral("closeButton")) != nullptr; }))
+            return fail("the controls do not appear");
+        driver_.waitUntilIdle();
         note("opened");
 
+        play();
         for (const std::size_t index : players_) {
-            press("playPauseButton", index);
-            driver_.wait([&] { return driver_.frameIndex(index).value_or(0) >= framesToPlay || isAtRest(index); },
-                         5000);
+            for (int i = 0; i < 3; ++i) step("forwardButton", index, 1);
+            step("rewindButton", index, -1);
         }
-        for (const std::size_t index : players_) {
-            if (!isAtRest(index)) press("playPauseButton", index);
-        }
-        settle();
-        note("played and paused");
-
-        for (const std::size_t index : players_) {
-            for (const char* step : {"forwardButton", "forwardButton", "forwardButton", "rewindButton"}) {
-                press(step, index);
-                settle();
-                note(QStringLiteral("player %1: %2").arg(index + 1).arg(QLatin1String(step)));
-            }
-        }
-
-        for (const std::size_t index : players_) {
-            const QRectF picture = driver_.pictureOf(index);
-            const auto draw = [&](double height) {
-                const std::vector<QPointF> points = wave(picture, height);
-                const QImage before = grab();
-                if (index == 0) {
-                    driver_.drawWithMouse(points);
-                } else {
-                    driver_.drawWithTouch(points);
-                }
-                settle();
-                note(QStringLiteral("player %1: drew with the %2, %3 pixels changed")
-                         .arg(index + 1)
-                         .arg(index == 0 ? QStringLiteral("mouse") : QStringLiteral("finger"))
-                         .arg(changedPixels(before, grab(), picture)));
-            };
-            draw(0.35);
-            draw(0.5);
-            const QImage drawn = grab();
-            press("undoButton", index);
-            settle();
-            note(QStringLiteral("player %1: undid one, %2 pixels changed")
-                     .arg(index + 1)
-                     .arg(changedPixels(drawn, grab(), picture)));
-            draw(0.65);
-        }
+        for (const std::size_t index : players_) draw(index);
         return isFine_;
     }
 
@@ -123,24 +86,60 @@ private:
         return isFine_ = false;
     }
 
+    void play() {
+        for (const std::size_t index : players_) {
+            press("playPauseButton", index);
+            driver_.wait([&] { return driver_.frameIndex(index).value_or(0) >= framesToPlay || isAtRest(index); },
+                         5000);
+        }
+        for (const std::size_t index : players_) {
+            if (!isAtRest(index)) press("playPauseButton", index);
+            if (!driver_.wait([&] { return isAtRest(index); })) fail("a clip does not pause");
+        }
+        driver_.waitUntilIdle();
+        note("played and paused");
+    }
+
+    /// Presses a button that moves the player by `count` frames.
+    void step(const char* button, std::size_t index, int count) {
+        const std::int64_t wanted = driver_.frameIndex(index).value_or(0) + count;
+        press(button, index);
+        if (!driver_.wait([&] { return driver_.frameIndex(index) == wanted; })) fail(button);
+        note(QStringLiteral("player %1: %2").arg(index + 1).arg(QLatin1String(button)));
+    }
+
+    /// Two strokes, the second one undone, and a third one.
+    void draw(std::size_t index) {
+        const QRectF picture = driver_.pictureOf(index);
+        const auto stroke = [&](double height) {
+            const std::vector<QPointF> points = wave(picture, height);
+            const QImage before = grab();
+            if (index == 0) {
+                driver_.drawWithMouse(points);
+            } else {
+                driver_.drawWithTouch(points);
+            }
+            driver_.waitUntilIdle();
+            note(QStringLiteral("player %1: drew with the %2, %3 pixels changed")
+                     .arg(index + 1)
+                     .arg(index == 0 ? QStringLiteral("mouse") : QStringLiteral("finger"))
+                     .arg(changedPixels(before, grab(), picture)));
+        };
+        stroke(0.35);
+        stroke(0.5);
+        const QImage drawn = grab();
+        press("undoButton", index);
+        driver_.waitUntilIdle();
+        note(QStringLiteral("player %1: undid one, %2 pixels changed")
+                 .arg(index + 1)
+                 .arg(changedPixels(drawn, grab(), picture)));
+        stroke(0.65);
+    }
+
     bool isAtRest(std::size_t index) const { return driver_.player(index)->rate() == 0; }
 
     void press(const char* name, std::size_t index) {
         if (!driver_.click(QLatin1String(name), index)) fail(name);
-    }
-
-    /// Waits until the pictures stay what they are.
-    void settle() const {
-        std::vector<std::optional<std::int64_t>> before;
-        for (int quiet = 0; quiet < 5;) {
-            driver_.wait(20);
-            std::vector<std::optional<std::int64_t>> now;
-            for (const std::size_t index : players_) now.push_back(driver_.frameIndex(index));
-            quiet = now == before ? quiet + 1 : 0;
-            before = std::move(now);
-            if (std::any_of(players_.begin(), players_.end(), [&](std::size_t index) { return !isAtRest(index); }))
-                return;
-        }
     }
 
     /// How many pixels of the picture differ.

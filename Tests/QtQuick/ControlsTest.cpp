@@ -4,7 +4,7 @@
 #include "Platforms/QtQuick/RangeSliderItem.h"
 #include "QtQuick/OpenScreen.h"
 
-#include <QTest>
+#include <QtTest/QTest>
 
 namespace videoanalysis {
 namespace {
@@ -16,10 +16,10 @@ protected:
         host->window().resize(size);
         host->show();
         screen = std::make_unique<host::ScreenDriver>(host->window());
-        ASSERT_TRUE(screen->wait([&] { return host->window().isExposed(); }));
+        ASSERT_TRUE(until([&] { return host->window().isExposed(); }));
         screen->clickAt(host::ScreenDriver::rectOf(named<QQuickItem>("controlsButton")).center());
-        ASSERT_TRUE(screen->wait([&] { return named<RangeSliderItem>("rangeSlider") != nullptr; }));
-        screen->wait(100);
+        ASSERT_TRUE(until([&] { return named<RangeSliderItem>("rangeSlider") != nullptr; }));
+        waitUntilIdle();
     }
     template <class Item>
     Item* named(const char* name) const {
@@ -77,13 +77,13 @@ TEST_F(ControlsPage, FitsEveryScreen) {
     for (const QSize size : {QSize(360, 640), QSize(1024, 768), QSize(1920, 1080)}) {
         openPage(size);
         named<CheckboxItem>("checkbox")->press();
-        screen->wait(400);
+        waitUntilIdle();
         save(QStringLiteral("controls-%1x%2.png").arg(size.width()).arg(size.height()));
         const QRectF slider = host::ScreenDriver::rectOf(named<RangeSliderItem>("rangeSlider"));
         EXPECT_GE(slider.left(), 0);
         EXPECT_LE(slider.right(), size.width());
         screen->clickAt(host::ScreenDriver::rectOf(named<QQuickItem>("closeControlsButton")).center());
-        EXPECT_TRUE(screen->wait([&] { return named<RangeSliderItem>("rangeSlider") == nullptr; }));
+        EXPECT_TRUE(until([&] { return named<RangeSliderItem>("rangeSlider") == nullptr; }));
     }
 }
 

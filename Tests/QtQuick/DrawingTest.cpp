@@ -5,9 +5,6 @@
 #include "Platforms/QtQuick/SketchViewItem.h"
 #include "VideoAnalysis/Sketch/SketchView.h"
 
-#include <QPointingDevice>
-#include <QtTest/QTest>
-
 namespace videoanalysis {
 namespace {
 
@@ -19,30 +16,31 @@ protected:
 TEST_F(DrawingTest, MouseAndFingerDrawOnTheirOwnPlayerAndUndoTakesItBack) {
     const QImage empty = screen->grab();
     screen->drawWithMouse(stroke(0, 0.4));
-    settle();
+    waitUntilIdle();
     EXPECT_TRUE(isInked(0, 0.5, 0.4));
     EXPECT_FALSE(isInked(0, 0.5, 0.45));
     EXPECT_FALSE(isInked(1, 0.5, 0.4));
 
     screen->drawWithTouch(stroke(1, 0.6));
-    settle();
+    waitUntilIdle();
     EXPECT_TRUE(isInked(1, 0.5, 0.6));
     EXPECT_FALSE(isInked(0, 0.5, 0.6));
 
     ASSERT_TRUE(screen->click("undoButton", 0));
-    settle();
+    waitUntilIdle();
     EXPECT_FALSE(isInked(0, 0.5, 0.4));
     EXPECT_TRUE(isInked(1, 0.5, 0.6)) << "each player has its own history";
     const QRect picture = screen->pictureOf(0).toAlignedRect().adjusted(1, 1, -1, -1);
     EXPECT_EQ(screen->grab().copy(picture), empty.copy(picture)) << "nothing of the stroke is left";
 
     ASSERT_TRUE(screen->click("redoButton", 0));
-    settle();
+    waitUntilIdle();
     EXPECT_TRUE(isInked(0, 0.5, 0.4));
     ASSERT_TRUE(screen->click("clearButton", 1));
-    settle();
+    waitUntilIdle();
     EXPECT_FALSE(isInked(1, 0.5, 0.6));
 
+    waitForFirstLoads();
     const auto media = host->analysis()->currentMedia();
     ASSERT_EQ(media.size(), 2U);
     EXPECT_EQ((*media[0].stack)["drawnStack"].size(), 1U);
@@ -54,18 +52,19 @@ TEST_F(DrawingTest, OnlyAMovementOnThePictureDraws) {
     const auto drawn = [&](std::size_t player) {
         return (*host->analysis()->currentMedia().at(player).stack)["drawnStack"].size();
     };
+    waitForFirstLoads();  // there is a stack from then on
     EXPECT_NE(screen->item("seekbar"), nullptr);
     screen->clickAt(at(0, 0.5, 0.5));
-    EXPECT_TRUE(screen->wait([&] { return !screen->item("seekbar"); })) << "a tap hides the controls";
+    EXPECT_TRUE(until([&] { return !screen->item("seekbar"); })) << "a tap hides the controls";
     screen->clickAt(at(0, 0.5, 0.5));
-    EXPECT_TRUE(screen->wait([&] { return screen->item("seekbar") != nullptr; }));
+    EXPECT_TRUE(until([&] { return screen->item("seekbar") != nullptr; }));
 
     const QPointF hand = at(0, 0.5, 0.5);
     screen->drawWithTouch({hand, hand + QPointF(3, 3), hand + QPointF(-2, 4)});  // a finger is never quite still
-    EXPECT_TRUE(screen->wait([&] { return !screen->item("seekbar"); }));
+    EXPECT_TRUE(until([&] { return !screen->item("seekbar"); }));
     screen->clickAt(hand);
-    EXPECT_TRUE(screen->wait([&] { return screen->item("seekbar") != nullptr; }));
-    settle();
+    EXPECT_TRUE(until([&] { return screen->item("seekbar") != nullptr; }));
+    waitUntilIdle();
     EXPECT_EQ(drawn(0), 0U);
 
     const QRectF undo = host::ScreenDriver::rectOf(screen->item("undoButton"));  // there is nothing to undo
@@ -73,33 +72,32 @@ TEST_F(DrawingTest, OnlyAMovementOnThePictureDraws) {
     screen->drawWithMouse({{400, 26}, {500, 30}, {500, 300}});
     EXPECT_EQ(drawn(0), 0U) << "the bars keep presses from the picture";
 
-    QPointingDevice* device = QTest::createTouchDevice();
-    QQuickWindow* window = &host->window();
-    const QPoint start = at(1, 0.3, 0.3).toPoint();
-    QTest::touchEvent(window, device).press(0, start);
-    QTest::touchEvent(window, device).move(0, start + QPoint(60, 0));
-    QTest::touchEvent(window, device).move(0, start + QPoint(120, 0));
-    screen->wait(500);
-    QTest::touchEvent(window, device).stationary(0).press(1, start + QPoint(0, 100));
+    const QPointF start = at(1, 0.3, 0.3);
+    const QPointF second = start + QPointF(0, 100);
+    screen->touch({{0, QEventPoint::Pressed, start}});
+    screen->touch({{0, QEventPoint::Updated, start + QPointF(60, 0)}});
+    screen->touch({{0, QEventPoint::Updated, start + QPointF(120, 0)}});
+    screen->rest(0.5);
+    screen->passFrames(30);
+    screen->touch({{0, QEventPoint::Stationary, start + QPointF(120, 0)}, {1, QEventPoint::Pressed, second}});
     EXPECT_EQ(drawn(1), 1U) << "the second finger has ended the stroke, which is long enough to stay";
-    QTest::touchEvent(window, device).move(0, start + QPoint(160, 0)).stationary(1);
-    screen->wait(50);
-    QTest::touchEvent(window, device).release(0, start + QPoint(160, 0)).release(1, start + QPoint(0, 100));
-    settle();
+    screen->touch({{0, QEventPoint::Updated, start + QPointF(160, 0)}, {1, QEventPoint::Stationary, second}});
+    screen->touch({{0, QEventPoint::Released, start + QPointF(160, 0)}, {1, QEventPoint::Released, second}});
+    waitUntilIdle();
     EXPECT_EQ(drawn(1), 1U);
 }
 
 TEST_F(DrawingTest, TheChosenToolDrawsInItsColour) {
     ASSERT_TRUE(screen->click("expandToolbarButton"));
-    ASSERT_TRUE(screen->wait([&] { return screen->items("drawingToolButtons").size() == 5; }));
+    ASSERT_TRUE(until([&] { return screen->items("drawingToolButtons").size() == 5; }));
     ASSERT_TRUE(screen->click("drawingToolButtons", 3));  // the rectangle
-    settle();
+    waitUntilIdle();
     const QRectF arrow = host::ScreenDriver::rectOf(screen->item("arrowImage"));
     const QRectF button = host::ScreenDriver::rectOf(screen->item("drawingToolButtons", 3));
     EXPECT_NEAR(arrow.center().y(), button.center().y(), 0.01) << "the marker stands beside the chosen tool";
 
     screen->drawWithMouse({at(1, 0.3, 0.3), at(1, 0.4, 0.4), at(1, 0.6, 0.7)});
-    settle();
+    waitUntilIdle();
     const QImage grabbed = screen->grab();
     const QColor blue(0, 176, 255);
     const auto hasBlueNear = [&](QPointF point) {
@@ -118,12 +116,12 @@ TEST_F(DrawingTest, TheChosenToolDrawsInItsColour) {
 TEST_F(DrawingTest, DrawingsKeepTheirPlaceOnThePictureWhenTheWindowChangesShape) {
     screen->drawWithMouse(stroke(0, 0.4));
     screen->drawWithMouse(stroke(1, 0.7));
-    settle();
+    waitUntilIdle();
     EXPECT_EQ(screen->pictureOf(0).top(), screen->pictureOf(1).top()) << "wide: side by side";
     EXPECT_LT(screen->pictureOf(0).right(), screen->pictureOf(1).left() + 1);
 
     host->window().resize(700, 1000);
-    settle();
+    waitUntilIdle();
     EXPECT_EQ(screen->pictureOf(0).left(), screen->pictureOf(1).left()) << "tall: stacked";
     EXPECT_LT(screen->pictureOf(0).bottom(), screen->pictureOf(1).top() + 1);
     EXPECT_NEAR(screen->pictureOf(0).width(), 700, 1);
@@ -131,7 +129,7 @@ TEST_F(DrawingTest, DrawingsKeepTheirPlaceOnThePictureWhenTheWindowChangesShape)
     EXPECT_TRUE(isInked(1, 0.5, 0.7));
 
     host->window().resize(1000, 700);
-    settle();
+    waitUntilIdle();
     EXPECT_EQ(screen->pictureOf(0).top(), screen->pictureOf(1).top());
     EXPECT_TRUE(isInked(0, 0.5, 0.4));
     EXPECT_TRUE(isInked(1, 0.5, 0.7));
@@ -141,16 +139,15 @@ TEST_F(DrawingTest, DrawingsKeepTheirPlaceOnThePictureWhenTheWindowChangesShape)
 // Nothing costs anything while nothing happens: no frame of the screen is made.
 TEST_F(DrawingTest, AStillScreenIsNotPaintedAgain) {
     screen->drawWithMouse(stroke(0, 0.4));
-    QTest::mouseMove(&host->window(), QPoint(640, 200));
-    screen->wait(600);
+    screen->moveMouse({640, 200});
+    waitForFirstLoads();
     int frames = 0;
     const auto connection =
         QObject::connect(&host->window(), &QQuickWindow::frameSwapped, &host->window(), [&] { ++frames; });
-    screen->wait(500);
+    screen->passFrames(20);
     EXPECT_EQ(frames, 0);
     ASSERT_TRUE(screen->click("forwardButton", 0));
-    screen->wait(300);
-    EXPECT_GT(frames, 0);
+    EXPECT_TRUE(until("the next frame is painted", [&] { return frames > 0; }));
     QObject::disconnect(connection);
 }
 
@@ -190,26 +187,26 @@ TEST_F(ReopeningTest, ClipsAreAddedReplacedAndRemoved) {
     open({clip("h264.mp4")});
     screen->drawWithMouse(stroke(0, 0.4));
     ASSERT_TRUE(screen->click("addButton"));
-    ASSERT_TRUE(screen->wait([&] { return host->isChoosing(); }));
+    ASSERT_TRUE(until([&] { return host->isChoosing(); }));
     host->chooseFile(QUrl::fromLocalFile(clip("h264.mp4")));
-    ASSERT_TRUE(screen->wait([&] { return screen->playerCount() == 2 && screen->frameIndex(1) == 0; }));
-    settle();
+    ASSERT_TRUE(until([&] { return screen->playerCount() == 2 && screen->frameIndex(1) == 0; }));
+    waitUntilIdle();
     EXPECT_TRUE(isInked(0, 0.5, 0.4)) << "the first player shrinks, its drawing with it";
     EXPECT_EQ(screen->item("addButton"), nullptr) << "two are enough";
 
     ASSERT_TRUE(screen->click("forwardButton", 1));
     waitForFrame(1, 1);
     ASSERT_TRUE(screen->click("deleteButton", 0));
-    ASSERT_TRUE(screen->wait([&] { return screen->playerCount() == 1; }));
-    settle();
+    ASSERT_TRUE(until([&] { return screen->playerCount() == 1; }));
+    waitUntilIdle();
     EXPECT_EQ(shownFrame(0), 1) << "the second player is the first one now, where it was";
     EXPECT_NEAR(screen->pictureOf(0).width(), 1280, 2);
     EXPECT_FALSE(isInked(0, 0.5, 0.4));
 
     ASSERT_TRUE(screen->click("replaceButton", 0));
-    ASSERT_TRUE(screen->wait([&] { return host->isChoosing(); }));
+    ASSERT_TRUE(until([&] { return host->isChoosing(); }));
     host->chooseFile(QUrl::fromLocalFile(clip("h264.mp4")));
-    ASSERT_TRUE(screen->wait([&] { return screen->frameIndex(0) == 0; }));
+    ASSERT_TRUE(until([&] { return screen->frameIndex(0) == 0; }));
     ASSERT_TRUE(screen->click("forwardButton", 0));
     waitForFrame(0, 1);
 }

@@ -37,13 +37,13 @@ protected:
         host->window().resize(1280, 800);
         host->show();
         screen = std::make_unique<host::ScreenDriver>(host->window());
-        ASSERT_TRUE(screen->wait([&] { return host->window().isExposed(); }));
+        ASSERT_TRUE(until([&] { return host->window().isExposed(); }));
         ASSERT_TRUE(QTest::qWaitForWindowActive(&host->window()));
         ASSERT_TRUE(tabTo([&] { return focusedName() == QStringLiteral("openButton"); }));
     }
     void waitForClip() {
-        ASSERT_TRUE(screen->wait([&] { return screen->playerCount() == 1 && screen->frameIndex(0) == 0; }));
-        ASSERT_TRUE(screen->wait([&] {
+        ASSERT_TRUE(until([&] { return screen->playerCount() == 1 && screen->frameIndex(0) == 0; }));
+        ASSERT_TRUE(until([&] {
             return host->window().findChild<QQuickItem*>("startScreen") == nullptr ||
                    !host->window().findChild<QQuickItem*>("startScreen")->isVisible();
         }));
@@ -59,7 +59,7 @@ TEST_F(KeysTest, AHiddenScreenGivesUpTheKeyboardAndGetsItBack) {
     const auto analysis = mainStore().state().existingMainViewController();
     press(Qt::Key_Return);
     press(Qt::Key_Space);
-    EXPECT_TRUE(screen->wait([&] { return isPlaying(); })) << "Space is the player's";
+    EXPECT_TRUE(until([&] { return isPlaying(); })) << "Space is the player's";
     EXPECT_EQ(mainStore().state().existingMainViewController(), analysis) << "Return opened nothing";
     press(Qt::Key_Space);
     ASSERT_TRUE(tabTo([&] { return isFocused("closeButton"); }));
@@ -69,8 +69,8 @@ TEST_F(KeysTest, AHiddenScreenGivesUpTheKeyboardAndGetsItBack) {
     }
     ASSERT_TRUE(tabTo([&] { return isFocused("closeButton"); }));
     press(Qt::Key_Space);
-    ASSERT_TRUE(screen->wait([&] { return screen->playerCount() == 0; }));
-    EXPECT_TRUE(screen->wait([&] { return focusedName() == QStringLiteral("openButton"); }));
+    ASSERT_TRUE(until([&] { return screen->playerCount() == 0; }));
+    EXPECT_TRUE(until([&] { return focusedName() == QStringLiteral("openButton"); }));
     press(Qt::Key_Return);
     waitForClip();
 }
@@ -81,14 +81,14 @@ TEST_F(KeysTest, AnAnalysisOpenedOverAnotherOneCanBeUsedAndClosed) {
     waitForClip();
     const std::weak_ptr<AnalysisScreen> first = mainStore().state().existingMainViewController();
     host->openAnalysis();
-    EXPECT_TRUE(screen->wait([&] { return first.expired(); })) << "the first screen is gone";
+    EXPECT_TRUE(until([&] { return first.expired(); })) << "the first screen is gone";
     waitForClip();
     press(Qt::Key_Space);
-    EXPECT_TRUE(screen->wait([&] { return isPlaying(); }));
+    EXPECT_TRUE(until([&] { return isPlaying(); }));
     ASSERT_TRUE(screen->click("closeButton"));
-    ASSERT_TRUE(screen->wait([&] { return screen->playerCount() == 0; }));
+    ASSERT_TRUE(until([&] { return screen->playerCount() == 0; }));
     EXPECT_FALSE(host->analysis()->isOpen());
-    EXPECT_TRUE(screen->wait([&] { return focusedName() == QStringLiteral("openButton"); }));
+    EXPECT_TRUE(until([&] { return focusedName() == QStringLiteral("openButton"); }));
 }
 
 TEST_F(KeysTest, APressGivesTheKeysBackToThePlayers) {
@@ -96,19 +96,19 @@ TEST_F(KeysTest, APressGivesTheKeysBackToThePlayers) {
     const auto isPen = [&] { return isFocused("drawingToolButtons") && focused()->property("tag") == 0; };
     ASSERT_TRUE(tabTo(isPen));
     press(Qt::Key_Space);
-    EXPECT_TRUE(screen->wait([&] { return isPickerOpen(); })) << "Space is the button's that Tab has reached";
+    EXPECT_TRUE(until([&] { return isPickerOpen(); })) << "Space is the button's that Tab has reached";
     press(Qt::Key_Space);
-    EXPECT_TRUE(screen->wait([&] { return !isPickerOpen(); }));
+    EXPECT_TRUE(until([&] { return !isPickerOpen(); }));
     ASSERT_TRUE(screen->click("undoButton"));
     press(Qt::Key_Space);
-    EXPECT_TRUE(screen->wait([&] { return isPlaying(); })) << "after a click on any button";
+    EXPECT_TRUE(until([&] { return isPlaying(); })) << "after a click on any button";
     press(Qt::Key_Space);
-    EXPECT_TRUE(screen->wait([&] { return !isPlaying(); }));
+    EXPECT_TRUE(until([&] { return !isPlaying(); }));
 
     ASSERT_TRUE(tabTo(isPen));
     screen->drawWithTouch(stroke(0, 0.5));
     press(Qt::Key_Space);
-    EXPECT_TRUE(screen->wait([&] { return isPlaying(); })) << "after a touch on the picture";
+    EXPECT_TRUE(until([&] { return isPlaying(); })) << "after a touch on the picture";
     EXPECT_FALSE(isPickerOpen());
 }
 
@@ -116,13 +116,12 @@ TEST_F(KeysTest, AControlThatHasGoneHearsNoKeys) {
     open({clip("h264.mp4")});
     ASSERT_TRUE(tabTo([&] { return isFocused("drawingToolButtons"); }));
     press(Qt::Key_Space);
-    ASSERT_TRUE(screen->wait([&] { return screen->item("colorPickerView") != nullptr; }));
+    ASSERT_TRUE(until([&] { return screen->item("colorPickerView") != nullptr; }));
     QMetaObject::invokeMethod(screen->item("colorPickerView"), "focusSwatch", Q_ARG(QVariant, 16));
     press(Qt::Key_Space);
-    ASSERT_TRUE(screen->wait([&] { return screen->item("colorPickerView") == nullptr; }))
-        << "a choice closes the picker";
+    ASSERT_TRUE(until([&] { return screen->item("colorPickerView") == nullptr; })) << "a choice closes the picker";
     press(Qt::Key_Space);
-    EXPECT_TRUE(screen->wait([&] { return isPlaying(); }));
+    EXPECT_TRUE(until([&] { return isPlaying(); }));
 }
 
 TEST_F(KeysTest, AHeldKeyPressesAButtonOnce) {
@@ -145,8 +144,8 @@ TEST_F(KeysTest, TabStaysOnTheScreenOnTop) {
     ASSERT_TRUE(tabTo([&] { return isFocused("undoButton") || isFocused("drawingToolButtons"); }));
     QQuickItem* before = focused();
     host->editMedia(0);
-    ASSERT_TRUE(screen->wait([&] { return screen->item("trimmerView") != nullptr; }));
-    settle();
+    ASSERT_TRUE(until([&] { return screen->item("trimmerView") != nullptr; }));
+    waitUntilIdle();
     const QQuickItem* overlay = screen->item("topBarView")->parentItem();
     for (int i = 0; i < 80; ++i) {
         press(i < 40 ? Qt::Key_Tab : Qt::Key_Backtab);
@@ -157,8 +156,8 @@ TEST_F(KeysTest, TabStaysOnTheScreenOnTop) {
     screen->clickAt(host::ScreenDriver::rectOf(screen->item("durationLabel")).center());
     EXPECT_FALSE(isFocused("cropButton"));
     press(Qt::Key_Escape);
-    ASSERT_TRUE(screen->wait([&] { return screen->item("trimmerView") == nullptr; })) << "Escape is the sheet's again";
-    EXPECT_TRUE(screen->wait([&] { return focused() == before; }));
+    ASSERT_TRUE(until([&] { return screen->item("trimmerView") == nullptr; })) << "Escape is the sheet's again";
+    EXPECT_TRUE(until([&] { return focused() == before; }));
 }
 
 }  // namespace

@@ -1,17 +1,24 @@
 #pragma once
 
-// An analysis of some clips on a real screen in memory, worked with synthetic mouse and touch input.
+// An analysis of some clips on a real screen in memory, worked with synthetic mouse and touch input: the ground of the tests of the screen.
 
 #include "Host/HostApplication.h"
 #include "Testing/ScreenDriver.h"
+#include "VideoAnalysis/Analysis/State.h"
+#include "VideoAnalysis/Player/PlayerCollectionViewCellController.h"
+#include "VideoAnalysis/Screen/MainViewController.h"
+#include "VideoAnalysis/Screen/PlayersManager.h"
 
 #include <QDir>
 #include <QStringList>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <functional>
 #include <memory>
+#include <string>
 
 namespace videoanalysis {
 
@@ -33,29 +40,55 @@ protected:
     void reopen() {
         host->openAnalysis();
         const auto count = static_cast<std::size_t>(host->clipNames().size());
-        ASSERT_TRUE(screen->wait([&] { return screen->playerCount() == count; }));
+        ASSERT_TRUE(until("every clip has a player", [&] { return screen->playerCount() == count; }));
         for (std::size_t index = 0; index < count; ++index) {
-            ASSERT_TRUE(screen->wait([&] {
+            ASSERT_TRUE(until("the clip shows a picture or has failed", [&] {
                 const auto player = screen->player(index);
                 return player &&
                        (player->currentFrame() || player->currentItem()->status() == media::ItemStatus::failed);
             })) << index;
         }
-        settle();
+        ASSERT_TRUE(until("the controls are on the screen", [&] { return screen->item("closeButton") != nullptr; }));
+        waitUntilIdle();
     }
 
     void close() {
         ASSERT_TRUE(screen->click(QStringLiteral("closeButton")));
-        ASSERT_TRUE(screen->wait([&] { return screen->playerCount() == 0; }));
-        settle();
+        waitUntilClosed();
     }
 
-    /// Fades end, delayed loads have run, the picture stays.
-    void settle() const { screen->wait(350); }
+    // ---- Waiting
 
+    /// Lets the event loop run until `condition` holds. A failure says what was waited for, what `saw` tells of it (may be
+    /// empty), and what the screen showed when it gave up.
+    testing::AssertionResult until(const char* what, const std::function<bool()>& condition,
+                                   const std::function<std::string()>& saw = {}, int milliseconds = 10000) const {
+        if (host::ScreenDriver::wait(condition, milliseconds)) return testing::AssertionSuccess();
+        auto failure = testing::AssertionFailure() << "gave up after " << milliseconds << " ms waiting until " << what;
+        if (saw) failure << "; saw " << saw();
+        if (screen) failure << "; " << screen->description().toStdString();
+        return failure;
+    }
+    testing::AssertionResult until(const std::function<bool()>& condition, int milliseconds = 10000) const {
+        return until("the condition holds", condition, {}, milliseconds);
+    }
+    /// Everything that moves has arrived, and what was dispatched is on the screen.
+    void waitUntilIdle() const { EXPECT_TRUE(screen->waitUntilIdle()) << screen->description().toStdString(); }
+    void waitUntilClosed() const {
+        EXPECT_TRUE(until("the analysis is gone", [&] { return !screen->item("playersCollectionView"); }));
+        waitUntilIdle();
+    }
     void waitForFrame(std::size_t player, std::int64_t frame) const {
-        EXPECT_TRUE(screen->wait([&] { return screen->frameIndex(player) == frame; }))
-            << "player " << player << " shows " << screen->frameIndex(player).value_or(-1) << " instead of " << frame;
+        EXPECT_TRUE(until("the frame is shown", [&] { return screen->frameIndex(player) == frame; }))
+            << "player " << player + 1 << ", frame " << frame;
+    }
+    /// The stored drawings of every clip have been loaded.
+    void waitForFirstLoads() const {
+        EXPECT_TRUE(until("every clip has loaded its drawings", [] {
+            const auto& players = MainViewController::of(mainStore().state())->playersManager()->cellControllers;
+            return std::none_of(players.begin(), players.end(), [](const auto& each) { return each->isFirstLoad; });
+        }));
+        waitUntilIdle();
     }
 
     /// The number in the pixels of the window.
@@ -95,7 +128,7 @@ protected:
     void save(const QString& name) const {
         const char* folder = std::getenv("VIDEOANALYSIS_PICTURES");
         if (!folder) return;
-        screen->wait(800);  // what arrives in the background is there
+        waitUntilIdle();
         screen->grab().save(QDir(QString::fromLocal8Bit(folder)).filePath(name));
     }
 

@@ -51,6 +51,14 @@ protected:
         installPlatform(platform);
     }
 
+    /// Presents a screen over `below` and dismisses it again. What an earlier presentation has left to do comes before.
+    static void presentAnother(ui::ViewController& below) {
+        const auto another = std::make_shared<Diary>();
+        bool isOver = false;
+        below.present(another, true, [&] { another->dismiss(true, [&] { isOver = true; }); });
+        EXPECT_TRUE(ScreenDriver::wait([&] { return isOver; }));
+    }
+
     QQuickWindow window;
     std::shared_ptr<QtQuickPlatform> platform;
 };
@@ -91,9 +99,11 @@ TEST_F(QtQuickPlatformTest, AnEndlessChainOfPostsLeavesRoomForTimers) {
     goOn = false;
     timer->invalidate();
     EXPECT_FALSE(timer->isValid());
-    ScreenDriver::wait(30);
     const int stopped = ticks;
-    ScreenDriver::wait(30);
+    int later = 0;
+    const auto next = platform->scheduleTimer(0.005, true, [&] { ++later; });
+    EXPECT_TRUE(ScreenDriver::wait([&] { return later >= 5; }));
+    next->invalidate();
     EXPECT_EQ(ticks, stopped);
 }
 
@@ -154,8 +164,8 @@ TEST_F(QtQuickPlatformTest, AScreenShownAgainWhileItFadesOutHasLeftFirst) {
 TEST_F(QtQuickPlatformTest, AnswersForItsSurroundings) {
     EXPECT_EQ(platform->device().orientation(), ui::DeviceOrientation::landscapeLeft);
     window.resize(600, 800);
-    ScreenDriver::wait(10);
-    EXPECT_EQ(platform->device().orientation(), ui::DeviceOrientation::portrait);
+    EXPECT_TRUE(
+        ScreenDriver::wait([&] { return platform->device().orientation() == ui::DeviceOrientation::portrait; }));
     EXPECT_EQ(platform->mainScreen().size(), (Size{600, 800}));
 
     const std::string folder = platform->temporaryDirectory();
@@ -210,7 +220,7 @@ TEST_F(QtQuickPlatformTest, AppearanceIsToldOnceInOrderAndNeverFromInsideTheCall
         diary->dismiss(animated, [&] { diary->entries.emplace_back("dismissed"); });
         EXPECT_EQ(diary->entries.size(), 4U);
         EXPECT_TRUE(ScreenDriver::wait([&] { return diary->entries.size() == 7; }));
-        ScreenDriver::wait(250);
+        presentAnother(*start);
         EXPECT_EQ(diary->entries, (std::vector<std::string>{"loaded", "will appear", "did appear", "presented",
                                                             "will disappear", "did disappear", "dismissed"}));
         EXPECT_EQ(start->presentedViewController(), nullptr);
@@ -225,7 +235,7 @@ TEST_F(QtQuickPlatformTest, ADismissalInTheMiddleOfAPresentationCompletesBoth) {
     first->dismiss(true, [&] { first->entries.emplace_back("dismissed"); });
     start->present(second, true, {});  // over the one that is on its way out
     EXPECT_TRUE(ScreenDriver::wait([&] { return second->entries.size() == 3 && first->entries.size() >= 6; }));
-    ScreenDriver::wait(250);
+    presentAnother(*second);
     EXPECT_EQ(std::count(first->entries.begin(), first->entries.end(), "presented"), 1);
     EXPECT_EQ(first->entries.back(), "dismissed");
     EXPECT_EQ(std::count(first->entries.begin(), first->entries.end(), "did appear"), 1);
@@ -237,8 +247,7 @@ TEST_F(QtQuickPlatformTest, ADismissalInTheMiddleOfAPresentationCompletesBoth) {
     EXPECT_FALSE(hasCompleted);
     EXPECT_TRUE(ScreenDriver::wait([&] { return hasCompleted; }));
     second->dismiss(false, {});
-    ScreenDriver::wait(30);
-    EXPECT_EQ(second->entries.back(), "did disappear");
+    EXPECT_TRUE(ScreenDriver::wait([&] { return second->entries.back() == "did disappear"; }));
 }
 
 }  // namespace

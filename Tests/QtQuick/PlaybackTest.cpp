@@ -26,10 +26,10 @@ TEST_F(PlaybackTest, PlayingPausingAndSteppingShowExactlyTheFramesTheySay) {
     EXPECT_EQ(shownFrame(1), 0);
 
     ASSERT_TRUE(screen->click("playPauseButton", 0));
-    ASSERT_TRUE(screen->wait([&] { return screen->frameIndex(0).value_or(0) >= 10; }));
+    ASSERT_TRUE(until([&] { return screen->frameIndex(0).value_or(0) >= 10; }));
     ASSERT_TRUE(screen->click("playPauseButton", 0));
-    ASSERT_TRUE(screen->wait([&] { return screen->player(0)->rate() == 0; }));
-    settle();
+    ASSERT_TRUE(until([&] { return screen->player(0)->rate() == 0; }));
+    waitUntilIdle();
     const std::int64_t paused = *screen->frameIndex(0);
     EXPECT_EQ(shownFrame(0), paused);
 
@@ -37,20 +37,23 @@ TEST_F(PlaybackTest, PlayingPausingAndSteppingShowExactlyTheFramesTheySay) {
     waitForFrame(0, paused + 3);
     ASSERT_TRUE(screen->click("rewindButton", 0));
     waitForFrame(0, paused + 2);
-    settle();
+    waitUntilIdle();
     EXPECT_EQ(shownFrame(0), paused + 2);
     EXPECT_EQ(shownFrame(1), 0) << "the other player stays where it is";
 }
 
 TEST_F(PlaybackTest, HoldingTheStepButtonRunsInTensAndItsReleaseIsNoFurtherStep) {
-    const QPoint button = host::ScreenDriver::rectOf(screen->item("forwardButton", 1)).center().toPoint();
-    QTest::mousePress(&host->window(), Qt::LeftButton, {}, button);
-    ASSERT_TRUE(screen->wait([&] { return screen->frameIndex(1).value_or(0) >= 20; }));
-    QTest::mouseRelease(&host->window(), Qt::LeftButton, {}, button);
-    settle();
+    const auto hold = [&](std::size_t player) {
+        const QPointF button = host::ScreenDriver::rectOf(screen->item("forwardButton", player)).center();
+        screen->pressMouse(button);
+        EXPECT_TRUE(until("it has run twice", [&] { return *screen->frameIndex(player) >= 20; }));
+        screen->releaseMouse(button);
+        waitUntilIdle();
+    };
+    hold(1);
     const std::int64_t released = *screen->frameIndex(1);
     EXPECT_EQ(released % 10, 0);
-    screen->wait(400);
+    hold(0);  // two more runs of the first player would have come before these
     EXPECT_EQ(screen->frameIndex(1), released);
     EXPECT_EQ(shownFrame(1), released);
 }
@@ -58,8 +61,8 @@ TEST_F(PlaybackTest, HoldingTheStepButtonRunsInTensAndItsReleaseIsNoFurtherStep)
 TEST_F(PlaybackTest, TheSeekBarTakesThePictureWhereItsThumbIsDragged) {
     const QRectF bar = host::ScreenDriver::rectOf(screen->item("seekbar", 0));
     screen->drawWithMouse({{bar.left() + 20, bar.center().y()}, {bar.center().x(), bar.center().y()}});
-    ASSERT_TRUE(screen->wait([&] { return std::abs(screen->frameIndex(0).value_or(0) - 60) <= 1; }));
-    settle();
+    ASSERT_TRUE(until([&] { return std::abs(screen->frameIndex(0).value_or(0) - 60) <= 1; }));
+    waitUntilIdle();
     EXPECT_EQ(shownFrame(0), screen->frameIndex(0));
     EXPECT_EQ(screen->frameIndex(1), 0);
 }
@@ -67,12 +70,12 @@ TEST_F(PlaybackTest, TheSeekBarTakesThePictureWhereItsThumbIsDragged) {
 TEST_F(PlaybackTest, LockedPlayersMoveTogetherAndOnlyTheLastKeepsItsMediaControls) {
     EXPECT_EQ(screen->items("seekbar").size(), 2U);
     ASSERT_TRUE(screen->click("lockPlaybackButton"));
-    ASSERT_TRUE(screen->wait([&] { return screen->items("seekbar").size() == 1; }));
+    ASSERT_TRUE(until([&] { return screen->items("seekbar").size() == 1; }));
     ASSERT_TRUE(screen->click("forwardButton"));
     ASSERT_TRUE(screen->click("forwardButton"));
     waitForFrame(0, 2);
     waitForFrame(1, 2);
-    settle();
+    waitUntilIdle();
     EXPECT_EQ(shownFrame(0), 2);
     EXPECT_EQ(shownFrame(1), 2);
 }
@@ -81,25 +84,23 @@ TEST_F(PlaybackTest, ARateIsChosenInAPanelThatTakesNoPressesWhileItIsAway) {
     const auto selector = [&](std::size_t index) { return screen->item("videoPlayRateSelectorButton", index); };
     EXPECT_TRUE(screen->items("videoPlaybackSpeedButtons").empty());
     ASSERT_TRUE(screen->click("videoPlayRateSelectorButton", 0));
-    ASSERT_TRUE(screen->wait([&] { return screen->items("videoPlaybackSpeedButtons").size() == 7; }));
-    screen->wait(400);
+    ASSERT_TRUE(until([&] { return screen->items("videoPlaybackSpeedButtons").size() == 7; }));
+    waitUntilIdle();
     ASSERT_TRUE(screen->click("videoPlaybackSpeedButtons", 2));
-    EXPECT_TRUE(screen->wait([&] { return selector(0)->property("title") == "0.5x"; }));
-    EXPECT_TRUE(screen->wait([&] { return screen->items("videoPlaybackSpeedButtons").empty(); }));
+    EXPECT_TRUE(until([&] { return selector(0)->property("title") == "0.5x"; }));
+    EXPECT_TRUE(until([&] { return screen->items("videoPlaybackSpeedButtons").empty(); }));
     EXPECT_EQ(selector(1)->property("title"), "1x");
 
     ASSERT_TRUE(screen->click("playPauseButton", 0));
-    EXPECT_TRUE(screen->wait([&] { return screen->player(0)->rate() == 0.5F; }));
+    EXPECT_TRUE(until([&] { return screen->player(0)->rate() == 0.5F; }));
 }
 
 TEST_F(PlaybackTest, ThePanelOfRatesClosesWhenAnythingElseIsTouched) {
     const auto open = [&] {
         ASSERT_TRUE(screen->click("videoPlayRateSelectorButton", 0));
-        ASSERT_TRUE(screen->wait([&] { return screen->items("videoPlaybackSpeedButtons").size() == 7; }));
+        ASSERT_TRUE(until([&] { return screen->items("videoPlaybackSpeedButtons").size() == 7; }));
     };
-    const auto closes = [&] {
-        return screen->wait([&] { return screen->items("videoPlaybackSpeedButtons").empty(); });
-    };
+    const auto closes = [&] { return until([&] { return screen->items("videoPlaybackSpeedButtons").empty(); }); };
     open();
     save(QStringLiteral("rates.png"));
     screen->drawWithMouse(stroke(1, 0.5));
@@ -123,7 +124,7 @@ TEST_F(PlaybackTest, ThePanelOfRatesClosesWhenAnythingElseIsTouched) {
     screen->clickAt(at(0, 0.5, 0.3));  // hides all controls
     EXPECT_TRUE(closes());
     screen->clickAt(at(0, 0.5, 0.3));
-    EXPECT_TRUE(screen->wait([&] { return screen->item("forwardButton", 0) != nullptr; }));
+    EXPECT_TRUE(until([&] { return screen->item("forwardButton", 0) != nullptr; }));
     EXPECT_TRUE(closes()) << "with the controls it does not come back";
 }
 
@@ -157,21 +158,21 @@ TEST_F(PlaybackTest, KeysDoWhatTheControlsOfThePlayerTouchedLastDo) {
     EXPECT_EQ(screen->frameIndex(0), 11);
     EXPECT_TRUE(isInked(1, 0.5, 0.5));
     press(Qt::Key_Z, Qt::ControlModifier);
-    settle();
+    waitUntilIdle();
     EXPECT_FALSE(isInked(1, 0.5, 0.5));
     press(Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
-    settle();
+    waitUntilIdle();
     EXPECT_TRUE(isInked(1, 0.5, 0.5));
     press(Qt::Key_Home);
     waitForFrame(1, 0);
 
     const QRectF fitted = screen->pictureOf(1);
     press(Qt::Key_F);
-    EXPECT_TRUE(screen->wait([&] { return screen->pictureOf(1).height() > fitted.height() * 1.5; }));
+    EXPECT_TRUE(until([&] { return screen->pictureOf(1).height() > fitted.height() * 1.5; }));
     for (const auto& [key, rate] :
          {std::pair{Qt::Key_BracketLeft, "0.75x"}, {Qt::Key_BracketLeft, "0.5x"}, {Qt::Key_BracketRight, "0.75x"}}) {
         press(key);
-        EXPECT_TRUE(screen->wait([&] {
+        EXPECT_TRUE(until([&] {
             return screen->item("videoPlayRateSelectorButton", 1)->property("title").toString() == QLatin1String(rate);
         })) << rate;
     }
@@ -179,9 +180,9 @@ TEST_F(PlaybackTest, KeysDoWhatTheControlsOfThePlayerTouchedLastDo) {
     // Locked, all follow.
     ASSERT_TRUE(screen->click("lockPlaybackButton"));
     press(Qt::Key_Space);
-    EXPECT_TRUE(screen->wait([&] { return *screen->frameIndex(0) > 15 && *screen->frameIndex(1) > 3; }));
+    EXPECT_TRUE(until([&] { return *screen->frameIndex(0) > 15 && *screen->frameIndex(1) > 3; }));
     press(Qt::Key_Space);
-    EXPECT_TRUE(screen->wait([&] { return screen->player(0)->rate() == 0 && screen->player(1)->rate() == 0; }));
+    EXPECT_TRUE(until([&] { return screen->player(0)->rate() == 0 && screen->player(1)->rate() == 0; }));
     press(Qt::Key_Home);
     waitForFrame(0, 0);
     waitForFrame(1, 0);
@@ -192,8 +193,8 @@ TEST_F(PlaybackTest, TheFillModeChangesThePictureNotItsNeighbour) {
     const QRectF fitted = screen->pictureOf(0);
     const QImage before = screen->grab();
     ASSERT_TRUE(screen->click("changeFillModeButton", 0));
-    ASSERT_TRUE(screen->wait([&] { return screen->pictureOf(0).height() > fitted.height() * 1.5; }));
-    settle();
+    ASSERT_TRUE(until([&] { return screen->pictureOf(0).height() > fitted.height() * 1.5; }));
+    waitUntilIdle();
     const QImage after = screen->grab();
     EXPECT_GT(screen->pictureOf(0).width(), 1000);
     const QRect neighbour = screen->pictureOf(1).toAlignedRect().adjusted(2, 0, -2, 0);
@@ -233,7 +234,7 @@ TEST_F(BrokenClipTest, AClipThatCannotBeReadIsReportedOnceAndLeavesTheOtherAlone
         const QRectF cell = host::ScreenDriver::rectOf(video);
         screen->drawWithMouse({cell.center(), cell.center() + QPointF(90, 40)});
         ASSERT_TRUE(screen->click("playPauseButton", 0));
-        settle();
+        waitForFirstLoads();
         EXPECT_FALSE(controller().localStore->state().canUndo);
         EXPECT_FALSE(controller().localStore->state().isMediaPlaying);
         ASSERT_TRUE(screen->click("forwardButton", 1));
@@ -245,16 +246,16 @@ TEST_F(BrokenClipTest, AClipThatCannotBeReadIsReportedOnceAndLeavesTheOtherAlone
 
 TEST_F(BrokenClipTest, AClipThatBreaksOffIsReportedOnceAndPlaysAsFarAsItGoes) {
     open({clip("truncated.mp4")});
-    ASSERT_TRUE(screen->wait([&] { return !reports.isEmpty(); }));
+    ASSERT_TRUE(until([&] { return !reports.isEmpty(); }));
     EXPECT_TRUE(reports.value(0).contains(QLatin1String("breaks off after")));
     ASSERT_TRUE(screen->click("forwardButton"));
     waitForFrame(0, 1);
-    settle();
+    waitUntilIdle();
     EXPECT_EQ(shownFrame(0), 1);
     screen->player(0)->currentItem()->step(1000);
-    ASSERT_TRUE(screen->wait([&] { return !screen->player(0)->currentItem()->canStepForward(); }));
-    ASSERT_TRUE(screen->wait([&] { return screen->frameIndex(0).value_or(0) > 30; }));
-    settle();
+    ASSERT_TRUE(until([&] { return !screen->player(0)->currentItem()->canStepForward(); }));
+    ASSERT_TRUE(until([&] { return screen->frameIndex(0).value_or(0) > 30; }));
+    waitUntilIdle();
     // The very last packet may be cut in half, and its picture then shows what the one before showed.
     EXPECT_NEAR(static_cast<double>(shownFrame(0)), static_cast<double>(*screen->frameIndex(0)), 1);
     EXPECT_EQ(reports.size(), 1);
@@ -272,9 +273,9 @@ TEST_F(BrokenClipTest, WhereAClipCannotBeReadAnyFurtherPlaybackPausesAndSaysSoFo
     };
     const auto playToTheBreak = [&] {
         ASSERT_TRUE(screen->click("playPauseButton"));
-        ASSERT_TRUE(screen->wait([&] { return isBrokenOff(); }, 20000));
+        ASSERT_TRUE(until([&] { return isBrokenOff(); }, 20000));
         const std::int64_t frame = *screen->frameIndex(0);
-        settle();
+        waitUntilIdle();
         EXPECT_FALSE(controller().localStore->state().isMediaPlaying);
         EXPECT_EQ(screen->player(0)->rate(), 0);
         EXPECT_EQ(screen->frameIndex(0), frame) << "it seeks nowhere";
@@ -284,9 +285,9 @@ TEST_F(BrokenClipTest, WhereAClipCannotBeReadAnyFurtherPlaybackPausesAndSaysSoFo
     playToTheBreak();
     save(QStringLiteral("broken-off.png"));
     ASSERT_TRUE(screen->click("rewindButton"));
-    EXPECT_TRUE(screen->wait([&] { return !isBrokenOff(); })) << "another frame is shown";
+    EXPECT_TRUE(until([&] { return !isBrokenOff(); })) << "another frame is shown";
     playToTheBreak();
-    EXPECT_TRUE(screen->wait([&] { return !isBrokenOff(); }));
+    EXPECT_TRUE(until([&] { return !isBrokenOff(); }));
 }
 
 }  // namespace

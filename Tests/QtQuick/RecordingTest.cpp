@@ -9,10 +9,12 @@
 #include "Testing/FrameNumber.h"
 #include "Tests/Support/Movies.h"
 #include "VideoAnalysis/Analysis/Actions.h"
+#include "VideoAnalysis/Platform/Dispatch.h"
 #include "VideoAnalysis/Platform/Platform.h"
 #include "VideoAnalysis/Screen/MainViewController.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QLoggingCategory>
 #include <QQmlComponent>
 #include <QQmlEngine>
@@ -74,7 +76,21 @@ protected:
     bool hasStarted() const { return mainStore().state().mainViewControllerState.hasStartedRecording; }
     void record() {
         ask(true);
-        ASSERT_TRUE(screen->wait([&] { return recorder().isRecording(); }));
+        ASSERT_TRUE(until([&] { return recorder().isRecording(); }));
+    }
+    /// Until `count` more pictures are in the movie, new ones or repeated ones.
+    void waitForPictures(std::int64_t count) {
+        const auto written = [&] {
+            const recording::MovieStatistics statistics = recorder().movieStatistics();
+            return statistics.taken + statistics.repeated;
+        };
+        const std::int64_t before = written();
+        EXPECT_TRUE(until(
+            "more pictures are recorded", [&] { return written() >= before + count; }, {}, 30000));
+    }
+    /// Every state that was dispatched, and what comes of it, has been delivered.
+    static void deliver() {
+        host::ScreenDriver::wait([] { return dispatch::mainQueue().isEmpty(); });
     }
     QtScreenRecorder& recorder() { return dynamic_cast<QtScreenRecorder&>(platform().screenRecorder()); }
 
@@ -90,7 +106,7 @@ protected:
     std::string finish() {
         const auto before = saved().size();
         ask(false);
-        EXPECT_TRUE(screen->wait([&] { return saved().size() == before + 1 && !host->recordingNotice().isEmpty(); }));
+        EXPECT_TRUE(until([&] { return saved().size() == before + 1 && !host->recordingNotice().isEmpty(); }));
         return saved().isEmpty() ? std::string() : saved().last().toStdString();
     }
     /// What is in the folder where recordings grow.
@@ -128,11 +144,11 @@ TEST_F(RecordingTest, EveryFrameOfBothPlayersIsOnTheRecordedPictureAtItsTime) {
         }
     });
     record();
-    EXPECT_TRUE(screen->wait([&] { return hasStarted(); }));
+    EXPECT_TRUE(until([&] { return hasStarted(); }));
     ASSERT_TRUE(screen->click("playPauseButton", 0));
-    screen->wait(300);
+    ASSERT_TRUE(until("the first player is ahead", [&] { return *screen->frameIndex(0) >= 9; }));
     ASSERT_TRUE(screen->click("playPauseButton", 1));
-    screen->wait(2500);
+    ASSERT_TRUE(until("both have played for a while", [&] { return *screen->frameIndex(1) >= 75; }));
     observing.reset();
     const std::string movie = finish();
     EXPECT_EQ(LogLines::aboutRecordings(), QStringList{"The recording is silent: there is no microphone"});
@@ -175,13 +191,14 @@ TEST_F(RecordingTest, EveryFrameOfBothPlayersIsOnTheRecordedPictureAtItsTime) {
 TEST_F(RecordingTest, DrawingsAndAWindowOfAnotherShapeAreOnThePicture) {
     open({clip("h264.mp4")}, QSize(1000, 800));
     record();
-    screen->wait(100);
+    waitForPictures(1);
     screen->drawWithMouse(stroke(0, 0.5));
-    settle();
+    waitForPictures(2);
     const QPointF inked = at(0, 0.5, 0.5);
     host->window().resize(800, 1000);
-    ASSERT_TRUE(screen->wait([&] { return screen->pictureOf(0).width() < 810; }));
-    settle();
+    ASSERT_TRUE(until([&] { return screen->pictureOf(0).width() < 810; }));
+    waitUntilIdle();
+    waitForPictures(2);
     const QRectF place = screen->pictureOf(0);
     const std::string movie = finish();
     const MovieFacts facts = factsOf(movie);
@@ -227,7 +244,7 @@ TEST_F(RecordingTest, SoundAndPictureStayTogetherAndALostMicrophoneLeavesSilence
     std::vector<double> leads;  // of each tone before its flash
     const int count = isLong ? 13 : 3;
     for (int i = 0; i < count; ++i) {
-        screen->wait(i == 0 ? 500 : isLong ? 9000 : 700);
+        waitForPictures(isLong && i > 0 ? 270 : 20);  // so that tones and flashes are apart
         const double heard = secondsOf(voice.beep());
         ASSERT_GT(heard, 0);
         double flashed = 0;  // when the window showed it
@@ -235,13 +252,14 @@ TEST_F(RecordingTest, SoundAndPictureStayTogetherAndALostMicrophoneLeavesSilence
             if (flashed == 0) flashed = secondsOf(Clock::now());
         });
         flash->setVisible(true);
-        screen->wait(300);
+        waitForPictures(9);
         QObject::disconnect(token);
         flash->setVisible(false);
         leads.push_back(flashed - heard);
     }
     Voice::unplug();
-    screen->wait(2500);
+    EXPECT_TRUE(until("the microphone is missed", [&] { return !LogLines::aboutRecordings().isEmpty(); }));
+    waitForPictures(30);
     const std::string movie = finish();
     EXPECT_EQ(LogLines::aboutRecordings(), QStringList{"The recording goes on without sound: the microphone is gone"});
 
@@ -279,14 +297,14 @@ TEST_F(RecordingTest, HastyTapsAndAnUnwritableFolderLeaveTheScreenAsItWas) {
     {
         const LogLines log;
         ask(true);
-        screen->wait(1);
+        deliver();
         ask(false);  // before it has begun
-        screen->wait(1);
+        deliver();
         ask(true);
-        screen->wait(1);
+        deliver();
         ask(false);
         // When it began nothing asked for it any longer.
-        ASSERT_TRUE(screen->wait([&] { return !LogLines::aboutRecordings().isEmpty() && recorder().isIdle(); }));
+        ASSERT_TRUE(until([&] { return !LogLines::aboutRecordings().isEmpty() && recorder().isIdle(); }));
         EXPECT_EQ(LogLines::aboutRecordings(), QStringList{"The recording is silent: there is no microphone"});
         EXPECT_FALSE(hasStarted());
         EXPECT_FALSE(isAsked());
@@ -294,8 +312,10 @@ TEST_F(RecordingTest, HastyTapsAndAnUnwritableFolderLeaveTheScreenAsItWas) {
         EXPECT_TRUE(saved().isEmpty());
     }
     record();
-    recorder().startRecording([](const recording::Error& error) { EXPECT_TRUE(error); });
-    screen->wait(200);
+    recording::Error error;
+    recorder().startRecording([&](const recording::Error& answer) { error = answer; });
+    EXPECT_TRUE(until("the second start is refused", [&] { return error.has_value(); }));
+    waitForPictures(2);
     const MovieFacts facts = factsOf(finish());
     EXPECT_EQ(facts.complaints, "");
     record();
@@ -304,15 +324,15 @@ TEST_F(RecordingTest, HastyTapsAndAnUnwritableFolderLeaveTheScreenAsItWas) {
     EXPECT_FALSE(recorder().isRecording()) << "from the moment the stop is asked for";
     EXPECT_FALSE(recorder().isIdle());
     ask(false);
-    ASSERT_TRUE(screen->wait([&] { return recorder().isIdle(); }));
+    ASSERT_TRUE(until([&] { return recorder().isIdle(); }));
 
     QDir(folder.filePath(QStringLiteral("data"))).removeRecursively();
     QFile(folder.filePath(QStringLiteral("data"))).open(QIODevice::WriteOnly);
     const LogLines log;
     const bool before = hasStarted();
     ask(true);
-    ASSERT_TRUE(screen->wait([&] { return LogLines::aboutRecordings().size() == 2; }));
-    screen->wait(100);
+    ASSERT_TRUE(until([&] { return LogLines::aboutRecordings().size() == 2; }));
+    deliver();
     EXPECT_FALSE(recorder().isRecording());
     EXPECT_EQ(hasStarted(), before);
     EXPECT_TRUE(LogLines::aboutRecordings()[1].contains("cannot record"))
@@ -320,7 +340,7 @@ TEST_F(RecordingTest, HastyTapsAndAnUnwritableFolderLeaveTheScreenAsItWas) {
     ask(false);
     QFile::remove(folder.filePath(QStringLiteral("data")));
     record();
-    screen->wait(100);
+    waitForPictures(2);
     EXPECT_EQ(factsOf(finish()).complaints, "");
 }
 
@@ -342,22 +362,23 @@ TEST_F(RecordingTest, AnInterruptedRecordingIsOfferedBackAtTheNextStart) {
         auto* card = host->window().rootObject()->findChild<QQuickItem*>("unsavedCard");
         ASSERT_TRUE(card && card->isVisible());
         auto* button = host->window().rootObject()->findChild<QQuickItem*>(QLatin1String(answer));
-        screen->wait(50);
-        screen->grab();
+        ASSERT_TRUE(until("the start screen is shown", [&] { return host->window().isExposed(); }));
+        waitUntilIdle();
         screen->clickAt(screen->rectOf(button).center());
         if (std::string(answer) == "discardUnsavedButton") {
             EXPECT_TRUE(card->isVisible()) << "asks once more";
             screen->clickAt(screen->rectOf(button).center());
             EXPECT_EQ(saved().size(), 1) << "of the round before";
         } else {
-            ASSERT_TRUE(screen->wait(
-                [&] { return screen->playerCount() == 1 && screen->player(0) && screen->player(0)->currentFrame(); }));
+            ASSERT_TRUE(until("the recording is opened", [&] {
+                return screen->playerCount() == 1 && screen->player(0) && screen->player(0)->currentFrame();
+            }));
             ASSERT_EQ(saved().size(), 1);
             const MovieFacts facts = factsOf(saved()[0].toStdString());
             EXPECT_EQ(facts.complaints, "");
             EXPECT_TRUE(facts.indexComesFirst);
             EXPECT_GT(facts.end(), 0.1);
-            settle();
+            waitUntilIdle();
             close();
         }
         EXPECT_FALSE(card->isVisible());
@@ -370,13 +391,13 @@ TEST_F(RecordingTest, AnInterruptedRecordingIsOfferedBackAtTheNextStart) {
 TEST_F(RecordingTest, ARecordingThatTheHostCannotSaveIsOfferedAtOnceAndAtTheNextStart) {
     open({clip("h264.mp4")});
     record();
-    ASSERT_TRUE(screen->wait([&] { return recorder().movieStatistics().taken > 0; }));
+    ASSERT_TRUE(until([&] { return recorder().movieStatistics().taken > 0; }));
     // Where the user's recordings should go there is something else.
     const QString wanted = host::HostApplication::recordingsFolder();
     QDir().mkpath(QFileInfo(wanted).path());
     ASSERT_TRUE(QFile(wanted).open(QIODevice::WriteOnly));
     ask(false);
-    ASSERT_TRUE(screen->wait([&] { return !host->unsavedRecording().isEmpty(); }));
+    ASSERT_TRUE(until([&] { return !host->unsavedRecording().isEmpty(); }));
     EXPECT_TRUE(host->recordingNotice().contains(wanted)) << host->recordingNotice().toStdString();
     close();
     screen.reset();
@@ -404,12 +425,12 @@ TEST_F(RecordingTest, ABreakOffIsOnTheScreenAtOnceAndWhatThereIsIsSaved) {
     record();
     ASSERT_TRUE(screen->click("playPauseButton", 0));
     const auto* banner = host->window().contentItem()->findChild<QQuickItem*>("recordingBanner");
-    const bool isSeen = screen->wait([&] { return banner && banner->isVisible(); }, 60000);
+    const bool isSeen = until([&] { return banner && banner->isVisible(); }, 60000);
     ::setrlimit(RLIMIT_FSIZE, &before);
     ASSERT_TRUE(isSeen);
     EXPECT_TRUE(host->recordingNotice().startsWith("The recording broke off: File too large"))
         << host->recordingNotice().toStdString();
-    ASSERT_TRUE(screen->wait([&] { return saved().size() == 1 && host->recordingNotice().contains(saved()[0]); }));
+    ASSERT_TRUE(until([&] { return saved().size() == 1 && host->recordingNotice().contains(saved()[0]); }));
     EXPECT_FALSE(isAsked());
     EXPECT_EQ(factsOf(saved()[0].toStdString()).complaints, "");
     save("break-off.png");
@@ -420,10 +441,8 @@ TEST_F(RecordingTest, TheMicrophoneIsOpenOnlyWhileItsScreenIsRecorded) {
     ASSERT_TRUE(voice.isReady()) << "there is no sound server on this machine";
     open({clip("h264.mp4")});
     const int others = Voice::listeners();
-    const auto isOpen = [&](bool expected) {
-        return screen->wait([&] { return (Voice::listeners() > others) == expected; });
-    };
-    const auto isTaken = [&] { return screen->wait([&] { return recorder().movieStatistics().taken > 0; }); };
+    const auto isOpen = [&](bool expected) { return until([&] { return (Voice::listeners() > others) == expected; }); };
+    const auto isTaken = [&] { return until([&] { return recorder().movieStatistics().taken > 0; }); };
     record();
     EXPECT_TRUE(isOpen(true));
     ASSERT_TRUE(isTaken());
@@ -437,15 +456,15 @@ TEST_F(RecordingTest, TheMicrophoneIsOpenOnlyWhileItsScreenIsRecorded) {
     MainViewController::of(mainStore().state())->dismiss(true, {});
     EXPECT_FALSE(recorder().isRecording());
     EXPECT_TRUE(isOpen(false)) << "without its screen";
-    EXPECT_TRUE(screen->wait([&] { return saved().size() == 2; })) << "delivered as usual";
+    EXPECT_TRUE(until([&] { return saved().size() == 2; })) << "delivered as usual";
 
     // Before it has begun.
     reopen();
     ask(true);
-    screen->wait(1);
+    deliver();
     mainStore().dispatch(DismissAction(false, {}));
     mainStore().dispatch(ClearStateAction());
-    EXPECT_TRUE(screen->wait([&] { return recorder().isIdle(); }));
+    EXPECT_TRUE(until([&] { return recorder().isIdle(); }));
     EXPECT_TRUE(isOpen(false)) << "of a start that nothing asks for any longer";
     EXPECT_EQ(saved().size(), 2);
     EXPECT_TRUE(inFolder("*").isEmpty());
@@ -487,9 +506,9 @@ TEST_F(RecordingTest, TheLastChangeBeforeAStillMomentIsTaken) {
         }
         std::printf("a change is taken after %.0f ms at most\n", longest * 1000);
         EXPECT_LT(longest, 0.25);
-        host::ScreenDriver::wait(300);
+        host::ScreenDriver::passFrames(12);
         const int before = count;
-        host::ScreenDriver::wait(500);
+        host::ScreenDriver::passFrames(30);
         EXPECT_LE(count, before) << "nothing changes, nothing is rendered";
         EXPECT_LE(count, 6);
     }
@@ -535,7 +554,10 @@ TEST_F(RecordingTest, ARecordingIsNeverLostWheneverTheProgramEnds) {
                     program.waitFor([&] { return isSaved() || find(growing, "*").size() > 1; }));
         ASSERT_TRUE(moment != handingOver || program.waitFor([&] { return find(growing, "*.growing.mp4").isEmpty(); }));
         const int longest = moment == recording ? 1000 : moment == stopped ? 300 : 30;
-        host::ScreenDriver::wait(std::uniform_int_distribution(0, longest)(random));
+        const int pause = std::uniform_int_distribution(0, longest)(random);
+        QElapsedTimer passed;
+        passed.start();
+        host::ScreenDriver::wait([&] { return passed.elapsed() >= pause; });
         if (isKilled) {
             program.kill();
         } else {

@@ -61,19 +61,20 @@ protected:
         }));
         return analysis;
     }
-    static bool until(const std::function<bool()>& condition) { return host::ScreenDriver::wait(condition, 20000); }
-    bool becomesInked(std::size_t player, double height) {
-        return until([&] { return isInked(player, 0.5, height); });
+    testing::AssertionResult becomesInked(std::size_t player, double height) {
+        return until("the drawing is on the picture", [&] { return isInked(player, 0.5, height); });
     }
     std::size_t drawings(const Object& media) const { return media.stack ? (*media.stack)["drawnStack"].size() : 0; }
     /// Drags the ruler so that the clip moves on by `frames`, and lets it rest before letting go.
     void scrub(std::size_t player, int frames) {
-        const QPoint start = host::ScreenDriver::rectOf(screen->item("timelineView", player)).center().toPoint();
-        QTest::mousePress(&host->window(), Qt::LeftButton, {}, start);
+        const QPointF start = host::ScreenDriver::rectOf(screen->item("timelineView", player)).center();
+        screen->pressMouse(start);
         for (int moved = 1; moved <= std::abs(frames); ++moved) {
-            QTest::mouseMove(&host->window(), start + QPoint(frames > 0 ? -8 * moved : 8 * moved, 0), 10);
+            screen->rest(0.01);
+            screen->moveMouse(start + QPointF(frames > 0 ? -8 * moved : 8 * moved, 0));
         }
-        QTest::mouseRelease(&host->window(), Qt::LeftButton, {}, start + QPoint(-8 * frames, 0), 250);
+        screen->rest(0.25);
+        screen->releaseMouse(start + QPointF(-8 * frames, 0));
     }
     const MainViewControllerState& state() const { return mainStore().state().mainViewControllerState; }
 

@@ -4,16 +4,17 @@
 
 #include "Platforms/QtQuick/Motion.h"
 #include "Platforms/QtQuick/TimelineViewItem.h"
+#include "Testing/AnimationClock.h"
 
-#include <QAnimationDriver>
 #include <QTouchEvent>
-#include <QWheelEvent>
 #include <QtTest/QTest>
 
 #include <cmath>
 
 namespace videoanalysis {
 namespace {
+
+using host::Finger;
 
 class TimelineScreenTest : public OpenScreen {
 protected:
@@ -51,24 +52,26 @@ protected:
     /// Drags the ruler by `points` and lets go when the mouse has come to rest.
     void drag(std::size_t index, int points) {
         const QPoint start = middleOf(index);
-        QTest::mousePress(&host->window(), Qt::LeftButton, {}, start);
+        screen->pressMouse(start);
         const int step = points > 0 ? 4 : -4;
         for (int moved = step; std::abs(moved) <= std::abs(points); moved += step) {
-            QTest::mouseMove(&host->window(), start + QPoint(moved, 0), 5);
+            screen->rest(0.005);
+            screen->moveMouse(start + QPoint(moved, 0));
         }
-        QTest::mouseRelease(&host->window(), Qt::LeftButton, {}, start + QPoint(points, 0), 200);
+        screen->rest(0.2);
+        screen->releaseMouse(start + QPoint(points, 0));
     }
 };
 
 TEST_F(TimelineScreenTest, OneTickIsOneFrameInBothDirections) {
     drag(0, -80);
     waitForFrame(0, 10);
-    settle();
+    waitUntilIdle();
     EXPECT_EQ(shownFrame(0), 10);
     EXPECT_EQ(shownFrame(1), 0);
     drag(0, 32);
     waitForFrame(0, 6);
-    settle();
+    waitUntilIdle();
     EXPECT_EQ(shownFrame(0), 6);
     drag(0, 120);
     waitForFrame(0, 0);
@@ -78,32 +81,21 @@ TEST_F(TimelineScreenTest, LockedRulersMoveBothPlayersAndKeepTheirOffset) {
     drag(1, -40);
     waitForFrame(1, 5);
     ASSERT_TRUE(screen->click("lockPlaybackButton"));
-    ASSERT_TRUE(screen->wait([&] { return screen->items("timelineView").size() == 1; }));
+    ASSERT_TRUE(until([&] { return screen->items("timelineView").size() == 1; }));
     drag(0, -24);
     waitForFrame(0, 3);
     waitForFrame(1, 8);
-    settle();
+    waitUntilIdle();
     EXPECT_EQ(shownFrame(0), 3);
     EXPECT_EQ(shownFrame(1), 8);
 }
 
-/// The clock of the render loop, moved by hand.
-class DisplayClock : public QAnimationDriver {
+/// The clock of the animations, moved by hand.
+class DisplayClock {
 public:
-    DisplayClock() { install(); }
-    ~DisplayClock() override {
-        stop();
-        uninstall();
-    }
-    qint64 elapsed() const override { return now_; }
-    void frame(qint64 milliseconds) {
-        QCoreApplication::processEvents();  // an animation that has just begun joins at the next turn of the loop
-        now_ += milliseconds;
-        advance();
-    }
-
-private:
-    qint64 now_ = 0;
+    DisplayClock() { host::AnimationClock::shared().hold(); }
+    ~DisplayClock() { host::AnimationClock::shared().release(); }
+    void frame(int milliseconds) { host::AnimationClock::shared().advanceBy(milliseconds); }
 };
 
 TEST_F(TimelineScreenTest, AThrowRunsOnTheFramesOfTheDisplayAndScrubsToItsEnd) {
@@ -115,7 +107,7 @@ TEST_F(TimelineScreenTest, AThrowRunsOnTheFramesOfTheDisplayAndScrubsToItsEnd) {
     for (const int milliseconds : {8, 17, 100}) display.frame(milliseconds);
     EXPECT_NEAR(offset(0) - start, 100 + Deceleration{1000}.distance(0.125), 1e-3);
     const double before = offset(0);
-    settle();
+    screen->passFrames(3);
     EXPECT_EQ(offset(0), before) << "between frames nothing moves";
     display.frame(3000);
     EXPECT_FALSE(isThrown(0));
@@ -130,7 +122,7 @@ TEST_F(TimelineScreenTest, ResizingWhileItCoastsStepsNowhere) {
     for (const QSize size : {QSize(1100, 700), QSize(1281, 800), QSize(640, 480), QSize(1000, 900)}) {
         host->window().resize(size);
         display.frame(50);
-        ASSERT_TRUE(screen->wait([&] { return timeline(0).collectionView()->isLayoutValid(); }));
+        ASSERT_TRUE(until([&] { return timeline(0).collectionView()->isLayoutValid(); }));
         display.frame(50);
     }
     display.frame(3000);
@@ -164,13 +156,13 @@ TEST_F(TimelineScreenTest, ReducedMotionThrowsNothing) {
 TEST_F(TimelineScreenTest, ALayoutChangeUnderAStillPointerStepsNothing) {
     for (const bool isTouch : {false, true}) {
         host->window().resize(1280, 800);
-        settle();
+        waitUntilIdle();
         const QPoint start = middleOf(1);  // the right ruler, which moves
         const double place = ruler(1).mapToScene({}).x();
         if (isTouch) {
-            QTest::touchEvent(&host->window(), device()).press(7, start);
+            screen->touch({{7, QEventPoint::Pressed, start}});
         } else {
-            QTest::mousePress(&host->window(), Qt::LeftButton, {}, start);
+            screen->pressMouse(start);
         }
         ASSERT_TRUE(timeline(1).canDrag());
         host->window().resize(1120, 800);
@@ -178,55 +170,52 @@ TEST_F(TimelineScreenTest, ALayoutChangeUnderAStillPointerStepsNothing) {
             [&] { return ruler(1).mapToScene({}).x() < place - 70 && timeline(1).collectionView()->isLayoutValid(); }));
         const double before = offset(1);
         if (isTouch) {
-            QTest::touchEvent(&host->window(), device()).move(7, start + QPoint(1, 0));
+            screen->touch({{7, QEventPoint::Updated, start + QPoint(1, 0)}});
         } else {
-            QTest::mouseMove(&host->window(), start + QPoint(1, 0));
+            screen->moveMouse(start + QPoint(1, 0));
         }
-        EXPECT_TRUE(screen->wait([&] { return offset(1) != before; }));
+        EXPECT_TRUE(until([&] { return offset(1) != before; }));
         EXPECT_NEAR(offset(1), before - 1, 1e-3) << (isTouch ? "touch" : "mouse");
+        screen->rest(0.2);
         if (isTouch) {
-            QTest::touchEvent(&host->window(), device()).release(7, start + QPoint(1, 0));
+            screen->touch({{7, QEventPoint::Released, start + QPoint(1, 0)}});
         } else {
-            QTest::mouseRelease(&host->window(), Qt::LeftButton, {}, start + QPoint(1, 0), 200);
+            screen->releaseMouse(start + QPoint(1, 0));
         }
-        EXPECT_TRUE(screen->wait([&] { return !timeline(1).canDrag(); }));
+        EXPECT_TRUE(until([&] { return !timeline(1).canDrag(); }));
     }
     EXPECT_EQ(screen->frameIndex(1), 0);
 }
 
 TEST_F(TimelineScreenTest, ASecondFingerTakesOverADrag) {
     const QPoint start = middleOf(0);
-    QQuickWindow& window = host->window();
+    const QPoint second = start + QPoint(100, 0);
     const double before = offset(0);
     const auto isAt = [&](double points) {
-        return screen->wait([&] { return std::abs(offset(0) - before - points) < 1e-6; });
+        return until([&] { return std::abs(offset(0) - before - points) < 1e-6; });
     };
-    QTest::touchEvent(&window, device()).press(1, start);
-    QTest::touchEvent(&window, device()).move(1, start - QPoint(40, 0));
+    screen->touch({{1, QEventPoint::Pressed, start}});
+    screen->touch({{1, QEventPoint::Updated, start - QPoint(40, 0)}});
     EXPECT_TRUE(isAt(40));
-    QTest::touchEvent(&window, device()).stationary(1).press(2, start + QPoint(100, 0));
-    QTest::touchEvent(&window, device()).stationary(1).move(2, start + QPoint(84, 0));
+    const Finger first{1, QEventPoint::Stationary, start - QPoint(40, 0)};
+    screen->touch({first, {2, QEventPoint::Pressed, second}});
+    screen->touch({first, {2, QEventPoint::Updated, second - QPoint(16, 0)}});
     EXPECT_TRUE(isAt(56));
-    QTest::touchEvent(&window, device()).release(1, start - QPoint(40, 0)).stationary(2);
+    screen->touch({{1, QEventPoint::Released, first.position}, {2, QEventPoint::Stationary, second - QPoint(16, 0)}});
     EXPECT_TRUE(timeline(0).canDrag());
-    QTest::touchEvent(&window, device()).move(2, start + QPoint(60, 0));
+    screen->touch({{2, QEventPoint::Updated, second - QPoint(40, 0)}});
     EXPECT_TRUE(isAt(80));
-    settle();
-    QTest::touchEvent(&window, device()).release(2, start + QPoint(60, 0));
-    EXPECT_TRUE(screen->wait([&] { return !timeline(0).canDrag(); }));
+    screen->rest(0.2);
+    screen->touch({{2, QEventPoint::Released, second - QPoint(40, 0)}});
+    EXPECT_TRUE(until([&] { return !timeline(0).canDrag(); }));
     waitForFrame(0, 10);
 }
 
 TEST_F(TimelineScreenTest, AWheelNotchIsOneFrame) {
-    const QPointF middle = middleOf(0);
-    for (int i = 0; i < 3; ++i) {
-        QWheelEvent event(middle, host->window().mapToGlobal(middle), {}, {0, -120}, Qt::NoButton, Qt::NoModifier,
-                          Qt::NoScrollPhase, false);
-        QCoreApplication::sendEvent(&host->window(), &event);
-    }
+    for (int i = 0; i < 3; ++i) screen->turnWheel(middleOf(0), -1);
     waitForFrame(0, 3);
     const auto& timeline = static_cast<const TimelineView&>(*ruler(0).view());
-    EXPECT_TRUE(screen->wait([&] { return !timeline.canDrag(); })) << "the wheel comes to rest";
+    EXPECT_TRUE(until([&] { return !timeline.canDrag(); })) << "the wheel comes to rest";
 }
 
 bool isMark(const QColor& color) {
@@ -249,7 +238,7 @@ TEST_F(TimelineScreenTest, TicksFadeTowardsTheEndsAndTheMarkStandsInTheMiddle) {
     // It stays there, and nowhere else, while ticks come and go.
     for (const int points : {-12, -4, 8}) {
         drag(0, points);
-        settle();
+        waitUntilIdle();
         const QImage later = screen->grab();
         EXPECT_TRUE(isMark(later.pixelColor(place.center()))) << points;
         for (int y = 0; y < place.height(); ++y)
@@ -260,7 +249,7 @@ TEST_F(TimelineScreenTest, TicksFadeTowardsTheEndsAndTheMarkStandsInTheMiddle) {
 TEST_F(TimelineScreenTest, EveryTickIsPaintedOneDevicePixelWideWhereverTheRulerLies) {
     for (const int width : {1000, 1001, 1005}) {  // the right ruler begins on a pixel or beside one
         host->window().resize(width, 800);
-        settle();
+        waitUntilIdle();
         for (std::size_t index = 0; index < 2; ++index) {
             InfiniteCollectionView& strip = *timeline(index).collectionView();
             const QRectF place = host::ScreenDriver::rectOf(&ruler(index));

@@ -21,9 +21,8 @@ protected:
     void openTrimmer(const QStringList& clips, QSize size = QSize(1280, 800)) {
         open(clips, size);
         host->editMedia(0);
-        ASSERT_TRUE(
-            screen->wait([&] { return trimmer() && trimmer()->isEnabled() && trimmer()->thumbnailCount() > 0; }));
-        settle();
+        ASSERT_TRUE(until([&] { return trimmer() && trimmer()->isEnabled() && trimmer()->thumbnailCount() > 0; }));
+        waitUntilIdle();
     }
     TrimmerViewItem* trimmer() const {
         return qobject_cast<TrimmerViewItem*>(screen->item(QStringLiteral("trimmerView")));
@@ -32,7 +31,7 @@ protected:
     bool isOpen() const { return trimmer() != nullptr; }
     void leave() {
         ASSERT_TRUE(screen->click(QStringLiteral("cancelButton")));
-        ASSERT_TRUE(screen->wait([&] { return !isOpen(); }));
+        ASSERT_TRUE(until([&] { return !isOpen(); }));
     }
 
     QPointF inRow(double x) const {
@@ -49,9 +48,6 @@ protected:
                    {picture.x() * scale, picture.y() * scale, picture.width() * scale, picture.height() * scale})
             .value_or(-1);
     }
-    void press(const QPointF& point) { QTest::mousePress(&host->window(), Qt::LeftButton, {}, point.toPoint()); }
-    void moveTo(const QPointF& point) { QTest::mouseMove(&host->window(), point.toPoint()); }
-    void release(const QPointF& point) { QTest::mouseRelease(&host->window(), Qt::LeftButton, {}, point.toPoint()); }
 };
 
 TEST_F(TrimScreen, WhatIsKeptBetweenTheHandlesTakesTheClipsPlace) {
@@ -60,25 +56,25 @@ TEST_F(TrimScreen, WhatIsKeptBetweenTheHandlesTakesTheClipsPlace) {
     // The picture under the handle is shown while it moves: the first one that is kept, then the last.
     const QPointF start = inRow(trimmer()->startX() - 10);
     const double perSecond = (trimmer()->endX() - trimmer()->startX()) / 4;
-    press(start);
-    moveTo(start + QPointF(perSecond, 0));
-    EXPECT_TRUE(screen->wait([&] { return shownNumber() == 30; })) << shownNumber();
-    release(start + QPointF(perSecond, 0));
+    screen->pressMouse(start);
+    screen->moveMouse(start + QPointF(perSecond, 0));
+    EXPECT_TRUE(until([&] { return shownNumber() == 30; })) << shownNumber();
+    screen->releaseMouse(start + QPointF(perSecond, 0));
     const QPointF end = inRow(trimmer()->endX() + 10);
-    press(end);
-    moveTo(end - QPointF(perSecond, 0));
-    EXPECT_TRUE(screen->wait([&] { return shownNumber() == 89; })) << shownNumber();
-    release(end - QPointF(perSecond, 0));
+    screen->pressMouse(end);
+    screen->moveMouse(end - QPointF(perSecond, 0));
+    EXPECT_TRUE(until([&] { return shownNumber() == 89; })) << shownNumber();
+    screen->releaseMouse(end - QPointF(perSecond, 0));
     EXPECT_NEAR(trimmer()->startTime(), 1, 0.001);
     EXPECT_NEAR(trimmer()->endTime(), 3, 0.001);
 
     ASSERT_TRUE(screen->click(QStringLiteral("saveButton")));
-    ASSERT_TRUE(screen->wait([&] { return !isOpen(); }, 20000));
-    ASSERT_TRUE(screen->wait([&] {
+    ASSERT_TRUE(until([&] { return !isOpen(); }, 20000));
+    ASSERT_TRUE(until([&] {
         const auto player = screen->player(0);
         return player && player->currentFrame() && player->currentItem()->duration().seconds() < 3;
     }));
-    settle();
+    waitUntilIdle();
     EXPECT_NEAR(screen->player(0)->currentItem()->duration().seconds(), 2, 0.001);
     EXPECT_EQ(shownFrame(0), 30);
     EXPECT_TRUE(reports.isEmpty()) << reports.join(QLatin1Char('\n')).toStdString();
@@ -99,12 +95,12 @@ TEST_F(TrimScreen, TheKeyboardAloneTrimsAndEscapeLeaves) {
     QTest::keyClick(&host->window(), Qt::Key_Right);
     QTest::keyClick(&host->window(), Qt::Key_Right, Qt::ShiftModifier);
     EXPECT_NEAR(trimmer()->startTime(), 11 / 30.0, 1e-6);
-    EXPECT_TRUE(screen->wait([&] { return shownNumber() == 11; })) << shownNumber();
+    EXPECT_TRUE(until([&] { return shownNumber() == 11; })) << shownNumber();
     ASSERT_TRUE(focus(QStringLiteral("End")));
     QTest::keyClick(&host->window(), Qt::Key_Left);
-    EXPECT_TRUE(screen->wait([&] { return shownNumber() == 118; })) << shownNumber();
+    EXPECT_TRUE(until([&] { return shownNumber() == 118; })) << shownNumber();
     QTest::keyClick(&host->window(), Qt::Key_Escape);
-    EXPECT_TRUE(screen->wait([&] { return !isOpen(); }));
+    EXPECT_TRUE(until([&] { return !isOpen(); }));
     EXPECT_EQ(screen->playerCount(), 1U);
     EXPECT_NEAR(screen->player(0)->currentItem()->duration().seconds(), 4, 0.001);
 }
@@ -123,19 +119,19 @@ TEST_F(TrimScreen, OneKeyPressIsOneFrameWhereTheRateVaries) {
     };
     ASSERT_TRUE(focusOn(QStringLiteral("positionBar")));
     for (int press = 0; press < 130; ++press) QTest::keyClick(&host->window(), Qt::Key_Left);
-    EXPECT_TRUE(screen->wait([&] { return shownNumber() == 0; })) << shownNumber();
+    EXPECT_TRUE(until([&] { return shownNumber() == 0; })) << shownNumber();
     // Faster than pictures come, and after a while at rest.
     for (int press = 1; press <= 60; ++press) {
         QTest::keyClick(&host->window(), Qt::Key_Right);
-        if (press % 7 == 0) screen->wait(1);
+        if (press % 7 == 0) QCoreApplication::processEvents();
     }
-    EXPECT_TRUE(screen->wait([&] { return shownNumber() == 60; })) << shownNumber();
+    EXPECT_TRUE(until([&] { return shownNumber() == 60; })) << shownNumber();
     for (int number = 61; number <= 66; ++number) {
         QTest::keyClick(&host->window(), Qt::Key_Right);
-        EXPECT_TRUE(screen->wait([&] { return shownNumber() == number; })) << shownNumber();
+        EXPECT_TRUE(until([&] { return shownNumber() == number; })) << shownNumber();
     }
     QTest::keyClick(&host->window(), Qt::Key_Left, Qt::ShiftModifier);
-    EXPECT_TRUE(screen->wait([&] { return shownNumber() == 56; })) << shownNumber();
+    EXPECT_TRUE(until([&] { return shownNumber() == 56; })) << shownNumber();
     leave();
 }
 
@@ -150,14 +146,14 @@ TEST_F(TrimScreen, TheLoopNeverShowsTheFrameAfterTheCut) {
     ASSERT_TRUE(player);
     std::vector<std::int64_t> shown;
     ASSERT_TRUE(screen->click(QStringLiteral("playButton"), 0));
-    ASSERT_TRUE(screen->wait([&] { return player->currentFrame()->index() >= 150; }));
+    ASSERT_TRUE(until([&] { return player->currentFrame()->index() >= 150; }));
     const auto token = player->observeFrame([&] { shown.push_back(player->currentFrame()->index()); });
     const auto rounds = [&] {
         int count = 0;
         for (std::size_t i = 1; i < shown.size(); ++i) count += shown[i] < shown[i - 1] ? 1 : 0;
         return count;
     };
-    ASSERT_TRUE(screen->wait([&] { return rounds() >= 2; }, 20000));
+    ASSERT_TRUE(until([&] { return rounds() >= 2; }, 20000));
     for (const std::int64_t frame : shown) {
         EXPECT_GE(frame, 150);
         EXPECT_LE(frame, 179);
@@ -168,9 +164,9 @@ TEST_F(TrimScreen, TheLoopNeverShowsTheFrameAfterTheCut) {
 TEST_F(TrimScreen, TheMaskIsFilledWithThePartThatIsSaved) {
     openTrimmer({clip("h264.mp4")});
     ASSERT_TRUE(screen->click(QStringLiteral("cropButton")));
-    ASSERT_TRUE(screen->wait([&] { return crop()->isCropping(); }));
+    ASSERT_TRUE(until([&] { return crop()->isCropping(); }));
     ASSERT_TRUE(screen->click(QStringLiteral("aspectButtons"), 1));
-    settle();  // the row of shapes takes its room
+    waitUntilIdle();  // the row of shapes takes its room
     const QRectF mask = crop()->maskRect();
     EXPECT_NEAR(mask.width(), mask.height(), 1e-6);
     // The picture goes left with the finger, so that its right end fills the mask.
@@ -180,8 +176,8 @@ TEST_F(TrimScreen, TheMaskIsFilledWithThePartThatIsSaved) {
     EXPECT_NEAR(crop()->pictureRect().right(), mask.right(), 1);
     save(QStringLiteral("cropping.png"));
     ASSERT_TRUE(screen->click(QStringLiteral("saveButton")));
-    ASSERT_TRUE(screen->wait([&] { return !isOpen(); }, 30000));
-    ASSERT_TRUE(screen->wait([&] {
+    ASSERT_TRUE(until([&] { return !isOpen(); }, 30000));
+    ASSERT_TRUE(until([&] {
         const auto player = screen->player(0);
         return player && player->currentFrame() && player->currentItem()->presentationSize().width < 400;
     }));
@@ -194,66 +190,66 @@ TEST_F(TrimScreen, NothingBelowItCanBePressedAndItGoesWithTheAnalysis) {
     openTrimmer({clip("h264.mp4"), clip("gop1.mp4")}, QSize(1024, 768));
     const QRectF close = host::ScreenDriver::rectOf(screen->item(QStringLiteral("closeButton")));
     screen->clickAt(close.center());
-    settle();
+    waitUntilIdle();
     EXPECT_TRUE(isOpen());
     EXPECT_EQ(screen->playerCount(), 2U);
     // The host ends the analysis meanwhile.
     mainStore().dispatch(DismissAction(true, {}));
     mainStore().dispatch(ClearStateAction());
-    EXPECT_TRUE(screen->wait([&] { return !isOpen() && screen->playerCount() == 0; }));
-    settle();
+    EXPECT_TRUE(until([&] { return !isOpen(); }));
+    waitUntilClosed();
 }
 
 TEST_F(TrimScreen, TheProgramMayBeLeftWhileItIsOpen) {
     openTrimmer({clip("h264.mp4"), clip("gop1.mp4")}, QSize(1024, 768));
-    settle();
+    waitUntilIdle();
     host.reset();
 }
 
 TEST_F(TrimScreen, TheProgramOpensItFromItsMenuAndByKeys) {
     open({clip("h264.mp4"), clip("gop1.mp4")});
     QTest::keyClick(&host->window(), Qt::Key_E, Qt::ControlModifier | Qt::ShiftModifier);
-    ASSERT_TRUE(screen->wait([&] { return trimmer() && trimmer()->isEnabled(); }));
-    settle();
+    ASSERT_TRUE(until([&] { return trimmer() && trimmer()->isEnabled(); }));
+    waitUntilIdle();
     save(QStringLiteral("trim-two-players.png"));
     QTest::keyClick(&host->window(), Qt::Key_Escape);
-    ASSERT_TRUE(screen->wait([&] { return !isOpen(); }));
-    settle();
+    ASSERT_TRUE(until([&] { return !isOpen(); }));
+    waitUntilIdle();
     QTest::keyClick(&host->window(), Qt::Key_F10);
     const auto* entry =
         host->window().rootObject()->parentItem()->findChild<QQuickItem*>(QStringLiteral("trimFirstEntry"));
     ASSERT_TRUE(entry && entry->isVisible());
     save(QStringLiteral("menu.png"));
     screen->clickAt(host::ScreenDriver::rectOf(entry).center());
-    EXPECT_TRUE(screen->wait([&] { return isOpen(); }));
+    EXPECT_TRUE(until([&] { return isOpen(); }));
     EXPECT_FALSE(entry->isVisible());
-    ASSERT_TRUE(screen->wait([&] { return trimmer()->isEnabled(); }));
+    ASSERT_TRUE(until([&] { return trimmer()->isEnabled(); }));
     ASSERT_TRUE(screen->click(QStringLiteral("cancelButton")));
-    ASSERT_TRUE(screen->wait([&] { return !isOpen(); }));
+    ASSERT_TRUE(until([&] { return !isOpen(); }));
 }
 
 TEST_F(TrimScreen, AHandleHeldStillShowsItsSurroundings) {
     openTrimmer({QStringLiteral(VIDEOANALYSIS_SAMPLE_CLIPS_DIR "/runner.mp4")});
     const QPointF start = inRow(trimmer()->startX() - 10);
-    press(start);
-    moveTo(start + QPointF(200, 0));
-    EXPECT_TRUE(screen->wait([&] { return trimmer()->isZoomed(); }, 3000));
+    screen->pressMouse(start);
+    screen->moveMouse(start + QPointF(200, 0));
+    EXPECT_TRUE(until([&] { return trimmer()->isZoomed(); }, 3000));
     save(QStringLiteral("zoomed.png"));
-    release(start + QPointF(200, 0));
+    screen->releaseMouse(start + QPointF(200, 0));
     EXPECT_FALSE(trimmer()->isZoomed());
     ASSERT_TRUE(screen->click(QStringLiteral("cancelButton")));
-    ASSERT_TRUE(screen->wait([&] { return !isOpen(); }));
+    ASSERT_TRUE(until([&] { return !isOpen(); }));
 }
 
 TEST_F(TrimScreen, ASaveShowsItsProgressAndCanBeCancelled) {
     openTrimmer({QStringLiteral(VIDEOANALYSIS_SAMPLE_CLIPS_DIR "/runner.mp4")});
     ASSERT_TRUE(screen->click(QStringLiteral("cropButton")));
-    settle();
+    waitUntilIdle();
     screen->drawWithMouse({host::ScreenDriver::rectOf(crop()).topLeft() + crop()->maskRect().topLeft() + QPointF(2, 2),
                            host::ScreenDriver::rectOf(crop()).center() - QPointF(120, 90)});
     EXPECT_LT(crop()->maskRect().width(), crop()->pictureRect().width());
     ASSERT_TRUE(screen->click(QStringLiteral("saveButton")));
-    ASSERT_TRUE(screen->wait([&] { return screen->item(QStringLiteral("progressView")) != nullptr; }));
+    ASSERT_TRUE(until([&] { return screen->item(QStringLiteral("progressView")) != nullptr; }));
     if (crop()->isLocked()) {  // not over already
         const QRectF mask = crop()->maskRect();
         const QPointF middle = host::ScreenDriver::rectOf(crop()).topLeft() + mask.center();
@@ -262,13 +258,13 @@ TEST_F(TrimScreen, ASaveShowsItsProgressAndCanBeCancelled) {
     }
     save(QStringLiteral("saving.png"));
     ASSERT_TRUE(screen->click(QStringLiteral("cancelButton")));
-    EXPECT_TRUE(screen->wait([&] { return screen->item(QStringLiteral("progressView")) == nullptr; }));
+    EXPECT_TRUE(until([&] { return screen->item(QStringLiteral("progressView")) == nullptr; }));
     // Cancelled, or just in time: either way the screen or the new clip is there.
-    settle();
+    waitUntilIdle();
     if (isOpen()) {
         EXPECT_TRUE(trimmer()->isEnabled());
         ASSERT_TRUE(screen->click(QStringLiteral("cancelButton")));
-        ASSERT_TRUE(screen->wait([&] { return !isOpen(); }));
+        ASSERT_TRUE(until([&] { return !isOpen(); }));
     }
 }
 
@@ -296,7 +292,7 @@ TEST_F(TrimScreen, EveryControlHasRoomOnEveryScreen) {
         }
         EXPECT_GT(crop()->maskRect().width(), 200);
         ASSERT_TRUE(screen->click(QStringLiteral("cancelButton")));
-        ASSERT_TRUE(screen->wait([&] { return !isOpen(); }));
+        ASSERT_TRUE(until([&] { return !isOpen(); }));
         close();
     }
 }

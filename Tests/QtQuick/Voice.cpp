@@ -1,7 +1,6 @@
 #include "QtQuick/Voice.h"
 
-#include <QElapsedTimer>
-#include <QtTest/QTest>
+#include "Testing/ScreenDriver.h"
 
 #include <cmath>
 #include <cstddef>
@@ -72,9 +71,7 @@ Voice::Clock::time_point Voice::beep() {
     for (std::size_t i = 0; i < tone.size(); ++i) tone[i] = 0.5F * std::sin(static_cast<float>(i) * 0.13F);
     heard_ = {};
     player_.write(reinterpret_cast<const char*>(tone.data()), static_cast<qint64>(tone.size() * sizeof(float)));
-    QElapsedTimer timer;
-    timer.start();
-    while (heard_ == Clock::time_point() && timer.elapsed() < 3000) QTest::qWait(1);
+    host::ScreenDriver::wait([&] { return heard_ != Clock::time_point(); }, 3000);
     return heard_;
 }
 

@@ -6,10 +6,6 @@
 #include "VideoAnalysis/Sketch/SketchView.h"
 #include "VideoAnalysis/Video/GesturedScrollView.h"
 
-#include <QPointingDevice>
-#include <QWheelEvent>
-#include <QtTest/QTest>
-
 #include <cmath>
 
 namespace videoanalysis {
@@ -26,20 +22,13 @@ protected:
     void pinchBy(double factor, QPointF centre) const {
         const QPointF reach(60, 20);
         screen->pinch({centre - reach, centre + reach}, {centre - reach * factor, centre + reach * factor});
-        screen->wait(50);
-    }
-    void wheel(int notches, QPointF position, Qt::KeyboardModifiers modifiers = Qt::ControlModifier) const {
-        QWheelEvent event(position, host->window().mapToGlobal(position), {}, {0, 120 * notches}, {}, modifiers,
-                          Qt::NoScrollPhase, false);
-        QCoreApplication::sendEvent(&host->window(), &event);
-        screen->wait(200);
+        waitUntilIdle();
     }
 };
 
 TEST_F(ZoomTest, FingersWheelAndMiddleButtonMoveThePictureUnderThem) {
     open({clip("h264.mp4")});
     screen->drawWithMouse(stroke(0, 0.5));
-    screen->wait(50);
     ASSERT_TRUE(isInked(0, 0.5, 0.5));
     const QPointF inked = at(0, 0.5, 0.5);
 
@@ -52,24 +41,24 @@ TEST_F(ZoomTest, FingersWheelAndMiddleButtonMoveThePictureUnderThem) {
     // A stroke on the enlarged picture goes where the finger is.
     const QPointF from = at(0, 0.42, 0.46);
     screen->drawWithTouch({from, from + QPointF(30, 0), from + QPointF(60, 0), from + QPointF(90, 0)});
-    settle();
+    waitUntilIdle();
     EXPECT_EQ(strokes(), 2U);
     EXPECT_TRUE(isInked(screen->grab(), from + QPointF(30, 0)));
 
     const QPointF before = at(0, 0.5, 0.5);
-    QTest::mousePress(&host->window(), Qt::MiddleButton, {}, before.toPoint());
-    QTest::mouseMove(&host->window(), before.toPoint() + QPoint(40, 25));
-    QTest::mouseRelease(&host->window(), Qt::MiddleButton, {}, before.toPoint() + QPoint(40, 25));
+    screen->pressMouse(before, Qt::MiddleButton);
+    screen->moveMouse(before + QPointF(40, 25));
+    screen->releaseMouse(before + QPointF(40, 25), Qt::MiddleButton);
     EXPECT_LT((at(0, 0.5, 0.5) - before - QPointF(40, 25)).manhattanLength(), 2);
     EXPECT_EQ(strokes(), 2U);
 
-    wheel(-20, inked);
+    screen->turnWheel(inked, -20, Qt::ControlModifier);
     EXPECT_EQ(scrollView().zoomScale(), 1);
     EXPECT_EQ(scrollView().contentOffset(), Point());
-    EXPECT_TRUE(isInked(0, 0.5, 0.5));
-    wheel(30, inked);
+    EXPECT_TRUE(until("the drawing is sharp again", [&] { return isInked(0, 0.5, 0.5); }));
+    screen->turnWheel(inked, 30, Qt::ControlModifier);
     EXPECT_EQ(scrollView().zoomScale(), 8);
-    wheel(-1, inked, Qt::NoModifier);
+    screen->turnWheel(inked, -1);
     EXPECT_EQ(scrollView().zoomScale(), 8);
 }
 
@@ -80,7 +69,7 @@ TEST_F(ZoomTest, ASecondFingerTakesAFreshStrokeBackAndLeavesALongOne) {
     const QLineF spread(centre - QPointF(80, 0), centre + QPointF(80, 0));
     const QImage empty = screen->grab();
     screen->pinch(fingers, spread, {fingers.p1() - QPointF(0, 30), fingers.p1() - QPointF(0, 15), fingers.p1()});
-    screen->wait(50);
+    waitUntilIdle();
     EXPECT_EQ(strokes(1), 0U);
     EXPECT_NEAR(scrollView(1).zoomScale(), 2, 0.1);
     EXPECT_EQ(scrollView(0).zoomScale(), 1);
@@ -88,8 +77,8 @@ TEST_F(ZoomTest, ASecondFingerTakesAFreshStrokeBackAndLeavesALongOne) {
     // A double tap shows the whole picture again; nothing of the stroke is left on it.
     screen->drawWithTouch({centre});
     screen->drawWithTouch({centre});
-    settle();
-    EXPECT_EQ(scrollView(1).zoomScale(), 1);
+    EXPECT_TRUE(until("the whole picture is shown", [&] { return scrollView(1).zoomScale() == 1; }));
+    waitUntilIdle();
     const QRect whole = screen->pictureOf(1).toAlignedRect();
     EXPECT_EQ(screen->grab().copy(whole), empty.copy(whole));
 
@@ -108,7 +97,7 @@ TEST_F(ZoomTest, TheZoomedPartStaysInSightWhenTheWindowChanges) {
     const Point offset = scrollView().contentOffset();
     const double part = offset.x / scrollView().bounds().size.width;
     host->window().resize(768, 1024);
-    settle();
+    waitUntilIdle();
     EXPECT_NEAR(scrollView().contentOffset().x / scrollView().bounds().size.width, part, 0.02);
     EXPECT_TRUE(isInked(0, 0.48, 0.5));
 }

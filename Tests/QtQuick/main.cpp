@@ -11,6 +11,7 @@ using videoanalysis::RecordingProgram;
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
+    qputenv("QML_NO_TOUCH_COMPRESSION", "1");  // as the program does
     qputenv("QT_QPA_PLATFORM", "offscreen");
     const QGuiApplication application(argc, argv);
     if (RecordingProgram::isAskedFor()) return RecordingProgram::run();

@@ -31,15 +31,15 @@ pid_t start(const std::vector<std::string>& command, const std::string& output) 
     _exit(127);
 }
 
-void end(pid_t& child) {
+}  // namespace
+
+void SoundServer::end(pid_t& child) {
     if (child <= 0) return;
     kill(child, SIGTERM);
     kill(child, SIGCONT);  // it may be stopped
     waitpid(child, nullptr, 0);
     child = -1;
 }
-
-}  // namespace
 
 SoundServer::SoundServer() {
     std::string folder = (std::filesystem::temp_directory_path() / "sound-server-XXXXXX").string();
@@ -82,8 +82,7 @@ void SoundServer::startListening() {
     }
 }
 
-std::vector<float> SoundServer::stopListening() {
-    end(listener_);
+std::vector<float> SoundServer::heard() const {
     std::ifstream file(folder_ + "/heard", std::ios::binary);
     std::vector<float> samples;
     std::array<float, 4096> part{};

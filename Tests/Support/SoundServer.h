@@ -23,10 +23,13 @@ public:
 
     /// Begins to listen to what the device plays.
     void startListening();
-    /// What was heard since, mono, 48,000 samples a second, -1 to 1.
-    std::vector<float> stopListening();
+    /// What has been heard since, mono, 48,000 samples a second, -1 to 1.
+    std::vector<float> heard() const;
+    void stopListening() { end(listener_); }
 
 private:
+    static void end(pid_t& child);
+
     std::string folder_;
     pid_t server_ = -1;
     pid_t listener_ = -1;

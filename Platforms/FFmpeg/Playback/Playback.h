@@ -4,10 +4,10 @@
 
 #include "Platforms/FFmpeg/EngineCore.h"
 #include "Platforms/FFmpeg/MainPoster.h"
-#include "VideoAnalysis/Platform/ObserverList.h"
 #include "Platforms/FFmpeg/Playback/FrameLoader.h"
 #include "Platforms/FFmpeg/Playback/SoundPlayer.h"
 #include "VideoAnalysis/Platform/Media.h"
+#include "VideoAnalysis/Platform/ObserverList.h"
 
 #include <cstdint>
 #include <functional>
