@@ -1,5 +1,6 @@
 #include "VideoAnalysis/Analysis/State.h"
 
+#include "VideoAnalysis/Analysis/ActionLog.h"
 #include "VideoAnalysis/Analysis/AnalysisScreen.h"
 #include "VideoAnalysis/Analysis/Reducers.h"
 #include "VideoAnalysis/Platform/Platform.h"
@@ -45,7 +46,8 @@ bool State::hasPlayer(const Store<player::LocalState>& localStore) const {
 
 Store<State>& mainStore() {
     // Never destroyed: it lives as long as the process, and what it holds must not outlive the platform's own statics.
-    static const auto* store = new std::shared_ptr<Store<State>>(Store<State>::make(reduceMain, State(), {}, true));
+    static const auto* store = new std::shared_ptr<Store<State>>(
+        Store<State>::make(reduceMain, State(), debuggingMiddleware<State>("analysis"), true));
     return **store;
 }
 

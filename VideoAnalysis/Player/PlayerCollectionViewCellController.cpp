@@ -1,5 +1,6 @@
 #include "VideoAnalysis/Player/PlayerCollectionViewCellController.h"
 
+#include "VideoAnalysis/Analysis/ActionLog.h"
 #include "VideoAnalysis/Analysis/Actions.h"
 #include "VideoAnalysis/Platform/Dispatch.h"
 #include "VideoAnalysis/Platform/Platform.h"
@@ -10,6 +11,7 @@
 #include "VideoAnalysis/Timeline/TimelineView.h"
 #include "VideoAnalysis/Video/GesturedScrollView.h"
 
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -31,7 +33,9 @@ PlayerCollectionViewCellController::make(VideoAnalysisController::Object media, 
 
 PlayerCollectionViewCellController::PlayerCollectionViewCellController(Private, VideoAnalysisController::Object media,
                                                                        std::int64_t index)
-    : index(index), localStore(Store<LocalState>::make(player::reduce, LocalState(), {}, true)),
+    : index(index),
+      localStore(Store<LocalState>::make(player::reduce, LocalState(),
+                                         debuggingMiddleware<LocalState>("player " + std::to_string(index + 1)), true)),
       timelineViewThrottler(Throttle::make(timelineDelay, dispatch::mainQueue())), media_(std::move(media)) {}
 
 PlayerCollectionViewCellController::~PlayerCollectionViewCellController() { removePeriodicTimeObserver(); }
