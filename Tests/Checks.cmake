@@ -1,4 +1,5 @@
-# Checks of the tree as a whole: which way includes point, a second standard library, and the installed package.
+# Checks of the tree as a whole: which way includes point, the layout of the files, a second standard library, the installed
+# package and the combinations of platforms.
 
 add_test(NAME layering COMMAND Python3::Interpreter "${PROJECT_SOURCE_DIR}/tools/check-layering.py" "${PROJECT_SOURCE_DIR}")
 set_tests_properties(layering PROPERTIES TIMEOUT 30)
@@ -25,10 +26,26 @@ if(LIBCXX_COMPILER)
     set_tests_properties(component-libcxx PROPERTIES TIMEOUT 600 PROCESSORS 2)
 endif()
 
-# A project of somebody else's finds, builds with and runs the installed libraries.
+# Another project finds, builds with and runs the installed libraries.
+set(installArguments -D "sourceFolder=${PROJECT_SOURCE_DIR}" -D "compiler=${CMAKE_CXX_COMPILER}"
+    -D "launcher=${CMAKE_CXX_COMPILER_LAUNCHER}")
 add_test(NAME install-consumer
-    COMMAND ${CMAKE_COMMAND}
+    COMMAND ${CMAKE_COMMAND} ${installArguments}
         -D "buildFolder=${PROJECT_BINARY_DIR}" -D "scratchFolder=${CMAKE_CURRENT_BINARY_DIR}/install-consumer"
-        -D "compiler=${CMAKE_CXX_COMPILER}" -D "flags=${CMAKE_CXX_FLAGS} ${CMAKE_CXX_FLAGS_RELWITHDEBINFO}"
-        -P "${CMAKE_CURRENT_SOURCE_DIR}/Install/InstallAndConsume.cmake")
-set_tests_properties(install-consumer PROPERTIES TIMEOUT 180)
+        -D "flags=${CMAKE_CXX_FLAGS} ${CMAKE_CXX_FLAGS_RELWITHDEBINFO}"
+        -D "clips=${PROJECT_BINARY_DIR}/clips/runner.mp4\;${PROJECT_BINARY_DIR}/clips/serve.mp4"
+        -P "${CMAKE_CURRENT_SOURCE_DIR}/Install/Installed.cmake")
+set_tests_properties(install-consumer PROPERTIES TIMEOUT 300)
+
+# Each platform builds without the libraries of the others. The first run compiles the component once more.
+add_test(NAME platform-combinations
+    COMMAND ${CMAKE_COMMAND} ${installArguments}
+        -D "scratchFolder=${CMAKE_CURRENT_BINARY_DIR}/combinations" -D "pkgConfigProgram=${PKG_CONFIG_EXECUTABLE}"
+        -P "${CMAKE_CURRENT_SOURCE_DIR}/Install/Combinations.cmake")
+set_tests_properties(platform-combinations PROPERTIES TIMEOUT 1200 PROCESSORS 2)
+
+if(CLANG_FORMAT_PROGRAM)
+    add_test(NAME format COMMAND Python3::Interpreter "${PROJECT_SOURCE_DIR}/tools/check-format.py"
+        "${CLANG_FORMAT_PROGRAM}" "${PROJECT_SOURCE_DIR}")
+    set_tests_properties(format PROPERTIES TIMEOUT 120)
+endif()

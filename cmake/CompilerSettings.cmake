@@ -11,7 +11,7 @@ else()
     set(compilerWarnings -Wshadow)
 endif()
 
-# Gives TARGET the project's warnings, without passing them on to whoever links it. Presets make them errors.
+# Gives TARGET the project's warnings, without passing them on to whoever links it. The `ci` preset makes them errors.
 function(videoanalysis_warnings TARGET)
     target_compile_options(${TARGET} PRIVATE ${videoAnalysisWarnings} ${compilerWarnings})
 endfunction()

@@ -1,15 +1,31 @@
-# The libraries and programs that the parts being built need, found for all folders at once.
+# The libraries and programs that the selected parts need, found for all folders at once. The installed package looks for the
+# same pkg-config modules.
+
+set(videoAnalysisCairoModules cairo>=1.16)
+set(videoAnalysisFFmpegModules
+    libavformat>=59 libavcodec>=59 libavfilter>=8 libswscale>=6 libswresample>=4 libavutil>=57)
+set(videoAnalysisQtComponents Core Gui Qml Quick QuickControls2 Multimedia Svg)
 
 find_package(nlohmann_json 3.11 REQUIRED)
 
-if(NOT VIDEOANALYSIS_COMPONENT_ONLY)
+if(VIDEOANALYSIS_HEADLESS OR VIDEOANALYSIS_FFMPEG)
     find_package(Threads REQUIRED)
-    find_package(LibYuv REQUIRED)
-    find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Qml Quick QuickControls2 Multimedia Svg Test)
+endif()
+if(VIDEOANALYSIS_CAIRO OR VIDEOANALYSIS_FFMPEG)
     find_package(PkgConfig REQUIRED)
-    pkg_check_modules(VIDEOANALYSIS_CAIRO REQUIRED IMPORTED_TARGET cairo>=1.16)
-    pkg_check_modules(VIDEOANALYSIS_FFMPEG REQUIRED IMPORTED_TARGET
-        libavformat>=59 libavcodec>=59 libavfilter>=8 libswscale>=6 libswresample>=4 libavutil>=57)
+endif()
+if(VIDEOANALYSIS_CAIRO)
+    pkg_check_modules(VIDEOANALYSIS_CAIRO REQUIRED IMPORTED_TARGET ${videoAnalysisCairoModules})
+endif()
+if(VIDEOANALYSIS_FFMPEG)
+    find_package(LibYuv REQUIRED)
+    pkg_check_modules(VIDEOANALYSIS_FFMPEG REQUIRED IMPORTED_TARGET ${videoAnalysisFFmpegModules})
+endif()
+if(VIDEOANALYSIS_QTQUICK)
+    find_package(Qt6 6.4 REQUIRED COMPONENTS ${videoAnalysisQtComponents})
+endif()
+if(VIDEOANALYSIS_HOST)
+    find_package(Qt6 6.4 REQUIRED COMPONENTS Test)
     find_program(FFMPEG_PROGRAM ffmpeg REQUIRED)
 endif()
 
@@ -17,5 +33,6 @@ if(VIDEOANALYSIS_TESTS)
     find_package(GTest 1.12 REQUIRED)
     find_package(Python3 REQUIRED COMPONENTS Interpreter)
     find_program(LIBCXX_COMPILER clang++-14)
-    mark_as_advanced(LIBCXX_COMPILER)
+    find_program(CLANG_FORMAT_PROGRAM clang-format-14)
+    mark_as_advanced(LIBCXX_COMPILER CLANG_FORMAT_PROGRAM)
 endif()

@@ -1,5 +1,5 @@
 # shellcheck shell=bash disable=SC2034,SC2154
-# Sourced by ./run, ./test and ./bench: the Debian packages that each needs, and their installation.
+# Sourced by ./run, ./test, ./check and ./bench: the Debian packages that each needs, and their installation.
 
 # What building the program takes.
 buildPackages="cmake ninja-build g++ pkg-config nlohmann-json3-dev libcairo2-dev libyuv-dev
@@ -12,7 +12,11 @@ runPackages="qml6-module-qtquick qml6-module-qtquick-window qml6-module-qtqml-wo
     qml6-module-qtquick-dialogs qml6-module-qt-labs-folderlistmodel
     libqt6svg6 fonts-dejavu-core"
 
-testPackages="openssl pulseaudio pulseaudio-utils libgtest-dev clang-14 libc++-14-dev libc++abi-14-dev python3"
+testPackages="openssl pulseaudio pulseaudio-utils libgtest-dev clang-14 libc++-14-dev libc++abi-14-dev clang-format-14
+    python3 python3-jsonschema"
+
+# The programs that read the sources: clang-tidy, qmllint and doxygen.
+checkPackages="clang-tidy-14 qt6-declarative-dev-tools qml6-module-qtqml doxygen python3"
 
 # Players to compare with, and a display to record.
 # shellcheck disable=SC2034 # used by who sources this
@@ -40,11 +44,12 @@ ensurePackages() {
     apt-get install -y -q --no-install-recommends "${missing[@]}" </dev/null >&2
 }
 
-# Configures the preset $1 in the folder $root if it is not, or if packages have come or gone since: what was missing then is
-# found now.
+# Configures the preset $1 in the folder $root if that has not been done, or if packages or presets have changed since: what
+# was missing then is found now.
 configure() {
     local folder=$root/build/$1
-    [ "$folder/.configured" -nt /var/lib/dpkg/status ] && [ -e "$folder/build.ninja" ] && return 0
+    [ "$folder/.configured" -nt /var/lib/dpkg/status ] && [ "$folder/.configured" -nt "$root/CMakePresets.json" ] &&
+        [ -e "$folder/build.ninja" ] && return 0
     (cd "$root" && cmake --preset "$1") </dev/null && touch "$folder/.configured"
 }
 

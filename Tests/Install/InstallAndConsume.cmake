@@ -1,12 +1,27 @@
-# Installs the component and the headless platform into an empty folder, builds the consumer there and runs it.
+# Installs COMPONENTS from ${buildFolder} into an empty folder below ${scratchFolder} and builds the consumer against them.
+#
+#   consume(COMPONENTS... [OPTIONS CMAKE_OPTIONS...])
 
-file(REMOVE_RECURSE "${scratchFolder}")
-foreach(component Component Headless)
-    execute_process(COMMAND ${CMAKE_COMMAND} --install "${buildFolder}" --component ${component}
-        --prefix "${scratchFolder}/prefix" OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
-endforeach()
-execute_process(COMMAND ${CMAKE_COMMAND} -G Ninja -S "${CMAKE_CURRENT_LIST_DIR}" -B "${scratchFolder}/build"
-    -D "CMAKE_PREFIX_PATH=${scratchFolder}/prefix" -D "CMAKE_CXX_COMPILER=${compiler}" -D "CMAKE_CXX_FLAGS=${flags}"
-    COMMAND_ERROR_IS_FATAL ANY)
-execute_process(COMMAND ${CMAKE_COMMAND} --build "${scratchFolder}/build" COMMAND_ERROR_IS_FATAL ANY)
-execute_process(COMMAND "${scratchFolder}/build/consumer" COMMAND_ERROR_IS_FATAL ANY)
+function(run)
+    execute_process(COMMAND ${ARGV} OUTPUT_VARIABLE output ERROR_VARIABLE output RESULT_VARIABLE result)
+    if(NOT result EQUAL 0)
+        list(JOIN ARGV " " command)
+        message(FATAL_ERROR "${command}\n${output}")
+    endif()
+endfunction()
+
+function(consume)
+    cmake_parse_arguments(PARSE_ARGV 0 arg "" "" "OPTIONS")
+    set(components ${arg_UNPARSED_ARGUMENTS})
+    file(REMOVE_RECURSE "${scratchFolder}/prefix" "${scratchFolder}/consumer")
+    foreach(component IN LISTS components)
+        run(${CMAKE_COMMAND} --install "${buildFolder}" --component ${component} --prefix "${scratchFolder}/prefix")
+    endforeach()
+    run(${CMAKE_COMMAND} -G Ninja -S "${CMAKE_CURRENT_FUNCTION_LIST_DIR}" -B "${scratchFolder}/consumer"
+        -D "COMPONENTS=${components}" -D "CMAKE_PREFIX_PATH=${scratchFolder}/prefix" -D "CMAKE_CXX_COMPILER=${compiler}"
+        -D "CMAKE_CXX_FLAGS=${flags}" -D "CMAKE_CXX_COMPILER_LAUNCHER=${launcher}" ${arg_OPTIONS})
+    run(${CMAKE_COMMAND} --build "${scratchFolder}/consumer")
+    if("Headless" IN_LIST components)
+        run("${scratchFolder}/consumer/consumer")
+    endif()
+endfunction()

@@ -1,0 +1,53 @@
+# Configures and builds the component with one platform at a time while the libraries of the others cannot be found, and
+# consumes what that installs. All in one build folder, so that the component is compiled once.
+
+include("${CMAKE_CURRENT_LIST_DIR}/InstallAndConsume.cmake")
+
+set(buildFolder "${scratchFolder}/build")
+file(MAKE_DIRECTORY "${scratchFolder}")
+
+# combination(PLATFORM [PACKAGES CMAKE_PACKAGES...] [MODULES PKG_CONFIG_PATTERN]): PLATFORM may find these and no others.
+function(combination)
+    cmake_parse_arguments(PARSE_ARGV 0 arg "" "MODULES" "PACKAGES")
+    set(platform ${arg_UNPARSED_ARGUMENTS})
+    message(STATUS "The component and: ${platform}")
+    set(options)
+    foreach(package Qt6 LibYuv Threads)
+        if(NOT package IN_LIST arg_PACKAGES)
+            list(APPEND options -D CMAKE_DISABLE_FIND_PACKAGE_${package}=ON)
+        endif()
+    endforeach()
+    # Knows the permitted modules only.
+    set(pkgConfig "${scratchFolder}/pkg-config")
+    file(WRITE "${pkgConfig}" "#!/bin/sh
+for argument; do
+    case \"$argument\" in
+        -*|[0-9]*|'>='|${arg_MODULES}) ;;
+        *) exit 1 ;;
+    esac
+done
+exec '${pkgConfigProgram}' \"$@\"
+")
+    file(CHMOD "${pkgConfig}" PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+    list(APPEND options -D "PKG_CONFIG_EXECUTABLE=${pkgConfig}")
+
+    set(selection)
+    foreach(option HEADLESS CAIRO FFMPEG QTQUICK)
+        string(TOUPPER "${platform}" wanted)
+        if(option IN_LIST wanted)
+            list(APPEND selection -D VIDEOANALYSIS_${option}=ON)
+        else()
+            list(APPEND selection -D VIDEOANALYSIS_${option}=OFF)
+        endif()
+    endforeach()
+    run(${CMAKE_COMMAND} --fresh -G Ninja -S "${sourceFolder}" -B "${buildFolder}" -D "CMAKE_CXX_COMPILER=${compiler}"
+        ${selection} ${options})
+    run(${CMAKE_COMMAND} --build "${buildFolder}" --parallel 2)
+    consume(Component ${platform} OPTIONS ${options})
+endfunction()
+
+combination()
+combination(Headless PACKAGES Threads)
+combination(Cairo MODULES "cairo*")
+combination(FFmpeg PACKAGES Threads LibYuv MODULES "libav*|libsw*")
+combination(QtQuick PACKAGES Threads Qt6)
