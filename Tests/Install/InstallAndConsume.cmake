@@ -17,8 +17,9 @@ function(consume)
     foreach(component IN LISTS components)
         run(${CMAKE_COMMAND} --install "${buildFolder}" --component ${component} --prefix "${scratchFolder}/prefix")
     endforeach()
+    list(JOIN components "," commaSeparated)
     run(${CMAKE_COMMAND} -G Ninja -S "${CMAKE_CURRENT_FUNCTION_LIST_DIR}" -B "${scratchFolder}/consumer"
-        -D "COMPONENTS=${components}" -D "CMAKE_PREFIX_PATH=${scratchFolder}/prefix" -D "CMAKE_CXX_COMPILER=${compiler}"
+        -D "COMPONENTS=${commaSeparated}" -D "CMAKE_PREFIX_PATH=${scratchFolder}/prefix" -D "CMAKE_CXX_COMPILER=${compiler}"
         -D "CMAKE_CXX_FLAGS=${flags}" -D "CMAKE_CXX_COMPILER_LAUNCHER=${launcher}" ${arg_OPTIONS})
     run(${CMAKE_COMMAND} --build "${scratchFolder}/consumer")
     if("Headless" IN_LIST components)
