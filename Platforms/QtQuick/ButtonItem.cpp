@@ -1,27 +1,10 @@
 #include "Platforms/QtQuick/ButtonItem.h"
 
 #include <QKeyEvent>
-#include <QMouseEvent>
-
-#include <utility>
 
 namespace videoanalysis {
-namespace {
 
-constexpr int longPressMilliseconds = 500;
-
-}  // namespace
-
-ButtonItem::ButtonItem(QQuickItem* parent) : ControlItem(std::make_shared<ui::Button>(), parent) {
-    longPressTimer_.setSingleShot(true);
-    longPressTimer_.setInterval(longPressMilliseconds);
-    longPressTimer_.callOnTimeout(this, [this] {
-        const auto recognizer = button() ? button()->longPressGestureRecognizer : nullptr;
-        if (!recognizer || !button()->isEnabled()) return;
-        isLongPress_ = true;
-        recognizer->update(ui::GestureState::began, {pressPosition_.x(), pressPosition_.y()});
-    });
-}
+ButtonItem::ButtonItem(QQuickItem* parent) : ControlItem(std::make_shared<ui::Button>(), parent) {}
 
 QString ButtonItem::title() const { return button() ? QString::fromStdString(button()->title()) : QString(); }
 
@@ -46,38 +29,7 @@ void ButtonItem::viewDidChange(ui::View& view, ui::Property property) {
 }
 
 void ButtonItem::click() {
-    if (isDown_) return;
-    send(ui::ControlEvent::touchDown);
-    send(ui::ControlEvent::touchUpInside);
-}
-
-void ButtonItem::mousePressEvent(QMouseEvent* event) {
-    isDown_ = true;
-    isLongPress_ = false;
-    pressPosition_ = event->position();
-    setPressed(true);
-    send(ui::ControlEvent::touchDown);
-    if (button() && button()->longPressGestureRecognizer) longPressTimer_.start();
-}
-
-void ButtonItem::mouseMoveEvent(QMouseEvent* event) { setPressed(isDown_ && contains(event->position())); }
-
-void ButtonItem::mouseReleaseEvent(QMouseEvent* event) {
-    endPress(contains(event->position()) ? ui::ControlEvent::touchUpInside : ui::ControlEvent::touchUpOutside);
-}
-
-void ButtonItem::mouseUngrabEvent() { endPress(ui::ControlEvent::touchUpOutside); }
-
-void ButtonItem::endPress(ui::ControlEvent event) {
-    if (!std::exchange(isDown_, false)) return;
-    longPressTimer_.stop();
-    setPressed(false);
-    if (std::exchange(isLongPress_, false)) {
-        const auto recognizer = button() ? button()->longPressGestureRecognizer : nullptr;
-        if (recognizer) recognizer->update(ui::GestureState::ended, {pressPosition_.x(), pressPosition_.y()});
-    } else {
-        send(event);
-    }
+    if (button()) button()->click();
 }
 
 void ButtonItem::keyPressEvent(QKeyEvent* event) {

@@ -1,11 +1,8 @@
 #pragma once
-// The item of a button: it turns presses, long presses and the keyboard into the button's actions and holds what its
-// QML look shows. `Resources/Controls/` gives it that look.
+// The item of a button: it holds what its QML look shows and lets the keyboard press it. `Resources/Controls/` gives it that look.
 
 #include "Platforms/QtQuick/ControlItem.h"
 #include "VideoAnalysis/Platform/Image.h"
-
-#include <QTimer>
 
 namespace videoanalysis {
 
@@ -41,20 +38,10 @@ Q_SIGNALS:
     void contentChanged();
 
 protected:
-    void mousePressEvent(QMouseEvent* event) override;
-    void mouseMoveEvent(QMouseEvent* event) override;
-    void mouseReleaseEvent(QMouseEvent* event) override;
-    void mouseUngrabEvent() override;
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
     ui::Button* button() const { return static_cast<ui::Button*>(view()); }
-    void endPress(ui::ControlEvent event);
-
-    QTimer longPressTimer_;
-    QPointF pressPosition_;
-    bool isDown_ = false;
-    bool isLongPress_ = false;
 };
 
 }  // namespace videoanalysis

@@ -15,15 +15,12 @@ ControlItem::ControlItem(std::shared_ptr<ui::Control> control, QQuickItem* paren
 
 void ControlItem::viewDidChange(ui::View& view, ui::Property property) {
     if (property == ui::Property::isEnabled) setEnabled(control()->isEnabled());
+    if (property == ui::Property::isHighlighted) Q_EMIT stateChanged();
     ViewItem::viewDidChange(view, property);
 }
 
 void ControlItem::setPressed(bool pressed) {
-    if (std::exchange(isPressed_, pressed) != pressed) Q_EMIT stateChanged();
-}
-
-void ControlItem::send(ui::ControlEvent event) {
-    if (control()) control()->sendActions(event);
+    if (control()) control()->setHighlighted(pressed);
 }
 
 void ControlItem::hoverEnterEvent(QHoverEvent*) {

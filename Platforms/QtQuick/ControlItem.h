@@ -24,7 +24,7 @@ public:
     /// Null once the view has gone before its item.
     ui::Control* control() const { return static_cast<ui::Control*>(view()); }
 
-    bool isPressed() const { return isPressed_; }
+    bool isPressed() const { return control() && control()->isHighlighted(); }
     bool isHovered() const { return isHovered_; }
     bool isFocusVisible() const { return isFocusVisible_; }
 
@@ -37,7 +37,6 @@ protected:
     ControlItem(std::shared_ptr<ui::Control> control, QQuickItem* parent);
 
     void setPressed(bool pressed);
-    void send(ui::ControlEvent event);
 
     void hoverEnterEvent(QHoverEvent* event) override;
     void hoverLeaveEvent(QHoverEvent* event) override;
@@ -46,7 +45,6 @@ protected:
 
 private:
     QString selector_;
-    bool isPressed_ = false;
     bool isHovered_ = false;
     bool isFocusVisible_ = false;
 };

@@ -1,9 +1,6 @@
 #include "Platforms/QtQuick/SliderItem.h"
 
 #include <QKeyEvent>
-#include <QMouseEvent>
-
-#include <algorithm>
 
 namespace videoanalysis {
 namespace {
@@ -16,10 +13,10 @@ SliderItem::SliderItem(QQuickItem* parent) : ControlItem(std::make_shared<ui::Sl
     setKeepMouseGrab(true);
 }
 
-double SliderItem::thumbPosition() const {
-    if (!slider()) return 0;
-    const double range = slider()->maximumValue() - slider()->minimumValue();
-    return range > 0 ? (slider()->value() - slider()->minimumValue()) / range : 0;
+void SliderItem::setInset(double inset) {
+    if (inset == this->inset()) return;
+    slider()->setTrackInset(inset);
+    Q_EMIT insetChanged();
 }
 
 void SliderItem::viewDidChange(ui::View& view, ui::Property property) {
@@ -31,46 +28,8 @@ void SliderItem::viewDidChange(ui::View& view, ui::Property property) {
 }
 
 void SliderItem::step(double fraction) {
-    if (!slider() || slider()->isTracking()) return;
-    slider()->setTracking(true);
-    send(ui::ControlEvent::touchDown);
-    moveThumb(thumbPosition() + fraction);
-    endTracking(ui::ControlEvent::touchUpInside);
+    if (slider()) slider()->step(fraction);
 }
-
-void SliderItem::moveThumb(double position) {
-    if (!slider()) return;
-    const float range = slider()->maximumValue() - slider()->minimumValue();
-    const float old = slider()->value();
-    slider()->setValue(slider()->minimumValue() + range * static_cast<float>(std::clamp(position, 0.0, 1.0)));
-    if (slider()->value() != old) send(ui::ControlEvent::valueChanged);
-}
-
-void SliderItem::endTracking(ui::ControlEvent event) {
-    if (!slider() || !slider()->isTracking()) return;
-    setPressed(false);
-    send(event);
-    if (slider()) slider()->setTracking(false);
-}
-
-void SliderItem::mousePressEvent(QMouseEvent* event) {
-    if (!slider()) return;
-    setPressed(true);
-    slider()->setTracking(true);
-    send(ui::ControlEvent::touchDown);
-    mouseMoveEvent(event);
-}
-
-void SliderItem::mouseMoveEvent(QMouseEvent* event) {
-    const double way = width() - 2 * inset_;
-    if (slider() && slider()->isTracking() && way > 0) moveThumb((event->position().x() - inset_) / way);
-}
-
-void SliderItem::mouseReleaseEvent(QMouseEvent* event) {
-    endTracking(contains(event->position()) ? ui::ControlEvent::touchUpInside : ui::ControlEvent::touchUpOutside);
-}
-
-void SliderItem::mouseUngrabEvent() { endTracking(ui::ControlEvent::touchUpOutside); }
 
 void SliderItem::keyPressEvent(QKeyEvent* event) {
     switch (event->key()) {

@@ -1,6 +1,5 @@
 #pragma once
-// The item of a slider: a press anywhere on it takes the thumb there, a drag moves it, the arrow keys step it.
-// `Resources/Controls/` gives it its look.
+// The item of a slider: it says where the thumb is and lets the arrow keys step it. `Resources/Controls/` gives it its look.
 
 #include "Platforms/QtQuick/ControlItem.h"
 
@@ -13,13 +12,15 @@ class SliderItem : public ControlItem {
     Q_PROPERTY(double position READ thumbPosition NOTIFY valueChanged)
     Q_PROPERTY(double value READ value NOTIFY valueChanged)
     /// How far from both ends the thumb's way begins, in points.
-    Q_PROPERTY(double inset MEMBER inset_ NOTIFY insetChanged)
+    Q_PROPERTY(double inset READ inset WRITE setInset NOTIFY insetChanged)
 
 public:
     explicit SliderItem(QQuickItem* parent = nullptr);
 
     ui::ControlEvent actionEvent() const override { return ui::ControlEvent::valueChanged; }
-    double thumbPosition() const;
+    double thumbPosition() const { return slider() ? slider()->thumbPosition() : 0; }
+    double inset() const { return slider() ? slider()->trackInset() : 0; }
+    void setInset(double inset);
     double value() const { return slider() ? static_cast<double>(slider()->value()) : 0; }
 
     void viewDidChange(ui::View& view, ui::Property property) override;
@@ -32,18 +33,10 @@ Q_SIGNALS:
     void insetChanged();
 
 protected:
-    void mousePressEvent(QMouseEvent* event) override;
-    void mouseMoveEvent(QMouseEvent* event) override;
-    void mouseReleaseEvent(QMouseEvent* event) override;
-    void mouseUngrabEvent() override;
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
     ui::Slider* slider() const { return static_cast<ui::Slider*>(view()); }
-    void moveThumb(double position);
-    void endTracking(ui::ControlEvent event);
-
-    double inset_ = 0;
 };
 
 }  // namespace videoanalysis

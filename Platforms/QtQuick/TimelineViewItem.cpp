@@ -3,11 +3,8 @@
 #include "Platforms/QtQuick/Motion.h"
 
 #include <QAbstractAnimation>
-#include <QMouseEvent>
 #include <QQuickWindow>
 #include <QSGRectangleNode>
-#include <QTouchEvent>
-#include <QWheelEvent>
 
 #include <algorithm>
 #include <cmath>
@@ -15,16 +12,10 @@
 namespace videoanalysis {
 namespace {
 
-constexpr int wheelPause = 150;     // milliseconds after which the wheel has come to rest
-constexpr double fadeShare = 0.3;   // of the width, at each end
-constexpr double longTick = 20;     // points
-constexpr double shortTick = 10;    // points
-constexpr double markHeight = 28;   // points
-constexpr double wheelNotch = 120;  // eighths of a degree
-
-constexpr qint64 mousePointer = -1;  // fingers count from 0
-
-double secondsOf(const QPointerEvent& event) { return static_cast<double>(event.timestamp()) / 1000; }
+constexpr double fadeShare = 0.3;  // of the width, at each end
+constexpr double longTick = 20;    // points
+constexpr double shortTick = 10;   // points
+constexpr double markHeight = 28;  // points
 
 }  // namespace
 
@@ -67,20 +58,8 @@ TimelineViewItem::TimelineViewItem(QQuickItem* parent)
     setKeepTouchGrab(true);
     setClip(true);
     strip()->setObserver(stripObserver_.get());
-    const auto followMotion = [this] { scroller()->isMotionReduced = Motion::shared().isReduced(); };
-    connect(&Motion::shared(), &Motion::changed, this, [this, followMotion] {
-        if (!scroller()) return;
-        followMotion();
-        if (scroller()->isMotionReduced && scroller()->isThrown()) stop();
-    });
+    connect(&Motion::shared(), &Motion::changed, this, &TimelineViewItem::followMotion);
     followMotion();
-    wheelEnd_.setSingleShot(true);
-    wheelEnd_.setInterval(wheelPause);
-    wheelEnd_.callOnTimeout(this, [this] {
-        if (!scroller()) return;
-        scroller()->endWheel();
-        if (scroller()->isThrown()) throwAnimation_->start();
-    });
     connect(this, &TimelineViewItem::markColorChanged, this, [this] { update(); });
 }
 
@@ -92,72 +71,23 @@ InfiniteCollectionView* TimelineViewItem::strip() const { return ruler() ? ruler
 
 StripScroller* TimelineViewItem::scroller() const { return ruler() ? &ruler()->scroller() : nullptr; }
 
-// ---- Input
-
-double TimelineViewItem::position(QPointF inScene) const {
-    // How the ruler is turned and scaled counts, where it lies does not.
-    const QPointF axis = mapToScene({1, 0}) - mapToScene({0, 0});
-    return QPointF::dotProduct(inScene, axis) / QPointF::dotProduct(axis, axis);
+void TimelineViewItem::viewDidChange(ui::View& view, ui::Property property) {
+    if (property == ui::Property::isDecelerating) {
+        throwAnimation_->start();
+    } else {
+        ViewItem::viewDidChange(view, property);
+    }
 }
 
-void TimelineViewItem::release(qint64 pointer, QPointF inScene, double seconds) {
-    scroller()->release(pointer, position(inScene), seconds);
-    if (scroller()->isThrown()) throwAnimation_->start();
+void TimelineViewItem::followMotion() {
+    if (!scroller()) return;
+    scroller()->isMotionReduced = Motion::shared().isReduced();
+    if (scroller()->isMotionReduced && scroller()->isThrown()) stop();
 }
 
 void TimelineViewItem::stop() {
     throwAnimation_->stop();
     if (scroller()) scroller()->stop();
-}
-
-void TimelineViewItem::mousePressEvent(QMouseEvent* event) {
-    if (scroller()) scroller()->press(mousePointer, position(event->scenePosition()), secondsOf(*event));
-}
-
-void TimelineViewItem::mouseMoveEvent(QMouseEvent* event) {
-    if (scroller()) scroller()->move(mousePointer, position(event->scenePosition()), secondsOf(*event));
-}
-
-void TimelineViewItem::mouseReleaseEvent(QMouseEvent* event) {
-    if (scroller()) release(mousePointer, event->scenePosition(), secondsOf(*event));
-}
-
-void TimelineViewItem::mouseUngrabEvent() {
-    if (scroller() && scroller()->isDragging()) stop();
-}
-
-void TimelineViewItem::touchEvent(QTouchEvent* event) {
-    event->accept();
-    if (!scroller()) return;
-    if (event->type() == QEvent::TouchCancel) {
-        stop();
-        return;
-    }
-    for (const QEventPoint& point : event->points()) {
-        const double along = position(point.scenePosition());
-        switch (point.state()) {
-            case QEventPoint::Pressed: scroller()->press(point.id(), along, secondsOf(*event)); break;
-            case QEventPoint::Updated: scroller()->move(point.id(), along, secondsOf(*event)); break;
-            case QEventPoint::Released: release(point.id(), point.scenePosition(), secondsOf(*event)); break;
-            default: break;
-        }
-    }
-}
-
-void TimelineViewItem::touchUngrabEvent() {
-    if (scroller() && scroller()->isDragging()) stop();
-}
-
-/// A drag like any other: one notch of a wheel is one tick, a trackpad moves the strip by its own points.
-void TimelineViewItem::wheelEvent(QWheelEvent* event) {
-    if (!scroller() || scroller()->isDragging()) return;
-    const bool hasPixels = !event->pixelDelta().isNull();
-    const QPointF delta = hasPixels ? QPointF(event->pixelDelta())
-                                    : QPointF(event->angleDelta()) * (TimelineView::cellWidth / wheelNotch);
-    const double along = std::abs(delta.x()) > std::abs(delta.y()) ? delta.x() : delta.y();
-    scroller()->wheel(-along);
-    wheelEnd_.start();
-    event->accept();
 }
 
 void TimelineViewItem::itemChange(ItemChange change, const ItemChangeData& data) {

@@ -1,12 +1,11 @@
 #pragma once
-// The item of a ruler: it paints the ticks of the cells in sight and hands fingers, mouse, wheel and the frames of the display to the
-// ruler's scroller, which makes drags and throws of them.
+// The item of a ruler: it paints the ticks of the cells in sight and passes input and, during a throw, the frames of the display to
+// the ruler.
 
 #include "Platforms/QtQuick/ViewItem.h"
 #include "VideoAnalysis/Views.h"
 
 #include <QColor>
-#include <QTimer>
 
 #include <memory>
 
@@ -22,17 +21,12 @@ public:
     explicit TimelineViewItem(QQuickItem* parent = nullptr);
     ~TimelineViewItem() override;
 
+    void viewDidChange(ui::View& view, ui::Property property) override;
+
 Q_SIGNALS:
     void markColorChanged();
 
 protected:
-    void mousePressEvent(QMouseEvent* event) override;
-    void mouseMoveEvent(QMouseEvent* event) override;
-    void mouseReleaseEvent(QMouseEvent* event) override;
-    void mouseUngrabEvent() override;
-    void touchEvent(QTouchEvent* event) override;
-    void touchUngrabEvent() override;
-    void wheelEvent(QWheelEvent* event) override;
     void itemChange(ItemChange change, const ItemChangeData& data) override;
     void geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) override;
     QSGNode* updatePaintNode(QSGNode* node, UpdatePaintNodeData* data) override;
@@ -45,15 +39,12 @@ private:
     TimelineView* ruler() const { return static_cast<TimelineView*>(view()); }
     InfiniteCollectionView* strip() const;
     StripScroller* scroller() const;
-    /// Along the ruler's axis, in a frame of reference that stays where the window is.
-    double position(QPointF inScene) const;
-    void release(qint64 pointer, QPointF inScene, double seconds);
+    void followMotion();
     void stop();
 
     QColor markColor_ = Qt::white;
     std::unique_ptr<StripObserver> stripObserver_;
     std::unique_ptr<ThrowAnimation> throwAnimation_;
-    QTimer wheelEnd_;
 };
 
 }  // namespace videoanalysis

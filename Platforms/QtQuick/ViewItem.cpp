@@ -3,11 +3,32 @@
 #include "Platforms/QtQuick/Motion.h"
 
 #include <QMouseEvent>
+#include <QNativeGestureEvent>
+#include <QTouchEvent>
+#include <QWheelEvent>
 #include <QtMath>
 
 #include <utility>
+#include <vector>
 
 namespace videoanalysis {
+namespace {
+
+constexpr std::int64_t mousePointer = -1;  // fingers count from 0
+constexpr double wheelNotch = 120;         // eighths of a degree
+
+Point toPoint(QPointF point) { return {point.x(), point.y()}; }
+
+ui::PointerButton toButton(Qt::MouseButton button) {
+    switch (button) {
+        case Qt::LeftButton: return ui::PointerButton::left;
+        case Qt::MiddleButton: return ui::PointerButton::middle;
+        case Qt::RightButton: return ui::PointerButton::right;
+        default: return ui::PointerButton::none;
+    }
+}
+
+}  // namespace
 
 QColor toQColor(const Color& color) {
     const auto component = [](double value) { return static_cast<float>(qBound(0.0, value, 1.0)); };
@@ -66,8 +87,6 @@ void ViewItem::geometryChange(const QRectF& newGeometry, const QRectF& oldGeomet
     updateFrame();
 }
 
-void ViewItem::mousePressEvent(QMouseEvent* event) { event->setAccepted(isSolid_); }
-
 /// Where the item's parent lies in the item of the view above: items that are no views may lie between.
 QPointF ViewItem::superviewOffset() const {
     QPointF offset;
@@ -120,6 +139,89 @@ void ViewItem::followAlpha() {
     }
     updateVisibility();  // what is invisible takes no presses either
     Q_EMIT alphaChanged();
+}
+
+// ---- Input
+
+ui::PointerEvent ViewItem::pointerEvent(ui::PointerPhase phase, const QEventPoint& point, ulong timestamp) const {
+    const QPointF origin = mapToScene({0, 0});
+    const auto along = [&](QPointF unit) {
+        const QPointF axis = mapToScene(unit) - origin;
+        return QPointF::dotProduct(point.scenePosition(), axis) / QPointF::dotProduct(axis, axis);
+    };
+    return {.pointer = point.id(),
+            .phase = phase,
+            .position = toPoint(point.position()),
+            .windowPosition = {along({1, 0}), along({0, 1})},
+            .time = static_cast<double>(timestamp) / 1000};
+}
+
+bool ViewItem::pass(std::span<const ui::PointerEvent> events) {
+    if (!view_) return false;
+    const std::shared_ptr<ui::View> keepAlive = view_->shared_from_this();
+    return keepAlive->handlePointers(events);
+}
+
+bool ViewItem::passMouse(QMouseEvent& event, ui::PointerPhase phase) {
+    ui::PointerEvent pointer = pointerEvent(phase, event.point(0), event.timestamp());
+    pointer.pointer = mousePointer;
+    const bool isPen = event.pointerType() == QPointingDevice::PointerType::Pen;
+    pointer.kind = isPen ? ui::PointerKind::pen : ui::PointerKind::mouse;
+    pointer.button = toButton(event.button());
+    return pass({&pointer, 1});
+}
+
+void ViewItem::mousePressEvent(QMouseEvent* event) {
+    event->setAccepted(passMouse(*event, ui::PointerPhase::began) || isSolid_);
+}
+
+void ViewItem::mouseMoveEvent(QMouseEvent* event) { passMouse(*event, ui::PointerPhase::moved); }
+
+void ViewItem::mouseReleaseEvent(QMouseEvent* event) { passMouse(*event, ui::PointerPhase::ended); }
+
+void ViewItem::mouseUngrabEvent() {
+    ui::PointerEvent cancelled;
+    cancelled.phase = ui::PointerPhase::cancelled;
+    pass({&cancelled, 1});
+}
+
+void ViewItem::touchEvent(QTouchEvent* event) {
+    if (event->type() == QEvent::TouchCancel) return touchUngrabEvent();
+    std::vector<ui::PointerEvent> changed;
+    for (const QEventPoint& point : event->points()) {
+        const auto add = [&](ui::PointerPhase phase) {
+            changed.push_back(pointerEvent(phase, point, event->timestamp()));
+        };
+        switch (point.state()) {
+            case QEventPoint::Pressed: add(ui::PointerPhase::began); break;
+            case QEventPoint::Updated: add(ui::PointerPhase::moved); break;
+            case QEventPoint::Released: add(ui::PointerPhase::ended); break;
+            default: break;
+        }
+    }
+    event->setAccepted(pass(changed));
+}
+
+void ViewItem::touchUngrabEvent() { mouseUngrabEvent(); }
+
+void ViewItem::wheelEvent(QWheelEvent* event) {
+    const QPointF notches = QPointF(event->angleDelta()) / wheelNotch;
+    event->setAccepted(view_ &&
+                       view_->handleWheel({.position = toPoint(event->position()),
+                                           .notches = toPoint(notches),
+                                           .points = toPoint(event->pixelDelta()),
+                                           .isControlDown = event->modifiers().testFlag(Qt::ControlModifier)}));
+}
+
+bool ViewItem::event(QEvent* event) {
+    if (event->type() == QEvent::NativeGesture && view_) {
+        const auto& gesture = static_cast<const QNativeGestureEvent&>(*event);
+        if (gesture.gestureType() == Qt::ZoomNativeGesture &&
+            view_->handleMagnify({toPoint(gesture.position()), 1 + gesture.value()})) {
+            return true;
+        }
+    }
+    return QQuickItem::event(event);
 }
 
 }  // namespace videoanalysis

@@ -1,7 +1,6 @@
 #pragma once
-// The Qt Quick item that stands for one view of the component: it shows the view's properties, and where the layout
-// puts the item becomes the view's frame. The QML files are made of these; every other item of this folder derives from
-// it.
+// The Qt Quick item of one view of the component: it shows the view's properties, passes input to the view, and where the layout
+// puts the item becomes the view's frame. The QML files are made of these; every other item of this folder derives from it.
 
 #include "VideoAnalysis/Platform/UI/View.h"
 
@@ -11,6 +10,7 @@
 #include <QVariantAnimation>
 
 #include <memory>
+#include <span>
 
 namespace videoanalysis {
 
@@ -76,9 +76,20 @@ protected:
     ViewItem(std::shared_ptr<ui::View> view, QQuickItem* parent);
 
     void geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) override;
+    // Pointers reach the view of an item that accepts mouse buttons or touches.
+    bool event(QEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseUngrabEvent() override;
+    void touchEvent(QTouchEvent* event) override;
+    void touchUngrabEvent() override;
+    void wheelEvent(QWheelEvent* event) override;
 
 private:
+    bool passMouse(QMouseEvent& event, ui::PointerPhase phase);
+    bool pass(std::span<const ui::PointerEvent> events);
+    ui::PointerEvent pointerEvent(ui::PointerPhase phase, const QEventPoint& point, ulong timestamp) const;
     QPointF superviewOffset() const;
     void updateFrame();
     void updateVisibility();

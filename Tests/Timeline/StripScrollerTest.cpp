@@ -2,6 +2,7 @@
 
 #include "VideoAnalysis/Timeline/StripScroller.h"
 #include "Tests/Support/ComponentTest.h"
+#include "Tests/Support/Pointers.h"
 #include "VideoAnalysis/Timeline/InfiniteLayout.h"
 #include "VideoAnalysis/Timeline/TimelineView.h"
 
@@ -38,16 +39,16 @@ protected:
     double offset() const { return strip.contentOffset().x; }
     /// One pointer along `path` of (seconds, position), released at `end`. Returns the velocity that the strip's delegate hears.
     double stroke(const std::vector<std::pair<double, double>>& path, double end) {
-        scroller.press(1, path.front().second, path.front().first);
-        for (const auto& [seconds, position] : path) scroller.move(1, position, seconds);
-        scroller.release(1, path.back().second, end);
+        press(scroller, 1, path.front().second, path.front().first);
+        for (const auto& [seconds, position] : path) move(scroller, 1, position, seconds);
+        release(scroller, 1, path.back().second, end);
         return target->velocity;
     }
     /// A throw of 1,000 points a second that is still at its beginning, at offset 50,000.
     void throwStrip() {
-        scroller.press(1, 0, 0);
-        for (int i = 1; i <= 10; ++i) scroller.move(1, -10 * i, 0.01 * i);
-        scroller.release(1, -100, 0.1);
+        press(scroller, 1, 0, 0);
+        for (int i = 1; i <= 10; ++i) move(scroller, 1, -10 * i, 0.01 * i);
+        release(scroller, 1, -100, 0.1);
         ASSERT_TRUE(scroller.isThrown());
         strip.setContentOffset({50000, 0});
         target->calls.clear();
@@ -77,7 +78,7 @@ TEST_F(StripScrollerTest, AThrowFollowsItsClosedFormToRest) {
 
 TEST_F(StripScrollerTest, APointerAStopAndTheOwnerEndAThrowWhereItIs) {
     const std::vector<std::function<void()>> ends{
-        [&] { scroller.press(2, 300, 1); },
+        [&] { press(scroller, 2, 300, 1); },
         [&] { scroller.wheel(0); },
         [&] { scroller.stop(); },
         [&] { strip.stopScrolling(); },
@@ -118,41 +119,41 @@ TEST_F(StripScrollerTest, TheLastMomentsBeforeTheReleaseDecideAboutTheThrow) {
     EXPECT_GT(stroke(slipping, 0.105), 800) << "a finger that slips as it leaves still throws";
 
     // 60 events a second, and the release carries the last position.
-    scroller.press(1, 0, 10);
-    scroller.move(1, -16, 10.016);
-    scroller.release(1, -32, 10.032);
+    press(scroller, 1, 0, 10);
+    move(scroller, 1, -16, 10.016);
+    release(scroller, 1, -32, 10.032);
     EXPECT_NEAR(target->velocity, 1000, 1e-6);
     // No time has passed, or none that is known.
     EXPECT_EQ(stroke({{5, 0}, {5, -40}}, 5), 0);
     EXPECT_EQ(stroke({{5, 0}, {4, -40}}, 3), 0);
-    scroller.press(1, 0, 1);
-    scroller.move(1, std::numeric_limits<double>::quiet_NaN(), 1.01);
-    scroller.move(1, -8, std::numeric_limits<double>::infinity());
-    scroller.release(1, 0, std::numeric_limits<double>::quiet_NaN());
+    press(scroller, 1, 0, 1);
+    move(scroller, 1, std::numeric_limits<double>::quiet_NaN(), 1.01);
+    move(scroller, 1, -8, std::numeric_limits<double>::infinity());
+    release(scroller, 1, 0, std::numeric_limits<double>::quiet_NaN());
     EXPECT_TRUE(std::isfinite(offset()));
     EXPECT_EQ(target->velocity, 0);
 }
 
 TEST_F(StripScrollerTest, TheFingerThatCameLastDragsAndTheLastToLeaveThrows) {
-    scroller.press(1, 100, 0);
-    scroller.move(1, 90, 0.01);
+    press(scroller, 1, 100, 0);
+    move(scroller, 1, 90, 0.01);
     EXPECT_EQ(offset(), 50010);
-    scroller.press(2, 300, 0.02);
+    press(scroller, 2, 300, 0.02);
     EXPECT_EQ(offset(), 50010) << "taking over moves nothing";
-    scroller.move(1, 50, 0.03);
+    move(scroller, 1, 50, 0.03);
     EXPECT_EQ(offset(), 50010);
-    scroller.move(2, 295, 0.04);
+    move(scroller, 2, 295, 0.04);
     EXPECT_EQ(offset(), 50015);
-    scroller.release(2, 295, 0.05);
+    release(scroller, 2, 295, 0.05);
     EXPECT_TRUE(scroller.isDragging()) << "the other finger is still down";
-    scroller.move(1, 48, 0.06);
+    move(scroller, 1, 48, 0.06);
     EXPECT_EQ(offset(), 50017) << "from where it is by now";
-    scroller.press(2, 0, 0.07);
-    scroller.release(1, 48, 0.08);
-    scroller.move(2, -10, 0.08);
+    press(scroller, 2, 0, 0.07);
+    release(scroller, 1, 48, 0.08);
+    move(scroller, 2, -10, 0.08);
     EXPECT_EQ(offset(), 50027);
-    scroller.move(2, -20, 0.09);
-    scroller.release(2, -20, 0.09);
+    move(scroller, 2, -20, 0.09);
+    release(scroller, 2, -20, 0.09);
     EXPECT_NEAR(target->velocity, 1000, 1e-6) << "of that finger alone";
     EXPECT_TRUE(scroller.isThrown());
     EXPECT_EQ(target->calls, (std::vector<std::string>{"begin", "thrown"})) << "one drag for all";
@@ -162,9 +163,9 @@ TEST_F(StripScrollerTest, ATargetThatTheDelegateAdjustsIsReached) {
     for (const double adjusted : {50400.0, 49900.0, 50101.0}) {
         strip.setContentOffset({50000, 0});
         target->adjusted = adjusted;
-        scroller.press(1, 0, 0);
-        for (int i = 1; i <= 10; ++i) scroller.move(1, -10 * i, 0.01 * i);
-        scroller.release(1, -100, 0.1);
+        press(scroller, 1, 0, 0);
+        for (int i = 1; i <= 10; ++i) move(scroller, 1, -10 * i, 0.01 * i);
+        release(scroller, 1, -100, 0.1);
         double last = offset();
         for (double seconds = 0; scroller.isThrown() && seconds < 10; seconds += 0.016) {
             scroller.continueThrow(seconds);
@@ -178,7 +179,7 @@ TEST_F(StripScrollerTest, ATargetThatTheDelegateAdjustsIsReached) {
     strip.setContentOffset({50000, 0});
     target->calls.clear();
     scroller.wheel(1);
-    scroller.endWheel();
+    platform->advance(0.2);
     EXPECT_EQ(target->calls, (std::vector<std::string>{"begin", "thrown"}));
     scroller.continueThrow(10);
     EXPECT_NEAR(offset(), 50003, 1e-6);
@@ -198,10 +199,10 @@ TEST_F(StripScrollerTest, ReducedMotionLeavesOutTheThrowAndJumpsToAnAdjustedTarg
 
 TEST_F(StripScrollerTest, AStripStopsAtItsEnds) {
     strip.setContentOffset({5, 0});
-    scroller.press(1, 0, 0);
-    scroller.move(1, 50, 0.01);
+    press(scroller, 1, 0, 0);
+    move(scroller, 1, 50, 0.01);
     EXPECT_EQ(offset(), 0);
-    scroller.release(1, 50, 0.01);
+    release(scroller, 1, 50, 0.01);
     EXPECT_FALSE(scroller.isThrown()) << "there is nowhere to go";
     strip.setContentOffset({99500, 0});
     stroke({{0, 0}, {0.01, -10}, {0.02, -20}}, 0.02);
@@ -237,9 +238,9 @@ protected:
     TimelineView& ruler(std::size_t index) { return *hudOf(index).timelineView.lock(); }
     void throwRuler(std::size_t index) {
         StripScroller& scroller = ruler(index).scroller();
-        scroller.press(1, 0, 0);
-        for (int i = 1; i <= 4; ++i) scroller.move(1, -8 * i, 0.01 * i);
-        scroller.release(1, -32, 0.04);
+        press(scroller, 1, 0, 0);
+        for (int i = 1; i <= 4; ++i) move(scroller, 1, -8 * i, 0.01 * i);
+        release(scroller, 1, -32, 0.04);
         ASSERT_TRUE(scroller.isThrown());
         scroller.continueThrow(0.1);
         platform->drainMainQueue();
@@ -308,15 +309,15 @@ TEST_F(ThrownRulerTest, AHiddenOrReplacedRulerScrubsNoMore) {
     platform->drainMainQueue();
 
     StripScroller& scroller = ruler(0).scroller();
-    scroller.press(1, 0, 0);
+    press(scroller, 1, 0, 0);
     store().dispatch(SetHUDVisibleAction(false));
     platform->drainMainQueue();
     const std::int64_t frame = frameOf(0);
-    scroller.move(1, -80, 0.1);
+    move(scroller, 1, -80, 0.1);
     EXPECT_FALSE(ruler(0).canDrag()) << "a drag ends as well";
     platform->drainMainQueue();
     EXPECT_EQ(frameOf(0), frame);
-    scroller.release(1, -80, 0.1);
+    release(scroller, 1, -80, 0.1);
     store().dispatch(SetHUDVisibleAction(true));
     platform->drainMainQueue();
 

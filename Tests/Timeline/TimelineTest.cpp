@@ -1,6 +1,7 @@
 // The endless strip and the ruler made of it.
 
 #include "Tests/Support/ComponentTest.h"
+#include "Tests/Support/Pointers.h"
 #include "VideoAnalysis/Timeline/InfiniteDataSources.h"
 #include "VideoAnalysis/Timeline/InfiniteLayout.h"
 #include "VideoAnalysis/Timeline/TimelineView.h"
@@ -84,9 +85,9 @@ TEST_F(TimelineTest, TheContentIsRepeatedUntilItIsLongEnoughToLoop) {
 }
 
 TEST_F(TimelineTest, LoopingCanBeSwitchedOffAndOn) {
-    ruler->scroller().press(1, 0, 0);
-    ruler->scroller().move(1, -63 * 8, 1);
-    ruler->scroller().release(1, -63 * 8, 2);
+    press(ruler->scroller(), 1, 0, 0);
+    move(ruler->scroller(), 1, -63 * 8, 1);
+    release(ruler->scroller(), 1, -63 * 8, 2);
     EXPECT_EQ(centeredTick(), 63);
     layout().setEnabled(false);
     platform->drainMainQueue();
@@ -98,14 +99,14 @@ TEST_F(TimelineTest, LoopingCanBeSwitchedOffAndOn) {
     EXPECT_EQ(scrubs->total(), 63);
 
     // It has ends now, for fingers and for throws.
-    ruler->scroller().press(1, 0, 3);
-    ruler->scroller().move(1, 2000, 3.01);
+    press(ruler->scroller(), 1, 0, 3);
+    move(ruler->scroller(), 1, 2000, 3.01);
     EXPECT_EQ(strip().contentOffset().x, 0);
-    ruler->scroller().release(1, 2000, 4);
-    ruler->scroller().press(1, 0, 5);
-    ruler->scroller().move(1, -400, 5.01);
-    ruler->scroller().move(1, -500, 5.02);
-    ruler->scroller().release(1, -500, 5.02);
+    release(ruler->scroller(), 1, 2000, 4);
+    press(ruler->scroller(), 1, 0, 5);
+    move(ruler->scroller(), 1, -400, 5.01);
+    move(ruler->scroller(), 1, -500, 5.02);
+    release(ruler->scroller(), 1, -500, 5.02);
     ruler->scroller().continueThrow(100);
     EXPECT_EQ(strip().contentOffset().x, 150 * 8 - 400);
     EXPECT_FALSE(ruler->canDrag());
@@ -209,9 +210,9 @@ TEST_F(TimelineTest, ReCentringKeepsThePlaceAndTheCells) {
 
 TEST_F(TimelineTest, ResizingWhileItMovesStepsNowhereAndKeepsWhatStandsAtTheMark) {
     StripScroller& scroller = ruler->scroller();
-    scroller.press(1, 0, 0);
-    for (int i = 1; i <= 5; ++i) scroller.move(1, -10 * i, 0.01 * i);
-    scroller.release(1, -50, 0.05);
+    press(scroller, 1, 0, 0);
+    for (int i = 1; i <= 5; ++i) move(scroller, 1, -10 * i, 0.01 * i);
+    release(scroller, 1, -50, 0.05);
     ASSERT_TRUE(scroller.isThrown());
     double seconds = 0;
     double way = 50;
@@ -267,9 +268,9 @@ TEST_F(TimelineTest, PagingStopsOnAnItem) {
     // A finger that lets go between two ticks, and one that throws: a tick comes to rest at the mark.
     strip().setVelocityMultiplier(1);
     for (const double speed : {0.0, -313.0, 700.0}) {
-        ruler->scroller().press(1, 0, 0);
-        for (int i = 1; i <= 10; ++i) ruler->scroller().move(1, -3 - speed * 0.01 * i, 0.01 * i);
-        ruler->scroller().release(1, -3 - speed * 0.1, speed == 0 ? 1 : 0.1);
+        press(ruler->scroller(), 1, 0, 0);
+        for (int i = 1; i <= 10; ++i) move(ruler->scroller(), 1, -3 - speed * 0.01 * i, 0.01 * i);
+        release(ruler->scroller(), 1, -3 - speed * 0.1, speed == 0 ? 1 : 0.1);
         EXPECT_TRUE(ruler->scroller().isThrown()) << speed;
         ruler->scroller().continueThrow(100);
         EXPECT_NEAR(distanceOfNearestTick(), 0, 1e-3) << speed;

@@ -9,9 +9,29 @@ namespace {
 constexpr double velocityWindow = 0.05;  // seconds before the release that decide about the throw
 constexpr std::size_t maxSamples = 128;  // a mouse of 1,000 events a second fills less than half
 constexpr double jitter = 2;             // points by which a finger may slip back without having turned
+constexpr double wheelRestTime = 0.15;   // seconds
 constexpr double minThrowSpeed = 60;     // points per second; slower releases stand still
 
 }  // namespace
+
+void StripScroller::handle(std::span<const ui::PointerEvent> events) {
+    for (const ui::PointerEvent& event : events) {
+        const double position = event.windowPosition.x;
+        const bool isLeft = event.button == ui::PointerButton::left;
+        switch (event.phase) {
+            case ui::PointerPhase::began:
+                if (isLeft) press(event.pointer, position, event.time);
+                break;
+            case ui::PointerPhase::moved: move(event.pointer, position, event.time); break;
+            case ui::PointerPhase::ended:
+                if (isLeft) release(event.pointer, position, event.time);
+                break;
+            case ui::PointerPhase::cancelled:
+                if (isDragging()) stop();
+                break;
+        }
+    }
+}
 
 void StripScroller::press(std::int64_t pointer, double position, double seconds) {
     if (!std::isfinite(position) || !std::isfinite(seconds)) return;
@@ -59,6 +79,7 @@ void StripScroller::wheel(double points) {
         strip_.beginDragging();
     }
     scrollBy(points);
+    wheelRest_.start(wheelRestTime, [this] { endWheel(); });
 }
 
 void StripScroller::endWheel() {
@@ -120,6 +141,7 @@ void StripScroller::endDrag(double velocity) {
     const double distance = clamped(target.x) - strip_.contentOffset().x;
     throw_ = Throw{Deceleration::over(distance), distance};
     if (isMotionReduced || distance == 0) continueThrow(throw_->deceleration.duration());
+    if (isThrown() && didBeginThrow) didBeginThrow();
 }
 
 bool StripScroller::scrollBy(double points) {

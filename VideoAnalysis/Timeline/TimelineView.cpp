@@ -4,6 +4,8 @@
 #include "VideoAnalysis/Timeline/InfiniteDataSources.h"
 #include "VideoAnalysis/Timeline/InfiniteLayout.h"
 
+#include <cmath>
+
 namespace videoanalysis {
 namespace {
 
@@ -79,9 +81,22 @@ TimelineView::TimelineView()
     collectionView_->setCollectionViewDelegate(content_);
     collectionView_->infiniteDelegate = content_;
     collectionView_->preferredCenteredIndexPath = ui::IndexPath{0, 0};  // the mark begins on a tick
+    scroller_.didBeginThrow = [this] { notify(ui::Property::isDecelerating); };
 }
 
 TimelineView::~TimelineView() = default;
+
+bool TimelineView::handlePointers(std::span<const ui::PointerEvent> events) {
+    scroller_.handle(events);
+    return true;
+}
+
+bool TimelineView::handleWheel(const ui::WheelEvent& event) {
+    const bool isTouchPad = event.points != Point();
+    const Point way = isTouchPad ? event.points : Point{event.notches.x * cellWidth, event.notches.y * cellWidth};
+    scroller_.wheel(-(std::abs(way.x) > std::abs(way.y) ? way.x : way.y));
+    return true;
+}
 
 void TimelineView::setContent(double multiplier, double length) {
     multiplier_ = multiplier;

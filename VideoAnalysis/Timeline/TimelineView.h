@@ -8,6 +8,7 @@
 #include "VideoAnalysis/Timeline/StripScroller.h"
 
 #include <memory>
+#include <span>
 
 namespace videoanalysis {
 
@@ -45,7 +46,11 @@ public:
     /// Set by the owner to ignore one programmatic update.
     bool skipNextUpdate = false;
 
-    /// Receives the pointers and frames of the screen that shows the ruler.
+    bool handlePointers(std::span<const ui::PointerEvent> events) override;
+    /// A drag like any other: one notch is one tick, a touch pad moves the strip by its own points.
+    bool handleWheel(const ui::WheelEvent& event) override;
+    /// Drags and throws. Its beginning throw notifies `isDecelerating`; the screen then calls `continueThrow` with every frame
+    /// of the display for as long as it is thrown.
     StripScroller& scroller() { return scroller_; }
     /// Something else than the ruler takes over the playback: a throw ends where it is. The steps of the ruler itself, in the
     /// middle of a call to the delegate, do not count.

@@ -9,6 +9,27 @@
 #include <utility>
 
 namespace videoanalysis {
+namespace {
+
+constexpr double zoomPerNotch = 1.25;  // times
+
+}  // namespace
+
+bool GesturedScrollView::handlePointers(std::span<const ui::PointerEvent> events) {
+    gestures_.handle(events);
+    return true;
+}
+
+bool GesturedScrollView::handleWheel(const ui::WheelEvent& event) {
+    if (!event.isControlDown) return false;
+    gestures_.zoom(std::pow(zoomPerNotch, event.notches.y), event.position);
+    return true;
+}
+
+bool GesturedScrollView::handleMagnify(const ui::MagnifyEvent& event) {
+    gestures_.zoom(event.factor, event.position);
+    return true;
+}
 
 const std::shared_ptr<ui::PanGestureRecognizer>& GesturedScrollView::customPanGestureRecognizer() {
     if (!pan_) {

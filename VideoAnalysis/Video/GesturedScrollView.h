@@ -1,13 +1,15 @@
 #pragma once
-// The zooming container of one player's picture. It turns the pans of one finger or the mouse into strokes on the sketch view
-// that lies over the video, and those of two fingers into zooming and moving.
+// The zooming container of one player's picture. Its gestures decide what pointers mean; pans become strokes on the sketch view
+// that lies over the video, pinches zoom and move the picture.
 
 #include "VideoAnalysis/Platform/UI/GestureRecognizer.h"
 #include "VideoAnalysis/Platform/UI/ScrollView.h"
+#include "VideoAnalysis/Video/PictureGestures.h"
 
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 
 namespace videoanalysis {
 
@@ -29,22 +31,29 @@ public:
     std::function<void()> didTouch;
 
     std::optional<Point> previousLocation;
-    /// Made on first use. The platform feeds it with what one finger or the left mouse button does.
+    /// Made on first use. The gestures feed it with what one finger or the left mouse button does.
     const std::shared_ptr<ui::PanGestureRecognizer>& customPanGestureRecognizer();
 
     /// A pan that begins outside the sketch view draws nothing. A stroke begins with the first movement, so a still touch
     /// leaves nothing behind; one that is cancelled is taken back.
     void handlePan(ui::GestureRecognizer& recognizer);
-    /// For the platform: the zoom changes by `factor`, within its range, and what lies under `anchor` (points of this view)
+    bool handlePointers(std::span<const ui::PointerEvent> events) override;
+    /// The wheel zooms while Control is held down; other turns of it are left to what lies below.
+    bool handleWheel(const ui::WheelEvent& event) override;
+    bool handleMagnify(const ui::MagnifyEvent& event) override;
+
+    // For the gestures.
+
+    /// The zoom changes by `factor`, within its range, and what lies under `anchor` (points of this view)
     /// stays there as far as the picture's edges allow.
     void zoom(double factor, Point anchor);
-    /// For the platform: the picture is moved by `translation` points, as far as it is larger than this view.
+    /// The picture is moved by `translation` points, as far as it is larger than this view.
     void move(Point translation);
-    /// For the platform: zooming has come to rest. The drawings are made as fine as they are shown.
+    /// Zooming has come to rest. The drawings are made as fine as they are shown.
     void zoomDidEnd();
     /// Back to the whole picture.
     void resetZoom();
-    /// For the platform: a touch has come and gone without moving.
+    /// A touch has come and gone without moving.
     void tap();
 
 protected:
@@ -55,6 +64,7 @@ private:
 
     std::shared_ptr<ui::PanGestureRecognizer> pan_;
     bool isDrawing_ = false;
+    PictureGestures gestures_{*this};
 };
 
 }  // namespace videoanalysis

@@ -1,8 +1,18 @@
 #include "VideoAnalysis/Platform/UI/Control.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace videoanalysis::ui {
+namespace {
+
+constexpr double longPressTime = 0.5;  // seconds
+
+}  // namespace
+
+bool Control::covers(Point point) const {
+    return point.x >= 0 && point.x <= bounds().size.width && point.y >= 0 && point.y <= bounds().size.height;
+}
 
 void Control::sendActions(ControlEvent event) {
     if (!isEnabled_) return;
@@ -13,6 +23,63 @@ void Control::sendActions(ControlEvent event) {
     }
 }
 
+// ---- Button
+
+bool Button::handlePointers(std::span<const PointerEvent> events) {
+    for (const PointerEvent& event : events) {
+        const bool isOurs =
+            pointer_ == event.pointer && (event.button == PointerButton::left || event.phase == PointerPhase::moved);
+        switch (event.phase) {
+            case PointerPhase::began:
+                if (!pointer_ && event.button == PointerButton::left) beginPress(event);
+                break;
+            case PointerPhase::moved:
+                if (isOurs) setHighlighted(covers(event.position));
+                break;
+            case PointerPhase::ended:
+                if (isOurs) {
+                    endPress(covers(event.position) ? ControlEvent::touchUpInside : ControlEvent::touchUpOutside);
+                }
+                break;
+            case PointerPhase::cancelled: endPress(ControlEvent::touchUpOutside); break;
+        }
+    }
+    return true;
+}
+
+void Button::beginPress(const PointerEvent& event) {
+    pointer_ = event.pointer;
+    isLongPress_ = false;
+    pressPosition_ = event.position;
+    setHighlighted(true);
+    sendActions(ControlEvent::touchDown);
+    if (!longPressGestureRecognizer) return;
+    longPress_.start(longPressTime, [this] {
+        if (!longPressGestureRecognizer || !isEnabled()) return;
+        isLongPress_ = true;
+        longPressGestureRecognizer->update(GestureState::began, pressPosition_);
+    });
+}
+
+void Button::endPress(ControlEvent event) {
+    if (!std::exchange(pointer_, std::nullopt)) return;
+    longPress_.cancel();
+    setHighlighted(false);
+    if (!std::exchange(isLongPress_, false)) {
+        sendActions(event);
+    } else if (longPressGestureRecognizer) {
+        longPressGestureRecognizer->update(GestureState::ended, pressPosition_);
+    }
+}
+
+void Button::click() {
+    if (pointer_) return;
+    sendActions(ControlEvent::touchDown);
+    sendActions(ControlEvent::touchUpInside);
+}
+
+// ---- Slider
+
 void Slider::setValue(float value) {
     if (value == value) set(value_, std::clamp(value, minimum_, maximum_), Property::value);
 }
@@ -22,6 +89,64 @@ void Slider::setRange(float minimum, float maximum) {
     set(minimum_, minimum, Property::other);
     set(maximum_, maximum, Property::other);
     setValue(value_);
+}
+
+double Slider::thumbPosition() const {
+    const double range = maximum_ - minimum_;
+    return range > 0 ? (value_ - minimum_) / range : 0;
+}
+
+bool Slider::handlePointers(std::span<const PointerEvent> events) {
+    for (const PointerEvent& event : events) {
+        const bool isOurs = pointer_ == event.pointer;
+        switch (event.phase) {
+            case PointerPhase::began:
+                if (pointer_ || event.button != PointerButton::left) break;
+                pointer_ = event.pointer;
+                setHighlighted(true);
+                isTracking_ = true;
+                sendActions(ControlEvent::touchDown);
+                dragThumb(event.position);
+                break;
+            case PointerPhase::moved:
+                if (isOurs) dragThumb(event.position);
+                break;
+            case PointerPhase::ended:
+                if (isOurs && event.button == PointerButton::left) {
+                    endTracking(covers(event.position) ? ControlEvent::touchUpInside : ControlEvent::touchUpOutside);
+                }
+                break;
+            case PointerPhase::cancelled: endTracking(ControlEvent::touchUpOutside); break;
+        }
+    }
+    return true;
+}
+
+void Slider::step(double fraction) {
+    if (isTracking_) return;
+    isTracking_ = true;
+    sendActions(ControlEvent::touchDown);
+    moveThumb(thumbPosition() + fraction);
+    endTracking(ControlEvent::touchUpInside);
+}
+
+void Slider::dragThumb(Point position) {
+    const double way = bounds().size.width - 2 * trackInset_;
+    if (isTracking_ && way > 0) moveThumb((position.x - trackInset_) / way);
+}
+
+void Slider::moveThumb(double position) {
+    const float old = value_;
+    setValue(minimum_ + (maximum_ - minimum_) * static_cast<float>(std::clamp(position, 0.0, 1.0)));
+    if (value_ != old) sendActions(ControlEvent::valueChanged);
+}
+
+void Slider::endTracking(ControlEvent event) {
+    if (!isTracking_) return;
+    pointer_.reset();
+    setHighlighted(false);
+    sendActions(event);
+    isTracking_ = false;
 }
 
 }  // namespace videoanalysis::ui

@@ -4,8 +4,10 @@
 
 #include "VideoAnalysis/Platform/Color.h"
 #include "VideoAnalysis/Platform/Geometry.h"
+#include "VideoAnalysis/Platform/UI/PointerEvent.h"
 
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -25,6 +27,7 @@ enum class Property {
     contentMode,
     isEnabled,
     isSelected,
+    isHighlighted,
     title,
     titleColor,
     image,
@@ -32,6 +35,7 @@ enum class Property {
     value,
     contentOffset,
     contentSize,
+    isDecelerating,
     zoomScale,
     contentScale,
     visibleCells,
@@ -109,6 +113,14 @@ public:
     void setNeedsDisplay(const Rect& rect);
     /// Paints `rect` into the current graphics context. Most views leave painting to their peer.
     virtual void draw(const Rect& /*rect*/) {}
+
+    // Input. The platform passes what happens over the view; each call returns whether the view has a use for it, and a press
+    // that it has no use for goes to what lies below. Pointers that were pressed here are passed on until they have ended.
+
+    /// Pointers that change together, such as two fingers that move at once, come in one call.
+    virtual bool handlePointers(std::span<const PointerEvent>) { return false; }
+    virtual bool handleWheel(const WheelEvent&) { return false; }
+    virtual bool handleMagnify(const MagnifyEvent&) { return false; }
 
     /// Not owned; null when no screen shows the view. The observer must outlive the view or take itself away.
     void setObserver(ViewObserver* observer) { observer_ = observer; }
