@@ -2,6 +2,8 @@
 #
 #   consume(COMPONENTS... [OPTIONS CMAKE_OPTIONS...])
 
+cmake_minimum_required(VERSION 3.25)
+
 function(run)
     execute_process(COMMAND ${ARGV} OUTPUT_VARIABLE output ERROR_VARIABLE output RESULT_VARIABLE result)
     if(NOT result EQUAL 0)
@@ -17,9 +19,9 @@ function(consume)
     foreach(component IN LISTS components)
         run(${CMAKE_COMMAND} --install "${buildFolder}" --component ${component} --prefix "${scratchFolder}/prefix")
     endforeach()
-    list(JOIN components "," commaSeparated)
+    list(JOIN components " " names) # a list would be taken apart on its way
     run(${CMAKE_COMMAND} -G Ninja -S "${CMAKE_CURRENT_FUNCTION_LIST_DIR}" -B "${scratchFolder}/consumer"
-        -D "COMPONENTS=${commaSeparated}" -D "CMAKE_PREFIX_PATH=${scratchFolder}/prefix" -D "CMAKE_CXX_COMPILER=${compiler}"
+        -D "COMPONENTS=${names}" -D "CMAKE_PREFIX_PATH=${scratchFolder}/prefix" -D "CMAKE_CXX_COMPILER=${compiler}"
         -D "CMAKE_CXX_FLAGS=${flags}" -D "CMAKE_CXX_COMPILER_LAUNCHER=${launcher}" ${arg_OPTIONS})
     run(${CMAKE_COMMAND} --build "${scratchFolder}/consumer")
     if("Headless" IN_LIST components)
