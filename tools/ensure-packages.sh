@@ -1,5 +1,5 @@
 # shellcheck shell=bash disable=SC2034,SC2154
-# Sourced by ./run, ./test, ./check and ./bench: the Debian packages that each needs, and their installation.
+# Sourced by ./run, ./test and ./bench: the Debian packages that each needs, and their installation.
 
 # What building the program takes.
 buildPackages="cmake ninja-build g++ pkg-config nlohmann-json3-dev libcairo2-dev libyuv-dev
@@ -13,10 +13,7 @@ runPackages="qml6-module-qtquick qml6-module-qtquick-window qml6-module-qtqml-wo
     libqt6svg6 fonts-dejavu-core"
 
 testPackages="openssl pulseaudio pulseaudio-utils libgtest-dev clang-14 libc++-14-dev libc++abi-14-dev clang-format-14
-    python3 python3-jsonschema"
-
-# The programs that read the sources: clang-tidy, qmllint and doxygen.
-checkPackages="clang-tidy-14 qt6-declarative-dev-tools qml6-module-qtqml doxygen python3"
+    python3"
 
 # Players to compare with, and a display to record.
 # shellcheck disable=SC2034 # used by who sources this
