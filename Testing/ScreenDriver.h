@@ -83,7 +83,7 @@ public:
     /// Lets the event loop run until `condition` holds; false after `milliseconds`.
     static bool wait(const std::function<bool()>& condition, int milliseconds = 10000);
     /// Waits until the screen is idle: no animation is running, screens have come and gone, every state has been delivered,
-    /// drawings are rebuilt, and all of it has been painted. False after `milliseconds`. Clips may play meanwhile; a frame on
+    /// drawings are rebuilt, and all of it has been painted. False after `milliseconds`. Clips may be playing; a frame on
     /// its way from a decoder, and a timer that has longer to run, are not waited for.
     bool waitUntilIdle(int milliseconds = 10000) const;
     /// Lets `count` frames of the display pass, whether anything is painted in them or not.
