@@ -196,28 +196,30 @@ void measureStepping(Report& report, MpvPeer& peer) {
 double sequentialDecoding() {
     std::atomic<bool> isCancelled{false};
     std::string error;
-    auto scanned = media::ClipFile::open(URL(longGroups), media::ClipFile::Content::video, isCancelled, error);
-    auto file = media::ClipFile::open(URL(longGroups), media::ClipFile::Content::video, isCancelled, error);
+    auto scanned =
+        media::ffmpeg::ClipFile::open(URL(longGroups), media::ffmpeg::ClipFile::Content::video, isCancelled, error);
+    auto file =
+        media::ffmpeg::ClipFile::open(URL(longGroups), media::ffmpeg::ClipFile::Content::video, isCancelled, error);
     if (!scanned || !file) return notMeasured;
-    media::ClipIndexBuilder builder(*scanned);
-    const media::PacketHandle packet(av_packet_alloc());
+    media::ffmpeg::ClipIndexBuilder builder(*scanned);
+    const media::ffmpeg::PacketHandle packet(av_packet_alloc());
     while (scanned->read(packet.get()) >= 0) {
         builder.add(*packet);
         av_packet_unref(packet.get());
     }
-    const auto decoder = media::ClipDecoder::make(std::move(file), std::make_shared<media::PicturePool>(), 0,
-                                                  std::int64_t{1} << 30, error);
+    const auto decoder = media::ffmpeg::ClipDecoder::make(
+        std::move(file), std::make_shared<media::ffmpeg::PicturePool>(), 0, std::int64_t{1} << 30, error);
     if (!decoder) return notMeasured;
     decoder->setIndex(builder.snapshot(true));
     decoder->start(0);
-    media::FrameHandle picture;
+    media::ffmpeg::FrameHandle picture;
     std::int64_t number = 0;
     double start = wallTime();
     int decoded = -20;  // the first ones fill the pipeline
     while (decoded < 200) {
         const auto result = decoder->next(0, picture, number);
-        if (result == media::ClipDecoder::Result::frame && ++decoded == 0) start = wallTime();
-        if (result == media::ClipDecoder::Result::end) return notMeasured;
+        if (result == media::ffmpeg::ClipDecoder::Result::frame && ++decoded == 0) start = wallTime();
+        if (result == media::ffmpeg::ClipDecoder::Result::end) return notMeasured;
     }
     return (wallTime() - start) / 200;
 }

@@ -10,7 +10,7 @@
 #include <memory>
 #include <utility>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 struct EngineCore {
     EngineCore(const FFmpegOptions& options, std::shared_ptr<AudioSink> audioSink)
@@ -24,4 +24,4 @@ struct EngineCore {
     ThreadKeeper threads;
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -25,7 +25,7 @@ constexpr std::size_t largestAllocation = std::size_t{512} << 20;
 }  // namespace
 
 FFmpegEngine::FFmpegEngine(FFmpegOptions options, std::shared_ptr<AudioSink> audioSink)
-    : core_(std::make_shared<EngineCore>(options, std::move(audioSink))) {
+    : core_(std::make_shared<ffmpeg::EngineCore>(options, std::move(audioSink))) {
     // A damaged clip makes the libraries print a line for every packet; the engine tells in one what is wrong.
     av_log_set_level(AV_LOG_QUIET);
     av_max_alloc(largestAllocation);
@@ -34,22 +34,22 @@ FFmpegEngine::FFmpegEngine(FFmpegOptions options, std::shared_ptr<AudioSink> aud
 FFmpegEngine::~FFmpegEngine() = default;
 
 std::shared_ptr<PlayerItem> FFmpegEngine::makePlayerItem(const URL& url) {
-    return std::make_shared<FFmpegPlayerItem>(Playback::open(core_, url));
+    return std::make_shared<ffmpeg::FFmpegPlayerItem>(ffmpeg::Playback::open(core_, url));
 }
 
 std::shared_ptr<Player> FFmpegEngine::makePlayer(std::shared_ptr<PlayerItem> item) {
-    const auto own = std::dynamic_pointer_cast<FFmpegPlayerItem>(item);
+    const auto own = std::dynamic_pointer_cast<ffmpeg::FFmpegPlayerItem>(item);
     if (!own) fatalError("A player was asked for with an item of another engine");
-    return std::make_shared<FFmpegPlayer>(own);
+    return std::make_shared<ffmpeg::FFmpegPlayer>(own);
 }
 
 std::shared_ptr<ImageGenerator> FFmpegEngine::makeImageGenerator(const URL& url) {
-    return std::make_shared<FFmpegImageGenerator>(core_, url);
+    return std::make_shared<ffmpeg::FFmpegImageGenerator>(core_, url);
 }
 
 std::shared_ptr<ExportSession> FFmpegEngine::startExport(const ExportRequest& request,
                                                          std::function<void(const ExportResult&)> completion) {
-    return std::make_shared<FFmpegExportSession>(core_, request, std::move(completion));
+    return std::make_shared<ffmpeg::FFmpegExportSession>(core_, request, std::move(completion));
 }
 
 const FFmpegOptions& FFmpegEngine::options() const { return core_->options; }

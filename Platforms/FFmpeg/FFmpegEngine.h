@@ -2,7 +2,7 @@
 // The media engine: opens clips with the FFmpeg libraries and shows every frame of them exactly, backward as smoothly as
 // forward. A host's platform returns one from `Platform::media`.
 
-#include "Platforms/FFmpeg/Playback/FrameCache.h"
+#include "Platforms/FFmpeg/CacheStatistics.h"
 #include "VideoAnalysis/Platform/AudioSink.h"
 #include "VideoAnalysis/Platform/Media.h"
 
@@ -12,7 +12,9 @@
 
 namespace videoanalysis::media {
 
+namespace ffmpeg {
 struct EngineCore;
+}
 
 struct FFmpegOptions {
     std::size_t cacheBudget = std::size_t{512} << 20;    ///< bytes of decoded frames, all players together
@@ -42,7 +44,7 @@ public:
     CacheStatistics cacheStatistics() const;
 
 private:
-    std::shared_ptr<EngineCore> core_;
+    std::shared_ptr<ffmpeg::EngineCore> core_;
 };
 
 }  // namespace videoanalysis::media

@@ -12,7 +12,7 @@ extern "C" {
 #include <memory>
 #include <string>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 struct LibraryDeleter {
     void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
@@ -35,4 +35,4 @@ inline std::string libraryError(int code) {
     return text;
 }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

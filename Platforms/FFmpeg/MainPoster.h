@@ -8,7 +8,7 @@
 #include <mutex>
 #include <utility>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 class MainPoster {
 public:
@@ -31,4 +31,4 @@ private:
     std::shared_ptr<dispatch::MainQueue::Inbox> inbox_;
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -13,7 +13,7 @@
 #include <random>
 #include <utility>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 namespace {
 
 constexpr int attempts = 8;
@@ -131,4 +131,4 @@ void syncFolderOf(const std::string& path) {
     ::close(descriptor);
 }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

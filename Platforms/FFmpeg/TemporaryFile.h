@@ -9,7 +9,7 @@
 
 #include <sys/types.h>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 /// A descriptor with an exclusive lock on its file, which other programs that use the same folder respect. Closing unlocks.
 class LockedFile {
@@ -70,4 +70,4 @@ private:
 /// Writes a folder's list of names to the disk.
 void syncFolderOf(const std::string& path);
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 class ThreadKeeper {
 public:
@@ -46,4 +46,4 @@ private:
     std::vector<Entry> entries_;
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

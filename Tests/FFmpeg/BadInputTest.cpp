@@ -2,6 +2,7 @@
 // picture or to a failed status, and stays within its budget.
 
 #include "FFmpeg/MediaTest.h"
+#include "Platforms/FFmpeg/Playback/FrameCache.h"
 
 #include <algorithm>
 #include <chrono>
@@ -111,7 +112,8 @@ TEST_F(BadInputTest, MutatedClipsNeitherCrashNorHang) {
             turnFor(0.03);
             EXPECT_TRUE(player->currentFrame());
             const CacheStatistics statistics = engine->cacheStatistics();
-            EXPECT_TRUE(statistics.bytes <= statistics.budget || statistics.frames <= FrameCache::minFramesPerClip)
+            EXPECT_TRUE(statistics.bytes <= statistics.budget ||
+                        statistics.frames <= ffmpeg::FrameCache::minFramesPerClip)
                 << "round " << round << ": " << statistics.bytes;
         }
         EXPECT_LE(platform->log.size(), 1U) << "round " << round << ": " << platform->log.back();

@@ -23,7 +23,7 @@
 #include <string>
 #include <vector>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 namespace {
 
 namespace files = std::filesystem;
@@ -485,4 +485,4 @@ TEST_F(ExportTest, ClipsWithFlippedBytesEndInAFileOrAReason) {
 }
 
 }  // namespace
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

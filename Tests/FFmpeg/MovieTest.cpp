@@ -1,7 +1,9 @@
 // Recordings on their way to the disk: ordinary movies in the end, and never lost, whatever happens to the program or the disk.
 
+#include "Platforms/FFmpeg/Recording/MovieFile.h"
 #include "Platforms/FFmpeg/Recording/MovieFolder.h"
 #include "Platforms/FFmpeg/Recording/MovieSound.h"
+#include "Platforms/FFmpeg/TemporaryFile.h"
 #include "Support/Movies.h"
 #include "Testing/FrameCode.h"
 #include "Testing/FrameNumber.h"
@@ -68,7 +70,7 @@ extern "C" int fdatasync(int descriptor) {
     return static_cast<int>(::syscall(SYS_fdatasync, descriptor));
 }
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 namespace {
 
 namespace fs = std::filesystem;
@@ -711,4 +713,4 @@ TEST_F(MovieTest, SoundIsHeardWhenItWasMadeAndSilenceStandsInForWhatIsMissing) {
 }
 
 }  // namespace
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -15,7 +15,7 @@ extern "C" {
 #include <libavutil/pixdesc.h>
 }
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 namespace {
 
 FrameHandle makePicture(AVPixelFormat format, int width, int height) {
@@ -172,4 +172,4 @@ TEST(PictureConverterTest, EveryOrientationMovesThePixelsAsTheMatrixSays) {
 }
 
 }  // namespace
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -9,7 +9,7 @@
 #include <mutex>
 #include <vector>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 namespace {
 
 /// A device that hears in real time what is written to it, and remembers it.
@@ -143,4 +143,4 @@ TEST_F(SoundTest, IsSilentAboveTwiceTheSpeedAndWithoutADevice) {
 }
 
 }  // namespace
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

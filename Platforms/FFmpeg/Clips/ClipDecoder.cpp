@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 std::unique_ptr<ClipDecoder> ClipDecoder::make(std::unique_ptr<ClipFile> file, std::shared_ptr<PicturePool> pool,
                                                int threads, std::int64_t maxPixels, std::string& error) {
@@ -140,4 +140,4 @@ ClipDecoder::Result ClipDecoder::next(std::int64_t keepFrom, FrameHandle& pictur
     return Result::pending;
 }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -11,7 +11,7 @@
 #include <optional>
 #include <string>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 /// Used by one thread.
 class ClipDecoder {
@@ -73,4 +73,4 @@ private:
     int readError_ = 0;
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -12,7 +12,7 @@ extern "C" {
 #include <limits>
 #include <string_view>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 namespace {
 
 constexpr auto openingLimit = std::chrono::milliseconds(1500);  // of processor time
@@ -231,4 +231,4 @@ bool ClipFile::seekToByte(std::int64_t position) {
     return av_seek_frame(format_.get(), stream_->index, position, AVSEEK_FLAG_BYTE) >= 0;
 }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

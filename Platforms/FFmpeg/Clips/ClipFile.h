@@ -15,7 +15,7 @@ extern "C" {
 #include <memory>
 #include <string>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 /// Used by one thread at a time.
 class ClipFile {
@@ -83,4 +83,4 @@ private:
     bool isEncrypted_ = false;
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -8,7 +8,7 @@ extern "C" {
 #include <algorithm>
 #include <string_view>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 namespace {
 
 // Far from overflowing when multiplied by a time base's numerator or shifted by another time stamp.
@@ -187,4 +187,4 @@ std::shared_ptr<const ClipIndex> ClipIndexBuilder::snapshot(bool isComplete) con
     return index;
 }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -13,7 +13,7 @@
 #include <optional>
 #include <vector>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 /// Immutable, so any thread may read it. During the scan, an index describes the beginning of the clip.
 ///
@@ -147,4 +147,4 @@ private:
     bool isImplausible_ = false;
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -9,7 +9,7 @@
 #include <functional>
 #include <memory>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 /// Null when the clip has no frame, claims more than its file holds, or `cancelled` became true. `file` is read from its
 /// current position to its end or to where it cannot be read further; `visit` (may be empty) sees every packet in decoding
@@ -27,4 +27,4 @@ inline std::shared_ptr<const ClipIndex> scanClip(ClipFile& file, const std::atom
     return cancelled || builder.isImplausible() ? nullptr : builder.snapshot(true);
 }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <utility>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 DecodedFrame::DecodedFrame(std::shared_ptr<const AVFrame> picture, Orientation orientation, double pixelAspect,
                            std::int64_t index, const Time& time)
@@ -27,4 +27,4 @@ Bitmap DecodedFrame::scaled(int width, int height) const {
     return convertPicture(*picture_, orientation_, std::max(width, 1), std::max(height, 1));
 }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <memory>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 class DecodedFrame : public VideoFrame {
 public:
@@ -38,4 +38,4 @@ private:
     bool isUnreadable_ = false;
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

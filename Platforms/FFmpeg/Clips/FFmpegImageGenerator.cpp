@@ -15,7 +15,7 @@
 #include <optional>
 #include <utility>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 /// What the thread and the generator share. The thread never owns the engine.
 class FFmpegImageGenerator::Worker : public std::enable_shared_from_this<Worker> {
@@ -204,4 +204,4 @@ void FFmpegImageGenerator::generate(const std::vector<Time>& times, Size maximum
 
 void FFmpegImageGenerator::cancelAll() { worker_->cancelAll(); }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -8,7 +8,7 @@
 #include <memory>
 #include <vector>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 struct EngineCore;
 
@@ -29,4 +29,4 @@ private:
     bool isStarted_ = false;
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -13,7 +13,7 @@ extern "C" {
 #include <memory>
 #include <vector>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 namespace {
 
 constexpr std::uint32_t opaqueBlack = 0xFF000000U;
@@ -225,4 +225,4 @@ Bitmap convertPicture(const AVFrame& picture, Orientation orientation, int width
     return turned(bitmap, orientation, width, height);
 }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -8,7 +8,7 @@
 
 struct AVFrame;
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 /// How a stored picture is turned to stand upright: by quarter turns clockwise first, then mirrored left to right.
 struct Orientation {
@@ -25,4 +25,4 @@ struct Orientation {
 /// `width` x `height` pixels, positive, after turning. A picture whose format cannot be converted gives a black bitmap.
 Bitmap convertPicture(const AVFrame& picture, Orientation orientation, int width, int height);
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -6,7 +6,7 @@
 #include <limits>
 #include <tuple>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 std::unique_ptr<PictureOrder> PictureOrder::make(const AVCodecParameters& parameters) {
     const AVCodecID codec = parameters.codec_id;
@@ -67,4 +67,4 @@ std::vector<std::int32_t> PictureOrder::presented() const {
     return numbers;
 }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -9,7 +9,7 @@
 #include <memory>
 #include <vector>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 /// Reads the headers of the pictures; decodes nothing. One thread.
 class PictureOrder {
@@ -48,4 +48,4 @@ private:
     AVPictureStructure openField_ = AV_PICTURE_STRUCTURE_UNKNOWN;  // of a picture whose second field is still to come
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

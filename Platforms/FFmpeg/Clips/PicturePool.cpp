@@ -14,7 +14,7 @@ extern "C" {
 #include <iterator>
 #include <utility>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 PicturePool::~PicturePool() { freeUnused(0); }
 
@@ -187,4 +187,4 @@ void PicturePool::freeUnused(std::size_t keptSize) {
     });
 }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -13,7 +13,7 @@ struct AVBufferRef;
 struct AVCodecContext;
 struct AVFrame;
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 /// Any thread. Buffers keep the pool alive.
 class PicturePool : public std::enable_shared_from_this<PicturePool> {
@@ -60,4 +60,4 @@ private:
     std::shared_ptr<PicturePool> self_;  // while any is used
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 /// The container's word counts more than the picture's.
 inline Orientation orientationOf(const AVStream& stream, const AVFrame& picture) {
@@ -32,4 +32,4 @@ inline double pixelAspectOf(AVFormatContext* format, AVStream* stream, AVFrame* 
     return aspect > 0.05 && aspect < 20 ? aspect : 1;  // anything else is damage, not a picture format
 }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

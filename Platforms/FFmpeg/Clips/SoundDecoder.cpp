@@ -11,7 +11,7 @@ extern "C" {
 #include <cmath>
 #include <cstdio>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 std::unique_ptr<SoundDecoder> SoundDecoder::open(const URL& url, const std::atomic<bool>& cancelled) {
     std::string error;
@@ -122,4 +122,4 @@ bool SoundDecoder::next(std::vector<float>& samples) {
     }
 }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -11,7 +11,7 @@
 struct AVFilterContext;
 struct AVFilterGraph;
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 /// Used by one thread.
 class SoundDecoder {
@@ -45,4 +45,4 @@ private:
     bool isAtEnd_ = false;
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -9,7 +9,7 @@ extern "C" {
 #include <algorithm>
 #include <cmath>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 namespace {
 
 constexpr int smallestSide = 32;  // pixels; encoders refuse less
@@ -194,4 +194,4 @@ int ExportEncoder::encode(const AVFrame* picture, std::int64_t ticks, const Sink
     }
 }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

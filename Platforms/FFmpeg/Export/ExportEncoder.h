@@ -11,7 +11,7 @@
 
 struct SwsContext;
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 /// Used by one thread.
 class ExportEncoder {
@@ -57,4 +57,4 @@ private:
     SwsContext* scaler_ = nullptr;
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

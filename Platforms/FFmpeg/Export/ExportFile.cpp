@@ -7,7 +7,7 @@ extern "C" {
 #include <algorithm>
 #include <utility>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 namespace {
 
 constexpr mode_t permissions = 0666;  // less the process's mask: an export is a file like any other
@@ -79,4 +79,4 @@ bool ExportFile::finish(std::string& error) {
     return false;
 }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

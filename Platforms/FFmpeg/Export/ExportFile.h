@@ -9,7 +9,7 @@
 #include <memory>
 #include <string>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 /// Used by one thread.
 class ExportFile {
@@ -47,4 +47,4 @@ private:
     std::unique_ptr<AVFormatContext, Deleter> format_;
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -16,7 +16,7 @@ extern "C" {
 #include <string_view>
 #include <utility>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 namespace {
 
 // A picture to encode takes about so many times as long as one to copy; for the progress.
@@ -508,4 +508,4 @@ void ExportJob::advance(double work) {
     progress_ = std::max(progress_.load(), std::min(workDone_ / workInAll_, beforeTheEnd));
 }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -18,7 +18,7 @@
 
 struct AVBSFContext;
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 class ExportJob {
 public:
@@ -85,4 +85,4 @@ private:
     double workInAll_ = 1;
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 namespace {
 
 // NAL unit types of the two standards (H.264 table 7-1, H.265 table 7-1).
@@ -114,4 +114,4 @@ ExportPlan ExportPlan::copyingMost(const ClipIndex& index, const std::vector<Key
     return all;
 }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 /// What a key frame allows in the stream that it begins.
 enum class KeyFrameKind : std::uint8_t {
@@ -43,4 +43,4 @@ struct ExportPlan {
                                   const Time& end);
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

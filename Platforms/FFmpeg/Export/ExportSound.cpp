@@ -11,7 +11,7 @@ extern "C" {
 #include <algorithm>
 #include <string>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 namespace {
 
 // Decoders of overlapping blocks need some sound before the first sample that counts.
@@ -204,4 +204,4 @@ int ExportSound::writeUpTo(double seconds, const Sink& sink) {
     return 0;
 }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -13,7 +13,7 @@
 struct AVFilterContext;
 struct AVFilterGraph;
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 /// Used by one thread.
 class ExportSound {
@@ -55,4 +55,4 @@ private:
     bool isFinished_ = false;
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

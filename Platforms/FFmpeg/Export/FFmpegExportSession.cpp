@@ -6,7 +6,7 @@
 
 #include <utility>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 FFmpegExportSession::FFmpegExportSession(std::shared_ptr<EngineCore> core, const ExportRequest& request,
                                          std::function<void(const ExportResult&)> completion)
@@ -31,4 +31,4 @@ double FFmpegExportSession::progress() const { return job_->progress(); }
 
 void FFmpegExportSession::cancel() { job_->cancel(); }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -6,7 +6,7 @@
 #include <functional>
 #include <memory>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 struct EngineCore;
 class ExportJob;
@@ -29,4 +29,4 @@ private:
     std::shared_ptr<std::function<void(const ExportResult&)>> completion_;  // nobody else keeps it
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -7,7 +7,7 @@
 #include <memory>
 #include <utility>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 class FFmpegPlayer : public Player {
 public:
@@ -44,4 +44,4 @@ private:
     const std::shared_ptr<Playback> playback_;
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

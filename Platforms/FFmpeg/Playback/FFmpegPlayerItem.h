@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 class FFmpegPlayerItem : public PlayerItem {
 public:
@@ -41,4 +41,4 @@ private:
     const std::shared_ptr<Playback> playback_;
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <utility>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 FrameCache::ClipNumber FrameCache::openClip() {
     const std::lock_guard lock(mutex_);
@@ -138,4 +138,4 @@ CacheStatistics FrameCache::statistics() const {
     return result;
 }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -2,6 +2,7 @@
 // Decoded frames of all open clips under one budget. Each clip's frame loader puts frames in and keeps those near its
 // playhead; hosts and tests read the statistics.
 
+#include "Platforms/FFmpeg/CacheStatistics.h"
 #include "Platforms/FFmpeg/Clips/DecodedFrame.h"
 
 #include <cstddef>
@@ -10,22 +11,10 @@
 #include <memory>
 #include <mutex>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 /// Where the frames asked for are going: `none` after a seek.
 enum class Travel { none, forward, backward };
-
-struct CacheStatistics {
-    std::size_t budget = 0;   ///< bytes
-    std::size_t bytes = 0;    ///< held now
-    std::int64_t frames = 0;  ///< held now
-    std::int64_t clips = 0;   ///< that share the budget now
-    std::int64_t hits = 0;    ///< frames asked for that were there
-    std::int64_t misses = 0;  ///< frames asked for that had to be decoded
-    std::int64_t evictions = 0;
-
-    friend bool operator==(const CacheStatistics&, const CacheStatistics&) = default;
-};
 
 /// Any thread.
 class FrameCache {
@@ -84,4 +73,4 @@ private:
     std::int64_t evictions_ = 0;
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 namespace {
 
 // While playing, this many frames beyond the playhead are decoded ahead.
@@ -363,4 +363,4 @@ void FrameLoader::handleMissing(const Goal& goal, std::shared_ptr<const DecodedF
     }
 }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -19,7 +19,7 @@
 #include <string>
 #include <thread>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 struct LoaderOptions {
     int decoderThreads = 0;                              ///< of each clip; 0 for as many as the machine has cores
@@ -142,4 +142,4 @@ private:
     Clock::time_point lastPreview_;
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

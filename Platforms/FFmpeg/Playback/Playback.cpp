@@ -10,7 +10,7 @@ extern "C" {
 #include <cmath>
 #include <utility>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 namespace {
 
 constexpr float lowestRate = 0.1F;
@@ -459,4 +459,4 @@ void Playback::tellTimeIfDue() {
     }
 }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

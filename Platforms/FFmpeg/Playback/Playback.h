@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 /// Main thread. What it tells its observers it tells in a later turn of the main queue than the change.
 class Playback : public std::enable_shared_from_this<Playback> {
@@ -144,4 +144,4 @@ private:
     std::vector<std::weak_ptr<TimeObserver>> timeObservers_;
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

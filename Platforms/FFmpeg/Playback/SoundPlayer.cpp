@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 namespace {
 
 constexpr auto pollInterval = std::chrono::milliseconds(15);
@@ -99,4 +99,4 @@ void SoundPlayer::run() {
     }
 }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -14,7 +14,7 @@
 #include <mutex>
 #include <string>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 class SoundPlayer {
 public:
@@ -60,4 +60,4 @@ private:
     Order order_;
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 SteadyTimer::~SteadyTimer() {
     {
@@ -39,4 +39,4 @@ void SteadyTimer::run() {
     }
 }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -8,7 +8,7 @@
 #include <mutex>
 #include <thread>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 class SteadyTimer {
 public:
@@ -33,4 +33,4 @@ private:
     std::thread thread_;
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -15,7 +15,7 @@ extern "C" {
 #include <system_error>
 #include <utility>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 namespace {
 
 using Seconds = std::chrono::duration<double>;
@@ -333,4 +333,4 @@ void MovieEncoder::noteFailure(const std::string& reason) {
     if (isFirst && isRunning && isOpen_ && events_.brokeOff) events_.brokeOff(line);
 }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

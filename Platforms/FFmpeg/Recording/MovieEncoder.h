@@ -4,6 +4,7 @@
 
 #include "Platforms/FFmpeg/LibraryHandles.h"
 #include "Platforms/FFmpeg/Recording/MovieFile.h"
+#include "Platforms/FFmpeg/Recording/MovieOptions.h"
 #include "Platforms/FFmpeg/Recording/MoviePictures.h"
 #include "Platforms/FFmpeg/Recording/MovieSound.h"
 #include "VideoAnalysis/Platform/Movie.h"
@@ -20,16 +21,7 @@
 #include <thread>
 #include <vector>
 
-namespace videoanalysis::media {
-
-struct MovieOptions {
-    std::string preset = "superfast";  ///< of the video encoder: how much it computes to save bytes
-    double quality = 23;               ///< its constant rate factor, 0 (best) to 51
-    double fragmentDuration = 0.5;     ///< seconds: so much may be lost when the program is killed, and a little more
-    int queueLength = 16;              ///< pictures that may wait to be encoded
-
-    friend bool operator==(const MovieOptions&, const MovieOptions&) = default;
-};
+namespace videoanalysis::media::ffmpeg {
 
 /// Called on the encoder's thread; see `recording::MovieMaker`.
 struct MovieEvents {
@@ -131,4 +123,4 @@ private:
     std::thread thread_;
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

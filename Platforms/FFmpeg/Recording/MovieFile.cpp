@@ -9,7 +9,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 namespace {
 
 constexpr int bufferSize = 1 << 16;
@@ -270,4 +270,4 @@ recording::Error finishMovie(const std::string& from, const std::string& to, con
     return "cannot finish the recording as " + to + ": " + reason;
 }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -14,7 +14,7 @@
 #include <string>
 #include <thread>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 /// Used by one thread.
 class MovieFile {
@@ -77,4 +77,4 @@ private:
 recording::Error finishMovie(const std::string& from, const std::string& to, const std::function<bool()>& isCancelled,
                              LockedFile& lock);
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

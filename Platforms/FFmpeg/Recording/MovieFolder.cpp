@@ -1,5 +1,7 @@
 #include "Platforms/FFmpeg/Recording/MovieFolder.h"
 
+#include "Platforms/FFmpeg/Recording/MovieEncoder.h"
+
 extern "C" {
 #include <libavutil/log.h>
 }
@@ -17,6 +19,10 @@ extern "C" {
 #include <utility>
 
 namespace videoanalysis::media {
+
+using ffmpeg::LockedFile;
+using ffmpeg::TemporaryFile;
+
 namespace {
 
 constexpr const char* suffix = ".mp4";
@@ -71,15 +77,17 @@ recording::Error moveByCopying(const std::string& from, const std::string& to,
 }  // namespace
 
 MovieFolder::MovieFolder(const std::string& path, MovieOptions options)
-    : path_(std::filesystem::absolute(path).lexically_normal()), options_(std::move(options)) {
+    : path_(std::filesystem::absolute(path).lexically_normal()), options_(std::move(options)),
+      finished_(std::make_shared<ffmpeg::FinishedMovies>()) {
     av_log_set_level(AV_LOG_QUIET);  // what goes wrong is told in one line
 }
 
 std::unique_ptr<recording::MovieWriter> MovieFolder::makeMovie(const recording::MovieFormat& format,
                                                                std::function<void(recording::Error)> opened,
                                                                std::function<void(const std::string&)> brokeOff) {
-    return std::make_unique<MovieEncoder>(path_ + "/" + nameOfNow() + growingSuffix, format, options_, finished_,
-                                          MovieEvents{std::move(opened), std::move(brokeOff)});
+    return std::make_unique<ffmpeg::MovieEncoder>(path_ + "/" + nameOfNow() + growingSuffix, format, options_,
+                                                  finished_,
+                                                  ffmpeg::MovieEvents{std::move(opened), std::move(brokeOff)});
 }
 
 void MovieFolder::movieTaken(const URL& movie) { finished_->remove(movie.path()); }
@@ -112,13 +120,13 @@ recording::Error MovieFolder::finish(const std::string& movie, const URL& output
     const auto ask = [&isCancelled] { return isCancelled.load(); };
     if (movie.ends_with(growingSuffix)) {
         LockedFile lock;
-        return finishMovie(movie, output.path(), ask, lock);
+        return ffmpeg::finishMovie(movie, output.path(), ask, lock);
     }
     if (std::rename(movie.c_str(), output.path().c_str()) != 0) {
         if (errno == EXDEV) return moveByCopying(movie, output.path(), ask);
         return "cannot save the recording as " + output.path() + ": " + std::strerror(errno);
     }
-    syncFolderOf(output.path());
+    ffmpeg::syncFolderOf(output.path());
     return {};
 }
 

@@ -3,18 +3,20 @@
 // the program. A host makes one and hands it to its platform; at its start it asks the folder for the recordings that were
 // interrupted or not taken, to offer them to the user.
 
-#include "Platforms/FFmpeg/Recording/MovieEncoder.h"
+#include "Platforms/FFmpeg/Recording/MovieOptions.h"
 #include "VideoAnalysis/Platform/Movie.h"
 
 #include <atomic>
 #include <functional>
-#include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 namespace videoanalysis::media {
+
+namespace ffmpeg {
+class FinishedMovies;
+}
 
 /// Who owns a recording: while it grows, the program that records it, by a lock on the file. Once finalized it has a name of
 /// its own in this folder and belongs to the host, which moves it away, or copies it and calls `recordingTaken`. Until then the
@@ -46,7 +48,7 @@ public:
 private:
     const std::string path_;
     const MovieOptions options_;
-    const std::shared_ptr<FinishedMovies> finished_ = std::make_shared<FinishedMovies>();
+    const std::shared_ptr<ffmpeg::FinishedMovies> finished_;
 };
 
 }  // namespace videoanalysis::media

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 namespace {
 
 constexpr std::uint8_t black = 16;
@@ -87,4 +87,4 @@ void MoviePictures::convert(const std::uint8_t* pixels, int width, int height, s
                       shownWidth, shownHeight, libyuv::kFilterBox);
 }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

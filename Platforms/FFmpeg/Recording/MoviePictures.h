@@ -9,7 +9,7 @@
 #include <mutex>
 #include <vector>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 class MoviePictures {
 public:
@@ -39,4 +39,4 @@ private:
     FrameHandle unscaled_;
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

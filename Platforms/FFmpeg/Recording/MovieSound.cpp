@@ -11,7 +11,7 @@ extern "C" {
 #include <array>
 #include <cmath>
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 namespace {
 
 constexpr std::int64_t bitsPerChannel = 80000;  // a second
@@ -159,4 +159,4 @@ bool MovieSound::encode(bool isEnd, const std::function<bool(AVPacket&)>& write)
     return true;
 }
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg

@@ -14,7 +14,7 @@
 struct AVAudioFifo;
 struct SwrContext;
 
-namespace videoanalysis::media {
+namespace videoanalysis::media::ffmpeg {
 
 /// Finds the moment at which a sound device's first sample was heard from the moments at which its blocks arrive: late by
 /// whatever delayed them, so that the earliest of the last seconds count. Seconds on any clock.
@@ -80,4 +80,4 @@ private:
     std::optional<SoundClock> clock_;
 };
 
-}  // namespace videoanalysis::media
+}  // namespace videoanalysis::media::ffmpeg
