@@ -12,7 +12,7 @@
 #include <numbers>
 #include <utility>
 
-namespace videoanalysis::graphics {
+namespace videoanalysis::graphics::cairo {
 namespace {
 
 /// Cairo's coordinates are 24.8 fixed-point numbers; this leaves room for line widths.
@@ -188,8 +188,7 @@ void CairoContext::paintShadow(const Shadow& shadow, PixelBox extents, AddShape&
     glow.forEachBlock([&](int y, int left, Lanes coverage) {
         constexpr int width = Glow::blockWidth;
         if (areZero(coverage)) return;
-        std::uint32_t* row =
-            bitmap_.pixels.data() + static_cast<std::ptrdiff_t>(y + shadow.dy) * bitmap_.width + shadow.dx;
+        std::uint32_t* row = this->row(y + shadow.dy) + shadow.dx;
         // Rows lie in different pages: without this the memory is what takes the time.
         constexpr int rowsAhead = 6;
         __builtin_prefetch(row + static_cast<std::ptrdiff_t>(rowsAhead) * bitmap_.width + left, 1);
@@ -280,31 +279,37 @@ void CairoContext::strokePath() {
     });
 }
 
-void CairoContext::paintRoundStroke(const Path& path) {
-    const Color& color = state_.strokeColor;
-    const bool clears = state_.blendMode == BlendMode::clear;
-    const double alpha = unit(color.alpha) * unit(state_.alpha);
-    if (alpha == 0 && !clears) return;
-    const double radius = limited(state_.lineWidth * scale_, 0, maximumPixel) / 2;
-    const Path pixelPath = path.mapped([&](Point point) {
+CairoContext::RoundInk CairoContext::roundInk(const Path& path, double alpha) const {
+    RoundInk ink;
+    ink.radius = limited(state_.lineWidth * scale_, 0, maximumPixel) / 2;
+    ink.path = path.mapped([&](Point point) {
         const Point placed = place(point);
         return Point{placed.x * scale_, placed.y * scale_};
     });
-
-    const Rect bounds = grown(pixelPath.boundingBox(), radius + 1);
-    const PixelBox extents{static_cast<int>(bounds.minX()), static_cast<int>(bounds.minY()),
-                           static_cast<int>(bounds.maxX()) + 1, static_cast<int>(bounds.maxY()) + 1};
-    const PixelBox visible = extents.within(state_.clip);
-    const auto row = [&](int y) { return bitmap_.pixels.data() + static_cast<std::ptrdiff_t>(y) * bitmap_.width; };
-    const std::uint32_t pixel = clears ? 0 : premultiplied(color, alpha);
+    const Rect bounds = grown(ink.path.boundingBox(), ink.radius + 1);
+    ink.extents = {static_cast<int>(bounds.minX()), static_cast<int>(bounds.minY()),
+                   static_cast<int>(bounds.maxX()) + 1, static_cast<int>(bounds.maxY()) + 1};
+    ink.visible = ink.extents.within(state_.clip);
+    const bool clears = state_.blendMode == BlendMode::clear;
+    ink.pixel = clears ? 0 : premultiplied(state_.strokeColor, alpha);
     // White screens everything to white.
-    const bool replaces = clears || (state_.blendMode == BlendMode::normal ? alpha == 1 : pixel == 0xFFFFFFFFU);
+    ink.replaces = clears || (state_.blendMode == BlendMode::normal ? alpha == 1 : ink.pixel == 0xFFFFFFFFU);
+    return ink;
+}
+
+void CairoContext::paintRoundStroke(const Path& path) {
+    const double alpha = unit(state_.strokeColor.alpha) * unit(state_.alpha);
+    if (alpha == 0 && state_.blendMode != BlendMode::clear) return;
+    const RoundInk ink = roundInk(path, alpha);
     const std::optional<Shadow> shadow = this->shadow(alpha);
-    if (!shadow && replaces && radius < wideRadius) {
+    if (!shadow && ink.replaces && ink.radius < wideRadius) {
         cairo_surface_flush(surface_.get());
-        RoundStroke(pixelPath, radius, visible).forEachSpan([&](int y, int left, int right) {
-            std::fill(row(y) + left, row(y) + right, pixel);
-        });
+        // By value, so that the loop need not read again what it might have written.
+        const auto fill = [pixels = row(0), width = std::ptrdiff_t{bitmap_.width}, pixel = ink.pixel](int y, int left,
+                                                                                                      int right) {
+            std::fill(pixels + y * width + left, pixels + y * width + right, pixel);
+        };
+        RoundStroke(ink.path, ink.radius, ink.visible).forEachSpan(fill);
         cairo_surface_mark_dirty(surface_.get());
         return;
     }
@@ -312,27 +317,13 @@ void CairoContext::paintRoundStroke(const Path& path) {
     // Where pieces overlap and the stroke crosses itself, alpha must count once: first find the pixels, then blend each.
     const auto pixelsIn = [&](PixelBox box) {
         PixelSet pixels(box);
-        RoundStroke(pixelPath, radius, box).addTo(pixels);
+        RoundStroke(ink.path, ink.radius, box).addTo(pixels);
         return pixels;
-    };
-    const auto paintStroke = [&](const PixelSet& pixels) {
-        cairo_surface_flush(surface_.get());
-        const Brush brush(pixel, state_.blendMode);
-        pixels.forEachRun([&](int y, int left, int right) {
-            left = std::max(left, visible.left);
-            right = std::min(right, visible.right);
-            if (y < visible.top || y >= visible.bottom || left >= right) return;
-            if (replaces)
-                std::fill(row(y) + left, row(y) + right, pixel);
-            else
-                brush.paintRun(row(y) + left, right - left);
-        });
-        cairo_surface_mark_dirty(surface_.get());
     };
     std::optional<PixelSet> shared;
     if (shadow) {
-        paintShadow(*shadow, extents, [&](Glow& glow) {
-            const PixelBox box = glow.shapeBox().within(extents);
+        paintShadow(*shadow, ink.extents, [&](Glow& glow) {
+            const PixelBox box = glow.shapeBox().within(ink.extents);
             if (box.isEmpty()) return;
             shared.emplace(pixelsIn(box));
             shared->forEachRun([&](int y, int left, int right) { glow.add(y, left, right, 255); });
@@ -341,9 +332,25 @@ void CairoContext::paintRoundStroke(const Path& path) {
         if (shadow->dx != 0 || shadow->dy != 0) shared.reset();
     }
     if (shared)
-        paintStroke(*shared);
-    else if (!visible.isEmpty())
-        paintStroke(pixelsIn(visible));
+        paintPixels(*shared, ink);
+    else if (!ink.visible.isEmpty())
+        paintPixels(pixelsIn(ink.visible), ink);
+}
+
+void CairoContext::paintPixels(const PixelSet& pixels, const RoundInk& ink) {
+    cairo_surface_flush(surface_.get());
+    const Brush brush(ink.pixel, state_.blendMode);
+    const PixelBox& visible = ink.visible;
+    pixels.forEachRun([&](int y, int left, int right) {
+        left = std::max(left, visible.left);
+        right = std::min(right, visible.right);
+        if (y < visible.top || y >= visible.bottom || left >= right) return;
+        if (ink.replaces)
+            std::fill(row(y) + left, row(y) + right, ink.pixel);
+        else
+            brush.paintRun(row(y) + left, right - left);
+    });
+    cairo_surface_mark_dirty(surface_.get());
 }
 
 void CairoContext::fillRect(const Rect& rect) {
@@ -487,4 +494,4 @@ void CairoContext::drawImage(const Image& image, const Rect& rect) {
     });
 }
 
-}  // namespace videoanalysis::graphics
+}  // namespace videoanalysis::graphics::cairo

@@ -7,13 +7,16 @@
 
 #include <cairo.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
 
-namespace videoanalysis::graphics {
+namespace videoanalysis::graphics::cairo {
+
+class PixelSet;
 
 class CairoContext final : public Context {
 public:
@@ -69,6 +72,15 @@ private:
         int dy = 0;
         std::uint32_t pixel = 0;
     };
+    /// A stroke with round caps and without antialiasing, in pixels.
+    struct RoundInk {
+        Path path;
+        double radius = 0;  ///< half the line width
+        PixelBox extents;   ///< holds the stroke
+        PixelBox visible;   ///< the part of `extents` inside the clip
+        std::uint32_t pixel = 0;
+        bool replaces = false;  ///< what lies below does not show through
+    };
     template <auto destroy>
     struct Destroy {
         void operator()(auto* object) const { destroy(object); }
@@ -89,8 +101,11 @@ private:
     /// Paints the shadow of a shape in `extents`. `addShape(glow)` adds the part of the shape that the glow asks for.
     template <class AddShape>
     void paintShadow(const Shadow& shadow, PixelBox extents, AddShape&& addShape);
-    /// The pixels of `path`, stroked round and without antialiasing.
+    std::uint32_t* row(int y) const { return bitmap_.pixels.data() + static_cast<std::ptrdiff_t>(y) * bitmap_.width; }
+    /// Strokes `path` with round caps and without antialiasing.
     void paintRoundStroke(const Path& path);
+    RoundInk roundInk(const Path& path, double alpha) const;
+    void paintPixels(const PixelSet& pixels, const RoundInk& ink);
     void addPathTo(cairo_t* cairo, const Path& path) const;
     void addEllipseTo(cairo_t* cairo, const Rect& rect) const;
 
@@ -104,4 +119,4 @@ private:
     Glow::Memory glowMemory_;
 };
 
-}  // namespace videoanalysis::graphics
+}  // namespace videoanalysis::graphics::cairo

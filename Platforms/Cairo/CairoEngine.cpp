@@ -4,6 +4,8 @@
 
 namespace videoanalysis::graphics {
 
-std::unique_ptr<Context> CairoEngine::makeContext(Bitmap& bitmap) { return std::make_unique<CairoContext>(bitmap); }
+std::unique_ptr<Context> CairoEngine::makeContext(Bitmap& bitmap) {
+    return std::make_unique<cairo::CairoContext>(bitmap);
+}
 
 }  // namespace videoanalysis::graphics

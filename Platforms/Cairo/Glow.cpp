@@ -5,7 +5,7 @@
 #include <cmath>
 #include <utility>
 
-namespace videoanalysis::graphics {
+namespace videoanalysis::graphics::cairo {
 namespace {
 
 /// In cells: from here on the grid is too coarse for the interpolation to be seen.
@@ -178,4 +178,4 @@ const std::uint16_t* Glow::interpolate(int y, int left) {
     return line_.data();
 }
 
-}  // namespace videoanalysis::graphics
+}  // namespace videoanalysis::graphics::cairo

@@ -11,7 +11,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace videoanalysis::graphics {
+namespace videoanalysis::graphics::cairo {
 
 /// The blur of a shape with a Gaussian. Wide ones are computed on a coarser grid. A pixel's value depends on the shape alone,
 /// not on the part of it that is asked for.
@@ -121,4 +121,4 @@ void Glow::forEachBlock(Paint&& paint) {
     }
 }
 
-}  // namespace videoanalysis::graphics
+}  // namespace videoanalysis::graphics::cairo

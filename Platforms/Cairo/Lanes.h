@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <cstring>
 
-namespace videoanalysis::graphics {
+namespace videoanalysis::graphics::cairo {
 
 /// A vector of the compilers that build this (GCC and Clang), on every processor.
 using Lanes = std::uint16_t __attribute__((vector_size(16)));
@@ -48,4 +48,4 @@ inline Lanes product(Lanes a, Lanes b) {
     return (value + (value >> 8)) >> 8;
 }
 
-}  // namespace videoanalysis::graphics
+}  // namespace videoanalysis::graphics::cairo

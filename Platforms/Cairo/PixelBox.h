@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-namespace videoanalysis::graphics {
+namespace videoanalysis::graphics::cairo {
 
 /// `right` and `bottom` do not belong to it.
 struct PixelBox {
@@ -23,4 +23,4 @@ struct PixelBox {
     }
 };
 
-}  // namespace videoanalysis::graphics
+}  // namespace videoanalysis::graphics::cairo

@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace videoanalysis::graphics {
+namespace videoanalysis::graphics::cairo {
 
 class PixelSet {
 public:
@@ -87,4 +87,4 @@ private:
     std::vector<std::uint8_t> isFull_;
 };
 
-}  // namespace videoanalysis::graphics
+}  // namespace videoanalysis::graphics::cairo

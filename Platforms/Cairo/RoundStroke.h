@@ -13,7 +13,7 @@
 #include <cstddef>
 #include <utility>
 
-namespace videoanalysis::graphics {
+namespace videoanalysis::graphics::cairo {
 
 /// Cuts the path into straight pieces and each piece into rows: memory does not grow with the path, and time only with what
 /// lies inside the clip. Whether a pixel belongs to the stroke does not depend on the clip.
@@ -97,7 +97,8 @@ private:
     }
 
     /// The rows of the straight piece from `a` to `b`, with the round end at `b` but without the one at `a`: the two sides
-    /// and the two ends of the straight part each limit a row by a linear function of y.
+    /// and the two ends of the straight part each limit a row by a linear function of y. One function, although a long one: with
+    /// the limits computed in another one, thin strokes took 5 % longer.
     template <class Span, class Rows>
     void piece(Point a, Point b, Span& span, const Rows& rows) const {
         const double dx = b.x - a.x;
@@ -166,4 +167,4 @@ private:
     PixelBox clip_;
 };
 
-}  // namespace videoanalysis::graphics
+}  // namespace videoanalysis::graphics::cairo
