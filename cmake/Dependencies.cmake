@@ -31,6 +31,7 @@ endif()
 
 if(VIDEOANALYSIS_TESTS)
     find_package(GTest 1.12 REQUIRED)
+    find_package(PNG 1.6 REQUIRED)
     find_package(Python3 REQUIRED COMPONENTS Interpreter)
     find_program(LIBCXX_COMPILER clang++-14)
     find_program(CLANG_FORMAT_PROGRAM clang-format-14)
