@@ -100,7 +100,7 @@ public:
         installPlatform(nullptr);
     }
 
-    QtScreenRecorder& recorder() { return dynamic_cast<QtScreenRecorder&>(platform().screenRecorder()); }
+    qt::QtScreenRecorder& recorder() { return dynamic_cast<qt::QtScreenRecorder&>(platform().screenRecorder()); }
 
     /// Processor seconds a second that this program uses while both clips play from their beginning for `length` seconds.
     double play(int length) {
@@ -185,8 +185,8 @@ BENCHMARK_GROUP(recording, "recording") {
     screen.record();
     const double recording = screen.play(seconds);
     screen.finish();
-    const recording::MovieStatistics movie = screen.recorder().movieStatistics();
-    const CaptureStatistics capture = screen.recorder().captureStatistics();
+    const recording::MovieStatistics movie = screen.recorder().statistics().movie;
+    const CaptureStatistics capture = screen.recorder().statistics().capture;
     const double between = screen.play(pause);
     const double peer = recordWithPeer(screen, display.name, folder.filePath(QStringLiteral("peer.mp4")));
     playing = (playing + 2 * between + screen.play(pause)) / 4;

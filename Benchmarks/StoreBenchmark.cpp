@@ -22,7 +22,7 @@ constexpr int hopsPerSubscriber = 10;  // from the announcement, which all subsc
 class LoopPlatform final : public HeadlessPlatform {
 public:
     dispatch::MainQueue& mainQueue() override { return loopQueue; }
-    QtMainQueue loopQueue;
+    qt::QtMainQueue loopQueue;
 };
 
 struct Part {

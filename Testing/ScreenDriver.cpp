@@ -33,7 +33,7 @@ quint64 inputTime = 1000;
 
 void collect(QQuickItem& item, const QString& name, std::vector<QQuickItem*>& found) {
     if (!item.isVisible()) return;
-    const auto* view = qobject_cast<const ViewItem*>(&item);
+    const auto* view = qobject_cast<const qt::ViewItem*>(&item);
     if (view && view->isOutlet(name)) found.push_back(&item);
     for (QQuickItem* child : item.childItems()) collect(*child, name, found);
 }
@@ -45,7 +45,7 @@ QPointingDevice* touchScreen() {
 
 template <class View>
 View* viewOf(const QQuickItem* item) {
-    const auto* view = qobject_cast<const ViewItem*>(item);
+    const auto* view = qobject_cast<const qt::ViewItem*>(item);
     return view ? dynamic_cast<View*>(view->view()) : nullptr;
 }
 

@@ -2,7 +2,7 @@
 
 #include <QKeyEvent>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 ButtonItem::ButtonItem(QQuickItem* parent) : ControlItem(std::make_shared<ui::Button>(), parent) {}
 
@@ -43,4 +43,4 @@ void ButtonItem::keyPressEvent(QKeyEvent* event) {
     }
 }
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -4,7 +4,7 @@
 #include "Platforms/QtQuick/ControlItem.h"
 #include "VideoAnalysis/Platform/Image.h"
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 /// "Button" in QML. Main thread.
 class ButtonItem : public ControlItem {
@@ -44,4 +44,4 @@ private:
     ui::Button* button() const { return static_cast<ui::Button*>(view()); }
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

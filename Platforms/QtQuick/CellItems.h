@@ -5,7 +5,7 @@
 #include "Platforms/QtQuick/ViewItem.h"
 #include "VideoAnalysis/Views.h"
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 /// "PlayerCell" in QML.
 class PlayerCellItem : public ViewItem {
@@ -40,4 +40,4 @@ public:
     }
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -3,7 +3,7 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 void CheckboxItem::press() {
     if (checkbox()) checkbox()->press();
@@ -36,4 +36,4 @@ void CheckboxItem::keyPressEvent(QKeyEvent* event) {
     }
 }
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -5,7 +5,7 @@
 #include "Platforms/QtQuick/ControlItem.h"
 #include "VideoAnalysis/Views.h"
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 /// "Checkbox" in QML. Main thread.
 class CheckboxItem : public ControlItem {
@@ -45,4 +45,4 @@ private:
     Checkbox* checkbox() const { return static_cast<Checkbox*>(view()); }
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

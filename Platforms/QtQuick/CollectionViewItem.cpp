@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 CollectionViewItem::CollectionViewItem(QQuickItem* parent) : ViewItem(std::make_shared<ui::CollectionView>(), parent) {}
 
@@ -53,4 +53,4 @@ void CollectionViewItem::showVisibleCells() {
     if (firstCell() != (before.empty() ? nullptr : before.front().data())) Q_EMIT firstCellChanged();
 }
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

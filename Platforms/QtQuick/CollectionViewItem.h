@@ -9,7 +9,7 @@
 
 #include <vector>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 /// "CollectionView" in QML. Main thread.
 class CollectionViewItem : public ViewItem {
@@ -46,4 +46,4 @@ private:
     std::vector<QPointer<ViewItem>> shown_;
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

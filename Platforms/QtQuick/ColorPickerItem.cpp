@@ -10,7 +10,7 @@
 #include <limits>
 #include <memory>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 namespace {
 
 /// Where each hue ends, in degrees.
@@ -127,4 +127,4 @@ void ColorPickerItem::viewDidChange(ui::View& view, ui::Property property) {
     }
 }
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

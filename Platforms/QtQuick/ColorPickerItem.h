@@ -7,7 +7,7 @@
 
 #include <QVariantList>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 /// "ColorPickerView" in QML. Main thread.
 class ColorPickerItem : public ViewItem {
@@ -50,4 +50,4 @@ private:
     ColorPickerView* picker() const { return static_cast<ColorPickerView*>(view()); }
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

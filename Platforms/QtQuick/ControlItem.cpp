@@ -4,7 +4,7 @@
 
 #include <utility>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 ControlItem::ControlItem(std::shared_ptr<ui::Control> control, QQuickItem* parent)
     : ViewItem(std::move(control), parent) {
@@ -45,4 +45,4 @@ void ControlItem::focusOutEvent(QFocusEvent* event) {
     Q_EMIT stateChanged();
 }
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -5,7 +5,7 @@
 #include "Platforms/QtQuick/ViewItem.h"
 #include "VideoAnalysis/Platform/UI/Control.h"
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 /// Main thread. `enabled` follows the view.
 class ControlItem : public ViewItem {
@@ -49,4 +49,4 @@ private:
     bool isFocusVisible_ = false;
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

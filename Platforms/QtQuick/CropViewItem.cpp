@@ -9,7 +9,7 @@
 #include <array>
 #include <cmath>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 namespace {
 
 constexpr double cornerReach = 28;  // points
@@ -162,4 +162,4 @@ void CropViewItem::focusOutEvent(QFocusEvent* event) {
     Q_EMIT focusVisibleChanged();
 }
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -10,7 +10,7 @@
 
 #include <optional>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 /// "CropView" in QML. Main thread.
 class CropViewItem : public ViewItem {
@@ -65,4 +65,4 @@ private:
     bool isFocusVisible_ = false;
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -1,7 +1,7 @@
 #include "Platforms/QtQuick/DebugLog.h"
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 Q_LOGGING_CATEGORY(videoAnalysisLog, "videoanalysis", QtWarningMsg)
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

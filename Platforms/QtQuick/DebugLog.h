@@ -4,8 +4,8 @@
 
 #include <QLoggingCategory>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 Q_DECLARE_LOGGING_CATEGORY(videoAnalysisLog)
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -2,7 +2,7 @@
 
 #include "VideoAnalysis/Views.h"
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 GesturedScrollViewItem::GesturedScrollViewItem(QQuickItem* parent)
     : ViewItem(std::make_shared<GesturedScrollView>(), parent) {
@@ -31,4 +31,4 @@ void GesturedScrollViewItem::viewDidChange(ui::View& view, ui::Property property
     }
 }
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -6,8 +6,10 @@
 #include <QPointF>
 
 namespace videoanalysis {
-
 class GesturedScrollView;
+}
+
+namespace videoanalysis::qt {
 
 /// "GesturedScrollView" in QML; clips its content, which is to be shown `zoomScale` times as large and moved by the offset.
 /// Main thread.
@@ -32,4 +34,4 @@ private:
     GesturedScrollView* scrollView() const;
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

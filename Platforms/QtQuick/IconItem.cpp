@@ -12,7 +12,7 @@
 
 #include <cmath>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 namespace {
 
 constexpr int cachedPictures = 256;
@@ -111,4 +111,4 @@ QSGNode* IconItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
     return node;
 }
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -8,7 +8,7 @@
 #include <QQuickItem>
 #include <QString>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 /// "Icon" in QML. Main thread. The picture keeps its shape and is centred in the item.
 class IconItem : public QQuickItem {
@@ -46,4 +46,4 @@ private:
     bool isTextureOld_ = true;
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

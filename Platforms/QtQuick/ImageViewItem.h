@@ -4,7 +4,7 @@
 #include "Platforms/QtQuick/ViewItem.h"
 #include "VideoAnalysis/Platform/UI/Control.h"
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 /// "ImageView" in QML. Main thread.
 class ImageViewItem : public ViewItem {
@@ -35,4 +35,4 @@ private:
     ui::ImageView* imageView() const { return static_cast<ui::ImageView*>(view()); }
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

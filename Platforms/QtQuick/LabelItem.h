@@ -4,7 +4,7 @@
 #include "Platforms/QtQuick/ViewItem.h"
 #include "VideoAnalysis/Platform/UI/Control.h"
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 /// "Label" in QML. Main thread.
 class LabelItem : public ViewItem {
@@ -31,4 +31,4 @@ Q_SIGNALS:
     void textChanged();
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 namespace {
 
 constexpr int sampleRate = 48000;
@@ -127,4 +127,4 @@ void Microphone::close() {
     QMetaObject::invokeMethod(listener_.get(), [listener = listener_.get()] { listener->close(); });
 }
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

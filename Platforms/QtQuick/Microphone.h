@@ -11,7 +11,7 @@
 
 class QThread;
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 /// Main thread; the callbacks come on the microphone's thread. May be opened again and again.
 class Microphone {
@@ -49,4 +49,4 @@ private:
     std::shared_ptr<Listener> listener_;
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -6,7 +6,7 @@
 
 #include <utility>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 Motion::Motion() : isReduced_(isReducedBy(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation))) {}
 
@@ -32,4 +32,4 @@ void Motion::setReduced(bool reduced) {
     if (std::exchange(isReduced_, reduced) != reduced) Q_EMIT changed();
 }
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

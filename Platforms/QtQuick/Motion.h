@@ -5,7 +5,7 @@
 #include <QObject>
 #include <QString>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 /// Main thread.
 class Motion : public QObject {
@@ -33,4 +33,4 @@ private:
     bool isReduced_;
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

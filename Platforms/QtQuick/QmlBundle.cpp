@@ -34,7 +34,7 @@
 #include <map>
 #include <utility>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 namespace {
 
 void registerTypes() {
@@ -296,4 +296,4 @@ void QmlBundle::close() {
     for (const auto& [name, file] : std::exchange(files_, {})) file->close();
 }
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 class ViewItem;
 
@@ -45,4 +45,4 @@ private:
     std::map<std::string, std::shared_ptr<File>> files_;
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -10,7 +10,7 @@
 #include <new>
 #include <utility>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 namespace {
 
 constexpr qint64 sliceMilliseconds = 4;
@@ -93,4 +93,4 @@ void QtMainQueue::runTurns() {
     }
 }
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

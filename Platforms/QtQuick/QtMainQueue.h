@@ -10,7 +10,7 @@
 
 #include <atomic>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 /// Made and destroyed on the main thread. `async` and `asyncAfter` may be called on any thread.
 class QtMainQueue : public QObject, public dispatch::MainQueue {
@@ -33,4 +33,4 @@ private:
     QTimer continuation_;
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -17,7 +17,7 @@
 #include <optional>
 #include <utility>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 namespace {
 
 constexpr int fadeMilliseconds = 200;
@@ -107,7 +107,7 @@ public:
 QQuickItem* itemOf(ui::ViewController& controller) {
     ui::View& view = *controller.view();
     if (const auto* host = dynamic_cast<const HostPeer*>(view.peer().get())) return host->item;
-    return videoanalysis::itemOf(view);
+    return qt::itemOf(view);
 }
 
 /// A fade that is still running gives way.
@@ -486,4 +486,4 @@ void QtPresenter::place(Screen& screen) const {
     screen.backdrop->show(rect, style == Style::popover ? 0 : 0.4);
 }
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

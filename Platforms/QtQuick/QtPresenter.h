@@ -13,7 +13,7 @@
 #include <memory>
 #include <vector>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 /// Main thread.
 class QtPresenter : public QObject, public ui::Presenter {
@@ -68,4 +68,4 @@ private:
     bool isLayoutDue_ = false;
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

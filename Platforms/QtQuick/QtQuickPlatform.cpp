@@ -97,7 +97,7 @@ struct QtQuickPlatform::Parts {
           QQmlEngine* engine)
         : media(std::move(media)), graphics(std::move(graphics)), device(window), recorder(window),
           ownEngine(engine ? nullptr : std::make_unique<QQmlEngine>()), bundle(engine ? *engine : *ownEngine),
-          presenter(std::make_unique<QtPresenter>(window)) {
+          presenter(std::make_unique<qt::QtPresenter>(window)) {
         followSensor(window);
         QObject::connect(qApp, &QCoreApplication::aboutToQuit, &mainQueue, [this] { close(); });
     }
@@ -121,15 +121,15 @@ struct QtQuickPlatform::Parts {
         ownEngine.reset();
     }
 
-    QtMainQueue mainQueue;
+    qt::QtMainQueue mainQueue;
     std::unique_ptr<media::Engine> media;
     std::unique_ptr<graphics::Engine> graphics;
     WindowDevice device;
-    QtScreenRecorder recorder;
+    qt::QtScreenRecorder recorder;
     std::unique_ptr<QQmlEngine> ownEngine;
-    QmlBundle bundle;
-    std::unique_ptr<QtPresenter> presenter;
-    TemporaryFolder temporaryFolder;
+    qt::QmlBundle bundle;
+    std::unique_ptr<qt::QtPresenter> presenter;
+    qt::TemporaryFolder temporaryFolder;
 };
 
 QtQuickPlatform::QtQuickPlatform(QQuickWindow& window, std::unique_ptr<media::Engine> media,
@@ -139,7 +139,7 @@ QtQuickPlatform::QtQuickPlatform(QQuickWindow& window, std::unique_ptr<media::En
 QtQuickPlatform::~QtQuickPlatform() = default;
 
 std::shared_ptr<ui::ViewController> QtQuickPlatform::viewController(QQuickItem& item) {
-    return QtPresenter::makeViewController(item);
+    return qt::QtPresenter::makeViewController(item);
 }
 
 void QtQuickPlatform::setDeviceOrientation(ui::DeviceOrientation orientation) {
@@ -147,11 +147,13 @@ void QtQuickPlatform::setDeviceOrientation(ui::DeviceOrientation orientation) {
     parts_->presenter->layOutLater();
 }
 
-void QtQuickPlatform::setReducesMotion(bool reduces) { Motion::shared().setReduced(reduces); }
+void QtQuickPlatform::setReducesMotion(bool reduces) { qt::Motion::shared().setReduced(reduces); }
 
 void QtQuickPlatform::setMovieMaker(std::unique_ptr<recording::MovieMaker> maker, const RecordingOptions& options) {
     parts_->recorder.setMovieMaker(std::move(maker), options);
 }
+
+RecordingStatistics QtQuickPlatform::recordingStatistics() const { return parts_->recorder.statistics(); }
 
 dispatch::MainQueue& QtQuickPlatform::mainQueue() { return parts_->mainQueue; }
 
@@ -178,7 +180,7 @@ recording::ScreenRecorder& QtQuickPlatform::screenRecorder() { return parts_->re
 std::string QtQuickPlatform::temporaryDirectory() const { return parts_->temporaryFolder.path(); }
 
 void QtQuickPlatform::debugLog(std::string_view line) {
-    qCDebug(videoAnalysisLog).noquote() << QString::fromUtf8(line.data(), static_cast<qsizetype>(line.size()));
+    qCDebug(qt::videoAnalysisLog).noquote() << QString::fromUtf8(line.data(), static_cast<qsizetype>(line.size()));
 }
 
 }  // namespace videoanalysis

@@ -9,6 +9,7 @@
 //     videoanalysis::VideoAnalysisController analysis({{videoanalysis::URL::fileURL("a.mp4"), {}}}, configuration);
 //     analysis.present(platform->viewController(*startScreen), videoanalysis::ui::ModalPresentationStyle::fullScreen);
 
+#include "Platforms/QtQuick/RecordingOptions.h"
 #include "VideoAnalysis/Platform/Platform.h"
 #include "VideoAnalysis/Platform/UI/Device.h"
 
@@ -20,13 +21,9 @@
 
 namespace videoanalysis {
 
-namespace recording {
-class MovieMaker;
-}
 namespace ui {
 class ViewController;
 }
-struct RecordingOptions;
 
 /// Main thread, unless `Platform` says otherwise. What it shows is gone when the application quits (`aboutToQuit`) or
 /// with the platform, whichever comes first; the platform itself may stay installed for longer.
@@ -53,6 +50,8 @@ public:
     /// Makes the screen one that can be recorded, into movies of `maker`. Before the first analysis. Finished recordings are
     /// left in the maker's own directory, which outlives the program: see `recording::ScreenRecorder::outputDirectory`.
     void setMovieMaker(std::unique_ptr<recording::MovieMaker> maker, const RecordingOptions& options);
+    /// Of the running recording, or else of the last one.
+    RecordingStatistics recordingStatistics() const;
 
     dispatch::MainQueue& mainQueue() override;
     std::shared_ptr<dispatch::Timer> scheduleTimer(double interval, bool repeats, std::function<void()> fire) override;

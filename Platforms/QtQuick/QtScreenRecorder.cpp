@@ -10,7 +10,7 @@
 #include <string>
 #include <utility>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 namespace {
 
 constexpr int microphonePatience = 2000;  // milliseconds; then the recording begins without it
@@ -68,8 +68,7 @@ void QtScreenRecorder::startRecording(std::function<void(recording::Error)> hand
     phase_ = Phase::starting;
     handler_ = std::move(handler);
     hasBrokenOff_ = false;
-    lastMovie_ = {};
-    lastCapture_ = {};
+    last_ = {};
     target_ = std::make_shared<Target>();
     if (!isMicrophoneEnabled_) {
         later(number, [this] { microphoneDidOpen({}, {}); });
@@ -177,14 +176,14 @@ void QtScreenRecorder::stopCapturing() {
     if (target_) target_->set(nullptr);
     if (microphone_) microphone_->close();
     if (!capture_) return;
-    lastCapture_ = capture_->statistics();
+    last_.capture = capture_->statistics();
     delete capture_;
 }
 
 void QtScreenRecorder::endMovie() {
     stopCapturing();
     if (!movie_) return;
-    lastMovie_ = movie_->statistics();
+    last_.movie = movie_->statistics();
     movie_.reset();
 }
 
@@ -196,12 +195,8 @@ void QtScreenRecorder::close() {
     microphone_.reset();
 }
 
-recording::MovieStatistics QtScreenRecorder::movieStatistics() const {
-    return movie_ ? movie_->statistics() : lastMovie_;
+RecordingStatistics QtScreenRecorder::statistics() const {
+    return {movie_ ? movie_->statistics() : last_.movie, capture_ ? capture_->statistics() : last_.capture};
 }
 
-CaptureStatistics QtScreenRecorder::captureStatistics() const {
-    return capture_ ? capture_->statistics() : lastCapture_;
-}
-
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -2,6 +2,7 @@
 // The screen recorder on Qt Quick: records the window with the microphone beside it into a movie. `QtQuickPlatform` owns it.
 
 #include "Platforms/QtQuick/Microphone.h"
+#include "Platforms/QtQuick/RecordingOptions.h"
 #include "Platforms/QtQuick/SceneCapture.h"
 #include "VideoAnalysis/Platform/Movie.h"
 #include "VideoAnalysis/Platform/Recording.h"
@@ -15,13 +16,7 @@
 #include <string>
 #include <utility>
 
-namespace videoanalysis {
-
-struct RecordingOptions {
-    int framesPerSecond = 30;  ///< 1...120
-
-    friend bool operator==(const RecordingOptions&, const RecordingOptions&) = default;
-};
+namespace videoanalysis::qt {
 
 /// Main thread.
 class QtScreenRecorder : public QObject, public recording::ScreenRecorder {
@@ -57,11 +52,12 @@ public:
         breakOffHandler_ = std::move(handler);
     }
 
-    /// Of the recording under way, or else of the last one.
-    recording::MovieStatistics movieStatistics() const;
-    CaptureStatistics captureStatistics() const;
+    /// Of the running recording, or else of the last one.
+    RecordingStatistics statistics() const;
+    recording::MovieStatistics movieStatistics() const { return statistics().movie; }
+    CaptureStatistics captureStatistics() const { return statistics().capture; }
 
-    /// Ends a recording under way, as the destructor does.
+    /// Ends a running recording, as the destructor does.
     void close();
 
 private:
@@ -91,8 +87,11 @@ private:
     std::shared_ptr<Target> target_;
     std::unique_ptr<Microphone> microphone_;
     QPointer<SceneCapture> capture_;
-    recording::MovieStatistics lastMovie_;
-    CaptureStatistics lastCapture_;
+    RecordingStatistics last_;
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt
+
+namespace videoanalysis {
+using qt::QtScreenRecorder;  // for hosts that read its statistics
+}

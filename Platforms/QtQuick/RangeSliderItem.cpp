@@ -4,7 +4,7 @@
 
 #include <utility>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 RangeSliderItem::RangeSliderItem(QQuickItem* parent) : ControlItem(std::make_shared<RangeSlider>(), parent) {
     setKeepMouseGrab(true);
@@ -71,4 +71,4 @@ void RangeSliderItem::endTracking() {
     if (slider()) slider()->endTracking();
 }
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

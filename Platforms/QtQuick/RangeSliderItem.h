@@ -7,7 +7,7 @@
 
 #include <optional>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 /// "RangeSlider" in QML. Main thread.
 class RangeSliderItem : public ControlItem {
@@ -110,4 +110,4 @@ private:
     double inset_ = 0;
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

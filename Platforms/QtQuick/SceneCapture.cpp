@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 namespace {
 
 constexpr double topLayer = 1e6;  // above whatever a host has put into its window
@@ -267,4 +267,4 @@ void SceneCapture::count(Clock::time_point start, double startComputed) {
     ++statistics_.histogram[static_cast<std::size_t>(place)];
 }
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -2,6 +2,8 @@
 // Takes the pictures that a window shows while it shows them, for a recording. The screen recorder puts it over everything
 // else in the scene, where it paints nothing.
 
+#include "Platforms/QtQuick/RecordingOptions.h"
+
 #include <QPointer>
 #include <QQuickItem>
 #include <QQuickItemGrabResult>
@@ -9,7 +11,6 @@
 #include <QSize>
 #include <QTimer>
 
-#include <array>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -17,17 +18,7 @@
 #include <memory>
 #include <mutex>
 
-namespace videoanalysis {
-
-/// How long taking pictures has held up the thread that they were taken on.
-struct CaptureStatistics {
-    std::int64_t count = 0;
-    double longest = 0;  ///< milliseconds
-    double longestComputed =
-        0;  ///< milliseconds of them that the thread itself computed, on a machine that others use too
-    /// How many took less than 0.5, 1, 2, 4 milliseconds, and longer.
-    std::array<std::int64_t, 5> histogram{};
-};
+namespace videoanalysis::qt {
 
 /// Main thread. Made with its window; to be deleted when no more pictures are wanted.
 class SceneCapture : public QQuickItem {
@@ -89,4 +80,4 @@ private:
     CaptureStatistics statistics_;
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

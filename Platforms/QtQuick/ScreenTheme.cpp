@@ -3,7 +3,7 @@
 #include "Platforms/QtQuick/Motion.h"
 #include "Platforms/QtQuick/ViewItem.h"
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 ScreenTheme::ScreenTheme(QObject* parent) : QObject(parent) {
     connect(&Motion::shared(), &Motion::changed, this, &ScreenTheme::motionChanged);
@@ -29,4 +29,4 @@ QColor ScreenTheme::accent() const { return toQColor(colors_.accent); }
 int ScreenTheme::pressMotion() const { return Motion::shared().duration(80); }
 int ScreenTheme::quickMotion() const { return Motion::shared().duration(200); }
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -9,7 +9,7 @@
 
 #include <memory>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 /// The singleton "Theme" in QML, one for each QML engine. Main thread only; a platform must be installed.
 class ScreenTheme : public QObject {
@@ -46,4 +46,4 @@ private:
     std::shared_ptr<void> observation_;
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -11,7 +11,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 namespace {
 
 constexpr double maximumPixels = 16384;  // of a side
@@ -120,4 +120,4 @@ QSGNode* SketchViewItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
     return node;
 }
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

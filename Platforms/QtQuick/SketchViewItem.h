@@ -4,7 +4,7 @@
 #include "Platforms/QtQuick/ViewItem.h"
 #include "VideoAnalysis/Platform/Image.h"
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 /// "SketchView" in QML; the component places it over the picture. Main thread.
 class SketchViewItem : public ViewItem {
@@ -39,4 +39,4 @@ private:
     double zoom_ = 1;
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -2,7 +2,7 @@
 
 #include <QKeyEvent>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 namespace {
 
 constexpr double keyStep = 0.01;  // of the way
@@ -39,4 +39,4 @@ void SliderItem::keyPressEvent(QKeyEvent* event) {
     }
 }
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

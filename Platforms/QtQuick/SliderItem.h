@@ -3,7 +3,7 @@
 
 #include "Platforms/QtQuick/ControlItem.h"
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 /// "Slider" in QML. Main thread.
 class SliderItem : public ControlItem {
@@ -39,4 +39,4 @@ private:
     ui::Slider* slider() const { return static_cast<ui::Slider*>(view()); }
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

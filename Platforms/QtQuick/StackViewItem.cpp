@@ -6,7 +6,7 @@
 #include <functional>
 #include <utility>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 namespace {
 
 class LaidOutStackView : public ui::StackView {
@@ -73,4 +73,4 @@ void StackViewItem::layOut() {
     setImplicitSize(isHorizontal_ ? end : widest, isHorizontal_ ? widest : end);
 }
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -4,7 +4,7 @@
 
 #include "Platforms/QtQuick/ViewItem.h"
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 /// "StackView" in QML; its implicit size is that of the visible buttons. Other children stand where they like. Main
 /// thread.
@@ -38,4 +38,4 @@ private:
     bool isMirrored_ = false;
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

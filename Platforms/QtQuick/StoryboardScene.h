@@ -6,7 +6,7 @@
 #include <QQmlComponent>
 #include <QQmlListProperty>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 /// "Scene" in QML: `Scene { identifier: "OverlayViewController"; View { ... } }`.
 class StoryboardScene : public QObject {
@@ -27,7 +27,7 @@ public:
 /// "Storyboard" in QML.
 class StoryboardDocument : public QObject {
     Q_OBJECT
-    Q_PROPERTY(QQmlListProperty<videoanalysis::StoryboardScene> scenes READ sceneList CONSTANT)
+    Q_PROPERTY(QQmlListProperty<videoanalysis::qt::StoryboardScene> scenes READ sceneList CONSTANT)
     Q_CLASSINFO("DefaultProperty", "scenes")
 
 public:
@@ -37,4 +37,4 @@ private:
     QQmlListProperty<StoryboardScene> sceneList() { return {this, &scenes}; }
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -7,7 +7,7 @@
 
 #include <unistd.h>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 namespace {
 
 const QString prefix = QStringLiteral("videoanalysis-");
@@ -55,4 +55,4 @@ std::string TemporaryFolder::path() {
     return folder_->isValid() ? folder_->path().toStdString() : std::string();
 }
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 /// Main thread.
 class TemporaryFolder {
@@ -26,4 +26,4 @@ private:
     std::unique_ptr<QLockFile> lock_;  ///< says that the program is running
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 namespace {
 
 constexpr double fadeShare = 0.3;  // of the width, at each end
@@ -146,4 +146,4 @@ QSGNode* TimelineViewItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
     return root;
 }
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

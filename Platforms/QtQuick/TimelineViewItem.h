@@ -9,7 +9,7 @@
 
 #include <memory>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 /// "Timeline" in QML. Main thread.
 class TimelineViewItem : public ViewItem {
@@ -47,4 +47,4 @@ private:
     std::unique_ptr<ThrowAnimation> throwAnimation_;
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -4,7 +4,7 @@
 #include "Platforms/QtQuick/ViewItem.h"
 #include "VideoAnalysis/Views.h"
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 /// "SaveProgress" in QML. Main thread.
 class TrimmerProgressItem : public ViewItem {
@@ -36,4 +36,4 @@ private:
     const SaveProgressView* shown() const { return static_cast<const SaveProgressView*>(view()); }
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -4,7 +4,7 @@
 
 #include <QMouseEvent>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 TrimmerViewItem::TrimmerViewItem(QQuickItem* parent) : ControlItem(std::make_shared<TrimmerView>(), parent) {
     setKeepMouseGrab(true);
@@ -72,4 +72,4 @@ void TrimmerViewItem::endTracking() {
     if (trimmer()) trimmer()->endTracking();
 }
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

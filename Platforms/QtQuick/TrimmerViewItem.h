@@ -6,8 +6,10 @@
 #include "VideoAnalysis/Platform/Image.h"
 
 namespace videoanalysis {
-
 class TrimmerView;
+}
+
+namespace videoanalysis::qt {
 
 /// "TrimmerView" in QML. Main thread. Places are in points from the item's left edge, times in seconds.
 class TrimmerViewItem : public ControlItem {
@@ -70,4 +72,4 @@ private:
     void endTracking();
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -11,7 +11,7 @@
 #include <cmath>
 #include <utility>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 namespace {
 
 constexpr int brokenOffMilliseconds = 4000;  // long enough to read a short line twice
@@ -173,4 +173,4 @@ QSGNode* VideoViewItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
     return node;
 }
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

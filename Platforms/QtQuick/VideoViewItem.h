@@ -10,12 +10,14 @@
 #include <memory>
 
 namespace videoanalysis {
-
 class VideoView;
 namespace media {
 class Player;
 class VideoFrame;
 }  // namespace media
+}  // namespace videoanalysis
+
+namespace videoanalysis::qt {
 
 /// "VideoView" in QML. Main thread.
 class VideoViewItem : public ViewItem {
@@ -83,4 +85,4 @@ private:
     QSize shownSize_;
 };
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

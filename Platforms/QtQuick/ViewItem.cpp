@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 namespace {
 
 constexpr std::int64_t mousePointer = -1;  // fingers count from 0
@@ -224,4 +224,4 @@ bool ViewItem::event(QEvent* event) {
     return QQuickItem::event(event);
 }
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

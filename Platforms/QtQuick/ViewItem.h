@@ -12,7 +12,7 @@
 #include <memory>
 #include <span>
 
-namespace videoanalysis {
+namespace videoanalysis::qt {
 
 QColor toQColor(const Color& color);
 
@@ -108,4 +108,4 @@ private:
 /// The item of a view, for views that one of the scenes made; null for others.
 ViewItem* itemOf(const ui::View& view);
 
-}  // namespace videoanalysis
+}  // namespace videoanalysis::qt

@@ -18,14 +18,14 @@ protected:
         screen = std::make_unique<host::ScreenDriver>(host->window());
         ASSERT_TRUE(until([&] { return host->window().isExposed(); }));
         screen->clickAt(host::ScreenDriver::rectOf(named<QQuickItem>("controlsButton")).center());
-        ASSERT_TRUE(until([&] { return named<RangeSliderItem>("rangeSlider") != nullptr; }));
+        ASSERT_TRUE(until([&] { return named<qt::RangeSliderItem>("rangeSlider") != nullptr; }));
         waitUntilIdle();
     }
     template <class Item>
     Item* named(const char* name) const {
         return host->window().contentItem()->findChild<Item*>(QString::fromLatin1(name));
     }
-    QPointF at(const RangeSliderItem& slider, double fraction) const {
+    QPointF at(const qt::RangeSliderItem& slider, double fraction) const {
         const QRectF rect = host::ScreenDriver::rectOf(&slider);
         return {rect.left() + 14 + (rect.width() - 28) * fraction, rect.top() + 42};
     }
@@ -44,7 +44,7 @@ protected:
 
 TEST_F(ControlsPage, BothThumbsFollowMouseFingersAndKeys) {
     openPage();
-    auto* slider = named<RangeSliderItem>("rangeSlider");
+    auto* slider = named<qt::RangeSliderItem>("rangeSlider");
     EXPECT_EQ(slider->lowerValue(), 20) << "in whatever order QML sets the properties";
     EXPECT_EQ(slider->upperValue(), 70);
     screen->drawWithMouse({at(*slider, 0.2), at(*slider, 0.3), at(*slider, 0.4)});
@@ -61,7 +61,7 @@ TEST_F(ControlsPage, BothThumbsFollowMouseFingersAndKeys) {
 
 TEST_F(ControlsPage, ACheckboxIsPressedByMouseAndKeys) {
     openPage();
-    auto* checkbox = named<CheckboxItem>("checkbox");
+    auto* checkbox = named<qt::CheckboxItem>("checkbox");
     const QPointF middle = host::ScreenDriver::rectOf(checkbox).center();
     screen->clickAt(middle);
     EXPECT_TRUE(checkbox->isChecked() && checkbox->isAnimated());
@@ -76,14 +76,14 @@ TEST_F(ControlsPage, ACheckboxIsPressedByMouseAndKeys) {
 TEST_F(ControlsPage, FitsEveryScreen) {
     for (const QSize size : {QSize(360, 640), QSize(1024, 768), QSize(1920, 1080)}) {
         openPage(size);
-        named<CheckboxItem>("checkbox")->press();
+        named<qt::CheckboxItem>("checkbox")->press();
         waitUntilIdle();
         save(QStringLiteral("controls-%1x%2.png").arg(size.width()).arg(size.height()));
-        const QRectF slider = host::ScreenDriver::rectOf(named<RangeSliderItem>("rangeSlider"));
+        const QRectF slider = host::ScreenDriver::rectOf(named<qt::RangeSliderItem>("rangeSlider"));
         EXPECT_GE(slider.left(), 0);
         EXPECT_LE(slider.right(), size.width());
         screen->clickAt(host::ScreenDriver::rectOf(named<QQuickItem>("closeControlsButton")).center());
-        EXPECT_TRUE(until([&] { return named<RangeSliderItem>("rangeSlider") == nullptr; }));
+        EXPECT_TRUE(until([&] { return named<qt::RangeSliderItem>("rangeSlider") == nullptr; }));
     }
 }
 

@@ -212,7 +212,7 @@ TEST_F(ReopeningTest, ClipsAreAddedReplacedAndRemoved) {
 }
 
 /// Hears of another screen as from a window that has moved there.
-class MovedSketchViewItem : public SketchViewItem {
+class MovedSketchViewItem : public qt::SketchViewItem {
 public:
     void moveToScreen(qreal scale) { itemChange(ItemDevicePixelRatioHasChanged, scale); }
 };

@@ -17,7 +17,7 @@ protected:
     QQuickItem* focused() const { return host->window().activeFocusItem(); }
     QString focusedName() const { return focused() ? focused()->objectName() : QString(); }
     bool isFocused(const char* outlet) const {
-        const auto* item = qobject_cast<const ViewItem*>(focused());
+        const auto* item = qobject_cast<const qt::ViewItem*>(focused());
         return item && item->isOutlet(QLatin1String(outlet));
     }
     template <class Condition>
@@ -65,7 +65,7 @@ TEST_F(KeysTest, AHiddenScreenGivesUpTheKeyboardAndGetsItBack) {
     ASSERT_TRUE(tabTo([&] { return isFocused("closeButton"); }));
     for (int i = 0; i < 60; ++i) {
         press(i < 30 ? Qt::Key_Tab : Qt::Key_Backtab);
-        EXPECT_NE(qobject_cast<ViewItem*>(focused()), nullptr) << "Tab stays on the screen";
+        EXPECT_NE(qobject_cast<qt::ViewItem*>(focused()), nullptr) << "Tab stays on the screen";
     }
     ASSERT_TRUE(tabTo([&] { return isFocused("closeButton"); }));
     press(Qt::Key_Space);

@@ -184,7 +184,7 @@ TEST_F(QtQuickPlatformTest, TemporaryFilesOfKilledProgramsAreRemovedAtTheNextSta
     ASSERT_EQ(::pipe(path), 0);
     const pid_t killed = ::fork();
     if (killed == 0) {
-        TemporaryFolder folder;
+        qt::TemporaryFolder folder;
         const std::string name = folder.path();
         std::ofstream(name + "/clip.mp4") << "clip";
         (void)!::write(path[1], name.data(), name.size());
@@ -199,7 +199,7 @@ TEST_F(QtQuickPlatformTest, TemporaryFilesOfKilledProgramsAreRemovedAtTheNextSta
     const std::string running = platform->temporaryDirectory();
     std::ofstream(running + "/clip.mp4") << "clip";
 
-    TemporaryFolder next;
+    qt::TemporaryFolder next;
     EXPECT_FALSE(std::filesystem::exists(name));
     EXPECT_TRUE(std::filesystem::exists(running + "/clip.mp4"));
     const std::string own = next.path();

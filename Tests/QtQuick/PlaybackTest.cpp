@@ -269,7 +269,7 @@ TEST_F(BrokenClipTest, WhereAClipCannotBeReadAnyFurtherPlaybackPausesAndSaysSoFo
     ASSERT_TRUE(QFile::resize(file, QFileInfo(file).size() / 2));
     const auto isBrokenOff = [&] {
         return screen->item("playerView")->property("status").toInt() ==
-               static_cast<int>(VideoViewItem::Status::BrokenOff);
+               static_cast<int>(qt::VideoViewItem::Status::BrokenOff);
     };
     const auto playToTheBreak = [&] {
         ASSERT_TRUE(screen->click("playPauseButton"));

@@ -1,7 +1,6 @@
 #include "QtQuick/RecordingProgram.h"
 
 #include "Host/HostApplication.h"
-#include "Platforms/QtQuick/QtScreenRecorder.h"
 #include "Testing/ScreenDriver.h"
 #include "VideoAnalysis/Analysis/Actions.h"
 #include "VideoAnalysis/Platform/Platform.h"

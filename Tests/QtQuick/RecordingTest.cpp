@@ -6,6 +6,7 @@
 
 #include "Platforms/FFmpeg/Recording/MovieFolder.h"
 #include "Platforms/QtQuick/QtScreenRecorder.h"
+#include "Platforms/QtQuick/SceneCapture.h"
 #include "Testing/FrameNumber.h"
 #include "Tests/Support/Movies.h"
 #include "VideoAnalysis/Analysis/Actions.h"
@@ -81,7 +82,7 @@ protected:
     /// Until `count` more pictures are in the movie, new ones or repeated ones.
     void waitForPictures(std::int64_t count) {
         const auto written = [&] {
-            const recording::MovieStatistics statistics = recorder().movieStatistics();
+            const recording::MovieStatistics statistics = recorder().statistics().movie;
             return statistics.taken + statistics.repeated;
         };
         const std::int64_t before = written();
@@ -92,7 +93,7 @@ protected:
     static void deliver() {
         host::ScreenDriver::wait([] { return dispatch::mainQueue().isEmpty(); });
     }
-    QtScreenRecorder& recorder() { return dynamic_cast<QtScreenRecorder&>(platform().screenRecorder()); }
+    qt::QtScreenRecorder& recorder() { return dynamic_cast<qt::QtScreenRecorder&>(platform().screenRecorder()); }
 
     QStringList saved() const {
         QStringList paths;
@@ -163,7 +164,7 @@ TEST_F(RecordingTest, EveryFrameOfBothPlayersIsOnTheRecordedPictureAtItsTime) {
     const double rate = static_cast<double>(facts.pictureTimes.size()) / facts.end();
     EXPECT_LT(rate, 31.5);
     EXPECT_GT(rate, 20) << "on a machine that is not busy it is 30";
-    EXPECT_EQ(recorder().movieStatistics().dropped, 0);
+    EXPECT_EQ(recorder().statistics().movie.dropped, 0);
     const auto pictures = picturesOf(movie, size.width(), size.height());
     ASSERT_EQ(pictures.size(), facts.pictureTimes.size());
     for (std::size_t player = 0; player < 2; ++player) {
@@ -391,7 +392,7 @@ TEST_F(RecordingTest, AnInterruptedRecordingIsOfferedBackAtTheNextStart) {
 TEST_F(RecordingTest, ARecordingThatTheHostCannotSaveIsOfferedAtOnceAndAtTheNextStart) {
     open({clip("h264.mp4")});
     record();
-    ASSERT_TRUE(until([&] { return recorder().movieStatistics().taken > 0; }));
+    ASSERT_TRUE(until([&] { return recorder().statistics().movie.taken > 0; }));
     // Where the user's recordings should go there is something else.
     const QString wanted = host::HostApplication::recordingsFolder();
     QDir().mkpath(QFileInfo(wanted).path());
@@ -442,7 +443,7 @@ TEST_F(RecordingTest, TheMicrophoneIsOpenOnlyWhileItsScreenIsRecorded) {
     open({clip("h264.mp4")});
     const int others = Voice::listeners();
     const auto isOpen = [&](bool expected) { return until([&] { return (Voice::listeners() > others) == expected; }); };
-    const auto isTaken = [&] { return until([&] { return recorder().movieStatistics().taken > 0; }); };
+    const auto isTaken = [&] { return until([&] { return recorder().statistics().movie.taken > 0; }); };
     record();
     EXPECT_TRUE(isOpen(true));
     ASSERT_TRUE(isTaken());
@@ -472,7 +473,7 @@ TEST_F(RecordingTest, TheMicrophoneIsOpenOnlyWhileItsScreenIsRecorded) {
 
 // Every way in which a window's pictures are taken, the one for other graphics interfaces too.
 TEST_F(RecordingTest, TheLastChangeBeforeAStillMomentIsTaken) {
-    for (const auto method : {SceneCapture::Method::painter, SceneCapture::Method::layer}) {
+    for (const auto method : {qt::SceneCapture::Method::painter, qt::SceneCapture::Method::layer}) {
         SCOPED_TRACE(static_cast<int>(method));
         QQuickWindow window;
         window.resize(64, 64);
@@ -486,7 +487,7 @@ TEST_F(RecordingTest, TheLastChangeBeforeAStillMomentIsTaken) {
         QColor last;
         int count = 0;
         Clock::time_point taken;
-        const std::unique_ptr<SceneCapture> capture(new SceneCapture(
+        const std::unique_ptr<qt::SceneCapture> capture(new qt::SceneCapture(
             window, 10,
             [&](const std::uint8_t* pixels, QSize size, std::ptrdiff_t bytesPerRow, Clock::time_point) {
                 const std::uint8_t* pixel =

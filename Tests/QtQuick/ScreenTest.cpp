@@ -36,7 +36,7 @@ protected:
     }
 
     ColorPickerView& picker() const {
-        auto* item = qobject_cast<ColorPickerItem*>(screen->item(QStringLiteral("colorPickerView")));
+        auto* item = qobject_cast<qt::ColorPickerItem*>(screen->item(QStringLiteral("colorPickerView")));
         return *static_cast<ColorPickerView*>(item->view());
     }
 
@@ -391,13 +391,13 @@ TEST_F(ConfiguredScreenTest, WithReducedMotionEverythingIsThereAtOnce) {
         file.write(text);
     };
     ASSERT_TRUE(QDir(folder.path()).mkpath(QStringLiteral("gtk-3.0")));
-    EXPECT_FALSE(Motion::isReducedBy(folder.path()));
+    EXPECT_FALSE(qt::Motion::isReducedBy(folder.path()));
     write("gtk-3.0/settings.ini", "[Settings]\ngtk-enable-animations=0\n");
-    EXPECT_TRUE(Motion::isReducedBy(folder.path()));
+    EXPECT_TRUE(qt::Motion::isReducedBy(folder.path()));
     write("kdeglobals", "[KDE]\nAnimationDurationFactor=0.5\n");
-    EXPECT_FALSE(Motion::isReducedBy(folder.path()));
+    EXPECT_FALSE(qt::Motion::isReducedBy(folder.path()));
     write("kdeglobals", "[KDE]\nAnimationDurationFactor=0\n");
-    EXPECT_TRUE(Motion::isReducedBy(folder.path()));
+    EXPECT_TRUE(qt::Motion::isReducedBy(folder.path()));
 
     QtQuickPlatform::setReducesMotion(true);
     open({clip("h264.mp4")});

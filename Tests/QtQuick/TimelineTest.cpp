@@ -20,8 +20,8 @@ class TimelineScreenTest : public OpenScreen {
 protected:
     void SetUp() override { open({clip("h264.mp4"), clip("h264.mp4")}); }
 
-    TimelineViewItem& ruler(std::size_t index) {
-        return *qobject_cast<TimelineViewItem*>(screen->item("timelineView", index));
+    qt::TimelineViewItem& ruler(std::size_t index) {
+        return *qobject_cast<qt::TimelineViewItem*>(screen->item("timelineView", index));
     }
     TimelineView& timeline(std::size_t index) { return static_cast<TimelineView&>(*ruler(index).view()); }
     QPoint middleOf(std::size_t index) { return host::ScreenDriver::rectOf(&ruler(index)).center().toPoint(); }
@@ -142,12 +142,12 @@ TEST_F(TimelineScreenTest, AThrowEndsWhenItsRulerIsHidden) {
 TEST_F(TimelineScreenTest, ReducedMotionThrowsNothing) {
     throwRuler(0);
     ASSERT_TRUE(isThrown(0));
-    const bool wasReduced = Motion::shared().isReduced();
-    Motion::shared().setReduced(true);
+    const bool wasReduced = qt::Motion::shared().isReduced();
+    qt::Motion::shared().setReduced(true);
     EXPECT_FALSE(isThrown(0)) << "one that is on its way ends";
     throwRuler(0);
     EXPECT_FALSE(isThrown(0));
-    Motion::shared().setReduced(wasReduced);
+    qt::Motion::shared().setReduced(wasReduced);
     throwRuler(0);
     EXPECT_EQ(isThrown(0), !wasReduced);
     close();  // in the middle of it

@@ -24,10 +24,10 @@ protected:
         ASSERT_TRUE(until([&] { return trimmer() && trimmer()->isEnabled() && trimmer()->thumbnailCount() > 0; }));
         waitUntilIdle();
     }
-    TrimmerViewItem* trimmer() const {
-        return qobject_cast<TrimmerViewItem*>(screen->item(QStringLiteral("trimmerView")));
+    qt::TrimmerViewItem* trimmer() const {
+        return qobject_cast<qt::TrimmerViewItem*>(screen->item(QStringLiteral("trimmerView")));
     }
-    CropViewItem* crop() const { return qobject_cast<CropViewItem*>(screen->item(QStringLiteral("cropView"))); }
+    qt::CropViewItem* crop() const { return qobject_cast<qt::CropViewItem*>(screen->item(QStringLiteral("cropView"))); }
     bool isOpen() const { return trimmer() != nullptr; }
     void leave() {
         ASSERT_TRUE(screen->click(QStringLiteral("cancelButton")));
@@ -142,7 +142,8 @@ TEST_F(TrimScreen, TheLoopNeverShowsTheFrameAfterTheCut) {
     view->setEnd(6);
     view->setStart(5);
     const auto player =
-        static_cast<VideoView*>(static_cast<ViewItem*>(screen->item(QStringLiteral("videoView")))->view())->player();
+        static_cast<VideoView*>(static_cast<qt::ViewItem*>(screen->item(QStringLiteral("videoView")))->view())
+            ->player();
     ASSERT_TRUE(player);
     std::vector<std::int64_t> shown;
     ASSERT_TRUE(screen->click(QStringLiteral("playButton"), 0));

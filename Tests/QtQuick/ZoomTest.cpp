@@ -15,7 +15,7 @@ class ZoomTest : public OpenScreen {
 protected:
     GesturedScrollView& scrollView(std::size_t player = 0) const {
         return dynamic_cast<GesturedScrollView&>(
-            *qobject_cast<ViewItem*>(screen->item(QStringLiteral("playerScrollView"), player))->view());
+            *qobject_cast<qt::ViewItem*>(screen->item(QStringLiteral("playerScrollView"), player))->view());
     }
     std::size_t strokes(std::size_t player = 0) const { return scrollView(player).sketchView.lock()->pathArray.size(); }
 
