@@ -4,6 +4,7 @@
 #include "Benchmarks/Benchmark.h"
 #include "Benchmarks/MpvPeer.h"
 #include "Platforms/FFmpeg/Clips/ClipDecoder.h"
+#include "Platforms/FFmpeg/Clips/ClipScan.h"
 #include "Platforms/FFmpeg/FFmpegEngine.h"
 #include "Platforms/Headless/HeadlessPlatform.h"
 
@@ -195,31 +196,26 @@ void measureStepping(Report& report, MpvPeer& peer) {
 /// Milliseconds that decoding takes for each frame, one after the other.
 double sequentialDecoding() {
     std::atomic<bool> isCancelled{false};
-    std::string error;
-    auto scanned =
-        media::ffmpeg::ClipFile::open(URL(longGroups), media::ffmpeg::ClipFile::Content::video, isCancelled, error);
-    auto file =
-        media::ffmpeg::ClipFile::open(URL(longGroups), media::ffmpeg::ClipFile::Content::video, isCancelled, error);
+    using media::ffmpeg::ClipDecoder;
+    using media::ffmpeg::ClipFile;
+    auto scanned = ClipFile::open(URL(longGroups), ClipFile::Content::video, isCancelled);
+    auto file = ClipFile::open(URL(longGroups), ClipFile::Content::video, isCancelled);
     if (!scanned || !file) return notMeasured;
-    media::ffmpeg::ClipIndexBuilder builder(*scanned);
-    const media::ffmpeg::PacketHandle packet(av_packet_alloc());
-    while (scanned->read(packet.get()) >= 0) {
-        builder.add(*packet);
-        av_packet_unref(packet.get());
-    }
-    const auto decoder = media::ffmpeg::ClipDecoder::make(
-        std::move(file), std::make_shared<media::ffmpeg::PicturePool>(), 0, std::int64_t{1} << 30, error);
-    if (!decoder) return notMeasured;
-    decoder->setIndex(builder.snapshot(true));
-    decoder->start(0);
+    const auto index = media::ffmpeg::scanClip(**scanned, isCancelled);
+    const auto made =
+        ClipDecoder::make(*std::move(file), std::make_shared<media::ffmpeg::PicturePool>(), 0, std::int64_t{1} << 30);
+    if (!index || !made) return notMeasured;
+    const std::unique_ptr<ClipDecoder>& decoder = *made;
+    decoder->setIndex(*index);
+    if (!decoder->start(0)) return notMeasured;
     media::ffmpeg::FrameHandle picture;
     std::int64_t number = 0;
     double start = wallTime();
     int decoded = -20;  // the first ones fill the pipeline
     while (decoded < 200) {
-        const auto result = decoder->next(0, picture, number);
-        if (result == media::ffmpeg::ClipDecoder::Result::frame && ++decoded == 0) start = wallTime();
-        if (result == media::ffmpeg::ClipDecoder::Result::end) return notMeasured;
+        const auto status = decoder->next(0, picture, number);
+        if (!status || *status == ClipDecoder::Status::endOfStream) return notMeasured;
+        if (*status == ClipDecoder::Status::frame && ++decoded == 0) start = wallTime();
     }
     return (wallTime() - start) / 200;
 }

@@ -33,6 +33,9 @@ public:
     T* operator->() { return std::get_if<0>(&state_); }
     const T* operator->() const { return std::get_if<0>(&state_); }
 
+    /// Whether it holds a value equal to `value`.
+    friend bool operator==(const Result& result, const T& value) { return result && *result == value; }
+
     /// The failure, to be reported or passed on; only when there is no value.
     const Failure& failure() const { return *std::get_if<1>(&state_); }
 

@@ -51,24 +51,27 @@ struct DecodedClip {
 DecodedClip decode(const URL& url) {
     DecodedClip result;
     const std::atomic<bool> never = false;
-    std::string error;
-    auto file = ClipFile::open(url, ClipFile::Content::video, never, error);
-    EXPECT_TRUE(file) << error;
+    auto file = ClipFile::open(url, ClipFile::Content::video, never);
+    EXPECT_TRUE(file) << file.failure().message;
     if (!file) return result;
-    result.index = scanClip(*file, never);
-    result.codec = avcodec_get_name(file->stream()->codecpar->codec_id);
-    result.pixelAspect = file->stream()->sample_aspect_ratio;
-    auto decoder = ClipDecoder::make(std::move(file), std::make_shared<PicturePool>(), 1, 1 << 24, error);
-    EXPECT_TRUE(decoder && result.index) << error;
-    if (!decoder || !result.index) return result;
+    const auto index = scanClip(**file, never);
+    EXPECT_TRUE(index) << index.failure().message;
+    if (!index) return result;
+    result.index = *index;
+    result.codec = avcodec_get_name((*file)->stream()->codecpar->codec_id);
+    result.pixelAspect = (*file)->stream()->sample_aspect_ratio;
+    auto made = ClipDecoder::make(*std::move(file), std::make_shared<PicturePool>(), 1, 1 << 24);
+    EXPECT_TRUE(made) << made.failure().message;
+    if (!made) return result;
+    const std::unique_ptr<ClipDecoder>& decoder = *made;
     decoder->setIndex(result.index);
     EXPECT_TRUE(decoder->start(0));
-    for (auto state = ClipDecoder::Result::pending;
-         state == ClipDecoder::Result::pending || state == ClipDecoder::Result::frame;) {
+    while (true) {
         FrameHandle picture;
         std::int64_t number = 0;
-        state = decoder->next(0, picture, number);
-        if (state != ClipDecoder::Result::frame) continue;
+        const Result<ClipDecoder::Status> status = decoder->next(0, picture, number);
+        if (!status || *status == ClipDecoder::Status::endOfStream) break;
+        if (*status == ClipDecoder::Status::pending) continue;
         const Bitmap bitmap = convertPicture(*picture, {}, 320, 180);
         result.numbers.push_back(
             readFrameNumber(reinterpret_cast<const std::uint8_t*>(bitmap.pixels.data()), 320, 180, bitmap.bytesPerRow())
@@ -85,11 +88,13 @@ DecodedClip decode(const URL& url) {
 /// One channel at 48,000 a second; element 0 is at the first picture. Empty without sound.
 std::vector<float> soundOf(const URL& url, double firstPicture) {
     const std::atomic<bool> never = false;
-    const auto decoder = SoundDecoder::open(url, never);
+    const auto opened = SoundDecoder::open(url, never);
     std::vector<float> sound;
-    if (!decoder || !decoder->start(firstPicture, 1, AudioTimePitchAlgorithm::spectral, 48000)) return sound;
+    if (!opened) return sound;
+    const std::unique_ptr<SoundDecoder>& decoder = *opened;
+    if (!decoder->start(firstPicture, 1, AudioTimePitchAlgorithm::spectral, 48000)) return sound;
     std::vector<float> stereo;
-    while (decoder->next(stereo)) {
+    while (decoder->next(stereo) == true) {
     }
     for (std::size_t i = 0; i < stereo.size(); i += 2) sound.push_back(stereo[i]);
     const auto shift = static_cast<std::ptrdiff_t>(std::lround((decoder->firstSeconds() - firstPicture) * 48000));
@@ -244,10 +249,9 @@ INSTANTIATE_TEST_SUITE_P(
 std::vector<std::string> packetsOf(const URL& url) {
     std::vector<std::string> packets;
     const std::atomic<bool> never = false;
-    std::string error;
-    const auto file = ClipFile::open(url, ClipFile::Content::video, never, error);
+    const auto file = ClipFile::open(url, ClipFile::Content::video, never);
     const PacketHandle packet(av_packet_alloc());
-    while (file && file->read(packet.get()) >= 0) {
+    while (file && (*file)->read(*packet) == ClipFile::ReadStatus::packet) {
         packets.emplace_back(reinterpret_cast<const char*>(packet->data) + 4,
                              static_cast<std::size_t>(packet->size) - 4);
         av_packet_unref(packet.get());

@@ -11,11 +11,11 @@ extern "C" {
 namespace videoanalysis::media::ffmpeg {
 namespace {
 
-// Far from overflowing when multiplied by a time base's numerator or shifted by another time stamp.
-constexpr std::int64_t largestTimestamp = std::int64_t{1} << 52;
+// Cannot overflow when multiplied by a time base's numerator or shifted by another time stamp.
+constexpr std::int64_t maxTimestamp = std::int64_t{1} << 52;
 
 bool isUsable(std::int64_t timestamp) {
-    return timestamp != AV_NOPTS_VALUE && timestamp > -largestTimestamp && timestamp < largestTimestamp;
+    return timestamp != AV_NOPTS_VALUE && timestamp > -maxTimestamp && timestamp < maxTimestamp;
 }
 
 }  // namespace
@@ -36,7 +36,7 @@ std::int64_t ClipIndex::ticksAtTime(const Time& time) const {
     if (!time.isValid()) return 0;
     const std::int64_t ticks =
         av_rescale_rnd(time.value, timeBase_.den, std::int64_t{timeBase_.num} * time.timescale, AV_ROUND_DOWN);
-    return std::clamp(ticks, -largestTimestamp, largestTimestamp);
+    return std::clamp(ticks, -maxTimestamp, maxTimestamp);
 }
 
 std::optional<std::int64_t> ClipIndex::frameWithTimestamp(std::int64_t pts) const {
@@ -85,27 +85,23 @@ std::int64_t ClipIndex::firstFrameFrom(std::int64_t startPacket) const {
 }
 
 ClipIndexBuilder::ClipIndexBuilder(const ClipFile& file)
-    : timeBase_(file.stream()->time_base), frameRate_(file.stream()->avg_frame_rate),
+    : file_(file), timeBase_(file.stream()->time_base), frameRate_(file.stream()->avg_frame_rate),
       order_(file.order() == ClipFile::Order::stored ? nullptr : PictureOrder::make(*file.stream()->codecpar)),
       keyKind_(!order_                                     ? ClipIndex::PacketKey::time
                : file.order() == ClipFile::Order::decoding ? ClipIndex::PacketKey::decodingTime
                                                            : ClipIndex::PacketKey::position),
       countsByTime_(std::string_view(file.format()->iformat->name) == "avi"),
       bytesLeft_(std::numeric_limits<std::int64_t>::max()) {
-    // Packets may share bytes, as when an edit list repeats a stretch, but not many times over.
-    constexpr std::int64_t mostReadings = 4;
-    constexpr std::int64_t readBeforeItCounts = std::int64_t{1} << 20;
+    // Packets may share bytes, as when an edit list repeats a part, but not many times over.
+    constexpr std::int64_t maxReadsOfEachByte = 4;
+    constexpr std::int64_t extraBytes = std::int64_t{1} << 20;
     const std::int64_t size = file.byteCount();
-    if (size > 0 && size < bytesLeft_ / (2 * mostReadings)) bytesLeft_ = size * mostReadings + readBeforeItCounts;
+    if (size > 0 && size < bytesLeft_ / (2 * maxReadsOfEachByte)) bytesLeft_ = size * maxReadsOfEachByte + extraBytes;
 }
 
-bool ClipIndexBuilder::add(const AVPacket& packet) {
-    if (packets_.size() >= maxPackets) return false;
+Result<void> ClipIndexBuilder::add(const AVPacket& packet) {
     bytesLeft_ -= packet.size;
-    if (bytesLeft_ < 0) {
-        isImplausible_ = true;
-        return false;
-    }
+    if (bytesLeft_ < 0) return Failure{"its sample table claims more than the file holds"};
     Packet entry{ClipIndex::noTimestamp, ClipIndex::keyOf(packet, keyKind_), packet.duration,
                  (packet.flags & AV_PKT_FLAG_KEY) != 0, (packet.flags & AV_PKT_FLAG_DISCARD) == 0};
     if (order_) {
@@ -116,14 +112,14 @@ bool ClipIndexBuilder::add(const AVPacket& packet) {
     }
     newestDts_ = std::max(newestDts_, entry.key);
     packets_.push_back(entry);
-    return true;
+    return {};
 }
 
 std::vector<ClipIndexBuilder::Packet> ClipIndexBuilder::derived() const {
     std::vector<Packet> packets = packets_;
     for (Packet& packet : packets) packet.isShown = false;
     const std::vector<std::int32_t> presented = order_->presented();
-    // The times at which they are decoded, in order, are those at which they are shown; a bare stream has none.
+    // The sorted decoding times are the presentation times; a bare stream has neither.
     std::vector<std::int64_t> times;
     times.reserve(presented.size());
     std::int64_t next = 0;
@@ -141,7 +137,13 @@ std::vector<ClipIndexBuilder::Packet> ClipIndexBuilder::derived() const {
     return packets;
 }
 
-std::shared_ptr<const ClipIndex> ClipIndexBuilder::snapshot(bool isComplete) const {
+Result<std::shared_ptr<const ClipIndex>> ClipIndexBuilder::finish() const {
+    std::shared_ptr<const ClipIndex> index = build(true);
+    if (index) return index;
+    return Failure{file_.isEncrypted() ? "it is encrypted" : "it has no pictures"};
+}
+
+std::shared_ptr<const ClipIndex> ClipIndexBuilder::build(bool isComplete) const {
     if (order_ && !isComplete) return nullptr;  // a later packet may precede any
     const std::vector<Packet> packets = order_ ? derived() : packets_;
     auto index = std::make_shared<ClipIndex>();
@@ -156,35 +158,38 @@ std::shared_ptr<const ClipIndex> ClipIndexBuilder::snapshot(bool isComplete) con
         index->packets_.push_back({packet.pts, packet.key});
         if (i == 0 || (packet.isKey && packet.pts != ClipIndex::noTimestamp)) index->keyPackets_.push_back(number);
         if (packet.key != ClipIndex::noTimestamp) index->byKey_.push_back(number);
-        // A frame that is decoded later is presented at its own decoding time or after it.
+        // A frame that is decoded later is presented no earlier than its own decoding time.
         if (packet.isShown && (isComplete || packet.pts < newestDts_)) index->frames_.push_back({packet.pts, number});
     }
-    auto& frames = index->frames_;
-    if (frames.empty()) return nullptr;
+    if (index->frames_.empty()) return nullptr;
+    std::stable_sort(index->byKey_.begin(), index->byKey_.end(), [&packets](std::int32_t a, std::int32_t b) {
+        return packets[static_cast<std::size_t>(a)].key < packets[static_cast<std::size_t>(b)].key;
+    });
+    normalizeFrames(*index, packets);
+    return index;
+}
+
+void ClipIndexBuilder::normalizeFrames(ClipIndex& index, const std::vector<Packet>& packets) const {
+    auto& frames = index.frames_;
     const auto earlier = [](const auto& a, const auto& b) { return a.ticks < b.ticks; };
     std::stable_sort(frames.begin(), frames.end(), earlier);
     frames.erase(
         std::unique(frames.begin(), frames.end(), [](const auto& a, const auto& b) { return a.ticks == b.ticks; }),
         frames.end());
-    std::stable_sort(index->byKey_.begin(), index->byKey_.end(), [&packets](std::int32_t a, std::int32_t b) {
-        return packets[static_cast<std::size_t>(a)].key < packets[static_cast<std::size_t>(b)].key;
-    });
-
-    index->zero_ = frames.front().ticks;
+    index.zero_ = frames.front().ticks;
     std::int64_t shortest = std::numeric_limits<std::int64_t>::max();
     for (std::size_t i = frames.size(); i-- > 0;) {
         if (i > 0) shortest = std::min(shortest, frames[i].ticks - frames[i - 1].ticks);
-        frames[i].ticks -= index->zero_;
+        frames[i].ticks -= index.zero_;
     }
     std::int64_t last = packets[static_cast<std::size_t>(frames.back().packet)].duration;
-    if (last <= 0 || last > largestTimestamp) {
+    if (last <= 0 || last > maxTimestamp) {
         last = frameRate_.num > 0 && frameRate_.den > 0 ? av_rescale_q(1, av_inv_q(frameRate_), timeBase_) : 0;
         if (last <= 0)
             last = frames.size() > 1 ? shortest : std::max<std::int64_t>(av_rescale_q(1, {1, 25}, timeBase_), 1);
     }
-    index->lastDuration_ = last;
-    index->minFrameTicks_ = frames.size() > 1 ? shortest : last;
-    return index;
+    index.lastDuration_ = last;
+    index.minFrameTicks_ = frames.size() > 1 ? shortest : last;
 }
 
 }  // namespace videoanalysis::media::ffmpeg

@@ -1,9 +1,10 @@
 #pragma once
-// Reads all packets of a clip once to know every frame's time, for work that needs the whole clip before it begins: small
-// pictures and exports. (The player shows the first picture during the scan.)
+// Reads all packets of a clip once to know every frame's time. The image generator and the export need the whole index before
+// they begin; the frame loader takes snapshots on the way.
 
 #include "Platforms/FFmpeg/Clips/ClipFile.h"
 #include "Platforms/FFmpeg/Clips/ClipIndex.h"
+#include "Platforms/FFmpeg/Result.h"
 
 #include <atomic>
 #include <functional>
@@ -11,20 +12,28 @@
 
 namespace videoanalysis::media::ffmpeg {
 
-/// Null when the clip has no frame, claims more than its file holds, or `cancelled` became true. `file` is read from its
-/// current position to its end or to where it cannot be read further; `visit` (may be empty) sees every packet in decoding
-/// order.
-inline std::shared_ptr<const ClipIndex> scanClip(ClipFile& file, const std::atomic<bool>& cancelled,
-                                                 const std::function<void(const AVPacket&)>& visit = {}) {
-    ClipIndexBuilder builder(file);
+/// Reads `file` from its current position to its end, or to where it cannot be read further, into `builder`. `visit` (may be
+/// empty) sees every packet, in decoding order, after it was added. Blocks; fails when `cancelled` became true and when the
+/// file claims more than it holds.
+inline Result<void> readPackets(ClipFile& file, const std::atomic<bool>& cancelled, ClipIndexBuilder& builder,
+                                const std::function<void(const AVPacket&)>& visit) {
     const PacketHandle packet(av_packet_alloc());
-    while (!cancelled && file.read(packet.get()) >= 0) {
-        const bool isTaken = builder.add(*packet);
-        if (isTaken && visit) visit(*packet);
+    while (!cancelled && !builder.isFull() && file.read(*packet) == ClipFile::ReadStatus::packet) {
+        const Result<void> added = builder.add(*packet);
+        if (added && visit) visit(*packet);
         av_packet_unref(packet.get());
-        if (!isTaken) break;
+        if (!added) return added;
     }
-    return cancelled || builder.isImplausible() ? nullptr : builder.snapshot(true);
+    if (cancelled) return Failure{"cancelled"};
+    return {};
+}
+
+/// The index of the whole clip; as `readPackets`, and it also fails when the clip has no frame.
+inline Result<std::shared_ptr<const ClipIndex>> scanClip(ClipFile& file, const std::atomic<bool>& cancelled,
+                                                         const std::function<void(const AVPacket&)>& visit = {}) {
+    ClipIndexBuilder builder(file);
+    const Result<void> read = readPackets(file, cancelled, builder, visit);
+    return read ? builder.finish() : read.failure();
 }
 
 }  // namespace videoanalysis::media::ffmpeg

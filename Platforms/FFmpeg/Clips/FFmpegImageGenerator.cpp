@@ -58,12 +58,7 @@ public:
     void run() {
         // Of this thread only, and of the decoder's, which it starts: that is what the system does with it.
         [[maybe_unused]] const int priority = nice(10);
-        std::string error;
-        std::unique_ptr<ClipFile> file = ClipFile::open(url_, ClipFile::Content::video, isStopping_, error);
-        if (file) index_ = scanClip(*file, isStopping_);
-        if (index_)
-            decoder_ = ClipDecoder::make(std::move(file), pool_, options_.decoderThreads, options_.maxPixels, error);
-        if (decoder_) decoder_->setIndex(index_);
+        static_cast<void>(open());  // of a clip that cannot be opened every picture is null
 
         std::unique_lock lock(mutex_);
         while (!isStopping_) {
@@ -115,6 +110,19 @@ private:
         });
     }
 
+    Result<void> open() {
+        auto file = ClipFile::open(url_, ClipFile::Content::video, isStopping_);
+        if (!file) return file.failure();
+        auto index = scanClip(**file, isStopping_);
+        if (!index) return index.failure();
+        auto decoder = ClipDecoder::make(*std::move(file), pool_, options_.decoderThreads, options_.maxPixels);
+        if (!decoder) return decoder.failure();
+        index_ = *std::move(index);
+        decoder_ = *std::move(decoder);
+        decoder_->setIndex(index_);
+        return {};
+    }
+
     bool isOvertaken(const Request& request) {
         const std::lock_guard lock(mutex_);
         return isStopping_ || requests_.empty() || requests_.back().get() != &request;
@@ -123,7 +131,7 @@ private:
     /// False when it gave up because something else matters more.
     bool make(const Request& request, const Wanted& wanted, GeneratedImage& image) {
         if (last_ && lastNumber_ == wanted.frame) return finish(request, image);
-        if (!decoder_->canGoOnTo(wanted.frame, wanted.frame)) {
+        if (!decoder_->canContinueTo(wanted.frame, wanted.frame)) {
             last_ = nullptr;
             if (!decoder_->start(index_->startPacketFor(wanted.frame))) return true;
         }
@@ -131,16 +139,12 @@ private:
             if (isOvertaken(request)) return false;
             FrameHandle picture;
             std::int64_t number = 0;
-            switch (decoder_->next(wanted.frame, picture, number)) {
-                case ClipDecoder::Result::frame:
-                    last_ = std::move(picture);
-                    lastNumber_ = number;
-                    if (number >= wanted.frame) return finish(request, image);
-                    break;
-                case ClipDecoder::Result::pending: break;
-                case ClipDecoder::Result::end:
-                case ClipDecoder::Result::failed: return finish(request, image);
-            }
+            const Result<ClipDecoder::Status> status = decoder_->next(wanted.frame, picture, number);
+            if (!status || *status == ClipDecoder::Status::endOfStream) return finish(request, image);
+            if (*status == ClipDecoder::Status::pending) continue;
+            last_ = std::move(picture);
+            lastNumber_ = number;
+            if (number >= wanted.frame) return finish(request, image);
         }
     }
 

@@ -1,11 +1,10 @@
 #pragma once
-// Decodes a clip's sound from any moment on, at the speed it is to be heard. The sound player's thread drives it.
+// Decodes a clip's sound from any time on, stretched to the playback rate. The sound player's thread drives it.
 
 #include "Platforms/FFmpeg/Clips/ClipFile.h"
 #include "VideoAnalysis/Platform/Media.h"
 
 #include <memory>
-#include <string>
 #include <vector>
 
 struct AVFilterContext;
@@ -13,30 +12,34 @@ struct AVFilterGraph;
 
 namespace videoanalysis::media::ffmpeg {
 
-/// Used by one thread.
+/// One thread.
 class SoundDecoder {
 public:
-    /// Null when the clip has no sound that can be decoded.
-    static std::unique_ptr<SoundDecoder> open(const URL& url, const std::atomic<bool>& cancelled);
+    /// Fails when the clip has no sound that can be decoded; otherwise as `ClipFile::open`.
+    static Result<std::unique_ptr<SoundDecoder>> open(const URL& url, const std::atomic<bool>& cancelled);
     ~SoundDecoder();
 
-    /// Begins at `seconds` of the file's own time or up to a packet before it. `rate` is 0.1...2. False when that fails.
-    bool start(double seconds, float rate, AudioTimePitchAlgorithm algorithm, int sampleRate);
-    /// Adds the next samples, interleaved stereo, to `samples`. False at the end.
-    bool next(std::vector<float>& samples);
-    /// The moment of the file of the first sample that `next` has given since `start`; valid once it has.
+    /// Starts at `seconds` of the file's time, or up to a packet earlier. `rate` is 0.1...2, `sampleRate` the output's in Hz.
+    Result<void> start(double seconds, float rate, AudioTimePitchAlgorithm algorithm, int sampleRate);
+    /// Appends the next samples, interleaved stereo, to `samples`. False at the end of the stream, which is also where the file
+    /// cannot be read further.
+    Result<bool> next(std::vector<float>& samples);
+    /// The file's time, in seconds, of the first sample since `start`; valid once `next` has returned one.
     double firstSeconds() const { return firstSeconds_; }
 
 private:
     SoundDecoder() = default;
-    bool makeFilters(float rate, AudioTimePitchAlgorithm algorithm, int sampleRate);
+    /// Builds the filter graph for the format of `frame_`.
+    Result<void> makeFilters();
+    /// Decodes one more frame into the filter graph, or tells it that there is none.
+    Result<void> feedFilters();
 
     std::unique_ptr<ClipFile> file_;
     CodecContextHandle codec_;
     PacketHandle packet_;
     FrameHandle frame_;
     AVFilterGraph* graph_ = nullptr;
-    AVFilterContext* source_ = nullptr;  // belongs to the graph, as the next
+    AVFilterContext* source_ = nullptr;  // owned by the graph, as the sink
     AVFilterContext* sink_ = nullptr;
     float rate_ = 1;
     AudioTimePitchAlgorithm algorithm_ = AudioTimePitchAlgorithm::spectral;

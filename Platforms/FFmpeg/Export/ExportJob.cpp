@@ -139,22 +139,23 @@ bool ExportJob::fail(std::string error) {
 bool ExportJob::prepare() {
     const std::string target = request_.target.path();
     if (target.empty()) return fail("the target is not a file");
-    std::string error;
-    std::unique_ptr<ClipFile> file = ClipFile::open(request_.source, ClipFile::Content::video, isCancelled_, error);
-    if (!file) return fail(error);
-    const AVCodecParameters& parameters = *file->stream()->codecpar;
-    index_ = scanClip(*file, isCancelled_, [&](const AVPacket& packet) {
+    auto file = ClipFile::open(request_.source, ClipFile::Content::video, isCancelled_);
+    if (!file) return fail(file.failure().message);
+    const AVCodecParameters& parameters = *(*file)->stream()->codecpar;
+    auto index = scanClip(**file, isCancelled_, [&](const AVPacket& packet) {
         kinds_.push_back((packet.flags & AV_PKT_FLAG_KEY) != 0 ? keyFrameKind(packet, parameters)
                                                                : KeyFrameKind::unfit);
     });
-    if (!index_) return fail("it has no pictures");
+    if (!index) return fail(index.failure().message);
+    index_ = *std::move(index);
     sourcePixels_ = 1.0 * parameters.width * parameters.height;
-    decoder_ =
-        ClipDecoder::make(std::move(file), pool_,
-                          ExportEncoder::isLarge(sourcePixels_) ? threadsForLargePictures : options_.decoderThreads,
-                          options_.maxPixels, error);
-    if (!decoder_) return fail(error);
+    auto decoder = ClipDecoder::make(
+        *std::move(file), pool_,
+        ExportEncoder::isLarge(sourcePixels_) ? threadsForLargePictures : options_.decoderThreads, options_.maxPixels);
+    if (!decoder) return fail(decoder.failure().message);
+    decoder_ = *std::move(decoder);
     decoder_->setIndex(index_);
+    std::string error;
     file_ = ExportFile::make(target, error);
     return file_ || fail(error);
 }
@@ -209,14 +210,14 @@ bool ExportJob::encode(std::int64_t first, std::int64_t last, const ExportEncode
         if (isCancelled_) return false;
         FrameHandle picture;
         std::int64_t number = 0;
-        switch (decoder_->next(first, picture, number)) {
-            case ClipDecoder::Result::pending: continue;
-            case ClipDecoder::Result::end:
-            case ClipDecoder::Result::failed:
+        const Result<ClipDecoder::Status> status = decoder_->next(first, picture, number);
+        switch (status ? *status : ClipDecoder::Status::endOfStream) {
+            case ClipDecoder::Status::pending: continue;
+            case ClipDecoder::Status::endOfStream:
                 if (decoder_->nextPacket() <= index_->packetOfFrame(last)) return fail(brokenOff);
                 isAtEnd = true;
                 continue;
-            case ClipDecoder::Result::frame: break;
+            case ClipDecoder::Status::frame: break;
         }
         if (number < first) continue;
         if (number > last) break;
@@ -381,15 +382,14 @@ bool ExportJob::encodeEdge(std::int64_t first, std::int64_t last, int parameterS
 }
 
 bool ExportJob::copyPackets(const ExportPlan& plan, AVBSFContext* filter, bool breaksLink) {
-    std::string error;
-    const std::unique_ptr<ClipFile> reader =
-        ClipFile::open(request_.source, ClipFile::Content::video, isCancelled_, error);
+    const auto opened = ClipFile::open(request_.source, ClipFile::Content::video, isCancelled_);
+    if (!opened) return fail(opened.failure().message);
+    const std::unique_ptr<ClipFile>& reader = *opened;
     const PacketHandle packet(av_packet_alloc());
-    if (!reader) return fail(error);
     const auto reach = [&](bool isThere) {
         while (isThere) {
             av_packet_unref(packet.get());
-            if (reader->read(packet.get()) < 0) return false;
+            if (reader->read(*packet) != ClipFile::ReadStatus::packet) return false;
             const auto number = index_->numberOfPacket(*packet);
             if (number == plan.firstPacket) return true;
             if (number && *number > plan.firstPacket) return false;
@@ -426,7 +426,7 @@ bool ExportJob::copyPackets(const ExportPlan& plan, AVBSFContext* filter, bool b
         av_packet_unref(packet.get());
         advance(1);
         if (++number == plan.endPacket) return true;
-        if (reader->read(packet.get()) < 0) return fail(brokenOff);
+        if (reader->read(*packet) != ClipFile::ReadStatus::packet) return fail(brokenOff);
     }
 }
 

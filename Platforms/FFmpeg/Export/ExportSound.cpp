@@ -52,10 +52,10 @@ int sampleRateFor(const AVCodec& encoder, int rate) {
 std::unique_ptr<ExportSound> ExportSound::open(const URL& url, std::int64_t start, std::int64_t end,
                                                AVRational timeBase, const ExportFile& target,
                                                const std::atomic<bool>& cancelled) {
-    std::string error;
+    auto file = ClipFile::open(url, ClipFile::Content::audio, cancelled);
+    if (!file) return nullptr;
     std::unique_ptr<ExportSound> sound(new ExportSound);
-    sound->file_ = ClipFile::open(url, ClipFile::Content::audio, cancelled, error);
-    if (!sound->file_) return nullptr;
+    sound->file_ = *std::move(file);
     const AVStream& stream = *sound->file_->stream();
     const AVCodec* codec = avcodec_find_decoder(stream.codecpar->codec_id);
     if (!codec) return nullptr;
@@ -158,7 +158,7 @@ bool ExportSound::decode() {
         }
         if (received == AVERROR_EOF) {
             isDecoded_ = true;
-        } else if (file_->read(packet_.get()) >= 0) {
+        } else if (file_->read(*packet_) == ClipFile::ReadStatus::packet) {
             avcodec_send_packet(decoder_.get(), packet_.get());  // one that cannot be decoded is a gap
             av_packet_unref(packet_.get());
         } else {

@@ -1,5 +1,6 @@
 #include "Platforms/FFmpeg/Playback/FrameLoader.h"
 
+#include "Platforms/FFmpeg/Clips/ClipScan.h"
 #include "Platforms/FFmpeg/Clips/PictureShape.h"
 
 #include <algorithm>
@@ -67,12 +68,9 @@ void FrameLoader::playTo(std::int64_t frame, bool isThere) {
 }
 
 void FrameLoader::run() {
-    std::unique_ptr<ClipFile> file;
-    std::string error;
     std::thread scanner([this] { scan(); });
-    file = ClipFile::open(url_, ClipFile::Content::video, isStopping_, error);
-    if (file) decoder_ = ClipDecoder::make(std::move(file), pool_, options_.decoderThreads, options_.maxPixels, error);
-    if (!decoder_) tell(&News::openingError, std::move(error));
+    const Result<void> opened = open();
+    if (!opened) tell(&News::openingError, opened.failure().message);
 
     while (decoder_ && !isStopping_) {
         if (deliverFromCache()) continue;
@@ -104,37 +102,40 @@ void FrameLoader::run() {
     scanner.join();
 }
 
+Result<void> FrameLoader::open() {
+    auto file = ClipFile::open(url_, ClipFile::Content::video, isStopping_);
+    if (!file) return file.failure();
+    auto decoder = ClipDecoder::make(*std::move(file), pool_, options_.decoderThreads, options_.maxPixels);
+    if (!decoder) return decoder.failure();
+    decoder_ = *std::move(decoder);
+    return {};
+}
+
 void FrameLoader::scan() {
-    std::string error;
-    const std::unique_ptr<ClipFile> file = ClipFile::open(url_, ClipFile::Content::video, isStopping_, error);
-    if (!file) return;  // the loading thread finds the same and tells
-    ClipIndexBuilder builder(*file);
-    const PacketHandle packet(av_packet_alloc());
-    std::size_t nextSnapshot = 128;  // enough for the first picture; steps and seeks take longer ones
-    while (!isStopping_ && file->read(packet.get()) >= 0) {
-        const bool isTaken = builder.add(*packet);
-        av_packet_unref(packet.get());
-        if (!isTaken) break;
-        if (builder.packetCount() == nextSnapshot) {
-            nextSnapshot *= 4;
-            publishIndex(builder.snapshot(false));
-        }
-    }
+    const auto file = ClipFile::open(url_, ClipFile::Content::video, isStopping_);
+    if (!file) return;  // the loading thread fails likewise and reports it
+    ClipIndexBuilder builder(**file);
+    std::size_t nextSnapshot = 128;  // packets; enough for the first picture, while steps and seeks need longer indexes
+    const Result<void> read = readPackets(**file, isStopping_, builder, [&](const AVPacket&) {
+        if (builder.packetCount() != nextSnapshot) return;
+        nextSnapshot *= 4;
+        publishIndex(builder.snapshot());
+    });
     if (isStopping_) return;
-    if (builder.isImplausible()) {
-        tell(&News::openingError, "its sample table claims more than the file holds");
+    if (!read) {
+        tell(&News::openingError, read.failure().message);
         return;
     }
-    const std::int64_t promised = file->stream()->nb_frames;
-    if (builder.storedCount() < promised && builder.packetCount() < ClipIndexBuilder::maxPackets) {
+    const std::int64_t promised = (*file)->stream()->nb_frames;
+    if (builder.storedCount() < promised && !builder.isFull()) {
         tell(&News::damage, "it breaks off after " + std::to_string(builder.storedCount()) + " of " +
                                 std::to_string(promised) + " frames");
     }
-    std::shared_ptr<const ClipIndex> index = builder.snapshot(true);
+    auto index = builder.finish();
     if (index) {
-        publishIndex(std::move(index));
+        publishIndex(*std::move(index));
     } else {
-        tell(&News::openingError, file->isEncrypted() ? "it is encrypted" : "it has no pictures");
+        tell(&News::openingError, index.failure().message);
     }
 }
 
@@ -244,7 +245,7 @@ void FrameLoader::pursue(const Goal& goal) {
     startedFor_ = goal.frame;
     const std::int64_t keepFrom = goal.isJump ? goal.keepFrom : std::min(runKeepFrom_, goal.keepFrom);
     const bool isRetry = retriedFrame_ == goal.frame;  // from farther back than usual, so not to be cut short
-    if (decoder_->canGoOnTo(goal.frame, isRetry ? 0 : keepFrom)) {
+    if (decoder_->canContinueTo(goal.frame, isRetry ? 0 : keepFrom)) {
         runKeepFrom_ = keepFrom;
     } else {
         // Time stamps may contradict the order of the packets so much that no beginning leads to the frame.
@@ -264,10 +265,10 @@ void FrameLoader::pursue(const Goal& goal) {
 
     isJumping_ = goal.isJump;
     std::int64_t number = 0;
-    const ClipDecoder::Result result = decoder_->next(runKeepFrom_, picture_, number);
-    if (result == ClipDecoder::Result::pending) {
+    const Result<ClipDecoder::Status> status = decoder_->next(runKeepFrom_, picture_, number);
+    if (status == ClipDecoder::Status::pending) {
         if (isHopeless()) handleMissing(goal, nullptr, decodedIndex_->frameCount(), false);
-    } else if (result == ClipDecoder::Result::frame) {
+    } else if (status == ClipDecoder::Status::frame) {
         const std::shared_ptr<const DecodedFrame> previous = lastPicture_;
         take(std::move(picture_), number);
         if (number > goal.frame) handleMissing(goal, previous ? previous : lastPicture_, number, false);

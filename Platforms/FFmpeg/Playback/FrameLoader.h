@@ -78,6 +78,7 @@ private:
         bool isJump;            // nobody wants the frames between here and there
     };
 
+    Result<void> open();
     void scan();
     void publishIndex(std::shared_ptr<const ClipIndex> index);
     /// With the lock held: what to decode now; nothing when all is there, until `wakeAt` when that is set.

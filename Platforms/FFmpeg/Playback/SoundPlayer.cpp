@@ -45,8 +45,9 @@ bool SoundPlayer::isOver(const Order& order) {
 }
 
 void SoundPlayer::run() {
-    const std::unique_ptr<SoundDecoder> decoder = SoundDecoder::open(url_, isClosing_);
-    if (!decoder) return;
+    const auto opened = SoundDecoder::open(url_, isClosing_);
+    if (!opened) return;
+    const std::unique_ptr<SoundDecoder>& decoder = *opened;
     const std::unique_ptr<AudioOutput> output = sink_->open(sampleRate, channels);
     if (!output) return;
     std::int64_t served = 0;
@@ -74,7 +75,7 @@ void SoundPlayer::run() {
         do {
             // What is written now is heard after the latency; that must be what the clock then points at.
             while (!isAtEnd && output->latency() < secondsAhead) {
-                if (samples.empty()) isAtEnd = !decoder->next(samples);
+                if (samples.empty()) isAtEnd = decoder->next(samples) != true;
                 if (samples.empty()) continue;
                 if (!std::exchange(hasPosition, true)) position = decoder->firstSeconds() - zero_;
                 const double wanted = clipSecondsAt(Clock::now()) + output->latency() * rate;
