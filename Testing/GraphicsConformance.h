@@ -3,7 +3,7 @@
 // those in Testing/references. A program that links `TestingConformance` runs them against an engine with one line:
 //
 //     INSTANTIATE_TEST_SUITE_P(Cairo, GraphicsConformance,
-//                              testing::Values(GraphicsSubject{[] { return std::make_unique<graphics::CairoEngine>(); }}));
+//                              testing::Values(GraphicsBackend{"Cairo", [] { return std::make_unique<graphics::CairoEngine>(); }}));
 
 #include "Testing/Canvas.h"
 #include "VideoAnalysis/Platform/Graphics.h"
@@ -12,19 +12,23 @@
 
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <string>
 
 namespace videoanalysis::conformance {
 
 /// The engine that is tested, and what it is allowed.
-struct GraphicsSubject {
+struct GraphicsBackend {
+    std::string name;
     std::function<std::unique_ptr<graphics::Engine>()> makeEngine;
     /// How far a blur may be from the Gaussian, in steps of 0...255. Three box filters, the usual approximation, stay within 3 %.
     int blurTolerance = 8;
+
+    friend void PrintTo(const GraphicsBackend& backend, std::ostream* stream) { *stream << backend.name; }
 };
 
 /// Each test has an engine of its own, which is also the installed platform's.
-class GraphicsConformance : public testing::TestWithParam<GraphicsSubject> {
+class GraphicsConformance : public testing::TestWithParam<GraphicsBackend> {
 protected:
     GraphicsConformance();
 

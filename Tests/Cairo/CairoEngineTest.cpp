@@ -18,7 +18,8 @@ namespace videoanalysis::conformance {
 
 // Its blur is closer to the Gaussian than three box filters are.
 INSTANTIATE_TEST_SUITE_P(Cairo, GraphicsConformance,
-                         testing::Values(GraphicsSubject{[] { return std::make_unique<graphics::CairoEngine>(); }, 3}));
+                         testing::Values(GraphicsBackend{"Cairo",
+                                                         [] { return std::make_unique<graphics::CairoEngine>(); }, 3}));
 
 }  // namespace videoanalysis::conformance
 

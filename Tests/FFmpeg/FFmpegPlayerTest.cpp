@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
-#include <random>
 #include <vector>
 
 namespace videoanalysis::media {
@@ -16,69 +15,8 @@ namespace {
 
 using PlayerTest = MediaTest;
 
-TEST_F(PlayerTest, OpensInTheBackgroundAndThenKnowsTheClip) {
-    const auto item = engine->makePlayerItem(clip("h264.mp4"));
-    const auto player = engine->makePlayer(item);
-    EXPECT_EQ(item->status(), ItemStatus::unknown);
-    EXPECT_EQ(compare(item->duration(), Time::zero()), 0);
-    EXPECT_TRUE(item->videoTracks().empty());
-    EXPECT_TRUE(item->isPlaybackBufferEmpty());
-    EXPECT_EQ(player->currentFrame(), nullptr);
-
-    std::vector<PlayerItem::Event> events;
-    int frames = 0;
-    const auto eventToken = item->observe([&](PlayerItem::Event event) { events.push_back(event); });
-    const auto frameToken = player->observeFrame([&] { ++frames; });
-    ASSERT_TRUE(turnUntil([&] { return !events.empty(); }));
-    EXPECT_EQ(events.front(), PlayerItem::Event::statusChanged);
-    EXPECT_EQ(item->status(), ItemStatus::readyToPlay);
-    EXPECT_EQ(compare(item->duration(), Time(4, 1)), 0);
-    ASSERT_EQ(item->videoTracks().size(), 1U);
-    EXPECT_EQ(compare(item->videoTracks()[0].minFrameDuration, Time(1, 30)), 0);
-    EXPECT_EQ(item->presentationSize(), (Size{640, 360}));
-    EXPECT_FALSE(item->isPlaybackBufferEmpty());
-    EXPECT_EQ(shownNumber(*player), 0);
-    ASSERT_TRUE(turnUntil([&] { return frames > 0; }));
-    EXPECT_EQ(compare(player->currentTime(), Time::zero()), 0);
-}
-
-TEST_F(PlayerTest, StepsByAnyCountFromTheFrameAskedForLast) {
+TEST_F(PlayerTest, AnswersOvertakenSeeksWithFalse) {
     const auto player = openReady("h264.mp4");
-    const auto item = player->currentItem();
-    EXPECT_FALSE(item->canStepBackward());
-    ASSERT_TRUE(stepTo(*player, 1, 1));
-    EXPECT_EQ(shownNumber(*player), 1);
-    EXPECT_EQ(compare(player->currentTime(), Time(1, 30)), 0);
-    EXPECT_TRUE(item->canStepBackward());
-
-    // Nobody waits for the frames in between.
-    for (int i = 0; i < 7; ++i) item->step(10);
-    item->step(-3);
-    ASSERT_TRUE(turnUntil([&] { return player->currentFrame()->index() == 68; }));
-    EXPECT_EQ(shownNumber(*player), 68);
-
-    ASSERT_TRUE(stepTo(*player, 1'000'000'000'000, 119));
-    EXPECT_EQ(shownNumber(*player), 119);
-    EXPECT_FALSE(item->canStepForward());
-    for (int expected = 118; expected >= 0; --expected) {
-        ASSERT_TRUE(stepTo(*player, -1, expected));
-        ASSERT_EQ(shownNumber(*player), expected);
-    }
-    item->step(-5);
-    turnFor(0.02);
-    EXPECT_EQ(shownNumber(*player), 0);
-}
-
-TEST_F(PlayerTest, SeeksToTheFrameThatCoversTheTimeAndOvertakes) {
-    const auto player = openReady("h264.mp4");
-    EXPECT_TRUE(seekTo(*player, Time(50, 30)));
-    EXPECT_EQ(shownNumber(*player), 50);
-    EXPECT_TRUE(seekTo(*player, Time(50 * 1000 + 999, 30 * 1000)));
-    EXPECT_EQ(shownNumber(*player), 50);
-    EXPECT_TRUE(seekTo(*player, Time(-7, 1)));
-    EXPECT_EQ(shownNumber(*player), 0);
-    EXPECT_TRUE(seekTo(*player, Time(1000, 1)));
-    EXPECT_EQ(shownNumber(*player), 119);
     EXPECT_FALSE(seekTo(*player, Time()));
 
     std::vector<bool> results;
@@ -89,13 +27,6 @@ TEST_F(PlayerTest, SeeksToTheFrameThatCoversTheTimeAndOvertakes) {
     EXPECT_TRUE(results.empty());
     ASSERT_TRUE(turnUntil([&] { return player->currentFrame()->index() == 88; }));
     EXPECT_EQ(results, (std::vector<bool>{false, false}));
-
-    // Within the tolerance a frame that is there already will do.
-    EXPECT_TRUE(seekTo(*player, Time(60, 30)));
-    std::optional<bool> finished;
-    player->seek(Time(61, 30), Time(1, 2), Time(1, 2), [&](bool isFinished) { finished = isFinished; });
-    ASSERT_TRUE(turnUntil([&] { return finished.has_value(); }));
-    EXPECT_NEAR(player->currentTime().seconds(), 61 / 30.0, 0.5);
 }
 
 TEST_F(PlayerTest, RequestsBeforeTheClipIsOpenAreKept) {
@@ -105,66 +36,6 @@ TEST_F(PlayerTest, RequestsBeforeTheClipIsOpenAreKept) {
     player->currentItem()->step(-1);
     ASSERT_TRUE(turnUntil([&] { return player->currentItem()->status() == ItemStatus::readyToPlay; }));
     EXPECT_EQ(shownNumber(*player), 58);
-}
-
-TEST_F(PlayerTest, APlaybackRangeIsNeverLeft) {
-    for (const char* name : {"gop250.mp4", "variable.mp4"}) {
-        SCOPED_TRACE(name);
-        const auto player = openReady(name);
-        const auto item = player->currentItem();
-        // Frames 90 to 104; both moments lie inside a frame.
-        const auto inside = [&](std::int64_t frame) {
-            return Time::fromSeconds(item->frameTime(Time::zero(), frame).seconds() + 0.002, 1'000'000);
-        };
-        player->setPlaybackRange(inside(90), inside(104));
-        std::vector<int> shown;
-        int rounds = 0;
-        const auto frameToken = player->observeFrame([&] { shown.push_back(shownNumber(*player)); });
-        const auto eventToken = item->observe([&](PlayerItem::Event event) {
-            ASSERT_EQ(event, PlayerItem::Event::playedToEnd);
-            EXPECT_EQ(compare(player->currentTime(), item->frameTime(Time::zero(), 105)), 0);
-            EXPECT_EQ(player->rate(), 0);
-            ++rounds;
-            player->seek(inside(90), Time::zero(), Time::zero());
-            player->play();
-        });
-        ASSERT_TRUE(seekTo(*player, inside(90)));
-        shown.clear();
-        player->play();
-        ASSERT_TRUE(turnUntil([&] { return rounds >= 3; }));
-        player->pause();
-        EXPECT_GT(shown.size(), 10U);
-        for (const int number : shown) {
-            ASSERT_GE(number, 90);
-            ASSERT_LE(number, 104);
-        }
-        // The range does not bind seeks and steps, and goes with invalid times.
-        EXPECT_TRUE(seekTo(*player, inside(110)));
-        EXPECT_EQ(shownNumber(*player), 110);
-        player->setPlaybackRange({}, {});
-        player->setRate(8);
-        ASSERT_TRUE(turnUntil([&] { return player->currentFrame()->index() > 112; }));
-        player->pause();
-    }
-}
-
-TEST_F(PlayerTest, KnowsWhereFramesBegin) {
-    const auto player = openReady("variable.mp4");
-    const PlayerItem& item = *player->currentItem();
-    Time time = Time::zero();
-    for (int frame = 0; frame < 120; ++frame) {
-        ASSERT_TRUE(seekTo(*player, time));
-        ASSERT_EQ(player->currentFrame()->index(), frame);
-        ASSERT_EQ(compare(player->currentFrame()->time(), time), 0);
-        const Time next = item.frameTime(time, 1);
-        ASSERT_GT(compare(next, time), 0);
-        ASSERT_EQ(compare(item.frameTime(next, -1), time), 0);
-        time = next;
-    }
-    EXPECT_EQ(compare(time, item.duration()), 0) << "the end counts as one more";
-    EXPECT_EQ(compare(item.frameTime(item.duration(), 1'000'000'000'000), item.duration()), 0);
-    EXPECT_EQ(compare(item.frameTime(Time::zero(), -3), Time::zero()), 0);
-    EXPECT_EQ(compare(engine->makePlayerItem(clip("h264.mp4"))->frameTime(Time(1, 1), 1), Time::zero()), 0);
 }
 
 TEST_F(PlayerTest, AClipIsReadyWhenAllOfItIsKnownAndShowsItsFirstPictureBefore) {
@@ -213,31 +84,22 @@ TEST_F(PlayerTest, APlayerMayOutliveThePlatform) {
     }
 }
 
-TEST_F(PlayerTest, EachAttemptToPlayEndsOnce) {
+TEST_F(PlayerTest, TellsNoTimeWhilePlayingAtTheEnd) {
     const auto player = openReady("h264.mp4");
     const auto item = player->currentItem();
+    int ends = 0;
+    const auto eventToken = item->observe([&](PlayerItem::Event) { ++ends; });
     ASSERT_TRUE(seekTo(*player, Time(118, 30)));
-    std::vector<PlayerItem::Event> events;
-    std::vector<float> rates;
-    const auto eventToken = item->observe([&](PlayerItem::Event event) { events.push_back(event); });
-    const auto rateToken = player->observeRate([&] { rates.push_back(player->rate()); });
-    for (std::size_t attempt = 1; attempt <= 3; ++attempt) {
-        player->play();
-        ASSERT_TRUE(turnUntil([&] { return events.size() >= attempt; }));
-        turnFor(0.05);
-        EXPECT_EQ(events, std::vector(attempt, PlayerItem::Event::playedToEnd));
-        EXPECT_EQ(rates.size(), attempt * 2) << "playing is seen to begin and to end";
-        EXPECT_EQ(compare(player->currentTime(), item->duration()), 0);
-    }
-    // Nothing moves at the end, so what answers each change of time is not called.
+    player->play();
+    ASSERT_TRUE(turnUntil([&] { return ends == 1; }));
+    EXPECT_EQ(compare(player->currentTime(), item->duration()), 0);
     int ticks = 0;
     const auto timeToken = player->addPeriodicTimeObserver(Time(1, 30), [&](const Time&) {
         for (int i = 0; ++ticks < 1000 && i < 3; ++i) player->play();
     });
     player->play();
-    ASSERT_TRUE(turnUntil([&] { return events.size() >= 4; }));
-    turnFor(0.1);
-    EXPECT_EQ(events.size(), 4U);
+    ASSERT_TRUE(turnUntil([&] { return ends >= 2; }));
+    EXPECT_EQ(ends, 2);
     EXPECT_EQ(ticks, 0);
 }
 
@@ -287,9 +149,9 @@ TEST_F(PlayerTest, TimeObserversFireWhilePlayingAndOnEveryJumpWhilePaused) {
     const auto player = openReady("h264.mp4");
     std::vector<double> everyFrame;
     std::vector<double> everySecond;
-    auto frameToken =
+    const auto frameToken =
         player->addPeriodicTimeObserver(Time(1, 30), [&](const Time& t) { everyFrame.push_back(t.seconds()); });
-    auto secondToken =
+    const auto secondToken =
         player->addPeriodicTimeObserver(Time(1, 1), [&](const Time& t) { everySecond.push_back(t.seconds()); });
     ASSERT_TRUE(stepTo(*player, 1, 1));
     ASSERT_TRUE(seekTo(*player, Time(15, 30)));
@@ -304,17 +166,9 @@ TEST_F(PlayerTest, TimeObserversFireWhilePlayingAndOnEveryJumpWhilePaused) {
     EXPECT_GT(everyFrame.size(), 45U);
     EXPECT_LT(everyFrame.size(), 56U);
     EXPECT_EQ(everySecond.size(), 2U);
-
-    // A removed observer is not called for what has happened already.
-    const std::size_t count = everyFrame.size();
-    player->pause();
-    player->currentItem()->step(5);
-    player->removeTimeObserver(frameToken);
-    turnFor(0.1);
-    EXPECT_EQ(everyFrame.size(), count);
 }
 
-TEST_F(PlayerTest, NothingOfAReleasedPlayerIsCalled) {
+TEST_F(PlayerTest, CallsNobodyOnceThePlayerIsReleased) {
     auto player = openReady("h264.mp4");
     auto item = player->currentItem();
     bool isReleased = false;

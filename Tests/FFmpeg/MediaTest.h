@@ -16,6 +16,16 @@
 
 namespace videoanalysis::media {
 
+/// Turns `queue` in real time until `isDone`; false after `seconds`.
+inline bool turnUntil(HeadlessMainQueue& queue, const std::function<bool()>& isDone, double seconds = 20) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    while (!isDone()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        if (!queue.runTurn()) std::this_thread::sleep_for(std::chrono::microseconds(100));
+    }
+    return true;
+}
+
 class MediaTest : public testing::Test {
 protected:
     MediaTest() { installPlatform(platform); }
@@ -24,12 +34,7 @@ protected:
 
     /// Turns the main queue until `isDone`; false after `seconds`.
     bool turnUntil(const std::function<bool()>& isDone, double seconds = 20) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-        while (!isDone()) {
-            if (std::chrono::steady_clock::now() > deadline) return false;
-            if (!platform->queue.runTurn()) std::this_thread::sleep_for(std::chrono::microseconds(100));
-        }
-        return true;
+        return media::turnUntil(platform->queue, isDone, seconds);
     }
     void turnFor(double seconds) {
         turnUntil([] { return false; }, seconds);
