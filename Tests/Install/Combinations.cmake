@@ -6,9 +6,13 @@ include("${CMAKE_CURRENT_LIST_DIR}/InstallAndConsume.cmake")
 set(buildFolder "${scratchFolder}/build")
 file(MAKE_DIRECTORY "${scratchFolder}")
 
-# combination(PLATFORM [PACKAGES CMAKE_PACKAGES...] [MODULES PKG_CONFIG_PATTERN]): PLATFORM may find these and no others.
+# Patterns of the pkg-config modules that a platform needs.
+set(modulesOfCairo "cairo*")
+set(modulesOfFFmpeg "libav*|libsw*")
+
+# combination([PLATFORM] [PACKAGES CMAKE_PACKAGES...]): PLATFORM finds these packages, and none that only others need.
 function(combination)
-    cmake_parse_arguments(PARSE_ARGV 0 arg "" "MODULES" "PACKAGES")
+    cmake_parse_arguments(PARSE_ARGV 0 arg "" "" "PACKAGES")
     set(platform ${arg_UNPARSED_ARGUMENTS})
     message(STATUS "The component and: ${platform}")
     set(options)
@@ -17,13 +21,19 @@ function(combination)
             list(APPEND options -D CMAKE_DISABLE_FIND_PACKAGE_${package}=ON)
         endif()
     endforeach()
-    # Knows the permitted modules only.
+    # Hides the modules of the other platforms, and only those: Qt's own packages look for many more.
+    set(hidden)
+    foreach(other Cairo FFmpeg)
+        if(NOT other STREQUAL platform)
+            list(APPEND hidden "${modulesOf${other}}")
+        endif()
+    endforeach()
+    list(JOIN hidden "|" hidden)
     set(pkgConfig "${scratchFolder}/pkg-config")
     file(WRITE "${pkgConfig}" "#!/bin/sh
 for argument; do
     case \"$argument\" in
-        -*|[0-9]*|'>='|${arg_MODULES}) ;;
-        *) exit 1 ;;
+        ${hidden}) exit 1 ;;
     esac
 done
 exec '${pkgConfigProgram}' \"$@\"
@@ -48,5 +58,6 @@ endfunction()
 
 combination()
 combination(Headless PACKAGES Threads)
-combination(Cairo MODULES "cairo*")
-combination(FFmpeg PACKAGES Threads LibYuv MODULES "libav*|libsw*")
+combination(Cairo)
+combination(FFmpeg PACKAGES Threads LibYuv)
+combination(QtQuick PACKAGES Qt6 Threads)
