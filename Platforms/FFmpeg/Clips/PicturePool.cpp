@@ -1,5 +1,7 @@
 #include "Platforms/FFmpeg/Clips/PicturePool.h"
 
+#include "Platforms/FFmpeg/Compatibility.h"
+
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavutil/buffer.h>
@@ -26,13 +28,7 @@ void PicturePool::serve(AVCodecContext& context) {
     if ((context.codec->capabilities & AV_CODEC_CAP_DR1) == 0) return;  // this decoder brings its own memory
     context.opaque = this;
     context.get_buffer2 = &PicturePool::fill;
-#if FF_API_THREAD_SAFE_CALLBACKS
-    // Versions that have the flag call back one thread at a time without it.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
-    context.thread_safe_callbacks = 1;
-#pragma GCC diagnostic pop
-#endif
+    allowConcurrentCallbacks(context);
 }
 
 int PicturePool::fill(AVCodecContext* context, AVFrame* picture, int flags) {

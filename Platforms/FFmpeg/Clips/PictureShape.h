@@ -3,26 +3,22 @@
 // or cuts pictures asks it.
 
 #include "Platforms/FFmpeg/Clips/PictureConverter.h"
-#include "Platforms/FFmpeg/LibraryHandles.h"
+#include "Platforms/FFmpeg/Compatibility.h"
 
-#include <cstddef>
 #include <cstdint>
+#include <span>
 
 namespace videoanalysis::media::ffmpeg {
 
 /// The container's word counts more than the picture's.
 inline Orientation orientationOf(const AVStream& stream, const AVFrame& picture) {
-    std::size_t size = 0;
-    const std::uint8_t* matrix = av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, &size);
-    if (!matrix) {
+    std::span<const std::uint8_t> matrix = displayMatrixOf(stream);
+    if (matrix.empty()) {
         const AVFrameSideData* data = av_frame_get_side_data(&picture, AV_FRAME_DATA_DISPLAYMATRIX);
-        if (data) {
-            matrix = data->data;
-            size = data->size;
-        }
+        if (data) matrix = {data->data, data->size};
     }
-    if (!matrix || size < 9 * sizeof(std::int32_t)) return {};
-    return Orientation::fromDisplayMatrix(reinterpret_cast<const std::int32_t*>(matrix));
+    if (matrix.size() < 9 * sizeof(std::int32_t)) return {};
+    return Orientation::fromDisplayMatrix(reinterpret_cast<const std::int32_t*>(matrix.data()));
 }
 
 /// A pixel's width over its height, before turning.
