@@ -1,5 +1,5 @@
-// Parts of clips of every kind, cut out at random: the frames in the file are the ones asked for, read from their pixels, at
-// their times; the sound stays with them; and another program reads the file without a word.
+// Exports of random parts of clips of every kind: the files contain exactly the requested frames, read from their pixels, at their
+// times, with their sound, and another program reads them without a warning.
 
 #include "FFmpeg/MediaTest.h"
 #include "Platforms/FFmpeg/Clips/ClipDecoder.h"
@@ -103,7 +103,7 @@ std::vector<float> soundOf(const URL& url, double firstPicture) {
     return sound;
 }
 
-/// By how many seconds `part` is later in `whole` than at `offset`; at most 0.1 is found.
+/// By how many seconds `part` is later in `whole` than at `offset`; searches 0.1 s in both directions.
 double delayOf(const std::vector<float>& part, const std::vector<float>& whole, std::ptrdiff_t offset) {
     double best = 0;
     std::ptrdiff_t bestShift = 4800;
@@ -165,7 +165,7 @@ std::string nameOf(const testing::TestParamInfo<Source>& source) {
 
 class ExportRangeTest : public ExportTest, public testing::WithParamInterface<Source> {};
 
-TEST_P(ExportRangeTest, ARandomRangeIsCutFrameExactly) {
+TEST_P(ExportRangeTest, CutsRandomRangesFrameExactly) {
     const Source& source = GetParam();
     const DecodedClip original = decode(clip(source.name));
     const auto frames = static_cast<int>(original.numbers.size());
@@ -175,10 +175,10 @@ TEST_P(ExportRangeTest, ARandomRangeIsCutFrameExactly) {
     const char* scale = std::getenv("VIDEOANALYSIS_EXPORT_SCALE");
     const int ranges = 3 * (scale ? std::atoi(scale) : 1);
     for (int range = 0; range < ranges; ++range) {
-        // The whole clip first; then anything, short ranges as often as long ones.
+        // The whole clip first, then random ranges, short ones as often as long ones.
         int first = range == 0 ? 0 : below(frames);
         int last = range == 0 ? frames - 1 : std::min(frames - 1, first + below(below(2) == 0 ? 12 : frames));
-        // Anywhere in the first frame, and past the beginning of the last one.
+        // Starts anywhere in the first frame and ends after the start of the last one.
         const ClipIndex& index = *original.index;
         const auto lengthOf = [&](int frame) { return index.endTicksOf(frame) - index.ticksOf(frame); };
         const Time start = index.timeOfTicks(index.ticksOf(first) + lengthOf(first) * below(3) / 4);
@@ -259,7 +259,7 @@ std::vector<std::string> packetsOf(const URL& url) {
     return packets;
 }
 
-TEST_F(ExportTest, WhatACutLeavesWholeIsCopied) {
+TEST_F(ExportTest, CopiesCompleteGroupsOfPictures) {
     // Groups of 30 frames: of the frames 25 to 100, those from 30 on can be copied but for one or two at the end.
     struct Case {
         const char* name;
@@ -276,14 +276,14 @@ TEST_F(ExportTest, WhatACutLeavesWholeIsCopied) {
         const std::set<std::string> stored(whole.begin(), whole.end());
         const auto part = packetsOf(file);
         EXPECT_EQ(part.size(), 76U);
-        // Key frames may have got their parameter sets in front.
+        // Keyframes may have parameter sets in front.
         const auto copied =
             std::count_if(part.begin(), part.end(), [&](const std::string& bytes) { return stored.contains(bytes); });
         EXPECT_GE(static_cast<std::size_t>(copied), c.least);
     }
 }
 
-TEST_F(ExportTest, ACropKeepsThatPartOfTheUprightPicture) {
+TEST_F(ExportTest, CropsTheUprightPicture) {
     for (const char* name : {"h264.mp4", "rotated.mp4", "hevc.mp4"}) {
         SCOPED_TRACE(name);
         const auto whole = openReady(name);
@@ -317,7 +317,7 @@ TEST_F(ExportTest, ACropKeepsThatPartOfTheUprightPicture) {
     }
 }
 
-TEST_F(ExportTest, WhatCannotBeReadOrWrittenFailsInOneLineAndLeavesNothing) {
+TEST_F(ExportTest, FailsInOneLineAndLeavesNoFile) {
     const auto expectFailure = [this](const URL& source, const URL& file) {
         SCOPED_TRACE(source.absoluteString() + " to " + file.absoluteString());
         const ExportResult result = run({source, {}, {}, {0, 0, 1, 1}, file});
@@ -344,7 +344,7 @@ TEST_F(ExportTest, WhatCannotBeReadOrWrittenFailsInOneLineAndLeavesNothing) {
     std::signal(SIGXFSZ, before);
 }
 
-TEST_F(ExportTest, ACancelledExportLeavesNothingAndAnEndedOneKeepsItsFile) {
+TEST_F(ExportTest, LeavesNoFileWhenCancelledAndReplacesTheTargetWhenFinished) {
     const ExportRequest request{clip("gop250.mp4"), Time(1, 30), {}, {0, 0, 0.9, 0.9}, target("part.mp4")};
     std::optional<ExportResult> result;
     auto session = engine->startExport(request, [&](const ExportResult& ended) { result = ended; });
@@ -355,7 +355,7 @@ TEST_F(ExportTest, ACancelledExportLeavesNothingAndAnEndedOneKeepsItsFile) {
     EXPECT_EQ(result->status, ExportResult::Status::cancelled);
     EXPECT_EQ(fileCount(), 0U);
 
-    // Let go of: nobody is told, nothing is left.
+    // Destroyed: the completion is not called, no file is left.
     result.reset();
     session = engine->startExport(request, [&](const ExportResult& ended) { result = ended; });
     ASSERT_TRUE(turnUntil([&] { return session->progress() > 0.05; }));
@@ -380,8 +380,8 @@ TEST_F(ExportTest, ACancelledExportLeavesNothingAndAnEndedOneKeepsItsFile) {
     EXPECT_EQ(decode(target("part.mp4")).index->frameCount(), 299);
 }
 
-// Whether its later pictures were to be encoded or copied.
-TEST_F(ExportTest, AClipThatIsCutOffDuringTheExportFailsInOneLineAndLeavesNothing) {
+// With pictures that are encoded, and with pictures that are copied.
+TEST_F(ExportTest, FailsWhenTheClipIsTruncatedDuringTheExport) {
     for (const Rect& crop : {Rect{0, 0, 0.9, 0.9}, Rect{0, 0, 1, 1}}) {
         SCOPED_TRACE(crop.size.width);
         const files::path source = folder / "source.mp4";
@@ -399,7 +399,7 @@ TEST_F(ExportTest, AClipThatIsCutOffDuringTheExportFailsInOneLineAndLeavesNothin
     }
 }
 
-/// The most memory that was resident since the last call, in MB.
+/// Peak resident memory since the last call, in MB.
 long peakMemory() {
     long peak = 0;
     std::ifstream status("/proc/self/status");
@@ -410,8 +410,8 @@ long peakMemory() {
     return peak;
 }
 
-// The other codecs only when there is time.
-TEST_F(ExportTest, LargePicturesAreSavedInABoundedAmountOfMemory) {
+// H.265 and VP9 only in the long form.
+TEST_F(ExportTest, BoundsMemoryForLargePictures) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "sanitizers take memory of their own";
 #endif
@@ -436,7 +436,7 @@ TEST_F(ExportTest, LargePicturesAreSavedInABoundedAmountOfMemory) {
     }
 }
 
-TEST_F(ExportTest, DamagedAndTinyClipsAreSavedAsFarAsTheyGo) {
+TEST_F(ExportTest, ExportsTheReadablePartOfDamagedAndTinyClips) {
     ASSERT_EQ(run({clip("one-frame.mp4"), {}, {}, {0, 0, 1, 1}, target("one.mp4")}).error, "");
     EXPECT_EQ(decode(target("one.mp4")).numbers, std::vector<int>{0});
     // An end before the start, and moments outside the clip, still give a frame.
@@ -462,7 +462,7 @@ TEST_F(ExportTest, DamagedAndTinyClipsAreSavedAsFarAsTheyGo) {
     }
 }
 
-TEST_F(ExportTest, ClipsWithFlippedBytesEndInAFileOrAReason) {
+TEST_F(ExportTest, FinishesOrFailsWithAReasonForFlippedBytes) {
     std::mt19937 random(99);
     const char* scale = std::getenv("VIDEOANALYSIS_EXPORT_SCALE");
     const int rounds = 3 * (scale ? std::atoi(scale) : 1);

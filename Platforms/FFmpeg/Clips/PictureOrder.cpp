@@ -1,6 +1,6 @@
 #include "Platforms/FFmpeg/Clips/PictureOrder.h"
 
-#include "Platforms/FFmpeg/Export/ExportPlan.h"
+#include "Platforms/FFmpeg/Clips/Bitstream.h"
 
 #include <algorithm>
 #include <limits>
@@ -13,7 +13,7 @@ std::unique_ptr<PictureOrder> PictureOrder::make(const AVCodecParameters& parame
     if (codec != AV_CODEC_ID_H264 && codec != AV_CODEC_ID_HEVC && codec != AV_CODEC_ID_MPEG4) return nullptr;
     std::unique_ptr<PictureOrder> order(new PictureOrder(parameters));
     order->parser_.reset(av_parser_init(codec));
-    order->context_.reset(avcodec_alloc_context3(nullptr));
+    order->context_ = makeCodecContext(nullptr);
     if (!order->parser_ || !order->context_ || avcodec_parameters_to_context(order->context_.get(), &parameters) < 0) {
         return nullptr;
     }
@@ -32,7 +32,7 @@ bool PictureOrder::add(const AVPacket& packet) {
 }
 
 PictureOrder::Picture PictureOrder::numbered(const AVPacket& packet) {
-    if (keyFrameKind(packet, parameters_) == KeyFrameKind::closed) ++section_;
+    if (keyframeKind(packet, parameters_) == KeyframeKind::closed) ++section_;
     Picture picture{section_, parser_->output_picture_number, true};
     // Bare streams are split into fields, numbered in pairs.
     const AVPictureStructure structure = parser_->picture_structure;

@@ -1,5 +1,7 @@
 #include "Platforms/FFmpeg/Export/ExportEncoder.h"
 
+#include "Platforms/FFmpeg/Compatibility.h"
+
 extern "C" {
 #include <libavutil/opt.h>
 #include <libavutil/pixdesc.h>
@@ -7,16 +9,19 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
+#include <span>
+#include <string>
 
 namespace videoanalysis::media::ffmpeg {
 namespace {
 
-constexpr int smallestSide = 32;  // pixels; encoders refuse less
+constexpr int minSide = 32;  // pixels; encoders refuse less
 
-// Of larger pictures as few as possible wait inside, and the threads share one instead of having one each: a 7680 x 4320 picture
-// takes 100 to 200 MB in an encoder. An export of those had a peak of 0.9 GB, and of 2.6 GB without.
-constexpr double largePicture = 4096.0 * 2304;
+// Pixels above which an encoder queues as few pictures as possible and its threads share one instead of having one each: a
+// 7680 x 4320 picture takes 100 to 200 MB in an encoder. The peak of an export of those fell from 2.6 GB to 0.9 GB.
+constexpr double maxOrdinaryPicture = 4096.0 * 2304;
 
 const AVCodec* encoderFor(AVCodecID codec) {
     const char* name = nullptr;
@@ -30,16 +35,14 @@ const AVCodec* encoderFor(AVCodecID codec) {
     return encoder ? encoder : avcodec_find_encoder(codec);
 }
 
-/// The encoder's own format nearest to `format`.
+/// The encoder's format closest to `format`.
 AVPixelFormat formatFor(const AVCodec& encoder, AVPixelFormat format) {
-    if (!encoder.pix_fmts) return format;
-    for (const AVPixelFormat* offered = encoder.pix_fmts; *offered != AV_PIX_FMT_NONE; ++offered) {
-        if (*offered == format) return format;
-    }
-    return avcodec_find_best_pix_fmt_of_list(encoder.pix_fmts, format, 0, nullptr);
+    const std::span<const AVPixelFormat> formats = pixelFormatsOf(encoder);
+    if (formats.empty() || std::ranges::find(formats, format) != formats.end()) return format;
+    return avcodec_find_best_pix_fmt_of_list(formats.data(), format, 0, nullptr);
 }
 
-/// Quality that is not told from the source's at sight, at a speed that keeps a save short.
+/// Visually lossless, at a speed that keeps an export short.
 void setQuality(AVCodecContext& codec, const ExportEncoder::Settings& settings) {
     void* options = codec.priv_data;
     const bool isLarge = ExportEncoder::isLarge(1.0 * codec.width * codec.height);
@@ -52,7 +55,7 @@ void setQuality(AVCodecContext& codec, const ExportEncoder::Settings& settings) 
             if (isLarge) parameters += ":sliced-threads=1:rc-lookahead=0:sync-lookahead=0:mbtree=0";
             av_opt_set(options, "x264-params", parameters.c_str(), 0);
             if (settings.isJoined) codec.profile = settings.source->codecpar->profile;
-            if ((codec.profile & 0xFF) == FF_PROFILE_H264_BASELINE) codec.max_b_frames = 0;
+            if ((codec.profile & 0xFF) == h264BaselineProfile) codec.max_b_frames = 0;
             break;
         }
         case AV_CODEC_ID_HEVC:
@@ -73,51 +76,24 @@ void setQuality(AVCodecContext& codec, const ExportEncoder::Settings& settings) 
     }
 }
 
-}  // namespace
-
-bool ExportEncoder::isLarge(double pixels) { return pixels > largePicture; }
-
-std::unique_ptr<ExportEncoder> ExportEncoder::make(const Settings& settings, const AVFrame& picture,
-                                                   std::string& error) {
-    const AVCodec* encoder = encoderFor(settings.codec);
-    if (!encoder) {
-        error = std::string("no encoder for ") + avcodec_get_name(settings.codec);
-        return nullptr;
-    }
-    std::unique_ptr<ExportEncoder> result(new ExportEncoder);
-    result->codec_.reset(avcodec_alloc_context3(encoder));
-    result->packet_.reset(av_packet_alloc());
-    if (!result->codec_ || !result->packet_) {
-        error = "out of memory";
-        return nullptr;
-    }
-    AVCodecContext& codec = *result->codec_;
-    const auto format = static_cast<AVPixelFormat>(picture.format);
-    codec.pix_fmt = formatFor(*encoder, format);
-
-    Crop& crop = result->crop_;
-    crop = settings.crop;
+/// What `settings` ask for, inside the picture and large enough for encoders. Colour samples that pixels share are not split.
+ExportEncoder::Crop cropFor(const ExportEncoder::Settings& settings, const AVFrame& picture, AVPixelFormat format) {
+    ExportEncoder::Crop crop = settings.crop;
     if (crop.width <= 0 || crop.height <= 0) crop = {0, 0, picture.width, picture.height};
-    if (!settings.isJoined) {
-        // Colour samples that two pixels share are not cut in two.
-        const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(codec.pix_fmt);
-        const auto fit = [](int& begin, int& length, int whole, int shift) {
-            length = std::clamp(length, std::min(smallestSide, whole), whole);
-            const int unit = 1 << shift;
-            length = std::max(length / unit * unit, unit);
-            begin = std::clamp(begin, 0, std::max(whole - length, 0)) / unit * unit;
-        };
-        fit(crop.left, crop.width, picture.width, description ? description->log2_chroma_w : 1);
-        fit(crop.top, crop.height, picture.height, description ? description->log2_chroma_h : 1);
-    }
-    codec.width = crop.width;
-    codec.height = crop.height;
-    if (settings.isJoined && codec.pix_fmt != format) {
-        error = "the pixel format cannot be encoded";
-        return nullptr;
-    }
+    if (settings.isJoined) return crop;
+    const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(format);
+    const auto fit = [](int& begin, int& length, int whole, int shift) {
+        length = std::clamp(length, std::min(minSide, whole), whole);
+        const int unit = 1 << shift;
+        length = std::max(length / unit * unit, unit);
+        begin = std::clamp(begin, 0, std::max(whole - length, 0)) / unit * unit;
+    };
+    fit(crop.left, crop.width, picture.width, description ? description->log2_chroma_w : 1);
+    fit(crop.top, crop.height, picture.height, description ? description->log2_chroma_h : 1);
+    return crop;
+}
 
-    const AVStream& source = *settings.source;
+void setFormat(AVCodecContext& codec, const AVStream& source, const AVFrame& picture) {
     codec.time_base = source.time_base;
     AVRational rate = source.avg_frame_rate;
     if (rate.num <= 0 || rate.den <= 0 || av_q2d(rate) > 1000) rate = {30, 1};
@@ -132,11 +108,31 @@ std::unique_ptr<ExportEncoder> ExportEncoder::make(const Settings& settings, con
     codec.chroma_sample_location = picture.chroma_location;
     codec.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     codec.thread_count = 0;
+}
+
+}  // namespace
+
+bool ExportEncoder::isLarge(double pixels) { return pixels > maxOrdinaryPicture; }
+
+Result<std::unique_ptr<ExportEncoder>> ExportEncoder::make(const Settings& settings, const AVFrame& picture) {
+    const AVCodec* encoder = encoderFor(settings.codec);
+    if (!encoder) return Failure{std::string("no encoder for ") + avcodec_get_name(settings.codec)};
+    std::unique_ptr<ExportEncoder> result(new ExportEncoder);
+    result->codec_ = makeCodecContext(encoder);
+    result->packet_.reset(av_packet_alloc());
+    if (!result->codec_ || !result->packet_) return Failure{"out of memory"};
+    AVCodecContext& codec = *result->codec_;
+    const auto format = static_cast<AVPixelFormat>(picture.format);
+    codec.pix_fmt = formatFor(*encoder, format);
+    if (settings.isJoined && codec.pix_fmt != format) return Failure{"the pixel format cannot be encoded"};
+    result->crop_ = cropFor(settings, picture, codec.pix_fmt);
+    codec.width = result->crop_.width;
+    codec.height = result->crop_.height;
+    setFormat(codec, *settings.source, picture);
     setQuality(codec, settings);
     const int opened = avcodec_open2(&codec, encoder, nullptr);
     if (opened < 0) {
-        error = std::string("cannot encode ") + avcodec_get_name(settings.codec) + ": " + libraryError(opened);
-        return nullptr;
+        return Failure{std::string("cannot encode ") + avcodec_get_name(settings.codec) + ": " + libraryError(opened)};
     }
     return result;
 }
@@ -157,7 +153,7 @@ FrameHandle ExportEncoder::fitted(const AVFrame& picture) {
     if (cropped->format == codec_->pix_fmt && cropped->width == codec_->width && cropped->height == codec_->height) {
         return cropped;
     }
-    // Another pixel format, or a clip whose pictures change their size on the way.
+    // Another pixel format, or a clip whose pictures change their size.
     scaler_ = sws_getCachedContext(scaler_, cropped->width, cropped->height,
                                    static_cast<AVPixelFormat>(cropped->format), codec_->width, codec_->height,
                                    codec_->pix_fmt, SWS_BICUBIC | SWS_ACCURATE_RND, nullptr, nullptr, nullptr);
@@ -171,27 +167,28 @@ FrameHandle ExportEncoder::fitted(const AVFrame& picture) {
     return converted;
 }
 
-int ExportEncoder::encode(const AVFrame* picture, std::int64_t ticks, const Sink& sink) {
-    FrameHandle fit;
-    if (picture) {
-        fit = fitted(*picture);
-        if (!fit) return AVERROR(ENOMEM);
-        fit->pts = ticks;
-        fit->pict_type = AV_PICTURE_TYPE_NONE;  // the encoder chooses
-        fit->key_frame = 0;
-        // Motion, rotation and such things of the source are none of the encoder's.
-        while (fit->nb_side_data > 0) av_frame_remove_side_data(fit.get(), fit->side_data[0]->type);
-    }
-    int result = avcodec_send_frame(codec_.get(), fit.get());
-    if (result < 0) return result;
-    while (true) {
+Result<void> ExportEncoder::encode(const AVFrame& picture, std::int64_t ticks, const Sink& sink) {
+    const FrameHandle fit = fitted(picture);
+    if (!fit) return Failure{libraryError(AVERROR(ENOMEM))};
+    fit->pts = ticks;
+    fit->pict_type = AV_PICTURE_TYPE_NONE;  // chosen by the encoder
+    clearKeyframeMark(*fit);
+    // The encoder must not act on the source's side data, such as its rotation.
+    while (fit->nb_side_data > 0) av_frame_remove_side_data(fit.get(), fit->side_data[0]->type);
+    return send(fit.get(), sink);
+}
+
+Result<void> ExportEncoder::send(const AVFrame* picture, const Sink& sink) {
+    int result = avcodec_send_frame(codec_.get(), picture);
+    while (result >= 0) {
         result = avcodec_receive_packet(codec_.get(), packet_.get());
-        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return 0;
-        if (result < 0) return result;
-        result = sink(*packet_);
+        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return {};
+        if (result < 0) break;
+        Result<void> passedOn = sink(*packet_);
         av_packet_unref(packet_.get());
-        if (result < 0) return result;
+        if (!passedOn) return passedOn;
     }
+    return Failure{libraryError(result)};
 }
 
 }  // namespace videoanalysis::media::ffmpeg

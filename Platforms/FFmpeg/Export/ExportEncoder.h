@@ -1,13 +1,12 @@
 #pragma once
-// Encodes an export's pictures in the source's own codec where that can be encoded, cropped if asked. The export job makes one
-// for every stretch of frames that it cannot copy.
+// Encodes and crops an export's pictures. The export job makes one for every stretch of frames that it cannot copy.
 
 #include "Platforms/FFmpeg/LibraryHandles.h"
+#include "Platforms/FFmpeg/Result.h"
 
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <string>
 
 struct SwsContext;
 
@@ -25,31 +24,34 @@ public:
     };
     struct Settings {
         AVCodecID codec = AV_CODEC_ID_H264;
-        const AVStream* source = nullptr;  ///< what is kept of it: time base, rate, profile, colours, pixel shape
+        const AVStream* source = nullptr;  ///< gives time base, rate, profile and pixel aspect ratio
         Crop crop;
-        /// The pictures go beside copied ones of the source: their size and pixel format must not change.
+        /// The pictures are joined with copied ones of the source: they keep their size and pixel format.
         bool isJoined = false;
         /// For H.264: the number of the parameter sets, 0...31.
         int parameterSet = 0;
     };
 
-    /// Whether pictures of so many pixels are so large that only H.264 is encoded in a bounded amount of memory.
+    /// Whether pictures of `pixels` pixels are so large that only H.264 encodes them in a bounded amount of memory.
     static bool isLarge(double pixels);
 
-    /// For pictures like `picture`. Null on failure, with the reason in `error`.
-    static std::unique_ptr<ExportEncoder> make(const Settings& settings, const AVFrame& picture, std::string& error);
+    /// For pictures like `picture`.
+    static Result<std::unique_ptr<ExportEncoder>> make(const Settings& settings, const AVFrame& picture);
     ~ExportEncoder();
 
     const AVCodecContext& context() const { return *codec_; }
-    using Sink = std::function<int(AVPacket&)>;
-    /// Encodes `picture`, which begins at `ticks` of the source's time base; null for what is still inside. `sink` gets the
-    /// packets and returns 0 or an error, which ends the call and is returned.
-    int encode(const AVFrame* picture, std::int64_t ticks, const Sink& sink);
+    using Sink = std::function<Result<void>(AVPacket&)>;
+    /// Encodes `picture`, which begins at `ticks` of the source's time base, and passes the complete packets to `sink`. Fails
+    /// when encoding or `sink` does.
+    Result<void> encode(const AVFrame& picture, std::int64_t ticks, const Sink& sink);
+    /// Passes on the pending packets. Only destruction is valid afterwards.
+    Result<void> flush(const Sink& sink) { return send(nullptr, sink); }
 
 private:
     ExportEncoder() = default;
-    /// Cropped, in the encoder's format. Null on failure.
+    /// Cropped, in the encoder's format and size. Null when there is not enough memory.
     FrameHandle fitted(const AVFrame& picture);
+    Result<void> send(const AVFrame* picture, const Sink& sink);
 
     CodecContextHandle codec_;
     PacketHandle packet_;

@@ -1,8 +1,9 @@
 #pragma once
-// The file that an export writes: under a hidden name in the target's folder until it is complete, so that nobody ever finds
-// half a clip. The export job fills it.
+// The container file that an export writes, under a hidden name in the target's folder until it is complete. The export job
+// fills it.
 
 #include "Platforms/FFmpeg/LibraryHandles.h"
+#include "Platforms/FFmpeg/Result.h"
 #include "Platforms/FFmpeg/TemporaryFile.h"
 
 #include <cstdint>
@@ -14,26 +15,33 @@ namespace videoanalysis::media::ffmpeg {
 /// Used by one thread.
 class ExportFile {
 public:
-    /// Begins the file that will be `target`, a path whose extension names the container. Null on failure, with the reason in
-    /// `error`.
-    static std::unique_ptr<ExportFile> make(const std::string& target, std::string& error);
+    /// Creates the file that will become `target`, a path whose extension selects the container.
+    static Result<std::unique_ptr<ExportFile>> make(const std::string& target);
     ExportFile(const ExportFile&) = delete;
     ExportFile& operator=(const ExportFile&) = delete;
-    /// Unless it is finished, nothing is left.
+    /// Removes the file unless it was finished.
     ~ExportFile();
 
     const AVOutputFormat* container() const { return format_->oformat; }
     bool accepts(AVCodecID codec) const;
-    /// Whether the container may call `codec` by `tag`, four characters, the first lowest.
+    /// Whether `tag` (four characters, the first in the lowest byte) stands for `codec` in this container.
     bool hasTag(AVCodecID codec, std::uint32_t tag) const;
-    AVFormatContext* format() { return format_.get(); }
 
-    /// After the streams have been added. These return 0 or the library's error.
-    int writeHeader();
-    /// `packet` has times in `timeBase` and becomes empty.
-    int write(AVPacket& packet, int stream, AVRational timeBase);
-    /// Completes the file and gives it its name. False on failure, with the reason in `error`.
-    bool finish(std::string& error);
+    // Streams are numbered from 0 in the order of these calls, before `writeHeader`.
+
+    /// Adds the video stream described by `parameters`, with the time base, rate and orientation of `source`. Its orientation
+    /// may instead be stored with `picture`, which may be null.
+    Result<void> addVideo(const AVCodecParameters& parameters, const AVStream& source, const AVFrame* picture);
+    Result<void> addAudio(const AVCodecContext& encoder);
+    /// Copies the metadata of `source`.
+    void copyMetadata(const AVFormatContext& source) { av_dict_copy(&format_->metadata, source.metadata, 0); }
+
+    /// After the streams have been added.
+    Result<void> writeHeader();
+    /// Takes ownership of the data of `packet`, whose times are in `timeBase`.
+    Result<void> write(AVPacket& packet, int stream, AVRational timeBase);
+    /// Completes the file and renames it to its target. Only destruction is valid afterwards.
+    Result<void> finish();
 
 private:
     struct Deleter {

@@ -2,115 +2,46 @@
 
 #include "Platforms/FFmpeg/Clips/ClipScan.h"
 #include "Platforms/FFmpeg/Clips/PictureShape.h"
-
-extern "C" {
-#include <libavcodec/bsf.h>
-#include <libavutil/intreadwrite.h>
-}
+#include "Platforms/FFmpeg/Compatibility.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <limits>
-#include <set>
-#include <string_view>
+#include <string>
 #include <utility>
 
 namespace videoanalysis::media::ffmpeg {
 namespace {
 
-// A picture to encode takes about so many times as long as one to copy; for the progress.
-constexpr double workOfEncoding = 20;
-// What the cuts leave is kept in memory until the file begins: of groups longer than this everything is encoded.
-constexpr std::int64_t longestEdge = 1500;
-constexpr std::size_t largestEdge = std::size_t{128} << 20;  // bytes of packets
-constexpr int threadsForLargePictures = 2;                   // of the decoder: each keeps a picture
-// A packet that the scan has read cannot be read again.
-constexpr const char* brokenOff = "the clip broke off while it was being saved";
+constexpr double encodingWork = 20;  // relative cost of encoding versus copying one frame, for the progress
+constexpr double maxProgressWhileWorking = 0.99;   // the rest is finishing the file
+constexpr std::int64_t maxEdgeFrames = 1500;       // edges are kept in memory: with longer ones everything is encoded
+constexpr int decoderThreadsForLargePictures = 2;  // each thread keeps a picture
+const Rect wholePicture{0, 0, 1, 1};
+constexpr double wholeSound = std::numeric_limits<double>::infinity();
 
-struct ExportDeleter {
-    void operator()(AVBSFContext* filter) const { av_bsf_free(&filter); }
-    void operator()(AVCodecParameters* parameters) const { avcodec_parameters_free(&parameters); }
-};
-using FilterHandle = std::unique_ptr<AVBSFContext, ExportDeleter>;
-using ParametersHandle = std::unique_ptr<AVCodecParameters, ExportDeleter>;
+/// A packet that the scan has read cannot be read again.
+Failure brokenOff() { return {"the clip broke off while it was being saved"}; }
+Failure outOfMemory() { return {"out of memory"}; }
+/// Not shown to anyone: `run` reports a cancellation by its status.
+Failure cancelled() { return {"cancelled"}; }
 
-bool hasParameterSets(AVCodecID codec) { return codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_HEVC; }
-
-/// Calls `visit` with the first byte of each unit in a stream with start codes, and the bytes from there to the end.
-template <class Byte, class Visitor>
-void visitUnits(Byte* data, std::size_t size, const Visitor& visit) {
-    for (std::size_t at = 0; at + 3 < size; ++at) {
-        if (data[at] == 0 && data[at + 1] == 0 && data[at + 2] == 1) visit(data + at + 3, size - at - 3);
+/// By how many pictures decoding runs ahead at most in each of the three parts of `plan`.
+std::int64_t joinedReordering(const ExportPlan& plan, const ClipIndex& index, const EncodedEdge& head,
+                              const EncodedEdge& tail) {
+    std::int64_t reordering = 0;
+    std::vector<std::int64_t> times;
+    for (const EncodedEdge* edge : {&head, &tail}) {
+        times.clear();
+        for (const PacketHandle& packet : edge->packets()) times.push_back(packet->pts);
+        reordering = std::max(reordering, reorderingOf(times));
     }
-}
-
-/// An exponential Golomb number (H.264, 9.1) at the beginning of `data`; only the small ones that identify parameter sets.
-int leadingNumber(const std::uint8_t* data, std::size_t size) {
-    if (size < 4) return 0;
-    const std::uint32_t bits = AV_RB32(data);
-    if (bits == 0) return 0;
-    const int zeros = __builtin_clz(bits);
-    return zeros > 15 ? 0 : static_cast<int>(bits >> (31 - 2 * zeros)) - 1;
-}
-
-/// The largest number that no H.264 parameter set in `extradata` (with start codes) has; -1 when all are taken.
-int freeParameterSet(const std::uint8_t* extradata, std::size_t size) {
-    constexpr int sequenceParameterSet = 7;
-    constexpr int pictureParameterSet = 8;
-    std::set<int> taken;
-    visitUnits(extradata, size, [&](const std::uint8_t* unit, std::size_t rest) {
-        const int type = unit[0] & 0x1F;
-        if (type == sequenceParameterSet && rest > 8) taken.insert(leadingNumber(unit + 4, rest - 4));
-        if (type == pictureParameterSet && rest > 5) taken.insert(leadingNumber(unit + 1, rest - 1));
-    });
-    int number = 31;
-    while (number >= 0 && taken.contains(number)) --number;
-    return number;
-}
-
-/// Pictures that can be shown only with what precedes a clean random access are said to be missing (H.265, 7.4.2.2).
-void breakLink(AVPacket& packet) {
-    constexpr int cleanRandomAccess = 21;
-    constexpr int brokenLinkWithoutLeading = 18;
-    visitUnits(packet.data, static_cast<std::size_t>(packet.size), [](std::uint8_t* unit, std::size_t) {
-        if (((unit[0] >> 1) & 0x3F) == cleanRandomAccess) {
-            unit[0] = static_cast<std::uint8_t>((unit[0] & 0x81) | brokenLinkWithoutLeading << 1);
-        }
-    });
-}
-
-bool setExtradata(AVCodecParameters& parameters, const std::vector<std::uint8_t>& bytes) {
-    av_freep(&parameters.extradata);
-    parameters.extradata_size = 0;
-    parameters.extradata = static_cast<std::uint8_t*>(av_mallocz(bytes.size() + AV_INPUT_BUFFER_PADDING_SIZE));
-    if (!parameters.extradata) return false;
-    std::copy(bytes.begin(), bytes.end(), parameters.extradata);
-    parameters.extradata_size = static_cast<int>(bytes.size());
-    return true;
-}
-
-/// By how many packets decoding runs ahead of presentation at most.
-std::int64_t reorderingOf(const std::vector<std::int64_t>& times) {
-    std::vector<std::int64_t> sorted = times;
-    std::sort(sorted.begin(), sorted.end());
-    std::int64_t most = 0;
-    for (std::size_t i = 0; i < times.size(); ++i) {
-        const auto rank = std::lower_bound(sorted.begin(), sorted.end(), times[i]) - sorted.begin();
-        most = std::max(most, static_cast<std::int64_t>(i) - rank);
+    times.clear();
+    for (std::int64_t packet = plan.firstPacket; packet < plan.endPacket; ++packet) {
+        const std::int64_t time = index.timestampOfPacket(packet);
+        if (time >= index.timestampOfPacket(plan.firstPacket)) times.push_back(time);
     }
-    return most;
-}
-
-FilterHandle startCodeFilter(const AVStream& stream) {
-    const bool isHevc = stream.codecpar->codec_id == AV_CODEC_ID_HEVC;
-    AVBSFContext* filter = nullptr;
-    const AVBitStreamFilter* kind = av_bsf_get_by_name(isHevc ? "hevc_mp4toannexb" : "h264_mp4toannexb");
-    if (!kind || av_bsf_alloc(kind, &filter) < 0) return nullptr;
-    FilterHandle result(filter);
-    filter->time_base_in = stream.time_base;
-    if (avcodec_parameters_copy(filter->par_in, stream.codecpar) < 0 || av_bsf_init(filter) < 0) return nullptr;
-    return result;
+    return std::max(reordering, reorderingOf(times));
 }
 
 }  // namespace
@@ -119,129 +50,120 @@ ExportJob::ExportJob(ExportRequest request, const FFmpegOptions& options, std::s
     : request_(std::move(request)), options_(options), pool_(std::move(pool)) {}
 
 ExportResult ExportJob::run() {
-    const bool isWritten = prepare() && write() && file_->finish(error_);
+    Result<void> result = prepare();
+    if (result) result = write();
+    if (result) result = file_->finish();
     decoder_ = nullptr;
     sound_ = nullptr;
-    file_ = nullptr;  // of what is not finished, nothing is left
-    if (isWritten) {
+    file_ = nullptr;  // removes an unfinished file
+    if (result) {
         progress_ = 1;
         return {ExportResult::Status::finished, {}};
     }
     if (isCancelled_) return {ExportResult::Status::cancelled, {}};
-    return {ExportResult::Status::failed, error_};
+    return {ExportResult::Status::failed, result.failure().message};
 }
 
-bool ExportJob::fail(std::string error) {
-    if (error_.empty()) error_ = std::move(error);
-    return false;
-}
-
-bool ExportJob::prepare() {
+Result<void> ExportJob::prepare() {
     const std::string target = request_.target.path();
-    if (target.empty()) return fail("the target is not a file");
+    if (target.empty()) return Failure{"the target is not a file"};
     auto file = ClipFile::open(request_.source, ClipFile::Content::video, isCancelled_);
-    if (!file) return fail(file.failure().message);
+    if (!file) return file.failure();
     const AVCodecParameters& parameters = *(*file)->stream()->codecpar;
     auto index = scanClip(**file, isCancelled_, [&](const AVPacket& packet) {
-        kinds_.push_back((packet.flags & AV_PKT_FLAG_KEY) != 0 ? keyFrameKind(packet, parameters)
-                                                               : KeyFrameKind::unfit);
+        kinds_.push_back((packet.flags & AV_PKT_FLAG_KEY) != 0 ? keyframeKind(packet, parameters)
+                                                               : KeyframeKind::unfit);
     });
-    if (!index) return fail(index.failure().message);
+    if (!index) return index.failure();
     index_ = *std::move(index);
     sourcePixels_ = 1.0 * parameters.width * parameters.height;
-    auto decoder = ClipDecoder::make(
-        *std::move(file), pool_,
-        ExportEncoder::isLarge(sourcePixels_) ? threadsForLargePictures : options_.decoderThreads, options_.maxPixels);
-    if (!decoder) return fail(decoder.failure().message);
+    const int threads =
+        ExportEncoder::isLarge(sourcePixels_) ? decoderThreadsForLargePictures : options_.decoderThreads;
+    auto decoder = ClipDecoder::make(*std::move(file), pool_, threads, options_.maxPixels);
+    if (!decoder) return decoder.failure();
     decoder_ = *std::move(decoder);
     decoder_->setIndex(index_);
-    std::string error;
-    file_ = ExportFile::make(target, error);
-    return file_ || fail(error);
+    auto made = ExportFile::make(target);
+    if (!made) return made.failure();
+    file_ = *std::move(made);
+    return {};
 }
 
-bool ExportJob::write() {
-    const AVCodecParameters& source = *decoder_->file().stream()->codecpar;
-    const ExportPlan all = ExportPlan::encodingAll(*index_, request_.start, request_.end);
-    firstFrame_ = all.firstFrame;
-    lastFrame_ = all.lastFrame;
-    const bool isWhole = request_.crop == Rect{0, 0, 1, 1};
-    if (isWhole && file_->accepts(source.codec_id) && source.field_order <= AV_FIELD_PROGRESSIVE) {
-        const ExportPlan plan = ExportPlan::copyingMost(*index_, kinds_, request_.start, request_.end);
-        const bool canJoin = !ExportEncoder::isLarge(sourcePixels_) || source.codec_id == AV_CODEC_ID_H264;
-        if (plan.copies() && (canJoin || !plan.encodes()) &&
-            plan.firstCopied - plan.firstFrame + plan.lastFrame + 1 - plan.endCopied <= longestEdge) {
-            return copyMost(plan);
-        }
-    }
-    return encodeAll(all);
+Result<void> ExportJob::write() {
+    const AVCodecParameters& parameters = *source().codecpar;
+    const bool isCopyable = request_.crop == wholePicture && file_->accepts(parameters.codec_id) &&
+                            parameters.field_order <= AV_FIELD_PROGRESSIVE;
+    if (!isCopyable) return encodeAll();
+    const ExportPlan plan = ExportPlan::copyingMost(*index_, kinds_, request_.start, request_.end);
+    const bool isJoinable = !ExportEncoder::isLarge(sourcePixels_) || parameters.codec_id == AV_CODEC_ID_H264;
+    const std::int64_t edgeFrames = plan.frameCount() - (plan.endCopied - plan.firstCopied);
+    if (!plan.copies() || (plan.encodes() && !isJoinable) || edgeFrames > maxEdgeFrames) return encodeAll();
+    return copyMost(plan);
 }
 
-// Encoding
+// ---- Encoding
 
-bool ExportJob::encodeAll(const ExportPlan& plan) {
+Result<void> ExportJob::encodeAll() {
+    const ExportPlan plan = ExportPlan::encodingAll(*index_, request_.start, request_.end);
+    times_.emplace(index_, plan.firstFrame, plan.lastFrame);
     workDone_ = 0;
-    workInAll_ = static_cast<double>(plan.frameCount()) * workOfEncoding;
-    ExportEncoder::Settings settings{codecForEncoding(), decoder_->file().stream(), {}, false, 0};
-    const auto onStart = [&](const ExportEncoder& encoder, const AVFrame& picture) {
-        const ParametersHandle parameters(avcodec_parameters_alloc());
-        if (!parameters || avcodec_parameters_from_context(parameters.get(), &encoder.context()) < 0) {
-            return fail("out of memory");
-        }
+    totalWork_ = static_cast<double>(plan.frameCount()) * encodingWork;
+    const ExportEncoder::Settings settings{codecForEncoding(), &source(), {}, false, 0};
+    const auto onStart = [&](const ExportEncoder& encoder, const AVFrame& picture) -> Result<void> {
         const AVCodecContext& context = encoder.context();
-        reordering_ = context.max_b_frames > 0 ? std::max(context.has_b_frames, context.max_b_frames) : 0;
+        const ParametersHandle parameters(avcodec_parameters_alloc());
+        if (!parameters || avcodec_parameters_from_context(parameters.get(), &context) < 0) return outOfMemory();
+        if (context.max_b_frames > 0) times_->allowReordering(std::max(context.has_b_frames, context.max_b_frames));
         return begin(*parameters, &picture);
     };
-    if (!encode(plan.firstFrame, plan.lastFrame, settings, onStart,
-                [this](AVPacket& packet) { return addPicture(packet); })) {
-        return false;
-    }
-    const int result = addSound(std::numeric_limits<double>::infinity());
-    return result >= 0 || failWith(result);
+    Result<void> encoded = encode(plan.firstFrame, plan.lastFrame, settings, onStart,
+                                  [this](AVPacket& packet) { return addPicture(packet); });
+    return encoded ? addSound(wholeSound) : encoded;
 }
 
-bool ExportJob::encode(std::int64_t first, std::int64_t last, const ExportEncoder::Settings& asked,
-                       const std::function<bool(const ExportEncoder&, const AVFrame&)>& onStart,
-                       const ExportEncoder::Sink& sink) {
-    if (!decoder_->start(index_->startPacketFor(first))) return fail(brokenOff);
+Result<void> ExportJob::encode(std::int64_t first, std::int64_t last, const ExportEncoder::Settings& settings,
+                               const std::function<Result<void>(const ExportEncoder&, const AVFrame&)>& onStart,
+                               const ExportEncoder::Sink& sink) {
+    if (!decoder_->start(index_->startPacketFor(first))) return brokenOff();
     std::unique_ptr<ExportEncoder> encoder;
-    bool isAtEnd = false;
-    while (!isAtEnd) {
-        if (isCancelled_) return false;
-        FrameHandle picture;
-        std::int64_t number = 0;
-        const Result<ClipDecoder::Status> status = decoder_->next(first, picture, number);
-        switch (status ? *status : ClipDecoder::Status::endOfStream) {
-            case ClipDecoder::Status::pending: continue;
-            case ClipDecoder::Status::endOfStream:
-                if (decoder_->nextPacket() <= index_->packetOfFrame(last)) return fail(brokenOff);
-                isAtEnd = true;
-                continue;
-            case ClipDecoder::Status::frame: break;
-        }
-        if (number < first) continue;
-        if (number > last) break;
+    for (std::int64_t number = first - 1; number < last;) {
+        const Result<FrameHandle> next = nextPicture(first, last, number);
+        if (!next) return next.failure();
+        const AVFrame* picture = next->get();
+        if (!picture) break;
         if (!encoder) {
-            ExportEncoder::Settings settings = asked;
-            if (!settings.isJoined) settings.crop = storedCrop(*picture);
-            std::string error;
-            encoder = ExportEncoder::make(settings, *picture, error);
-            if (!encoder) return fail(error);
-            if (!onStart(*encoder, *picture)) return false;
+            ExportEncoder::Settings fitted = settings;
+            if (!settings.isJoined) fitted.crop = storedCrop(*picture);
+            Result<std::unique_ptr<ExportEncoder>> made = ExportEncoder::make(fitted, *picture);
+            if (!made) return made.failure();
+            encoder = std::move(*made);
+            if (Result<void> started = onStart(*encoder, *picture); !started) return started;
         }
-        const int result = encoder->encode(picture.get(), ticksOf(number), sink);
-        if (result < 0) return failWith(result);
-        advance(workOfEncoding);
-        isAtEnd = number == last;
+        if (Result<void> encoded = encoder->encode(*picture, times_->ticksOf(number), sink); !encoded) return encoded;
+        advance(encodingWork);
     }
-    if (!encoder) return fail("none of the pictures can be decoded");
-    const int result = encoder->encode(nullptr, 0, sink);
-    return result >= 0 || failWith(result);
+    if (!encoder) return Failure{"none of the pictures can be decoded"};
+    return encoder->flush(sink);
+}
+
+Result<FrameHandle> ExportJob::nextPicture(std::int64_t first, std::int64_t last, std::int64_t& number) {
+    FrameHandle picture;
+    while (!isCancelled_) {
+        const Result<ClipDecoder::Status> status = decoder_->next(first, picture, number);
+        if (!status || *status == ClipDecoder::Status::endOfStream) {
+            if (decoder_->nextPacket() <= index_->packetOfFrame(last)) return brokenOff();
+            return FrameHandle();
+        }
+        if (*status == ClipDecoder::Status::pending) continue;
+        if (number > last) return FrameHandle();
+        if (number >= first) return picture;
+    }
+    return cancelled();
 }
 
 ExportEncoder::Crop ExportJob::storedCrop(const AVFrame& picture) const {
-    if (request_.crop == Rect{0, 0, 1, 1}) return {};
-    const Orientation orientation = orientationOf(*decoder_->file().stream(), picture);
+    if (request_.crop == wholePicture) return {};
+    const Orientation orientation = orientationOf(source(), picture);
     Rect crop = request_.crop;
     if (orientation.isMirrored) crop.origin.x = 1 - crop.origin.x - crop.size.width;
     for (int turn = 0; turn < orientation.quarterTurns; ++turn) {
@@ -255,257 +177,149 @@ ExportEncoder::Crop ExportJob::storedCrop(const AVFrame& picture) const {
 }
 
 AVCodecID ExportJob::codecForEncoding() const {
-    const AVCodecID source = decoder_->file().stream()->codecpar->codec_id;
+    const AVCodecID codec = source().codecpar->codec_id;
     const bool isLarge = ExportEncoder::isLarge(sourcePixels_ * request_.crop.size.width * request_.crop.size.height);
     const bool isKept =
-        source == AV_CODEC_ID_H264 || (!isLarge && (source == AV_CODEC_ID_HEVC || source == AV_CODEC_ID_VP9));
-    if (isKept && file_->accepts(source)) return source;
+        codec == AV_CODEC_ID_H264 || (!isLarge && (codec == AV_CODEC_ID_HEVC || codec == AV_CODEC_ID_VP9));
+    if (isKept && file_->accepts(codec)) return codec;
     return file_->accepts(AV_CODEC_ID_H264) ? AV_CODEC_ID_H264 : AV_CODEC_ID_VP9;
 }
 
-// Copying
+// ---- Copying
 
-bool ExportJob::copyMost(const ExportPlan& plan) {
-    AVStream* source = decoder_->file().stream();
-    const bool isJoined = plan.encodes();
-    workInAll_ = static_cast<double>(plan.endPacket - plan.firstPacket) +
-                 workOfEncoding * static_cast<double>(plan.frameCount() - (plan.endCopied - plan.firstCopied));
-
-    // Of streams with parameter sets, each stretch brings its own: in H.264 under a number of their own, in H.265, whose encoder
-    // gives no choice, by repeating those of the stretch.
-    FilterHandle filter;
-    std::vector<std::uint8_t> extradata;
-    int parameterSet = 0;
-    bool isPossible = true;
-    if (isJoined && hasParameterSets(source->codecpar->codec_id)) {
-        filter = startCodeFilter(*source);
-        isPossible = filter != nullptr;
-        if (isPossible) {
-            const AVCodecParameters& parameters = *filter->par_out;
-            if (parameters.extradata)
-                extradata.assign(parameters.extradata, parameters.extradata + parameters.extradata_size);
-        }
-        if (isPossible && source->codecpar->codec_id == AV_CODEC_ID_H264) {
-            parameterSet = freeParameterSet(extradata.data(), extradata.size());
-            isPossible = parameterSet >= 0 && !extradata.empty();
-        }
-    }
-
-    Edge head;
-    Edge tail;
-    isPossible = isPossible && encodeEdge(plan.firstFrame, plan.firstCopied - 1, parameterSet, head) &&
-                 encodeEdge(plan.endCopied, plan.lastFrame, parameterSet, tail);
-    if (isCancelled_) return false;
-    if (!isPossible) {
-        error_.clear();
-        return encodeAll(ExportPlan::encodingAll(*index_, request_.start, request_.end));
-    }
-
-    const ParametersHandle parameters(avcodec_parameters_alloc());
-    if (!parameters || avcodec_parameters_copy(parameters.get(), source->codecpar) < 0) return fail("out of memory");
-    if (source->codecpar->codec_id == AV_CODEC_ID_H264) {
-        for (const Edge* edge : {&head, &tail}) {
-            if (edge == &tail && tail.parameterSets == head.parameterSets) continue;
-            extradata.insert(extradata.end(), edge->parameterSets.begin(), edge->parameterSets.end());
-        }
-    }
-    if (!extradata.empty() && !setExtradata(*parameters, extradata)) return fail("out of memory");
-    parameters->codec_tag = 0;
-    constexpr std::uint32_t setsInStream = MKTAG('h', 'e', 'v', '1');
-    if (isJoined && parameters->codec_id == AV_CODEC_ID_HEVC && file_->hasTag(parameters->codec_id, setsInStream)) {
-        parameters->codec_tag = setsInStream;
-    }
-
-    std::vector<std::int64_t> times;
-    for (const Edge* edge : {&head, &tail}) {
-        times.clear();
-        for (const PacketHandle& packet : edge->packets) times.push_back(packet->pts);
-        reordering_ = std::max(reordering_, reorderingOf(times));
-    }
-    times.clear();
-    for (std::int64_t packet = plan.firstPacket; packet < plan.endPacket; ++packet) {
-        const std::int64_t time = index_->timestampOfPacket(packet);
-        if (time >= index_->timestampOfPacket(plan.firstPacket)) times.push_back(time);
-    }
-    reordering_ = std::max(reordering_, reorderingOf(times));
-
-    if (!begin(*parameters, nullptr)) return false;
-    const auto add = [this](Edge& edge) {
-        for (const PacketHandle& packet : edge.packets) {
-            const int result = addPicture(*packet);
-            if (result < 0) return failWith(result);
-        }
-        return true;
-    };
-    const bool breaksLink =
-        plan.firstCopied > plan.firstFrame && kinds_[static_cast<std::size_t>(plan.firstPacket)] == KeyFrameKind::open;
-    if (!add(head) || !copyPackets(plan, filter.get(), breaksLink) || !add(tail)) return false;
-    const int result = addSound(std::numeric_limits<double>::infinity());
-    return result >= 0 || failWith(result);
+Result<void> ExportJob::copyMost(const ExportPlan& plan) {
+    times_.emplace(index_, plan.firstFrame, plan.lastFrame);
+    const auto encodedFrames = static_cast<double>(plan.frameCount() - (plan.endCopied - plan.firstCopied));
+    totalWork_ = static_cast<double>(plan.endPacket - plan.firstPacket) + encodingWork * encodedFrames;
+    Result<std::unique_ptr<StreamJoin>> join = StreamJoin::make(source(), plan.encodes());
+    if (!join) return encodeAll();
+    const int parameterSet = (*join)->parameterSet();
+    const Result<EncodedEdge> head = encodeEdge(plan.firstFrame, plan.firstCopied - 1, parameterSet);
+    if (isCancelled_) return cancelled();
+    if (!head) return encodeAll();
+    const Result<EncodedEdge> tail = encodeEdge(plan.endCopied, plan.lastFrame, parameterSet);
+    if (isCancelled_) return cancelled();
+    if (!tail) return encodeAll();
+    return writeJoined(plan, **join, *head, *tail);
 }
 
-bool ExportJob::encodeEdge(std::int64_t first, std::int64_t last, int parameterSet, Edge& edge) {
-    if (first > last) return true;
-    AVStream* source = decoder_->file().stream();
-    const AVCodecID codec = source->codecpar->codec_id;
-    const ExportEncoder::Settings settings{codec, source, {}, true, parameterSet};
-    const auto onStart = [&](const ExportEncoder& encoder, const AVFrame& picture) {
+Result<EncodedEdge> ExportJob::encodeEdge(std::int64_t first, std::int64_t last, int parameterSet) {
+    EncodedEdge edge;
+    if (first > last) return edge;
+    const AVCodecParameters& parameters = *source().codecpar;
+    const ExportEncoder::Settings settings{parameters.codec_id, &source(), {}, true, parameterSet};
+    const auto onStart = [&](const ExportEncoder& encoder, const AVFrame& picture) -> Result<void> {
+        if (isInterlaced(picture) || picture.width != parameters.width || picture.height != parameters.height) {
+            return Failure{"its pictures cannot be joined"};
+        }
         const AVCodecContext& context = encoder.context();
-        if (picture.interlaced_frame != 0 || picture.width != source->codecpar->width ||
-            picture.height != source->codecpar->height) {
-            return fail("its pictures cannot be joined");
+        if (hasParameterSets(parameters.codec_id)) {
+            edge = EncodedEdge({context.extradata, context.extradata + context.extradata_size});
         }
-        if (hasParameterSets(codec)) {
-            edge.parameterSets.assign(context.extradata, context.extradata + context.extradata_size);
-        }
-        return true;
+        return {};
     };
-    const auto keep = [&](AVPacket& packet) {
-        PacketHandle kept(av_packet_alloc());
-        edge.bytes += static_cast<std::size_t>(packet.size);
-        if (!kept || edge.bytes > largestEdge) return AVERROR(ENOMEM);
-        const bool leads = (packet.flags & AV_PKT_FLAG_KEY) != 0 && !edge.parameterSets.empty();
-        if (leads) {
-            const auto before = static_cast<int>(edge.parameterSets.size());
-            const int result = av_new_packet(kept.get(), before + packet.size);
-            if (result < 0) return result;
-            std::memcpy(kept->data, edge.parameterSets.data(), edge.parameterSets.size());
-            std::memcpy(kept->data + before, packet.data, static_cast<std::size_t>(packet.size));
-            av_packet_copy_props(kept.get(), &packet);
-        } else {
-            av_packet_move_ref(kept.get(), &packet);
-        }
-        edge.packets.push_back(std::move(kept));
-        return 0;
-    };
-    return encode(first, last, settings, onStart, keep);
+    const Result<void> encoded =
+        encode(first, last, settings, onStart, [&edge](AVPacket& packet) { return edge.add(packet); });
+    if (!encoded) return encoded.failure();
+    return edge;
 }
 
-bool ExportJob::copyPackets(const ExportPlan& plan, AVBSFContext* filter, bool breaksLink) {
-    const auto opened = ClipFile::open(request_.source, ClipFile::Content::video, isCancelled_);
-    if (!opened) return fail(opened.failure().message);
-    const std::unique_ptr<ClipFile>& reader = *opened;
-    const PacketHandle packet(av_packet_alloc());
-    const auto reach = [&](bool isThere) {
-        while (isThere) {
-            av_packet_unref(packet.get());
-            if (reader->read(*packet) != ClipFile::ReadStatus::packet) return false;
-            const auto number = index_->numberOfPacket(*packet);
-            if (number == plan.firstPacket) return true;
-            if (number && *number > plan.firstPacket) return false;
+Result<void> ExportJob::writeJoined(const ExportPlan& plan, StreamJoin& join, const EncodedEdge& head,
+                                    const EncodedEdge& tail) {
+    const bool acceptsSetsInStream = file_->hasTag(AV_CODEC_ID_HEVC, StreamJoin::tagForSetsInStream);
+    const Result<ParametersHandle> parameters = join.parameters(head, tail, acceptsSetsInStream);
+    if (!parameters) return parameters.failure();
+    times_->allowReordering(joinedReordering(plan, *index_, head, tail));
+    if (Result<void> begun = begin(**parameters, nullptr); !begun) return begun;
+    const auto add = [this](const EncodedEdge& edge) -> Result<void> {
+        for (const PacketHandle& packet : edge.packets()) {
+            if (Result<void> added = addPicture(*packet); !added) return added;
+        }
+        return {};
+    };
+    if (Result<void> added = add(head); !added) return added;
+    if (Result<void> copied = copyPackets(plan, join); !copied) return copied;
+    if (Result<void> added = add(tail); !added) return added;
+    return addSound(wholeSound);
+}
+
+Result<std::unique_ptr<ClipFile>> ExportJob::readerAt(std::int64_t number, AVPacket& packet) {
+    Result<std::unique_ptr<ClipFile>> opened = ClipFile::open(request_.source, ClipFile::Content::video, isCancelled_);
+    if (!opened) return opened;
+    ClipFile& reader = **opened;
+    const auto reach = [&](bool hasSought) {
+        while (hasSought) {
+            av_packet_unref(&packet);
+            if (reader.read(packet) != ClipFile::ReadStatus::packet) return false;
+            const auto found = index_->numberOfPacket(packet);
+            if (found == number) return true;
+            if (found && *found > number) return false;
         }
         return false;
     };
-    const std::int64_t earlier = index_->startPacketBefore(plan.firstPacket);
-    if (!reach(reader->seek(index_->timestampOfPacket(plan.firstPacket))) &&
-        !reach(reader->seek(index_->timestampOfPacket(earlier))) && !reach(reader->seekToBeginning()) &&
-        !reach(reader->seekToByte(0))) {
-        return fail(brokenOff);
+    const std::int64_t earlier = index_->startPacketBefore(number);
+    if (reach(reader.seek(index_->timestampOfPacket(number))) ||
+        reach(reader.seek(index_->timestampOfPacket(earlier))) || reach(reader.seekToBeginning()) ||
+        reach(reader.seekToByte(0))) {
+        return opened;
     }
+    return brokenOff();
+}
 
-    const std::int64_t zero = index_->zeroTimestamp() + index_->ticksOf(firstFrame_);
+Result<void> ExportJob::copyPackets(const ExportPlan& plan, StreamJoin& join) {
+    const PacketHandle packet(av_packet_alloc());
+    if (!packet) return outOfMemory();
+    const Result<std::unique_ptr<ClipFile>> reader = readerAt(plan.firstPacket, *packet);
+    if (!reader) return reader.failure();
+    const bool isLinked =
+        plan.firstCopied > plan.firstFrame && kinds_[static_cast<std::size_t>(plan.firstPacket)] == KeyframeKind::open;
     const std::int64_t firstTime = index_->timestampOfPacket(plan.firstPacket);
     for (std::int64_t number = plan.firstPacket;;) {
-        if (isCancelled_) return false;
+        if (isCancelled_) return cancelled();
         const std::int64_t time = index_->timestampOfPacket(number);
-        if (time >= firstTime) {  // those before it are in the head
-            int result = 0;
-            if (filter) {
-                result = av_bsf_send_packet(filter, packet.get());
-                if (result >= 0) result = av_bsf_receive_packet(filter, packet.get());
+        if (time >= firstTime) {  // pictures before it are in the head
+            const Result<bool> isUsable = join.convert(*packet, isLinked && number == plan.firstPacket);
+            if (!isUsable) return isUsable.failure();
+            packet->pts = time - times_->startTimestamp();
+            if (*isUsable) {
+                if (Result<void> added = addPicture(*packet); !added) return added;
             }
-            const bool isWhole = result >= 0;  // one that is damaged is left out, as a player does
-            if (isWhole && breaksLink && number == plan.firstPacket) {
-                result = av_packet_make_writable(packet.get());
-                if (result >= 0) breakLink(*packet);
-            }
-            packet->pts = time - zero;
-            if (isWhole && result >= 0) result = addPicture(*packet);
-            if (isWhole && result < 0) return failWith(result);
         }
         av_packet_unref(packet.get());
         advance(1);
-        if (++number == plan.endPacket) return true;
-        if (reader->read(*packet) != ClipFile::ReadStatus::packet) return fail(brokenOff);
+        if (++number == plan.endPacket) return {};
+        if ((*reader)->read(*packet) != ClipFile::ReadStatus::packet) return brokenOff();
     }
 }
 
-// Writing
+// ---- Writing
 
-bool ExportJob::begin(const AVCodecParameters& parameters, const AVFrame* picture) {
-    AVStream* source = decoder_->file().stream();
-    AVFormatContext* format = file_->format();
-    AVStream* video = avformat_new_stream(format, nullptr);
-    if (!video || avcodec_parameters_copy(video->codecpar, &parameters) < 0) return fail("out of memory");
-    // Parameter sets that stay in the header are what most devices want of H.265.
-    constexpr std::uint32_t setsInHeader = MKTAG('h', 'v', 'c', '1');
-    if (parameters.codec_id == AV_CODEC_ID_HEVC && parameters.codec_tag == 0 &&
-        file_->hasTag(parameters.codec_id, setsInHeader)) {
-        video->codecpar->codec_tag = setsInHeader;
-    }
-    video->time_base = source->time_base;
-    video->avg_frame_rate = source->avg_frame_rate;
-    video->sample_aspect_ratio =
-        parameters.sample_aspect_ratio.num > 0 ? parameters.sample_aspect_ratio : source->sample_aspect_ratio;
-    video->disposition = AV_DISPOSITION_DEFAULT;
-    std::size_t size = 0;
-    const std::uint8_t* matrix = av_stream_get_side_data(source, AV_PKT_DATA_DISPLAYMATRIX, &size);
-    const AVFrameSideData* ofPicture =
-        picture && !matrix ? av_frame_get_side_data(picture, AV_FRAME_DATA_DISPLAYMATRIX) : nullptr;
-    if (ofPicture) {
-        matrix = ofPicture->data;
-        size = ofPicture->size;
-    }
-    if (matrix) {
-        std::uint8_t* copy = av_stream_new_side_data(video, AV_PKT_DATA_DISPLAYMATRIX, size);
-        if (!copy) return fail("out of memory");
-        std::memcpy(copy, matrix, size);
-    }
-    av_dict_copy(&format->metadata, decoder_->file().format()->metadata, 0);
-
-    const std::int64_t zero = index_->zeroTimestamp();
-    sound_ = ExportSound::open(request_.source, zero + index_->ticksOf(firstFrame_),
-                               zero + index_->endTicksOf(lastFrame_), index_->timeBase(), *file_, isCancelled_);
+Result<void> ExportJob::begin(const AVCodecParameters& parameters, const AVFrame* picture) {
+    if (Result<void> added = file_->addVideo(parameters, source(), picture); !added) return added;
+    file_->copyMetadata(*decoder_->file().format());
+    sound_ = ExportSound::open(request_.source, times_->startTimestamp(), times_->endTimestamp(), times_->timeBase(),
+                               *file_, isCancelled_);
     if (sound_) {
-        AVStream* audio = avformat_new_stream(format, nullptr);
-        if (!audio || avcodec_parameters_from_context(audio->codecpar, &sound_->encoder()) < 0) {
-            return fail("out of memory");
-        }
-        audio->time_base = sound_->encoder().time_base;
-        audio->disposition = AV_DISPOSITION_DEFAULT;
+        if (Result<void> added = file_->addAudio(sound_->encoder()); !added) return added;
     }
-    const int result = file_->writeHeader();
-    return result >= 0 || failWith(result);
+    return file_->writeHeader();
 }
 
-int ExportJob::addPicture(AVPacket& packet) {
-    const std::int64_t zero = index_->ticksOf(firstFrame_);
-    const auto frame = index_->frameWithTimestamp(packet.pts + zero + index_->zeroTimestamp());
-    // Decoding times are the presentation times in their order, moved up by as many pictures as decoding runs ahead.
-    const std::int64_t slot = firstFrame_ + written_ - reordering_;
-    packet.dts =
-        slot >= firstFrame_ ? ticksOf(std::min(slot, lastFrame_)) : (slot - firstFrame_) * index_->minFrameTicks();
-    packet.dts = std::min(packet.dts, packet.pts);
-    packet.duration = frame ? index_->endTicksOf(*frame) - index_->ticksOf(*frame) : 0;
-    ++written_;
-    const int result = addSound(static_cast<double>(packet.dts) * av_q2d(index_->timeBase()));
-    return result < 0 ? result : file_->write(packet, 0, index_->timeBase());
+Result<void> ExportJob::addPicture(AVPacket& packet) {
+    times_->stamp(packet);
+    Result<void> added = addSound(static_cast<double>(packet.dts) * av_q2d(times_->timeBase()));
+    return added ? file_->write(packet, 0, times_->timeBase()) : added;
 }
 
-int ExportJob::addSound(double upTo) {
-    if (!sound_) return 0;
-    return sound_->writeUpTo(upTo,
+Result<void> ExportJob::addSound(double seconds) {
+    if (!sound_) return {};
+    return sound_->writeUpTo(seconds,
                              [this](AVPacket& packet) { return file_->write(packet, 1, sound_->encoder().time_base); });
-}
-
-std::int64_t ExportJob::ticksOf(std::int64_t frame) const {
-    return index_->ticksOf(frame) - index_->ticksOf(firstFrame_);
 }
 
 void ExportJob::advance(double work) {
     workDone_ += work;
-    constexpr double beforeTheEnd = 0.99;
-    progress_ = std::max(progress_.load(), std::min(workDone_ / workInAll_, beforeTheEnd));
+    progress_ = std::max(progress_.load(), std::min(workDone_ / totalWork_, maxProgressWhileWorking));
 }
 
 }  // namespace videoanalysis::media::ffmpeg

@@ -1,5 +1,7 @@
 #include "Platforms/FFmpeg/Export/ExportSound.h"
 
+#include "Platforms/FFmpeg/Compatibility.h"
+
 extern "C" {
 #include <libavfilter/avfilter.h>
 #include <libavfilter/buffersink.h>
@@ -9,15 +11,16 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <span>
 #include <string>
 
 namespace videoanalysis::media::ffmpeg {
 namespace {
 
-// Decoders of overlapping blocks need some sound before the first sample that counts.
+// Decoders of overlapping blocks need some sound before the first sample.
 constexpr double leadIn = 0.3;  // seconds
 
-/// The source's codec where a decent encoder and the container know it, otherwise the container's usual one.
+/// The source's codec where the container accepts it and its encoder is good, otherwise the container's default.
 const AVCodec* encoderFor(AVCodecID source, const ExportFile& target) {
     switch (source) {
         case AV_CODEC_ID_AAC:
@@ -38,13 +41,17 @@ const AVCodec* encoderFor(AVCodecID source, const ExportFile& target) {
 }
 
 int sampleRateFor(const AVCodec& encoder, int rate) {
-    if (!encoder.supported_samplerates) return rate;
+    const std::span<const int> rates = sampleRatesOf(encoder);
+    if (rates.empty() || std::ranges::find(rates, rate) != rates.end()) return rate;
     int best = 0;
-    for (const int* offered = encoder.supported_samplerates; *offered != 0; ++offered) {
-        if (*offered == rate) return rate;
-        best = std::max(best, *offered <= 48000 ? *offered : 0);
-    }
-    return best > 0 ? best : encoder.supported_samplerates[0];
+    for (const int offered : rates) best = std::max(best, offered <= 48000 ? offered : 0);
+    return best > 0 ? best : rates.front();
+}
+
+AVSampleFormat sampleFormatFor(const AVCodec& encoder, AVSampleFormat format) {
+    const std::span<const AVSampleFormat> formats = sampleFormatsOf(encoder);
+    if (formats.empty()) return AV_SAMPLE_FMT_S16;
+    return std::ranges::find(formats, format) != formats.end() ? format : formats.front();
 }
 
 }  // namespace
@@ -59,7 +66,7 @@ std::unique_ptr<ExportSound> ExportSound::open(const URL& url, std::int64_t star
     const AVStream& stream = *sound->file_->stream();
     const AVCodec* codec = avcodec_find_decoder(stream.codecpar->codec_id);
     if (!codec) return nullptr;
-    sound->decoder_.reset(avcodec_alloc_context3(codec));
+    sound->decoder_ = makeCodecContext(codec);
     sound->packet_.reset(av_packet_alloc());
     sound->decoded_.reset(av_frame_alloc());
     sound->samples_.reset(av_frame_alloc());
@@ -73,7 +80,7 @@ std::unique_ptr<ExportSound> ExportSound::open(const URL& url, std::int64_t star
         !sound->file_->seekToBeginning()) {
         return nullptr;
     }
-    // The first frame says what the sound is like.
+    // The first frame has the format of the sound.
     if (!sound->decode() || sound->decoded_->sample_rate <= 0) return nullptr;
     sound->sampleTime_ = {1, sound->decoded_->sample_rate};
     sound->nextSample_ = av_rescale_q(start, timeBase, sound->sampleTime_);
@@ -93,14 +100,11 @@ bool ExportSound::openEncoder(const ExportFile& target, const AVFrame& sound) {
     const AVCodec* codec = encoderFor(source.codec_id, target);
     if (!codec) return false;
     const int channels = std::max(sound.ch_layout.nb_channels, 1);
-    for (const int tried : {channels, std::min(channels, 2)}) {  // not every encoder takes every number of channels
-        encoder_.reset(avcodec_alloc_context3(codec));
+    for (const int tried : {channels, std::min(channels, 2)}) {  // not every encoder accepts every channel count
+        encoder_ = makeCodecContext(codec);
         if (!encoder_) return false;
         encoder_->sample_rate = sampleRateFor(*codec, sound.sample_rate);
-        encoder_->sample_fmt = codec->sample_fmts ? codec->sample_fmts[0] : AV_SAMPLE_FMT_S16;
-        for (const AVSampleFormat* offered = codec->sample_fmts; offered && *offered != AV_SAMPLE_FMT_NONE; ++offered) {
-            if (*offered == sound.format) encoder_->sample_fmt = *offered;
-        }
+        encoder_->sample_fmt = sampleFormatFor(*codec, static_cast<AVSampleFormat>(sound.format));
         av_channel_layout_default(&encoder_->ch_layout, tried);
         encoder_->time_base = {1, encoder_->sample_rate};
         encoder_->bit_rate =
@@ -120,7 +124,7 @@ bool ExportSound::openFilters(const AVFrame& sound, std::int64_t start, std::int
     if (layout.order == AV_CHANNEL_ORDER_UNSPEC) av_channel_layout_default(&layout, std::max(layout.nb_channels, 1));
     av_channel_layout_describe(&layout, inner, sizeof inner);
     av_channel_layout_describe(&encoder_->ch_layout, outer, sizeof outer);
-    // Cut in samples, count from the cut, fill what is missing at the beginning and inside.
+    // Cuts at samples, counts from the cut, and fills gaps at the beginning and inside with silence.
     const std::string chain =
         "abuffer@in=sample_rate=" + std::to_string(sound.sample_rate) +
         ":sample_fmt=" + av_get_sample_fmt_name(static_cast<AVSampleFormat>(sound.format)) +
@@ -159,7 +163,7 @@ bool ExportSound::decode() {
         if (received == AVERROR_EOF) {
             isDecoded_ = true;
         } else if (file_->read(*packet_) == ClipFile::ReadStatus::packet) {
-            avcodec_send_packet(decoder_.get(), packet_.get());  // one that cannot be decoded is a gap
+            avcodec_send_packet(decoder_.get(), packet_.get());  // a packet that cannot be decoded becomes a gap
             av_packet_unref(packet_.get());
         } else {
             avcodec_send_packet(decoder_.get(), nullptr);
@@ -174,7 +178,7 @@ bool ExportSound::nextSamples() {
         if (filtered >= 0) return true;
         if (filtered != AVERROR(EAGAIN)) return false;
         if (decode()) {
-            // Sound that changes its rate on the way does not fit the filters: a gap.
+            // Sound that changes its rate does not fit the filters and becomes a gap.
             if (av_buffersrc_add_frame(source_, decoded_.get()) < 0) av_frame_unref(decoded_.get());
         } else if (av_buffersrc_add_frame(source_, nullptr) < 0) {
             return false;
@@ -182,7 +186,7 @@ bool ExportSound::nextSamples() {
     }
 }
 
-int ExportSound::writeUpTo(double seconds, const Sink& sink) {
+Result<void> ExportSound::writeUpTo(double seconds, const Sink& sink) {
     while (!isFinished_ && end_ <= seconds) {
         const bool hasSamples = samples_->nb_samples > 0;
         if (hasSamples) {
@@ -191,17 +195,18 @@ int ExportSound::writeUpTo(double seconds, const Sink& sink) {
         }
         int result = avcodec_send_frame(encoder_.get(), hasSamples ? samples_.get() : nullptr);
         av_frame_unref(samples_.get());
-        if (result < 0) return result;
-        while ((result = avcodec_receive_packet(encoder_.get(), packet_.get())) >= 0) {
-            result = sink(*packet_);
+        while (result >= 0) {
+            result = avcodec_receive_packet(encoder_.get(), packet_.get());
+            if (result < 0) break;
+            Result<void> passedOn = sink(*packet_);
             av_packet_unref(packet_.get());
-            if (result < 0) return result;
+            if (!passedOn) return passedOn;
         }
-        if (result == AVERROR_EOF) isFinished_ = true;
-        if (result != AVERROR(EAGAIN) && result != AVERROR_EOF) return result;
+        isFinished_ = result == AVERROR_EOF;
+        if (result != AVERROR(EAGAIN) && !isFinished_) return Failure{libraryError(result)};
         if (hasSamples) nextSamples();
     }
-    return 0;
+    return {};
 }
 
 }  // namespace videoanalysis::media::ffmpeg
