@@ -16,9 +16,9 @@
 namespace videoanalysis::media::ffmpeg {
 namespace {
 
-constexpr int attempts = 8;
-constexpr off_t syncStep = off_t{8} << 20;  // bytes that are written to the disk before a cancellation is noticed
-constexpr char marker[] = ".tmp";           // before the extension, which names the container
+constexpr int maxAttempts = 8;
+constexpr off_t syncStep = off_t{8} << 20;  // bytes written to the disk between checks for a cancellation
+constexpr char marker[] = ".tmp";           // before the extension, from which the container is chosen
 
 std::string randomText() {
     std::random_device device;
@@ -31,7 +31,7 @@ std::string randomText() {
     return text;
 }
 
-/// False, with the reason in errno, when the disk fails; ECANCELED when it was cancelled.
+/// False on failure, with the reason in errno: ECANCELED for a cancellation.
 bool sync(int descriptor, const std::function<bool()>& isCancelled) {
     struct stat status {};
     if (::fstat(descriptor, &status) != 0) return false;
@@ -41,7 +41,7 @@ bool sync(int descriptor, const std::function<bool()>& isCancelled) {
             return false;
         }
 #ifdef SYNC_FILE_RANGE_WRITE
-        // Only so that a cancellation need not wait for the whole file; `fdatasync` has the last word.
+        // In steps so that a cancellation is noticed; only `fdatasync` guarantees that everything is written.
         ::sync_file_range(descriptor, start, syncStep,
                           SYNC_FILE_RANGE_WAIT_BEFORE | SYNC_FILE_RANGE_WRITE | SYNC_FILE_RANGE_WAIT_AFTER);
 #endif
@@ -62,8 +62,14 @@ LockedFile::~LockedFile() {
     if (descriptor_ >= 0) ::close(descriptor_);
 }
 
-LockedFile LockedFile::create(const std::string& path, mode_t permissions) {
-    for (int attempt = 0; attempt < attempts; ++attempt) {
+Result<LockedFile> LockedFile::create(const std::string& path, mode_t permissions) {
+    LockedFile file = tryCreate(path, permissions);
+    if (!file) return Failure{std::strerror(errno)};
+    return file;
+}
+
+LockedFile LockedFile::tryCreate(const std::string& path, mode_t permissions) {
+    for (int attempt = 0; attempt < maxAttempts; ++attempt) {
         LockedFile file(::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, permissions));
         if (!file) return {};
         while (::flock(file.descriptor_, LOCK_EX) != 0 && errno == EINTR) {
@@ -84,19 +90,16 @@ LockedFile LockedFile::tryLock(const std::string& path) {
     return file;
 }
 
-std::unique_ptr<TemporaryFile> TemporaryFile::make(const std::string& target, mode_t permissions, std::string& error) {
+Result<std::unique_ptr<TemporaryFile>> TemporaryFile::make(const std::string& target, mode_t permissions) {
     const std::filesystem::path path(target);
     LockedFile file;
     std::string temporary;
-    for (int attempt = 0; !file && attempt < attempts; ++attempt) {
+    for (int attempt = 0; !file && attempt < maxAttempts; ++attempt) {
         temporary = path.parent_path() / ("." + randomText() + marker + path.extension().string());
-        file = LockedFile::create(temporary, permissions);
+        file = LockedFile::tryCreate(temporary, permissions);
         if (!file && errno != EEXIST && errno != EBUSY) break;
     }
-    if (!file) {
-        error = "cannot write to " + path.parent_path().string() + ": " + std::strerror(errno);
-        return nullptr;
-    }
+    if (!file) return Failure{"cannot write to " + path.parent_path().string() + ": " + std::strerror(errno)};
     return std::unique_ptr<TemporaryFile>(new TemporaryFile(target, std::move(temporary), std::move(file)));
 }
 
@@ -113,14 +116,13 @@ bool TemporaryFile::isTemporaryName(const std::string& name) {
            name.find_first_not_of("0123456789abcdef", 1) == 1 + digits;
 }
 
-bool TemporaryFile::keep(const std::function<bool()>& isCancelled, std::string& error) {
-    if (sync(file_.descriptor(), isCancelled) && std::rename(path_.c_str(), target_.c_str()) == 0) {
-        isKept_ = true;
-        syncFolderOf(target_);
-        return true;
+Result<void> TemporaryFile::keep(const std::function<bool()>& isCancelled) {
+    if (!sync(file_.descriptor(), isCancelled) || std::rename(path_.c_str(), target_.c_str()) != 0) {
+        return Failure{std::strerror(errno)};
     }
-    error = std::strerror(errno);
-    return false;
+    isKept_ = true;
+    syncFolderOf(target_);
+    return {};
 }
 
 void syncFolderOf(const std::string& path) {

@@ -1,7 +1,8 @@
-// Recordings on their way to the disk: ordinary movies in the end, and never lost, whatever happens to the program or the disk.
+// Recordings and the files they are written to: they end as ordinary movies and survive a full disk and a killed program.
 
-#include "Platforms/FFmpeg/Recording/MovieFile.h"
+#include "Platforms/FFmpeg/Recording/FinishedMovies.h"
 #include "Platforms/FFmpeg/Recording/MovieFolder.h"
+#include "Platforms/FFmpeg/Recording/MovieRemux.h"
 #include "Platforms/FFmpeg/Recording/MovieSound.h"
 #include "Platforms/FFmpeg/TemporaryFile.h"
 #include "Support/Movies.h"
@@ -20,6 +21,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <future>
 #include <iterator>
 #include <map>
@@ -40,13 +42,15 @@
 
 namespace {
 
-/// What has been carried to the disk: how often, and how large the file was the last time.
+/// How often a file has been written to the disk, and its size the last time.
 struct Syncs {
     int count = 0;
     std::uintmax_t size = 0;
 };
 std::mutex syncMutex;
 std::map<std::pair<dev_t, ino_t>, Syncs> syncsOfFiles;
+
+std::function<void()> duringUnlink;  // empty except in one test
 
 Syncs syncs(const std::filesystem::path& path) {
     struct stat status {};
@@ -57,7 +61,7 @@ Syncs syncs(const std::filesystem::path& path) {
 
 }  // namespace
 
-/// Stands before the system's own, to write down what it is asked.
+/// Replaces the system's function, to count its calls.
 extern "C" int fdatasync(int descriptor) {
     struct stat status {};
     ::fstat(descriptor, &status);
@@ -68,6 +72,12 @@ extern "C" int fdatasync(int descriptor) {
         file.size = static_cast<std::uintmax_t>(status.st_size);
     }
     return static_cast<int>(::syscall(SYS_fdatasync, descriptor));
+}
+
+/// Replaces the system's function, to call `duringUnlink` first.
+extern "C" int unlink(const char* path) noexcept {
+    if (duringUnlink) duringUnlink();
+    return static_cast<int>(::syscall(SYS_unlink, path));
 }
 
 namespace videoanalysis::media::ffmpeg {
@@ -85,7 +95,7 @@ void sleepUntil(Clock::time_point start, double seconds) {
     std::this_thread::sleep_until(start + std::chrono::duration_cast<Clock::duration>(Seconds(seconds)));
 }
 
-/// A picture that carries `number` as the made clips do, on a plain ground of which `noise` (0...1) is noise.
+/// A picture that carries `number` as the test clips do, on a plain ground of which the part `noise` (0...1) is noise.
 std::vector<std::uint32_t> numbered(int number, int w, int h, double noise = 0) {
     static const std::vector<std::uint32_t> noisy = [] {
         std::mt19937 random(1);
@@ -113,7 +123,7 @@ std::optional<int> numberIn(const std::vector<unsigned char>& picture) {
     return readFrameNumber(picture.data(), width, height, std::ptrdiff_t{4} * width);
 }
 
-/// A recording under way. Pictures are numbered by the hundredth of a second in which they are shown.
+/// A running recording. Pictures are numbered by the hundredth of a second in which they are shown.
 class Recording {
 public:
     Recording(MovieFolder& folder, const recording::MovieFormat& format) {
@@ -176,7 +186,7 @@ protected:
     const recording::MovieFormat silent{width, height, 30, 0, 48000};
 };
 
-TEST_F(MovieTest, BecomesAnOrdinaryMovieThatShowsEverythingAtItsTime) {
+TEST_F(MovieTest, FinishesAsAnOrdinaryMovieWithEveryPictureAtItsTime) {
     Recording recording(folder, silent);
     ASSERT_EQ(recording.openError, recording::Error());
     recording.showUntil(0.8);
@@ -219,7 +229,7 @@ TEST_F(MovieTest, BecomesAnOrdinaryMovieThatShowsEverythingAtItsTime) {
     EXPECT_NEAR(current, 165, 5);
 }
 
-TEST_F(MovieTest, OtherSizesAreFittedAndColoursStayWhatTheyAre) {
+TEST_F(MovieTest, FitsOtherSizesAndKeepsColours) {
     Recording recording(folder, silent);
     recording.show(360, 641);
     std::vector<std::uint32_t> patches(static_cast<std::size_t>(width * height));
@@ -257,7 +267,7 @@ TEST_F(MovieTest, OtherSizesAreFittedAndColoursStayWhatTheyAre) {
     }
 }
 
-TEST_F(MovieTest, AMachineThatIsTooSlowDropsPicturesEvenlyAndKeepsTheTime) {
+TEST_F(MovieTest, DropsPicturesEvenlyWhenEncodingIsTooSlow) {
     MovieOptions slow;
     slow.preset = "medium";
     slow.queueLength = 2;
@@ -299,9 +309,9 @@ TEST_F(MovieTest, AMachineThatIsTooSlowDropsPicturesEvenlyAndKeepsTheTime) {
         << "no long hole, while others are written one after the other; a busy machine tears shorter ones";
 }
 
-// ---- What goes wrong
+// ---- Failures
 
-TEST_F(MovieTest, WhatCannotBeginSaysWhyAndLeavesNothing) {
+TEST_F(MovieTest, ReportsWhyARecordingCannotStartAndLeavesNoFile) {
     MovieFolder nowhere("/dev/null/recordings");
     Recording inNowhere(nowhere, silent);
     ASSERT_TRUE(inNowhere.openError);
@@ -320,7 +330,7 @@ TEST_F(MovieTest, WhatCannotBeginSaysWhyAndLeavesNothing) {
     EXPECT_FALSE(fs::exists(scratch / "out.mp4"));
 }
 
-/// Lets no file of this process grow beyond `bytes`, as a full disk would not.
+/// Limits the size of this process's files to `bytes`, as a full disk does.
 class SmallDisk {
 public:
     explicit SmallDisk(rlim_t bytes) {
@@ -337,7 +347,7 @@ private:
     rlimit before_{};
 };
 
-TEST_F(MovieTest, ADiskThatFillsUpLeavesWhatWasRecordedUntilThen) {
+TEST_F(MovieTest, KeepsWhatWasRecordedWhenTheDiskFillsUp) {
     std::mt19937 random(3);
     for (int round = 0; round < 3; ++round) {
         const rlim_t room = std::uniform_int_distribution<rlim_t>(600000, 1200000)(random);
@@ -373,7 +383,7 @@ TEST_F(MovieTest, ADiskThatFillsUpLeavesWhatWasRecordedUntilThen) {
     EXPECT_EQ(filesInFolder(), 0U);
 }
 
-TEST_F(MovieTest, ARecordingThatCannotBeFinishedStaysAndIsFinishedLater) {
+TEST_F(MovieTest, KeepsARecordingThatCannotBeFinishedForALaterAttempt) {
     Recording recording(folder, silent);
     recording.showUntil(1);
     EXPECT_TRUE(recording.finish(scratch / "no such folder" / "later.mp4"));
@@ -394,7 +404,7 @@ TEST_F(MovieTest, ARecordingThatCannotBeFinishedStaysAndIsFinishedLater) {
     EXPECT_NEAR(factsOf(folder.untaken()[0]).end(), 0.3, 0.1);
 }
 
-TEST_F(MovieTest, WithoutRoomForAnOrdinaryMovieItKeepsTheFormInWhichItGrew) {
+TEST_F(MovieTest, KeepsTheGrowingFormWithoutRoomForACopy) {
     Recording recording(folder, silent);
     recording.showUntil(1.2, 0.25);
     const fs::path output = scratch / "as it grew.mp4";
@@ -411,7 +421,7 @@ TEST_F(MovieTest, WithoutRoomForAnOrdinaryMovieItKeepsTheFormInWhichItGrew) {
     EXPECT_EQ(filesInFolder(), 0U);
 }
 
-// ---- Who owns it
+// ---- Ownership
 
 std::string permissionsOf(const fs::path& path) {
     struct stat status {};
@@ -421,7 +431,7 @@ std::string permissionsOf(const fs::path& path) {
     return text;
 }
 
-TEST_F(MovieTest, AFinishedMovieStaysInItsFolderUntilItIsTaken) {
+TEST_F(MovieTest, KeepsAFinishedMovieUntilItIsTaken) {
     const fs::path home = folder.outputDirectory();
     const fs::path first = home / "first.mp4";
     const fs::path second = home / "second.mp4";
@@ -445,7 +455,7 @@ TEST_F(MovieTest, AFinishedMovieStaysInItsFolderUntilItIsTaken) {
         program.movieTaken(URL::fileURL(first));
         EXPECT_FALSE(fs::exists(first));
     }
-    // The program has ended without a word about the second.
+    // The program has ended without taking the second.
     ASSERT_EQ(folder.untaken(), std::vector<std::string>{second});
     EXPECT_TRUE(MovieFolder::finish(second, URL::fileURL(scratch / "no such folder" / "taken.mp4"), false));
     ASSERT_TRUE(fs::exists(second));
@@ -459,10 +469,25 @@ TEST_F(MovieTest, AFinishedMovieStaysInItsFolderUntilItIsTaken) {
     fs::remove("/dev/shm/" + scratch.filename().string());
 }
 
-TEST_F(MovieTest, ForeignFilesAreLeftAloneAndLeftoversRemoved) {
+TEST_F(MovieTest, RemovesATakenMovieWithoutBlockingOthers) {
+    FinishedMovies movies;
+    const std::string taken = scratch / "taken.mp4";
+    std::ofstream(taken) << "movie";
+    movies.add(taken, LockedFile::tryLock(taken));
+    duringUnlink = [&] {
+        // Another recording finishes while the disk is slow.
+        auto added = std::async(std::launch::async, [&] { movies.add(scratch / "other.mp4", {}); });
+        EXPECT_EQ(added.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    };
+    movies.remove(taken);
+    duringUnlink = nullptr;
+    EXPECT_FALSE(fs::exists(taken));
+}
+
+TEST_F(MovieTest, RemovesLeftoversAndKeepsForeignFiles) {
     const fs::path home = folder.outputDirectory();
     fs::create_directories(home);
-    // Names under which a half-finished movie might be expected, one of them a link to something dear.
+    // Names under which an unfinished movie might be expected, one of them a link to a file of the user.
     const fs::path dear = scratch / "dear.txt";
     std::ofstream(dear) << "dear";
     const fs::path output = scratch / "out.mp4";
@@ -471,7 +496,7 @@ TEST_F(MovieTest, ForeignFilesAreLeftAloneAndLeftoversRemoved) {
     const std::string digits(32, 'a');
     std::ofstream(home / ("." + digits + ".tmp.mp4")) << "half";
     const fs::path used = home / ("." + std::string(32, 'b') + ".tmp.mp4");
-    const LockedFile lock = LockedFile::create(used, 0600);
+    const Result<LockedFile> lock = LockedFile::create(used, 0600);
     std::ofstream(home / ".my.tmp.mp4") << "foreign";
     fs::create_symlink(dear, home / "link.mp4");
 
@@ -487,7 +512,7 @@ TEST_F(MovieTest, ForeignFilesAreLeftAloneAndLeftoversRemoved) {
     EXPECT_FALSE(fs::is_symlink(output));
 }
 
-TEST_F(MovieTest, AFileThatAnotherProgramTakesForALeftoverIsMadeOnceMore) {
+TEST_F(MovieTest, RecreatesAFileThatAnotherProgramRemovedAsALeftover) {
     fs::create_directories(scratch / "growing");
     std::atomic<bool> isDone{false};
     std::thread otherProgram([&] {
@@ -495,7 +520,7 @@ TEST_F(MovieTest, AFileThatAnotherProgramTakesForALeftoverIsMadeOnceMore) {
     });
     for (int i = 0; i < 2000; ++i) {
         const fs::path path = scratch / "growing" / (std::to_string(i) + ".mp4");
-        const LockedFile file = LockedFile::create(path, 0600);
+        const Result<LockedFile> file = LockedFile::create(path, 0600);
         ASSERT_TRUE(file);
         ASSERT_TRUE(fs::remove(path)) << i;
     }
@@ -503,7 +528,7 @@ TEST_F(MovieTest, AFileThatAnotherProgramTakesForALeftoverIsMadeOnceMore) {
     otherProgram.join();
 }
 
-TEST_F(MovieTest, FinishingIsCancelledInEveryPhaseAndLosesNothing) {
+TEST_F(MovieTest, CancelsFinishingInEveryPhaseWithoutLoss) {
     { Recording(folder, silent).showUntil(1, 0.25); }
     const std::string grown = folder.untaken().at(0);
     const auto size = fs::file_size(grown);
@@ -511,22 +536,18 @@ TEST_F(MovieTest, FinishingIsCancelledInEveryPhaseAndLosesNothing) {
     std::vector<std::uintmax_t> sizes;  // of the file under its hidden name, when it was asked
     const auto run = [&](std::size_t cancelledAt) {
         sizes.clear();
-        LockedFile lock;
-        return finishMovie(
-            grown, output,
-            [&] {
-                std::uintmax_t hidden = 0;
-                for (const auto& entry : fs::directory_iterator(scratch / "growing")) {
-                    if (entry.path() != grown && entry.path() != output) hidden = entry.file_size();
-                }
-                sizes.push_back(hidden);
-                return sizes.size() > cancelledAt;
-            },
-            lock);
+        return remuxMovie(grown, output, [&] {
+            std::uintmax_t hidden = 0;
+            for (const auto& entry : fs::directory_iterator(scratch / "growing")) {
+                if (entry.path() != grown && entry.path() != output) hidden = entry.file_size();
+            }
+            sizes.push_back(hidden);
+            return sizes.size() > cancelledAt;
+        });
     };
     const std::string kept = scratch / "kept.mp4";
     fs::copy_file(grown, kept);
-    ASSERT_EQ(run(SIZE_MAX), recording::Error());
+    ASSERT_TRUE(run(SIZE_MAX));
     const std::size_t asked = sizes.size();
     const auto finished = fs::file_size(output);
     // ftyp, then the index, which goes to the front when everything else has been written.
@@ -546,26 +567,26 @@ TEST_F(MovieTest, FinishingIsCancelledInEveryPhaseAndLosesNothing) {
     fs::remove(output);
     fs::copy_file(kept, grown);
     for (std::size_t moment = 0; moment < asked; moment += moment < asked - 20 ? asked / 40 + 1 : 1) {
-        ASSERT_TRUE(run(moment)) << moment << " of " << asked;
+        ASSERT_FALSE(run(moment)) << moment << " of " << asked;
         ASSERT_EQ(filesInFolder(), 1U) << moment;
         ASSERT_EQ(fs::file_size(grown), size) << moment;
     }
 }
 
-TEST_F(MovieTest, AFileOnItsWayToTheDiskCanBeCancelled) {
+TEST_F(MovieTest, CancelsWritingAFileToTheDisk) {
     const fs::path target = scratch / "target.bin";
-    std::string error;
     {
-        const auto file = TemporaryFile::make(target, 0600, error);
-        ASSERT_TRUE(file) << error;
-        ASSERT_EQ(::write(file->descriptor(), "data", 4), 4);
-        EXPECT_FALSE(file->keep([] { return true; }, error));
-        EXPECT_NE(error, "");
+        const auto file = TemporaryFile::make(target, 0600);
+        ASSERT_TRUE(file) << file.failure().message;
+        ASSERT_EQ(::write((*file)->descriptor(), "data", 4), 4);
+        const Result<void> kept = (*file)->keep([] { return true; });
+        ASSERT_FALSE(kept);
+        EXPECT_NE(kept.failure().message, "");
     }
     EXPECT_TRUE(fs::is_empty(scratch)) << "nothing is left";
 }
 
-TEST_F(MovieTest, WhatIsWrittenIsCarriedToTheDisk) {
+TEST_F(MovieTest, SyncsEachFragmentAndTheFinishedMovie) {
     Recording recording(folder, silent);
     const fs::path grown = fs::directory_iterator(scratch / "growing")->path();
     recording.showUntil(0.8);
@@ -581,8 +602,8 @@ TEST_F(MovieTest, WhatIsWrittenIsCarriedToTheDisk) {
     EXPECT_EQ(syncs(left).size, fs::file_size(left)) << "to its last byte, though it is not finished";
 }
 
-// VIDEOANALYSIS_KILLS=50 makes it as many.
-TEST_F(MovieTest, AKilledProgramLosesTheLastSecondAtMost) {
+// VIDEOANALYSIS_KILLS sets the number of kills.
+TEST_F(MovieTest, LosesAtMostOneSecondWhenKilled) {
     const char* wanted = std::getenv("VIDEOANALYSIS_KILLS");
     const int kills = wanted ? std::atoi(wanted) : 3;
     std::mt19937 random(static_cast<unsigned>(kills));
@@ -638,21 +659,21 @@ TEST_F(MovieTest, AKilledProgramLosesTheLastSecondAtMost) {
 
 // ---- Sound
 
-TEST_F(MovieTest, TheSoundFollowsTheMoviesClockWhateverTheDeviceDoes) {
-    std::string error;
+TEST_F(MovieTest, KeepsSoundOnTheMoviesClock) {
     // A device whose second is a little short, whose blocks come late by up to 15 ms, and which pauses for three seconds.
     const double rate = 48000 * 1.0005;
-    const auto sound = MovieSound::open(48000, 1, error);
-    ASSERT_NE(sound, nullptr) << error;
+    const auto opened = MovieSound::open(48000, 1);
+    ASSERT_TRUE(opened) << opened.failure().message;
+    MovieSound* sound = opened->get();
     std::mt19937 random(5);
     std::uniform_real_distribution<> late(0, 0.015);
-    const auto drop = [](AVPacket&) { return true; };
+    const auto drop = [](AVPacket&) { return Result<void>(); };
     const std::vector<float> block(1920, 0.1F);
     double worst = 0;
     const auto play = [&](double from, double to) {
         for (double end = from + 1920 / rate; end < to; end += 1920 / rate) {
             sound->add(block.data(), block.size(), end + late(random));
-            ASSERT_TRUE(sound->encode(false, drop));
+            ASSERT_TRUE(sound->encode(drop));
             if (end > from + 3) worst = std::max(worst, std::abs(sound->position() - end));
         }
     };
@@ -663,10 +684,10 @@ TEST_F(MovieTest, TheSoundFollowsTheMoviesClockWhateverTheDeviceDoes) {
     EXPECT_NEAR(sound->position(), 62.5, 0.001);
     play(63, 90);
     EXPECT_LT(worst, 0.012);
-    EXPECT_TRUE(sound->encode(true, drop));
+    EXPECT_TRUE(sound->flush(drop));
 }
 
-TEST_F(MovieTest, SoundIsHeardWhenItWasMadeAndSilenceStandsInForWhatIsMissing) {
+TEST_F(MovieTest, PlacesSoundAtItsTimeAndFillsGapsWithSilence) {
     Recording recording(folder, {width, height, 30, 2, 44100});
     // Sound is there before the first picture, stops for a second in the middle, and a click marks each half second.
     const Clock::time_point begin = Clock::now();

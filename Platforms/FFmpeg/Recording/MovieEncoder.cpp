@@ -1,8 +1,7 @@
 #include "Platforms/FFmpeg/Recording/MovieEncoder.h"
 
-extern "C" {
-#include <libavutil/opt.h>
-}
+#include "Platforms/FFmpeg/Recording/MovieRemux.h"
+#include "VideoAnalysis/Platform/FatalError.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,7 +10,6 @@ extern "C" {
 #include <chrono>
 #include <cmath>
 #include <filesystem>
-#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -20,68 +18,57 @@ namespace {
 
 using Seconds = std::chrono::duration<double>;
 
-constexpr int timescale = 90000;          // ticks a second of the pictures' times
-constexpr double secondsBetweenKeys = 2;  // for seeking in the finished movie
-constexpr double patience = 0.5;          // periods for which a picture may be late before the last one is repeated
-constexpr double soundPatience = 0.5;     // seconds without sound from the device until silence stands in
-constexpr double soundSlack = 0.2;        // seconds that silence stays behind, in case the device is only late
-constexpr double longestSoundQueue = 5;   // seconds
-constexpr int mostThreads = 4;
+constexpr double repeatDelay = 0.5;    // periods that a picture may be late before the last one is repeated
+constexpr double silenceDelay = 0.5;   // seconds without sound from the device until silence is inserted
+constexpr double silenceMargin = 0.2;  // seconds that inserted silence stays behind, in case the device is only late
+constexpr double maxQueuedSound = 5;   // seconds
+constexpr int lowerPriority = 5;       // of the encoder's thread and those of the codecs: the screen comes first
 constexpr mode_t folderPermissions = 0700;
 
 MovieEncoder::Clock::duration ticks(double seconds) {
     return std::chrono::duration_cast<MovieEncoder::Clock::duration>(Seconds(seconds));
 }
 
-}  // namespace
-
-void FinishedMovies::remove(const std::string& path) {
-    const std::lock_guard guard(mutex_);
-    const auto found = locks_.find(path);
-    if (found == locks_.end()) return;
-    ::unlink(path.c_str());
-    locks_.erase(found);
+recording::Error toError(const Result<void>& result) {
+    return result ? recording::Error() : recording::Error(result.failure().message);
 }
+
+}  // namespace
 
 MovieEncoder::MovieEncoder(std::string path, const recording::MovieFormat& format, const MovieOptions& options,
                            std::shared_ptr<FinishedMovies> finished, MovieEvents events)
     : path_(std::move(path)), format_(format), options_(options), period_(1.0 / std::max(format.framesPerSecond, 1)),
       finishedMovies_(std::move(finished)), events_(std::move(events)),
-      pictures_(format.width, format.height, std::max(options.queueLength, 1) + 2) {
-    thread_ = std::thread([this] { run(); });
-}
+      writeVideo_([this](AVPacket& packet) { return encoder_.file->write(packet, 0, encoder_.video->encoder()); }),
+      writeSound_([this](AVPacket& packet) { return encoder_.file->write(packet, 1, encoder_.sound->encoder()); }),
+      pictures_(format.width, format.height, std::max(options.queueLength, 1) + 2), thread_([this] { run(); }) {}
 
 MovieEncoder::~MovieEncoder() {
     isCancelled_ = true;
-    {
-        const std::lock_guard lock(mutex_);
-        if (!isEnding_) endMoment_ = Clock::now();
-        isEnding_ = true;
-    }
-    changed_.notify_one();
+    requestEnd({Clock::now(), {}, {}});
     thread_.join();
 }
 
-// ---- Called from outside
+// ---- Called by the recorder
 
 bool MovieEncoder::addPicture(const std::uint8_t* pixels, int width, int height, std::ptrdiff_t bytesPerRow,
                               Clock::time_point moment) {
     FrameHandle frame;
     {
-        const std::lock_guard lock(mutex_);
-        if (isEnding_) return false;
-        if (static_cast<int>(waitingPictures_.size()) < options_.queueLength) frame = pictures_.take();
+        const std::lock_guard lock(shared_.mutex);
+        if (shared_.end) return false;
+        if (static_cast<int>(shared_.pictures.size()) < options_.queueLength) frame = pictures_.take();
         if (!frame) {
-            ++statistics_.dropped;
+            ++shared_.statistics.dropped;
             return false;
         }
     }
     pictures_.convert(pixels, width, height, bytesPerRow, *frame);
     {
-        const std::lock_guard lock(mutex_);
-        waitingPictures_.push_back({std::move(frame), moment});
+        const std::lock_guard lock(shared_.mutex);
+        shared_.pictures.push_back({std::move(frame), moment});
     }
-    changed_.notify_one();
+    shared_.changed.notify_one();
     return true;
 }
 
@@ -89,248 +76,227 @@ void MovieEncoder::addSound(const float* samples, std::size_t count, Clock::time
     if (format_.channels == 0 || count == 0) return;
     Sound sound{{samples, samples + count * static_cast<std::size_t>(format_.channels)}, count, moment};
     {
-        const std::lock_guard lock(mutex_);
-        if (isEnding_) return;
-        waitingSamples_ += count;
-        waitingSounds_.push_back(std::move(sound));
-        while (static_cast<double>(waitingSamples_) > longestSoundQueue * format_.sampleRate) {
-            waitingSamples_ -= waitingSounds_.front().count;
-            waitingSounds_.pop_front();
+        const std::lock_guard lock(shared_.mutex);
+        if (shared_.end) return;
+        shared_.sampleCount += count;
+        shared_.sounds.push_back(std::move(sound));
+        while (static_cast<double>(shared_.sampleCount) > maxQueuedSound * format_.sampleRate) {
+            shared_.sampleCount -= shared_.sounds.front().count;
+            shared_.sounds.pop_front();
         }
     }
-    changed_.notify_one();
+    shared_.changed.notify_one();
 }
 
 void MovieEncoder::finish(const URL& output, std::function<void(recording::Error)> handler) {
+    requestEnd({Clock::now(), output, std::move(handler)});
+}
+
+void MovieEncoder::requestEnd(End end) {
     {
-        const std::lock_guard lock(mutex_);
-        if (isEnding_) return;
-        isEnding_ = true;
-        endMoment_ = Clock::now();
-        output_ = output;
-        finished_ = std::move(handler);
+        const std::lock_guard lock(shared_.mutex);
+        if (shared_.end) return;
+        shared_.end.emplace(std::move(end));
     }
-    changed_.notify_one();
+    shared_.changed.notify_one();
 }
 
 recording::MovieStatistics MovieEncoder::statistics() const {
-    const std::lock_guard lock(mutex_);
-    return statistics_;
+    const std::lock_guard lock(shared_.mutex);
+    return shared_.statistics;
 }
 
-// ---- The thread's
+// ---- Encoder's thread
 
 void MovieEncoder::run() {
-    [[maybe_unused]] const int priority =
-        nice(5);  // of this thread and those that the codec starts: the screen comes first
-    std::string error;
-    isOpen_ = open(error);
-    if (!isOpen_) noteFailure(error);
-    events_.opened(isOpen_ ? recording::Error() : recording::Error(error));
-    work();
-    end();
-    const recording::Error result = deliver();
-    if (finished_) finished_(result);
+    [[maybe_unused]] const int priority = nice(lowerPriority);
+    const Result<void> opened = open();
+    if (opened) {
+        enter(Phase::recording);
+    } else {
+        fail(opened.failure());
+    }
+    events_.opened(toError(opened));
+    std::optional<Picture> picture;
+    for (std::deque<Sound> sounds; takeQueued(picture, sounds);) process(std::move(picture), sounds);
+    const End& end = *shared_.end;
+    if (encoder_.phase == Phase::recording) {
+        enter(Phase::closing);
+        close(end.moment);
+    }
+    // Released here, so that destroying this object does not take long.
+    encoder_.last = {};
+    encoder_.video.reset();
+    encoder_.sound.reset();
+    pictures_.clear();
+    enter(Phase::delivering);
+    const Result<void> delivered = deliver(end);
+    enter(Phase::done);
+    if (end.handler) end.handler(toError(delivered));
 }
 
-bool MovieEncoder::open(std::string& error) {
+void MovieEncoder::enter(Phase next) {
+    const auto isLegal = [phase = encoder_.phase, next] {
+        switch (phase) {
+            case Phase::opening: return next == Phase::recording || next == Phase::failed;
+            case Phase::recording: return next == Phase::closing || next == Phase::failed;
+            case Phase::closing: return next == Phase::delivering || next == Phase::failed;
+            case Phase::failed: return next == Phase::delivering;
+            case Phase::delivering: return next == Phase::done;
+            case Phase::done: return false;
+        }
+        return false;
+    };
+    if (!isLegal()) fatalError("A recording took a step out of order");
+    encoder_.phase = next;
+}
+
+void MovieEncoder::fail(const Failure& failure) {
+    bool isInterrupted = encoder_.phase == Phase::recording;
+    enter(Phase::failed);
+    {
+        const std::lock_guard lock(shared_.mutex);
+        shared_.statistics.failure = failure.message;
+        isInterrupted = isInterrupted && !shared_.end;
+    }
+    if (isInterrupted && events_.brokeOff) events_.brokeOff(failure.message);
+}
+
+Result<void> MovieEncoder::open() {
     const std::filesystem::path folder = std::filesystem::path(path_).parent_path();
     std::error_code code;
     std::filesystem::create_directories(folder.parent_path(), code);
     ::mkdir(folder.c_str(), folderPermissions);
-    file_ = MovieFile::create(path_, error);
-    packet_.reset(av_packet_alloc());
-    held_.reset(av_packet_alloc());
-    if (!file_ || !packet_ || !held_ || !openEncoder(error)) return false;
-    if (!pictures_.prepare()) {
-        error = "not enough memory for the pictures of a recording";
-        return false;
+    Result<std::unique_ptr<MovieFile>> file = MovieFile::create(path_);
+    if (!file) return file.failure();
+    encoder_.file = std::move(*file);
+    Result<std::unique_ptr<MovieVideo>> video = MovieVideo::open(format_, options_);
+    if (!video) return video.failure();
+    encoder_.video = std::move(*video);
+    if (!pictures_.prepare()) return Failure{"not enough memory for the pictures of a recording"};
+    Result<void> added = encoder_.file->addStream(encoder_.video->encoder());
+    if (format_.channels > 0 && added) {
+        Result<std::unique_ptr<MovieSound>> sound = MovieSound::open(format_.sampleRate, format_.channels);
+        if (!sound) return sound.failure();
+        encoder_.sound = std::move(*sound);
+        added = encoder_.file->addStream(encoder_.sound->encoder());
     }
-    if (format_.channels > 0) {
-        sound_ = MovieSound::open(format_.sampleRate, format_.channels, error);
-        if (!sound_) return false;
-    }
-    if (!file_->addStream(*encoder_) || (sound_ && !file_->addStream(sound_->encoder())) || !file_->begin()) {
-        error = file_->error();
-        return false;
-    }
-    return true;
+    return added ? encoder_.file->begin() : added;
 }
 
-bool MovieEncoder::openEncoder(std::string& error) {
-    const AVCodec* codec = avcodec_find_encoder_by_name("libx264");
-    encoder_.reset(codec ? avcodec_alloc_context3(codec) : nullptr);
-    if (!encoder_) {
-        error = "there is no encoder for H.264";
-        return false;
+bool MovieEncoder::takeQueued(std::optional<Picture>& picture, std::deque<Sound>& sounds) {
+    picture.reset();
+    sounds.clear();
+    std::unique_lock lock(shared_.mutex);
+    shared_.changed.wait_for(lock, Seconds(period_ / 2),
+                             [this] { return shared_.end || !shared_.pictures.empty() || !shared_.sounds.empty(); });
+    if (!shared_.pictures.empty()) {
+        picture = std::move(shared_.pictures.front());
+        shared_.pictures.pop_front();
     }
-    encoder_->width = format_.width;
-    encoder_->height = format_.height;
-    encoder_->pix_fmt = AV_PIX_FMT_YUV420P;
-    encoder_->time_base = {1, timescale};
-    encoder_->framerate = {format_.framesPerSecond, 1};
-    encoder_->gop_size = static_cast<int>(std::lround(secondsBetweenKeys * format_.framesPerSecond));
-    encoder_->max_b_frames = 0;  // a picture is on its way to the disk as soon as it is encoded
-    encoder_->thread_count = std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, mostThreads);
-    encoder_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-    encoder_->color_range = AVCOL_RANGE_MPEG;
-    encoder_->colorspace = AVCOL_SPC_SMPTE170M;
-    encoder_->color_primaries = AVCOL_PRI_BT709;
-    encoder_->color_trc = AVCOL_TRC_BT709;
-    AVDictionary* options = nullptr;
-    av_dict_set(&options, "preset", options_.preset.c_str(), 0);
-    av_dict_set(&options, "crf", std::to_string(options_.quality).c_str(), 0);
-    av_dict_set(&options, "rc-lookahead", "0", 0);
-    const int result = avcodec_open2(encoder_.get(), codec, &options);
-    av_dict_free(&options);
-    if (result < 0) error = "the video encoder cannot be opened: " + libraryError(result);
-    return result >= 0;
+    sounds.swap(shared_.sounds);
+    shared_.sampleCount = 0;
+    return !shared_.end || picture || !sounds.empty();
 }
 
-void MovieEncoder::work() {
-    while (true) {
-        std::optional<Picture> picture;
-        std::deque<Sound> sounds;
-        {
-            std::unique_lock lock(mutex_);
-            changed_.wait_for(lock, Seconds(period_ / 2),
-                              [&] { return isEnding_ || !waitingPictures_.empty() || !waitingSounds_.empty(); });
-            if (!waitingPictures_.empty()) {
-                picture = std::move(waitingPictures_.front());
-                waitingPictures_.pop_front();
-            }
-            sounds.swap(waitingSounds_);
-            waitingSamples_ = 0;
-            if (isEnding_ && !picture && sounds.empty()) return;
-        }
-        const Clock::time_point now = Clock::now();
-        if (picture) {
-            encode(std::move(*picture));
-        } else {
-            repeat(now - ticks(patience * period_));
-        }
-        for (Sound& sound : sounds) add(std::move(sound));
-        fillSound(now);
-        cutIfDue(now);
+void MovieEncoder::process(std::optional<Picture> picture, const std::deque<Sound>& sounds) {
+    if (encoder_.phase == Phase::failed) {
+        if (picture) pictures_.giveBack(std::move(picture->frame));
+        return;
     }
+    const Clock::time_point now = Clock::now();
+    if (picture) {
+        encode(std::move(*picture));
+    } else {
+        repeat(now - ticks(repeatDelay * period_));
+    }
+    // What comes before the first picture is not part of the movie.
+    if (encoder_.phase == Phase::recording && encoder_.last.frame) encodeSound(sounds, now);
+    if (encoder_.phase == Phase::recording && encoder_.last.frame) cutIfDue(now);
 }
 
-double MovieEncoder::movieTime(Clock::time_point moment) const { return Seconds(moment - zero_).count(); }
+double MovieEncoder::movieTime(Clock::time_point moment) const { return Seconds(moment - encoder_.zero).count(); }
 
 void MovieEncoder::encode(Picture picture) {
     std::int64_t time = 0;
-    if (last_.frame) {
-        // It may have been repeated for the place that this one comes late for.
-        time = std::max(std::llround(movieTime(picture.moment) * timescale),
-                        lastTime_ + std::llround(period_ / 4 * timescale));
-        pictures_.giveBack(std::move(last_.frame));
+    if (encoder_.last.frame) {
+        // The last picture may have been repeated at the time of this one, which is late then.
+        time = std::max<std::int64_t>(std::llround(movieTime(picture.moment) * MovieVideo::timescale),
+                                      encoder_.lastTime + std::llround(period_ / 4 * MovieVideo::timescale));
+        pictures_.giveBack(std::move(encoder_.last.frame));
     } else {
-        zero_ = lastCut_ = lastSound_ = picture.moment;
+        encoder_.zero = encoder_.lastCut = encoder_.lastSound = picture.moment;
     }
-    last_ = std::move(picture);
-    last_.frame->pts = lastTime_ = time;
+    encoder_.last = std::move(picture);
+    encoder_.last.frame->pts = encoder_.lastTime = time;
     {
-        const std::lock_guard lock(mutex_);
-        ++statistics_.taken;
+        const std::lock_guard lock(shared_.mutex);
+        ++shared_.statistics.taken;
     }
-    send(last_.frame.get());
+    send(*encoder_.last.frame);
 }
 
-void MovieEncoder::repeat(Clock::time_point until) {
-    if (!last_.frame || hasFailed_) return;
-    const std::int64_t next = lastTime_ + std::llround(period_ * timescale);
-    if (static_cast<double>(next) / timescale > movieTime(until)) return;
-    last_.frame->pts = lastTime_ = next;
+void MovieEncoder::repeat(Clock::time_point moment) {
+    if (!encoder_.last.frame) return;
+    const std::int64_t next = encoder_.lastTime + std::llround(period_ * MovieVideo::timescale);
+    if (static_cast<double>(next) / MovieVideo::timescale > movieTime(moment)) return;
+    encoder_.last.frame->pts = encoder_.lastTime = next;
     {
-        const std::lock_guard lock(mutex_);
-        ++statistics_.repeated;
+        const std::lock_guard lock(shared_.mutex);
+        ++shared_.statistics.repeated;
     }
-    send(last_.frame.get());
+    send(*encoder_.last.frame);
 }
 
-void MovieEncoder::send(const AVFrame* frame) {
-    if (hasFailed_) return;
-    int result = avcodec_send_frame(encoder_.get(), frame);
-    while (result >= 0) {
-        result = avcodec_receive_packet(encoder_.get(), packet_.get());
-        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return;
-        if (result >= 0) writeHeldPicture(packet_->dts);
-        std::swap(packet_, held_);
-        if (hasFailed_) return;
+void MovieEncoder::send(const AVFrame& frame) {
+    if (const Result<void> sent = encoder_.video->encode(frame, writeVideo_); !sent) fail(sent.failure());
+}
+
+void MovieEncoder::encodeSound(const std::deque<Sound>& sounds, Clock::time_point now) {
+    if (!encoder_.sound) return;
+    for (const Sound& sound : sounds) {
+        encoder_.lastSound = sound.moment;
+        encoder_.sound->add(sound.samples.data(), sound.count, movieTime(sound.moment));
     }
-    noteFailure("the recording broke off: " + libraryError(result));
-}
-
-// A picture lasts until the next one, which must be known when it is written: the end of one fragment is where the next begins.
-void MovieEncoder::writeHeldPicture(std::int64_t nextTime) {
-    if (!held_->data) return;
-    held_->duration = nextTime - held_->dts;
-    if (!file_->write(*held_, 0, *encoder_)) noteFailure(file_->error());
-}
-
-void MovieEncoder::add(Sound sound) {
-    if (hasFailed_ || !sound_ || !last_.frame) return;
-    lastSound_ = sound.moment;
-    sound_->add(sound.samples.data(), sound.count, movieTime(sound.moment));
-}
-
-void MovieEncoder::fillSound(Clock::time_point now) {
-    if (hasFailed_ || !sound_ || !last_.frame) return;
-    if (now - lastSound_ > ticks(soundPatience)) sound_->fill(movieTime(now) - soundSlack);
-    const bool isWritten =
-        sound_->encode(false, [&](AVPacket& packet) { return file_->write(packet, 1, sound_->encoder()); });
-    if (!isWritten) noteFailure(file_->error());
+    if (now - encoder_.lastSound > ticks(silenceDelay)) encoder_.sound->fill(movieTime(now) - silenceMargin);
+    if (const Result<void> encoded = encoder_.sound->encode(writeSound_); !encoded) fail(encoded.failure());
 }
 
 void MovieEncoder::cutIfDue(Clock::time_point now) {
-    if (hasFailed_ || !last_.frame || now - lastCut_ < ticks(options_.fragmentDuration)) return;
-    lastCut_ = now;
-    if (!file_->cut()) noteFailure(file_->error());
+    if (now - encoder_.lastCut < ticks(options_.fragmentDuration)) return;
+    encoder_.lastCut = now;
+    if (const Result<void> cut = encoder_.file->cut(); !cut) fail(cut.failure());
 }
 
-void MovieEncoder::end() {
-    if (last_.frame && !hasFailed_) {
-        repeat(endMoment_);
-        send(nullptr);
-        if (!hasFailed_) writeHeldPicture(held_->dts + std::llround(period_ * timescale));
-        if (sound_ && !hasFailed_) {
-            sound_->fill(movieTime(endMoment_));
-            sound_->encode(true, [&](AVPacket& packet) { return file_->write(packet, 1, sound_->encoder()); });
-        }
-        if (!hasFailed_ && !file_->end()) noteFailure(file_->error());
+void MovieEncoder::close(Clock::time_point end) {
+    if (!encoder_.last.frame) return;
+    repeat(end);
+    if (encoder_.phase == Phase::failed) return;
+    const std::int64_t lastDuration = std::llround(period_ * MovieVideo::timescale);
+    if (const Result<void> flushed = encoder_.video->flush(lastDuration, writeVideo_); !flushed) {
+        fail(flushed.failure());
+        return;
     }
-    // Here, because whoever destroys the writer should not have to wait for it.
-    last_ = {};
-    encoder_.reset();
-    sound_.reset();
-    pictures_.clear();
+    if (encoder_.sound) {
+        encoder_.sound->fill(movieTime(end));
+        // Without the last moments of its sound the movie is still good; a failure of the file shows below.
+        (void)encoder_.sound->flush(writeSound_);
+    }
+    if (const Result<void> ended = encoder_.file->end(); !ended) fail(ended.failure());
 }
 
-recording::Error MovieEncoder::deliver() {
-    // The file stays locked until the movie has its final name.
-    const std::unique_ptr<MovieFile> file = std::move(file_);
-    if (!finished_) return {};
+Result<void> MovieEncoder::deliver(const End& end) {
+    // Keeps the lock until the movie has its final name.
+    const std::unique_ptr<MovieFile> file = std::move(encoder_.file);
+    if (!end.handler) return {};
     if (!file || !file->hasContent()) {
         const std::string failure = statistics().failure;
-        return failure.empty() ? "nothing was recorded" : failure;
+        return Failure{failure.empty() ? "nothing was recorded" : failure};
     }
-    LockedFile lock;
-    const recording::Error error = finishMovie(
-        path_, output_.path(), [this] { return isCancelled_.load(); }, lock);
-    if (!error) finishedMovies_->add(output_.path(), lock ? std::move(lock) : file->lock().share());
-    return error;
-}
-
-void MovieEncoder::noteFailure(const std::string& reason) {
-    const std::string line = reason.empty() ? "the recording broke off" : reason;
-    const bool isFirst = !std::exchange(hasFailed_, true);
-    bool isRunning = false;
-    {
-        const std::lock_guard lock(mutex_);
-        if (isFirst) statistics_.failure = line;
-        isRunning = !isEnding_;
-    }
-    if (isFirst && isRunning && isOpen_ && events_.brokeOff) events_.brokeOff(line);
+    Result<LockedFile> lock = remuxMovie(path_, end.output.path(), [this] { return isCancelled_.load(); });
+    if (!lock) return lock.failure();
+    finishedMovies_->add(end.output.path(), *lock ? std::move(*lock) : file->lock().share());
+    return {};
 }
 
 }  // namespace videoanalysis::media::ffmpeg

@@ -1,10 +1,9 @@
 #include "Platforms/FFmpeg/Recording/MovieFolder.h"
 
+#include "Platforms/FFmpeg/Recording/FinishedMovies.h"
 #include "Platforms/FFmpeg/Recording/MovieEncoder.h"
-
-extern "C" {
-#include <libavutil/log.h>
-}
+#include "Platforms/FFmpeg/Recording/MovieRemux.h"
+#include "Platforms/FFmpeg/Result.h"
 
 #include <unistd.h>
 
@@ -20,7 +19,9 @@ extern "C" {
 
 namespace videoanalysis::media {
 
+using ffmpeg::Failure;
 using ffmpeg::LockedFile;
+using ffmpeg::Result;
 using ffmpeg::TemporaryFile;
 
 namespace {
@@ -28,7 +29,7 @@ namespace {
 constexpr const char* suffix = ".mp4";
 constexpr const char* growingSuffix = ".growing.mp4";
 
-/// The local time to the millisecond: names sort as the movies were recorded.
+/// The local time to the millisecond, so that names sort by the time of the recording.
 std::string nameOfNow() {
     const auto now = std::chrono::system_clock::now();
     const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
@@ -47,40 +48,50 @@ struct FileCloser {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
-/// Copies `from` into `to` and removes it then.
-recording::Error moveByCopying(const std::string& from, const std::string& to,
-                               const std::function<bool()>& isCancelled) {
+Failure systemFailure() { return Failure{std::strerror(errno)}; }
+
+Result<void> copyBytes(std::FILE* input, int output, const std::function<bool()>& isCancelled) {
     constexpr std::size_t blockSize = std::size_t{1} << 20;
-    std::string reason;
-    const auto temporary = TemporaryFile::make(to, 0600, reason);
-    const std::unique_ptr<std::FILE, FileCloser> input(std::fopen(from.c_str(), "rbe"));
-    const bool isOpen = temporary && input;
-    if (temporary && !input) reason = std::strerror(errno);
     std::vector<char> block(blockSize);
     std::size_t count = 0;
-    while (isOpen && reason.empty() && (count = std::fread(block.data(), 1, block.size(), input.get())) > 0) {
-        if (isCancelled()) reason = "it was cancelled";
-        for (std::size_t written = 0; reason.empty() && written < count;) {
-            const ssize_t result = ::write(temporary->descriptor(), block.data() + written, count - written);
-            if (result >= 0) written += static_cast<std::size_t>(result);
-            if (result < 0 && errno != EINTR) reason = std::strerror(errno);
+    while ((count = std::fread(block.data(), 1, block.size(), input)) > 0) {
+        if (isCancelled()) return Failure{"it was cancelled"};
+        for (std::size_t written = 0; written < count;) {
+            const ssize_t result = ::write(output, block.data() + written, count - written);
+            if (result < 0 && errno != EINTR) return systemFailure();
+            if (result > 0) written += static_cast<std::size_t>(result);
         }
     }
-    if (isOpen && reason.empty() && std::ferror(input.get())) reason = std::strerror(EIO);
-    if (!reason.empty() || !temporary->keep(isCancelled, reason)) {
-        return "cannot save the recording as " + to + ": " + reason;
-    }
-    ::unlink(from.c_str());
+    if (std::ferror(input)) return Failure{std::strerror(EIO)};
     return {};
+}
+
+Result<void> copyFile(const std::string& from, const std::string& to, const std::function<bool()>& isCancelled) {
+    const auto temporary = TemporaryFile::make(to, 0600);
+    if (!temporary) return temporary.failure();
+    const std::unique_ptr<std::FILE, FileCloser> input(std::fopen(from.c_str(), "rbe"));
+    if (!input) return systemFailure();
+    if (Result<void> copied = copyBytes(input.get(), (*temporary)->descriptor(), isCancelled); !copied) return copied;
+    return (*temporary)->keep(isCancelled);
+}
+
+/// Renames `from` to `to`, or copies and removes it where they are on different file systems.
+Result<void> moveFile(const std::string& from, const std::string& to, const std::function<bool()>& isCancelled) {
+    if (std::rename(from.c_str(), to.c_str()) == 0) {
+        ffmpeg::syncFolderOf(to);
+        return {};
+    }
+    if (errno != EXDEV) return systemFailure();
+    Result<void> copied = copyFile(from, to, isCancelled);
+    if (copied) ::unlink(from.c_str());
+    return copied;
 }
 
 }  // namespace
 
 MovieFolder::MovieFolder(const std::string& path, MovieOptions options)
     : path_(std::filesystem::absolute(path).lexically_normal()), options_(std::move(options)),
-      finished_(std::make_shared<ffmpeg::FinishedMovies>()) {
-    av_log_set_level(AV_LOG_QUIET);  // what goes wrong is told in one line
-}
+      finished_(std::make_shared<ffmpeg::FinishedMovies>()) {}
 
 std::unique_ptr<recording::MovieWriter> MovieFolder::makeMovie(const recording::MovieFormat& format,
                                                                std::function<void(recording::Error)> opened,
@@ -119,14 +130,12 @@ recording::Error MovieFolder::finish(const std::string& movie, const URL& output
                                      const std::atomic<bool>& isCancelled) {
     const auto ask = [&isCancelled] { return isCancelled.load(); };
     if (movie.ends_with(growingSuffix)) {
-        LockedFile lock;
-        return ffmpeg::finishMovie(movie, output.path(), ask, lock);
+        const Result<LockedFile> finished = ffmpeg::remuxMovie(movie, output.path(), ask);
+        return finished ? recording::Error() : recording::Error(finished.failure().message);
     }
-    if (std::rename(movie.c_str(), output.path().c_str()) != 0) {
-        if (errno == EXDEV) return moveByCopying(movie, output.path(), ask);
-        return "cannot save the recording as " + output.path() + ": " + std::strerror(errno);
+    if (const Result<void> moved = moveFile(movie, output.path(), ask); !moved) {
+        return "cannot save the recording as " + output.path() + ": " + moved.failure().message;
     }
-    ffmpeg::syncFolderOf(output.path());
     return {};
 }
 

@@ -8,8 +8,8 @@
 namespace videoanalysis::media::ffmpeg {
 namespace {
 
-constexpr std::uint8_t black = 16;
-constexpr std::uint8_t colourless = 128;
+constexpr std::uint8_t black = 16;     // luma
+constexpr std::uint8_t neutral = 128;  // chroma
 
 FrameHandle makePicture(int width, int height) {
     FrameHandle picture(av_frame_alloc());
@@ -25,33 +25,38 @@ int even(double length) { return std::max(static_cast<int>(length) & ~1, 2); }
 }  // namespace
 
 bool MoviePictures::prepare() {
+    {
+        const std::lock_guard lock(shared_.mutex);
+        shared_.free.reserve(static_cast<std::size_t>(count_));
+    }
     for (int i = 0; i < count_; ++i) {
         FrameHandle picture = makePicture(width_, height_);
         if (!picture) return false;
-        // Touched once, so that the system need not find the memory while somebody waits.
+        // Writing to the memory makes it resident, so that taking a picture costs nothing.
         libyuv::I420Rect(picture->data[0], picture->linesize[0], picture->data[1], picture->linesize[1],
-                         picture->data[2], picture->linesize[2], 0, 0, width_, height_, black, colourless, colourless);
+                         picture->data[2], picture->linesize[2], 0, 0, width_, height_, black, neutral, neutral);
         giveBack(std::move(picture));
     }
     return true;
 }
 
 FrameHandle MoviePictures::take() {
-    const std::lock_guard lock(mutex_);
-    if (free_.empty()) return nullptr;
-    FrameHandle picture = std::move(free_.back());
-    free_.pop_back();
+    const std::lock_guard lock(shared_.mutex);
+    if (shared_.free.empty()) return nullptr;
+    FrameHandle picture = std::move(shared_.free.back());
+    shared_.free.pop_back();
     return picture;
 }
 
 void MoviePictures::giveBack(FrameHandle picture) {
-    const std::lock_guard lock(mutex_);
-    free_.push_back(std::move(picture));
+    const std::lock_guard lock(shared_.mutex);
+    shared_.free.push_back(std::move(picture));
 }
 
 void MoviePictures::clear() {
-    const std::lock_guard lock(mutex_);
-    free_.clear();
+    std::vector<FrameHandle> freed;
+    const std::lock_guard lock(shared_.mutex);
+    freed.swap(shared_.free);
 }
 
 void MoviePictures::convert(const std::uint8_t* pixels, int width, int height, std::ptrdiff_t bytesPerRow,
@@ -68,7 +73,7 @@ void MoviePictures::convert(const std::uint8_t* pixels, int width, int height, s
         return;
     }
     libyuv::I420Rect(picture.data[0], picture.linesize[0], picture.data[1], picture.linesize[1], picture.data[2],
-                     picture.linesize[2], 0, 0, width_, height_, black, colourless, colourless);
+                     picture.linesize[2], 0, 0, width_, height_, black, neutral, neutral);
     if (width < 2 || height < 2) return;
     if (!unscaled_ || unscaled_->width != width || unscaled_->height != height) unscaled_ = makePicture(width, height);
     if (!unscaled_) return;
