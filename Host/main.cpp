@@ -8,6 +8,10 @@
 #include <QGuiApplication>
 #include <QTimer>
 
+extern "C" {
+#include <libavutil/log.h>
+}
+
 #include <cstdio>
 
 using namespace videoanalysis::host;
@@ -24,6 +28,7 @@ void passOn(QtMsgType type, const QMessageLogContext& context, const QString& me
 
 int main(int argc, char** argv) {
     qInstallMessageHandler(passOn);
+    av_log_set_level(AV_LOG_QUIET);  // the program reports a damaged clip itself, in one line
     {
         // What is only asked for needs no display. Anything else waits until the toolkit has taken its own options out.
         QCoreApplication application(argc, argv);

@@ -9,7 +9,6 @@
 #include "VideoAnalysis/Platform/FatalError.h"
 
 extern "C" {
-#include <libavutil/log.h>
 #include <libavutil/mem.h>
 }
 
@@ -18,17 +17,15 @@ extern "C" {
 namespace videoanalysis::media {
 namespace {
 
-// Bytes that the libraries take at once. The largest picture takes 226 MB, the index of 46 hours 240 MB; damaged headers ask
-// for more than any machine has.
-constexpr std::size_t largestAllocation = std::size_t{512} << 20;
+// The limit in bytes for one allocation of FFmpeg. The largest picture takes 226 MB, the index of 46 hours 240 MB; damaged
+// headers ask for more than any machine has.
+constexpr std::size_t maxAllocation = std::size_t{512} << 20;
 
 }  // namespace
 
 FFmpegEngine::FFmpegEngine(FFmpegOptions options, std::shared_ptr<AudioSink> audioSink)
     : core_(std::make_shared<ffmpeg::EngineCore>(options, std::move(audioSink))) {
-    // A damaged clip makes the libraries print a line for every packet; the engine tells in one what is wrong.
-    av_log_set_level(AV_LOG_QUIET);
-    av_max_alloc(largestAllocation);
+    av_max_alloc(maxAllocation);
 }
 
 FFmpegEngine::~FFmpegEngine() = default;

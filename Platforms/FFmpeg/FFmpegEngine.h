@@ -18,15 +18,19 @@ struct EngineCore;
 
 struct FFmpegOptions {
     std::size_t cacheBudget = std::size_t{512} << 20;    ///< bytes of decoded frames, all players together
-    int decoderThreads = 0;                              ///< of each clip; 0 for as many as the machine has cores
+    int decoderThreads = 0;                              ///< per clip; 0 for one per processor core
     std::int64_t maxPixels = std::int64_t{8192} * 4608;  ///< clips with larger pictures are refused
-    double prefetchDelay =
-        0.12;  ///< seconds without a request after which the neighbours of a frame sought are decoded
+    double prefetchDelay = 0.12;  ///< seconds without a request until the neighbours of a frame are prefetched
 
     friend bool operator==(const FFmpegOptions&, const FFmpegOptions&) = default;
 };
 
-/// Main thread. Items and players may outlive the engine.
+/// Main thread only. Items and players may outlive the engine.
+///
+/// What FFmpeg shares within the process: the engine limits a single allocation of FFmpeg to 512 MB. It leaves the log to the
+/// host. Codecs of this backend log at debug level; containers, protocols and the parsers inside them log as FFmpeg does by
+/// default, several lines for a damaged clip and one for each finished recording. A host that wants none of it calls
+/// `av_log_set_level(AV_LOG_QUIET)`.
 class FFmpegEngine : public Engine {
 public:
     /// Clips are silent without an `audioSink`.

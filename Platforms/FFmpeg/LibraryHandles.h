@@ -7,6 +7,7 @@ extern "C" {
 #include <libavformat/avformat.h>
 #include <libavutil/error.h>
 #include <libavutil/frame.h>
+#include <libavutil/log.h>
 }
 
 #include <memory>
@@ -27,6 +28,14 @@ using FormatContextHandle = std::unique_ptr<AVFormatContext, LibraryDeleter>;
 using IOContextHandle = std::unique_ptr<AVIOContext, LibraryDeleter>;
 using FrameHandle = std::unique_ptr<AVFrame, LibraryDeleter>;
 using PacketHandle = std::unique_ptr<AVPacket, LibraryDeleter>;
+
+/// A context for `codec` (may be null, for a parser), or null when there is not enough memory. A damaged clip makes codecs print
+/// a line for every packet, and encoders print statistics; in FFmpeg's log these are messages for debugging.
+inline CodecContextHandle makeCodecContext(const AVCodec* codec) {
+    CodecContextHandle context(avcodec_alloc_context3(codec));
+    if (context) context->log_level_offset = AV_LOG_DEBUG - AV_LOG_ERROR;
+    return context;
+}
 
 /// The library's one-line text for a negative return value.
 inline std::string libraryError(int code) {

@@ -14,7 +14,7 @@ Result<std::unique_ptr<ClipDecoder>> ClipDecoder::make(std::unique_ptr<ClipFile>
     if (!codec) return Failure{std::string("no decoder for ") + avcodec_get_name(parameters->codec_id)};
     std::unique_ptr<ClipDecoder> decoder(new ClipDecoder);
     decoder->file_ = std::move(file);
-    decoder->codec_.reset(avcodec_alloc_context3(codec));
+    decoder->codec_ = makeCodecContext(codec);
     decoder->packet_.reset(av_packet_alloc());
     if (!decoder->codec_ || !decoder->packet_) return Failure{"out of memory"};
     AVCodecContext* context = decoder->codec_.get();

@@ -27,7 +27,7 @@ Result<std::unique_ptr<SoundDecoder>> SoundDecoder::open(const URL& url, const s
     const AVCodecParameters* parameters = decoder->file_->stream()->codecpar;
     const AVCodec* codec = avcodec_find_decoder(parameters->codec_id);
     if (!codec) return Failure{std::string("no decoder for ") + avcodec_get_name(parameters->codec_id)};
-    decoder->codec_.reset(avcodec_alloc_context3(codec));
+    decoder->codec_ = makeCodecContext(codec);
     decoder->packet_.reset(av_packet_alloc());
     decoder->frame_.reset(av_frame_alloc());
     AVCodecContext* context = decoder->codec_.get();
