@@ -1,5 +1,5 @@
 #pragma once
-// What all players of one engine share. The engine and each player's playback own it together.
+// What the players and exports of one engine share. The engine and each of them own it together.
 
 #include "Platforms/FFmpeg/Clips/PicturePool.h"
 #include "Platforms/FFmpeg/FFmpegEngine.h"

@@ -1,6 +1,5 @@
 #pragma once
-// Owners for the objects of the media libraries, and their error texts. The media engine's own files include it; nobody
-// else needs to.
+// Owning handles for FFmpeg's objects, and its error texts. Internal to this backend.
 
 extern "C" {
 #include <libavcodec/avcodec.h>

@@ -12,7 +12,7 @@ FFmpegExportSession::FFmpegExportSession(std::shared_ptr<EngineCore> core, const
                                          std::function<void(const ExportResult&)> completion)
     : core_(std::move(core)), job_(std::make_shared<ExportJob>(request, core_->options, core_->pictures)),
       poster_(std::make_shared<MainPoster>()) {
-    // What the completion owns is released on the main thread, whatever becomes of the work.
+    // The export's thread holds the completion weakly, so that it is destroyed on the main thread in any case.
     const auto complete = std::make_shared<std::function<void(const ExportResult&)>>(std::move(completion));
     core_->threads.start([job = job_, poster = poster_, weak = std::weak_ptr(complete)] {
         poster->post([weak, result = job->run()] {

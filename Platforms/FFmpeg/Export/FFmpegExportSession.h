@@ -1,5 +1,5 @@
 #pragma once
-// An export under way, as whoever started it sees it; the work is an export job's, on a thread of its own. The engine makes it.
+// A running export as its caller sees it. The engine makes one for each export; an export job does the work on its own thread.
 
 #include "VideoAnalysis/Platform/Media.h"
 
@@ -12,9 +12,10 @@ struct EngineCore;
 class ExportJob;
 class MainPoster;
 
+/// Main thread only. Destroying it cancels the export.
 class FFmpegExportSession : public ExportSession {
 public:
-    /// Starts the work.
+    /// Starts the export. `completion` is called and destroyed on the main thread.
     FFmpegExportSession(std::shared_ptr<EngineCore> core, const ExportRequest& request,
                         std::function<void(const ExportResult&)> completion);
     ~FFmpegExportSession() override;
@@ -26,7 +27,7 @@ private:
     const std::shared_ptr<EngineCore> core_;
     const std::shared_ptr<ExportJob> job_;
     const std::shared_ptr<MainPoster> poster_;
-    std::shared_ptr<std::function<void(const ExportResult&)>> completion_;  // nobody else keeps it
+    std::shared_ptr<std::function<void(const ExportResult&)>> completion_;  // the only owner
 };
 
 }  // namespace videoanalysis::media::ffmpeg
