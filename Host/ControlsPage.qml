@@ -1,6 +1,5 @@
 // A page that shows the component's controls, each in every state that it can have; also how a host uses them in QML of its own.
 import QtQuick
-import VideoAnalysis
 import "qrc:/VideoAnalysis/Controls"
 
 Rectangle {

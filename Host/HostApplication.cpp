@@ -64,17 +64,20 @@ QString pathForRecording(const QString& moment) {
 
 }  // namespace
 
-HostApplication::HostApplication(const QStringList& clips, std::function<void(const QString& line)> report) {
+HostApplication::HostApplication(const QStringList& clips, std::function<void(const QString& line)> report)
+    : statistics_([this] { return describeStatistics(); }) {
     for (const QString& clip : clips) clips_.push_back({urlOf(clip), {}});
 
-    auto engine = std::make_unique<ReportingEngine>(
-        std::make_unique<media::FFmpegEngine>(media::FFmpegOptions{}, std::make_shared<QtAudioSink>()),
-        [report = std::move(report)](const URL& url, const std::string& reason) {
+    auto engine = std::make_unique<media::FFmpegEngine>(media::FFmpegOptions{}, std::make_shared<QtAudioSink>());
+    engine_ = engine.get();
+    auto reporting = std::make_unique<ReportingEngine>(
+        std::move(engine), [report = std::move(report)](const URL& url, const std::string& reason) {
             const QString text = QString::fromStdString(reason);
             const bool namesClip = reason.find(url.absoluteString()) != std::string::npos;
             report(namesClip ? text : QStringLiteral("%1: %2").arg(nameOf(url), text));
         });
-    platform_ = std::make_shared<QtQuickPlatform>(view_, std::move(engine), std::make_unique<graphics::CairoEngine>());
+    platform_ =
+        std::make_shared<QtQuickPlatform>(view_, std::move(reporting), std::make_unique<graphics::CairoEngine>());
     QFile::setPermissions(QString::fromStdString(growingFolder()),
                           QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     auto movies = std::make_unique<media::MovieFolder>(growingFolder());
@@ -92,6 +95,7 @@ HostApplication::HostApplication(const QStringList& clips, std::function<void(co
     view_.setSource(QUrl(QStringLiteral("qrc:/VideoAnalysisHost/StartScreen.qml")));
     auto* startScreen = view_.rootObject()->findChild<QQuickItem*>(QStringLiteral("startScreen"));
     startScreen_ = platform_->viewController(*startScreen);
+    if (qEnvironmentVariableIntValue("VIDEOANALYSIS_OVERLAY") != 0) statistics_.toggle();
 }
 
 HostApplication::~HostApplication() { isEnding_ = true; }
@@ -167,6 +171,12 @@ void HostApplication::videoAnalysisDidFinish(const std::optional<std::vector<Obj
 }
 
 void HostApplication::videoAnalysisRecordingDidBreakOff(const std::string& reason) { say(sentence(reason)); }
+
+QString HostApplication::describeStatistics() const {
+    const auto& recorder = dynamic_cast<const QtScreenRecorder&>(platform_->screenRecorder());
+    return StatisticsOverlay::describe(engine_->cacheStatistics(), recorder.movieStatistics(),
+                                       recorder.captureStatistics());
+}
 
 void HostApplication::say(const QString& notice) {
     recordingNotice_ = notice;

@@ -2,6 +2,7 @@
 // The program around the component: a window with a small start screen, from which the analysis of its clips is opened,
 // and the answers to what the analysis asks of its host. Also the example of how to embed the component.
 
+#include "Host/StatisticsOverlay.h"
 #include "VideoAnalysis/Analysis/VideoAnalysisController.h"
 #include "VideoAnalysis/Platform/Recording.h"
 
@@ -20,6 +21,9 @@
 namespace videoanalysis {
 
 class QtQuickPlatform;
+namespace media {
+class FFmpegEngine;
+}
 
 namespace host {
 
@@ -37,6 +41,7 @@ class HostApplication : public QObject,
     Q_PROPERTY(QString unsavedRecording READ unsavedRecording NOTIFY recordingsChanged)
     /// One line about the last recording: where it is saved, why it is not, or why it broke off; empty before.
     Q_PROPERTY(QString recordingNotice READ recordingNotice NOTIFY recordingsChanged)
+    Q_PROPERTY(QObject* statistics READ statistics CONSTANT)
 
 public:
     /// `clips` are paths or URLs. Those that cannot be played are told to `report`, one line each.
@@ -56,6 +61,8 @@ public:
     bool isChoosing() const { return choice_ != nullptr; }
     QString unsavedRecording() const;
     QString recordingNotice() const { return recordingNotice_; }
+    /// Owned by this object.
+    StatisticsOverlay* statistics() { return &statistics_; }
     /// Where recordings are kept: the user's folder for videos.
     static QString recordingsFolder();
 
@@ -95,10 +102,13 @@ private:
     /// Runs `work` on another thread and `done` with its result on this one.
     void inBackground(std::function<recording::Error()> work, std::function<void(const recording::Error&)> done);
     void choose(const std::optional<Object>& media);
+    QString describeStatistics() const;
 
     QQuickView view_;
     std::vector<Object> clips_;
     std::shared_ptr<QtQuickPlatform> platform_;
+    const media::FFmpegEngine* engine_ = nullptr;  ///< owned by the platform
+    StatisticsOverlay statistics_;
     std::shared_ptr<ui::ViewController> startScreen_;
     std::optional<VideoAnalysisController> analysis_;
     std::function<void(Object)> choice_;

@@ -205,9 +205,41 @@ Item {
         }
     }
 
+    // Figures for a developer; takes no clicks.
+    Rectangle {
+        id: statistics
+        objectName: "statisticsOverlay"
+
+        readonly property real room: parent ? parent.width : 0
+
+        parent: root.parent
+        x: 12
+        y: 60
+        z: 100000
+        width: Math.min(room - 24, figures.implicitWidth + 24)
+        height: figures.height + 16
+        radius: 10
+        color: "#cc000000"
+        visible: host.statistics.shown
+
+        Text {
+            id: figures
+            x: 12
+            y: 8
+            width: parent.width - 24
+            text: host.statistics.text
+            color: "white"
+            font.family: "monospace"
+            font.pixelSize: 12
+            wrapMode: statistics.room < 720 ? Text.Wrap : Text.NoWrap
+            textFormat: Text.PlainText
+        }
+    }
+
     // What the analysis itself has no button for.
     Shortcut { sequence: "Ctrl+E"; onActivated: host.editMedia(0) }
     Shortcut { sequence: "Ctrl+Shift+E"; onActivated: host.editMedia(1) }
+    Shortcut { sequence: "F12"; onActivated: host.statistics.toggle() }
     Shortcut { sequences: ["F10", "Menu"]; onActivated: menu.visible = !menu.visible }
 
     Rectangle {
