@@ -40,7 +40,7 @@ Storyboard {
             id: overlay
 
             /// Bars and tools are mirrored for languages that run from right to left; pictures, and what plays them, are not.
-            readonly property bool isMirrored: Qt.application.layoutDirection === Qt.RightToLeft
+            readonly property bool isMirrored: Application.layoutDirection === Qt.RightToLeft
 
             CollectionView {
                 id: controls
@@ -264,8 +264,12 @@ Storyboard {
                         width: implicitWidth
                         height: implicitHeight
 
-                        readonly property Item chosen: [pen, line, arrow, rectangle, ellipse].find(tool => tool.selected)
-                                                       ?? null
+                        readonly property Item chosen: {
+                            for (const tool of [pen, line, arrow, rectangle, ellipse]) {
+                                if (tool.selected) return tool;
+                            }
+                            return null;
+                        }
                         /// Where the marker stands beside a standing strip; the layout may have moved the tool since.
                         readonly property real markerY: y + (chosen ? chosen.y + 22 : marker.y + marker.height / 2)
 

@@ -19,6 +19,9 @@ testPackages="openssl pulseaudio pulseaudio-utils libgtest-dev clang-14 libc++-1
 # shellcheck disable=SC2034 # used by who sources this
 benchPackages="libmpv-dev xvfb xauth"
 
+# What reads the sources for faults.
+checkPackages="clang-tidy-14 doxygen qt6-declarative-dev-tools"
+
 # Installs those of the packages $1 (names, separated by blanks) that are missing. Without the right to do so, prints the
 # line that does and ends the script. Costs one query when nothing is missing, and then needs neither root nor network.
 ensurePackages() {

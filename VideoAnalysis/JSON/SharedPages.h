@@ -36,7 +36,7 @@ public:
         if (!pages || bytes > small) return {::operator new(bytes), nullptr};
         bytes = (bytes + alignof(std::max_align_t) - 1) / alignof(std::max_align_t) * alignof(std::max_align_t);
         if (pages->left_ < bytes) {
-            constexpr std::size_t pageSize = 64 * 1024;
+            constexpr std::size_t pageSize = std::size_t{64} * 1024;
             release(std::exchange(pages->page_, nullptr));
             pages->page_ = new (::operator new(pageSize)) Page;
             pages->left_ = pageSize - alignof(std::max_align_t);

@@ -64,6 +64,7 @@ public:
     /// `handler` (empty for none; replaces the one before) is called on the main thread, later, when a running recording
     /// breaks off by itself: the disk is full, the encoder fails. `reason` is one line. The recorder still counts as
     /// recording; a stop, as usual, leaves what was recorded until then.
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): implementations keep it.
     virtual void setBreakOffHandler(std::function<void(const std::string& reason)> /*handler*/) {}
 };
 

@@ -100,6 +100,7 @@ private:
 /// What outlets of all kinds have in common.
 class AnyOutlet {
 public:
+    virtual ~AnyOutlet() = default;
     AnyOutlet(const AnyOutlet&) = delete;
     AnyOutlet& operator=(const AnyOutlet&) = delete;
 
@@ -108,7 +109,6 @@ public:
 
 protected:
     AnyOutlet(OutletSet& owner, std::string name) : name_(std::move(name)) { owner.outlets_.push_back(this); }
-    virtual ~AnyOutlet() = default;
 
 private:
     friend class OutletSet;
