@@ -6,7 +6,6 @@
 #include "Platforms/FFmpeg/Recording/MovieFolder.h"
 #include "Platforms/QtQuick/QtAudioSink.h"
 #include "Platforms/QtQuick/QtQuickPlatform.h"
-#include "Platforms/QtQuick/QtScreenRecorder.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -151,8 +150,7 @@ void HostApplication::videoAnalysisDidFinish(const std::optional<std::vector<Obj
     if (!output || output->empty()) return;
     const URL recording = output->front().url;
     const QString to = pathForRecording(QDateTime::currentDateTime().toString(QLatin1String(momentFormat)));
-    const auto& recorder = dynamic_cast<const QtScreenRecorder&>(platform_->screenRecorder());
-    const QString breakOff = sentence(recorder.movieStatistics().failure);
+    const QString breakOff = sentence(platform_->recordingStatistics().movie.failure);
     inBackground(
         [this, recording, to] {
             return media::MovieFolder::finish(recording.path(), URL::fileURL(to.toStdString()), isEnding_);
@@ -173,9 +171,8 @@ void HostApplication::videoAnalysisDidFinish(const std::optional<std::vector<Obj
 void HostApplication::videoAnalysisRecordingDidBreakOff(const std::string& reason) { say(sentence(reason)); }
 
 QString HostApplication::describeStatistics() const {
-    const auto& recorder = dynamic_cast<const QtScreenRecorder&>(platform_->screenRecorder());
-    return StatisticsOverlay::describe(engine_->cacheStatistics(), recorder.movieStatistics(),
-                                       recorder.captureStatistics());
+    const RecordingStatistics recording = platform_->recordingStatistics();
+    return StatisticsOverlay::describe(engine_->cacheStatistics(), recording.movie, recording.capture);
 }
 
 void HostApplication::say(const QString& notice) {

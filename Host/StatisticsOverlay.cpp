@@ -1,7 +1,7 @@
 #include "Host/StatisticsOverlay.h"
 
 #include "Platforms/FFmpeg/CacheStatistics.h"
-#include "Platforms/QtQuick/QtScreenRecorder.h"
+#include "Platforms/QtQuick/RecordingOptions.h"
 #include "VideoAnalysis/Platform/Movie.h"
 
 #include <QStringList>

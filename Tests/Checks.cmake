@@ -49,3 +49,7 @@ if(CLANG_FORMAT_PROGRAM)
         "${CLANG_FORMAT_PROGRAM}" "${PROJECT_SOURCE_DIR}")
     set_tests_properties(format PROPERTIES TIMEOUT 120)
 endif()
+
+# Code in the documentation is quoted from what is compiled.
+add_test(NAME quotes COMMAND Python3::Interpreter "${PROJECT_SOURCE_DIR}/tools/check-quotes.py" "${PROJECT_SOURCE_DIR}")
+set_tests_properties(quotes PROPERTIES TIMEOUT 30)

@@ -2,7 +2,7 @@
 
 #include "Host/StatisticsOverlay.h"
 #include "Platforms/FFmpeg/CacheStatistics.h"
-#include "Platforms/QtQuick/QtScreenRecorder.h"
+#include "Platforms/QtQuick/RecordingOptions.h"
 #include "QtQuick/OpenScreen.h"
 #include "VideoAnalysis/Platform/Movie.h"
 
