@@ -1,6 +1,6 @@
 #pragma once
-// How the media engine's threads reach the main queue: through one of these for each player, which closes it when it is
-// destroyed. The platform may be gone before the player.
+// Posts from the media engine's threads to the main queue. Each player, image generator and export owns one, which may outlive
+// the platform, and closes it when it is destroyed.
 
 #include "VideoAnalysis/Platform/Dispatch.h"
 
@@ -15,18 +15,23 @@ public:
     /// Main thread. Posts to the main queue of the platform that is installed now.
     MainPoster() : inbox_(dispatch::mainQueue().inbox()) {}
 
-    /// Any thread. Nothing is posted after `close`.
+    /// Any thread. Drops `block`, on the calling thread, after `close` and once the queue is gone. A block that is posted while
+    /// another thread closes may still run.
     void post(dispatch::Block block) {
-        const std::lock_guard lock(mutex_);
-        if (inbox_) inbox_->post(std::move(block));
+        if (const auto target = inbox()) target->post(std::move(block));
     }
-    /// Main thread.
+    /// Any thread.
     void close() {
         const std::lock_guard lock(mutex_);
         inbox_ = nullptr;
     }
 
 private:
+    std::shared_ptr<dispatch::MainQueue::Inbox> inbox() {
+        const std::lock_guard lock(mutex_);
+        return inbox_;
+    }
+
     std::mutex mutex_;
     std::shared_ptr<dispatch::MainQueue::Inbox> inbox_;
 };

@@ -1,6 +1,6 @@
 #pragma once
-// Joins the threads of players that are gone. Closing a player only asks its threads to stop, so that the main thread never
-// waits for a decoder; whatever still runs is waited for when the engine and its last player have gone.
+// Runs and joins the media engine's threads. Destroying a player only tells its threads to stop, so that the main thread never
+// waits for a decoder; those still running are joined once the engine and its last player are destroyed.
 
 #include <atomic>
 #include <functional>
@@ -16,12 +16,12 @@ public:
     ThreadKeeper() = default;
     ThreadKeeper(const ThreadKeeper&) = delete;
     ThreadKeeper& operator=(const ThreadKeeper&) = delete;
-    /// Waits for all threads; none of them may own this keeper.
+    /// Joins all threads; none of them may own this keeper.
     ~ThreadKeeper() {
         for (Entry& entry : entries_) entry.thread.join();
     }
 
-    /// Runs `work` on a thread of its own. Main thread.
+    /// Main thread. Runs `work` on a new thread, which also destroys it.
     void start(std::function<void()> work) {
         std::erase_if(entries_, [](Entry& entry) {
             if (!entry.isFinished->load()) return false;

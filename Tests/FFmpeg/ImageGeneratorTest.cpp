@@ -61,6 +61,32 @@ TEST_F(ImageGeneratorTest, TheNewestRequestComesFirstAndNothingComesAfterCancell
     ASSERT_TRUE(turnUntil([&] { return isThere; }));
 }
 
+TEST_F(ImageGeneratorTest, DestroysHandlersOnTheMainThread) {
+    auto generator = engine->makeImageGenerator(clip("h264.mp4"));
+    int destroyed = 0;
+    int destroyedElsewhere = 0;
+    const auto recordDestruction = [&, mainThread = std::this_thread::get_id()](void*) {
+        destroyedElsewhere += std::this_thread::get_id() == mainThread ? 0 : 1;
+        ++destroyed;
+    };
+    const auto generate = [&] {
+        int delivered = 0;
+        const auto handler = [&delivered, owned = std::shared_ptr<void>(nullptr, recordDestruction)](
+                                 const GeneratedImage&) { ++delivered; };
+        generator->generate({middleOf(3), middleOf(5)}, {90, 90}, ImageGenerator::Order::exact, handler);
+        return turnUntil([&] { return delivered == 2; });
+    };
+    for (int request = 1; request <= 3; ++request) ASSERT_TRUE(generate());
+    generator->generate({}, {}, ImageGenerator::Order::exact,
+                        [owned = std::shared_ptr<void>(nullptr, recordDestruction)](const GeneratedImage&) {});
+    EXPECT_EQ(destroyed, 4) << "a request that is complete keeps nothing";
+    generator->generate({middleOf(110)}, {}, ImageGenerator::Order::exact,
+                        [owned = std::shared_ptr<void>(nullptr, recordDestruction)](const GeneratedImage&) {});
+    generator = nullptr;
+    EXPECT_EQ(destroyed, 5);
+    EXPECT_EQ(destroyedElsewhere, 0);
+}
+
 TEST_F(ImageGeneratorTest, PicturesStandUprightAndBadClipsGiveNone) {
     auto generator = engine->makeImageGenerator(clip("rotated.mp4"));
     std::optional<GeneratedImage> image;

@@ -1,6 +1,6 @@
 #pragma once
-// The engine's maker of small pictures: decodes each group of pictures once for all the times in it, on a thread of low
-// priority. The engine makes it for the trim screen's row of thumbnails.
+// Generates thumbnails on a low-priority thread, decoding each group of pictures once for all the times in it. The engine
+// creates it for the trim screen.
 
 #include "VideoAnalysis/Platform/Media.h"
 
@@ -12,13 +12,15 @@ namespace videoanalysis::media::ffmpeg {
 
 struct EngineCore;
 
+/// Main thread. Handlers are called and destroyed on the main thread.
 class FFmpegImageGenerator : public ImageGenerator {
 public:
+    using Handler = std::function<void(const GeneratedImage&)>;
+
     FFmpegImageGenerator(std::shared_ptr<EngineCore> core, URL url);
     ~FFmpegImageGenerator() override;
 
-    void generate(const std::vector<Time>& times, Size maximumSize, Order order,
-                  std::function<void(const GeneratedImage&)> handler) override;
+    void generate(const std::vector<Time>& times, Size maximumSize, Order order, Handler handler) override;
     void cancelAll() override;
 
 private:

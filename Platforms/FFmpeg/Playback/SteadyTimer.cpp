@@ -6,37 +6,40 @@ namespace videoanalysis::media::ffmpeg {
 
 SteadyTimer::~SteadyTimer() {
     {
-        const std::lock_guard lock(mutex_);
-        isStopping_ = true;
+        const std::lock_guard lock(shared_.mutex);
+        shared_.isStopping = true;
     }
-    changed_.notify_one();
+    shared_.changed.notify_one();
     thread_.join();
 }
 
 void SteadyTimer::at(Clock::time_point moment, std::function<void()> block) {
     {
-        const std::lock_guard lock(mutex_);
-        waiting_.emplace(moment, std::move(block));
+        const std::lock_guard lock(shared_.mutex);
+        shared_.pending.emplace(moment, std::move(block));
     }
-    changed_.notify_one();
+    shared_.changed.notify_one();
 }
 
 void SteadyTimer::run() {
-    std::unique_lock lock(mutex_);
-    while (!isStopping_) {
-        if (waiting_.empty()) {
-            changed_.wait(lock);
-        } else if (const auto first = waiting_.begin(); first->first > Clock::now()) {
-            const Clock::time_point moment = first->first;
-            changed_.wait_until(lock, moment);
+    while (const std::function<void()> block = takeDue()) block();
+}
+
+std::function<void()> SteadyTimer::takeDue() {
+    std::unique_lock lock(shared_.mutex);
+    while (!shared_.isStopping) {
+        const auto first = shared_.pending.begin();
+        if (first == shared_.pending.end()) {
+            shared_.changed.wait(lock);
+        } else if (const Clock::time_point due = first->first; due > Clock::now()) {
+            shared_.changed.wait_until(lock, due);
         } else {
-            const std::function<void()> block = std::move(first->second);
-            waiting_.erase(first);
-            lock.unlock();
-            block();
-            lock.lock();
+            std::function<void()> block = std::move(first->second);
+            shared_.pending.erase(first);
+            return block;
         }
     }
+    return {};
 }
 
 }  // namespace videoanalysis::media::ffmpeg

@@ -1,5 +1,5 @@
 #pragma once
-// Runs blocks at moments of the steady clock on a thread of its own. Playback takes its ticks from it.
+// Runs blocks at given times of the steady clock. Playback schedules its ticks with it.
 
 #include <chrono>
 #include <condition_variable>
@@ -17,19 +17,26 @@ public:
     SteadyTimer() : thread_([this] { run(); }) {}
     SteadyTimer(const SteadyTimer&) = delete;
     SteadyTimer& operator=(const SteadyTimer&) = delete;
-    /// Blocks that are not due yet never run.
+    /// Joins the timer's thread. Blocks that are not due yet never run.
     ~SteadyTimer();
 
-    /// Any thread. `block` runs once, on the timer's thread, and should be short.
+    /// Any thread. Runs and destroys `block` on the timer's thread; it should be short. Blocks that have not run are destroyed
+    /// with the timer.
     void at(Clock::time_point moment, std::function<void()> block);
 
 private:
-    void run();
+    struct Shared {
+        std::mutex mutex;
+        std::condition_variable changed;
+        std::multimap<Clock::time_point, std::function<void()>> pending;
+        bool isStopping = false;
+    };
 
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::multimap<Clock::time_point, std::function<void()>> waiting_;
-    bool isStopping_ = false;
+    void run();
+    /// Waits until the first pending block is due and takes it; empty once the timer is stopping.
+    std::function<void()> takeDue();
+
+    Shared shared_;
     std::thread thread_;
 };
 
