@@ -11,21 +11,80 @@ namespace videoanalysis::media::ffmpeg {
 namespace {
 
 constexpr auto pollInterval = std::chrono::milliseconds(15);
-constexpr double secondsAhead = 0.15;  // how much is written before it is heard
-constexpr double largestDrift = 0.03;  // of the sound against the picture before it is put right, seconds
+constexpr double secondsAhead = 0.15;  // written before they are heard
+constexpr double maxDrift = 0.03;      // seconds that the sound may be off the clock before it is corrected
+constexpr double maxSilence = 0.1;     // seconds, written at once while the sound is ahead
 
 }  // namespace
+
+/// One stretch of sound: decodes and writes samples so that what is heard follows the order's clock. Owned by the sound thread.
+class SoundPlayer::Stretch {
+public:
+    Stretch(const Order& order, double zero, SoundDecoder& decoder, AudioOutput& output)
+        : order_(order), rate_(static_cast<double>(order.rate)), zero_(zero), decoder_(decoder), output_(output) {}
+
+    Result<void> start() {
+        return decoder_.start(zero_ + clipSecondsAt(Clock::now()), order_.rate, order_.algorithm, sampleRate);
+    }
+    /// Fills the output's buffer.
+    void write() {
+        while (!isAtEnd_ && output_.latency() < secondsAhead) {
+            if (samples_.empty()) isAtEnd_ = decoder_.next(samples_) != true;
+            if (!samples_.empty() && !writeOnce()) return;
+        }
+    }
+
+private:
+    double clipSecondsAt(Clock::time_point time) const {
+        return order_.seconds + std::chrono::duration<double>(time - order_.start).count() * rate_;
+    }
+
+    /// Writes samples, or silence while they are early; drops late ones. False when the output takes nothing.
+    bool writeOnce() {
+        if (!std::exchange(hasPosition_, true)) position_ = decoder_.firstSeconds() - zero_;
+        // What is written now is heard after the latency; it must be what the clock shows then.
+        const double wanted = clipSecondsAt(Clock::now()) + output_.latency() * rate_;
+        const double lead = (position_ - wanted) / rate_;  // seconds of output
+        if (lead < -maxDrift) {
+            drop(std::min(static_cast<std::size_t>(-lead * sampleRate), samples_.size() / channels));
+            return true;
+        }
+        if (lead > maxDrift) {
+            const auto frames = static_cast<std::size_t>(std::min(lead, maxSilence) * sampleRate);
+            const std::vector<float> silence(frames * channels);
+            return output_.write(silence.data(), frames) != 0;
+        }
+        const std::size_t written = output_.write(samples_.data(), samples_.size() / channels);
+        drop(written);
+        return written != 0;
+    }
+    /// Removes the first `frames` samples of each channel.
+    void drop(std::size_t frames) {
+        samples_.erase(samples_.begin(), samples_.begin() + static_cast<std::ptrdiff_t>(frames * channels));
+        position_ += static_cast<double>(frames) / sampleRate * rate_;
+    }
+
+    const Order order_;
+    const double rate_;
+    const double zero_;
+    SoundDecoder& decoder_;
+    AudioOutput& output_;
+    std::vector<float> samples_;  // decoded and not written yet
+    double position_ = 0;         // of the first of them, in seconds of the clip
+    bool hasPosition_ = false;
+    bool isAtEnd_ = false;
+};
 
 SoundPlayer::SoundPlayer(URL url, double zero, std::shared_ptr<AudioSink> sink)
     : url_(std::move(url)), zero_(zero), sink_(std::move(sink)) {}
 
 void SoundPlayer::give(Order order) {
     {
-        const std::lock_guard lock(mutex_);
-        order.number = order_.number + 1;
-        order_ = order;
+        const std::lock_guard lock(shared_.mutex);
+        order.number = shared_.order.number + 1;
+        shared_.order = order;
     }
-    changed_.notify_all();
+    shared_.changed.notify_all();
 }
 
 void SoundPlayer::close() {
@@ -34,70 +93,40 @@ void SoundPlayer::close() {
 }
 
 void SoundPlayer::play(Clock::time_point start, double seconds, float rate, AudioTimePitchAlgorithm algorithm) {
-    give({rate <= highestRate, start, seconds, rate, algorithm, 0});
+    give({rate <= maxRate, start, seconds, rate, algorithm, 0});
 }
 
 void SoundPlayer::stop() { give({}); }
 
-bool SoundPlayer::isOver(const Order& order) {
-    std::unique_lock lock(mutex_);
-    return isClosing_ || changed_.wait_for(lock, pollInterval, [&] { return order_.number != order.number; });
-}
-
 void SoundPlayer::run() {
-    const auto opened = SoundDecoder::open(url_, isClosing_);
-    if (!opened) return;
-    const std::unique_ptr<SoundDecoder>& decoder = *opened;
+    const auto decoder = SoundDecoder::open(url_, isClosing_);
+    if (!decoder) return;
     const std::unique_ptr<AudioOutput> output = sink_->open(sampleRate, channels);
     if (!output) return;
     std::int64_t served = 0;
-    std::vector<float> samples;
     while (!isClosing_) {
-        Order order;
-        {
-            std::unique_lock lock(mutex_);
-            changed_.wait(lock, [&] { return isClosing_ || order_.number != served; });
-            order = order_;
-        }
+        const Order order = nextOrder(served);
         served = order.number;
         output->reset();
         if (!order.isPlaying || isClosing_) continue;
-
-        const double rate = static_cast<double>(order.rate);
-        const auto clipSecondsAt = [&](Clock::time_point moment) {
-            return order.seconds + std::chrono::duration<double>(moment - order.start).count() * rate;
-        };
-        if (!decoder->start(zero_ + clipSecondsAt(Clock::now()), order.rate, order.algorithm, sampleRate)) continue;
-        samples.clear();
-        double position = 0;  // of the next sample to be written, in seconds of the clip
-        bool hasPosition = false;
-        bool isAtEnd = false;
+        Stretch stretch(order, zero_, **decoder, *output);
+        if (!stretch.start()) continue;
         do {
-            // What is written now is heard after the latency; that must be what the clock then points at.
-            while (!isAtEnd && output->latency() < secondsAhead) {
-                if (samples.empty()) isAtEnd = decoder->next(samples) != true;
-                if (samples.empty()) continue;
-                if (!std::exchange(hasPosition, true)) position = decoder->firstSeconds() - zero_;
-                const double wanted = clipSecondsAt(Clock::now()) + output->latency() * rate;
-                const double lead = (position - wanted) / rate;  // seconds to be heard
-                if (lead < -largestDrift) {
-                    const auto late = std::min(static_cast<std::size_t>(-lead * sampleRate), samples.size() / channels);
-                    samples.erase(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(late * channels));
-                    position += static_cast<double>(late) / sampleRate * rate;
-                } else if (lead > largestDrift) {
-                    const std::vector<float> silence(std::min(static_cast<std::size_t>(lead * sampleRate),
-                                                              static_cast<std::size_t>(sampleRate / 10)) *
-                                                     channels);
-                    if (output->write(silence.data(), silence.size() / channels) == 0) break;
-                } else {
-                    const std::size_t written = output->write(samples.data(), samples.size() / channels);
-                    if (written == 0) break;
-                    samples.erase(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(written * channels));
-                    position += static_cast<double>(written) / sampleRate * rate;
-                }
-            }
-        } while (!isOver(order));
+            stretch.write();
+        } while (!isReplaced(order));
     }
+}
+
+SoundPlayer::Order SoundPlayer::nextOrder(std::int64_t served) {
+    std::unique_lock lock(shared_.mutex);
+    shared_.changed.wait(lock, [&] { return isClosing_ || shared_.order.number != served; });
+    return shared_.order;
+}
+
+bool SoundPlayer::isReplaced(const Order& order) {
+    std::unique_lock lock(shared_.mutex);
+    const auto hasChanged = [&] { return shared_.order.number != order.number; };
+    return isClosing_ || shared_.changed.wait_for(lock, pollInterval, hasChanged);
 }
 
 }  // namespace videoanalysis::media::ffmpeg

@@ -1,6 +1,6 @@
 #pragma once
-// Plays a clip's sound beside its pictures: it follows the clock of the playback and never leads it, so that two players
-// started together stay together whatever their devices do. Playback starts and stops it.
+// Plays a clip's sound in sync with its pictures: it follows the clock of playback and never drives it, so that two players
+// started together stay together whatever their audio devices do. Playback starts and stops it.
 
 #include "VideoAnalysis/Platform/AudioSink.h"
 #include "VideoAnalysis/Platform/Media.h"
@@ -22,18 +22,18 @@ public:
 
     static constexpr int sampleRate = 48000;
     static constexpr int channels = 2;
-    static constexpr float highestRate = 2.0F;  ///< silent above
+    static constexpr float maxRate = 2.0F;  ///< silent above
 
-    /// `zero` is the moment of the file, in seconds, at which the first picture is shown.
+    /// `zero` is the file's time, in seconds, of the first picture.
     SoundPlayer(URL url, double zero, std::shared_ptr<AudioSink> sink);
     SoundPlayer(const SoundPlayer&) = delete;
     SoundPlayer& operator=(const SoundPlayer&) = delete;
 
-    /// The sound's work, until `close`; for a thread that somebody keeps. Ends at once when there is no sound or no device.
+    /// The sound thread's work, until `close`. Returns at once when there is no sound or no device.
     void run();
     /// Any thread.
     void close();
-    /// Any thread. The clip is at `seconds` from its first picture at `start`, and goes on at `rate` from there.
+    /// Any thread. At `start` the clip is `seconds` past its first picture, and it plays at `rate` from there on.
     void play(Clock::time_point start, double seconds, float rate, AudioTimePitchAlgorithm algorithm);
     /// Any thread.
     void stop();
@@ -48,16 +48,24 @@ private:
         std::int64_t number = 0;
     };
 
+    struct Shared {
+        std::mutex mutex;
+        std::condition_variable changed;
+        Order order;
+    };
+    class Stretch;
+
     void give(Order order);
-    bool isOver(const Order& order);
+    /// Waits for another order than the one with number `served`.
+    Order nextOrder(std::int64_t served);
+    /// Waits for a poll interval; true when there is a newer order or the player is closing.
+    bool isReplaced(const Order& order);
 
     const URL url_;
     const double zero_;
     const std::shared_ptr<AudioSink> sink_;
     std::atomic<bool> isClosing_{false};
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    Order order_;
+    Shared shared_;
 };
 
 }  // namespace videoanalysis::media::ffmpeg
