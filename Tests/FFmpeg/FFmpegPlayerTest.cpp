@@ -73,6 +73,63 @@ TEST_F(PlayerTest, AClipIsReadyWhenAllOfItIsKnownAndShowsItsFirstPictureBefore) 
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(200));
 }
 
+TEST_F(PlayerTest, BufferIsEmptyOnlyWhilePlaybackIsStalled) {
+    WebServer server(clip("long.mp4").path());
+    FFmpegOptions options;
+    options.cacheBudget = 4'000'000;  // some 46 frames
+    engine = std::make_unique<FFmpegEngine>(options);
+    const auto player = open(URL(server.address()));
+    const auto item = player->currentItem();
+    ASSERT_EQ(item->status(), ItemStatus::readyToPlay);
+    const auto playUntilStalled = [&] {
+        server.holdBack(1);
+        player->setRate(8);
+        return turnUntil([&] { return item->isPlaybackBufferEmpty(); });
+    };
+    const auto canPlayOn = [&](std::int64_t frame) {
+        server.release();
+        player->play();
+        return turnUntil([&] { return player->currentFrame()->index() > frame && !item->isPlaybackBufferEmpty(); });
+    };
+    ASSERT_TRUE(playUntilStalled());
+    const std::int64_t stalledAt = player->currentFrame()->index();
+    player->pause();
+    EXPECT_FALSE(item->isPlaybackBufferEmpty()) << "paused";
+    ASSERT_TRUE(canPlayOn(stalledAt));
+
+    // A step, and a seek, to a frame that is cached, with a pause before it is shown.
+    ASSERT_TRUE(playUntilStalled());
+    const std::int64_t stepTo = player->currentFrame()->index() - 1;
+    item->step(-1);
+    player->pause();
+    ASSERT_TRUE(turnUntil([&] { return player->currentFrame()->index() == stepTo; }));
+    EXPECT_FALSE(item->isPlaybackBufferEmpty()) << "stepped and paused";
+    ASSERT_TRUE(canPlayOn(stepTo));
+
+    ASSERT_TRUE(playUntilStalled());
+    const Time shown = player->currentFrame()->time();
+    player->seek(shown, Time::zero(), Time::zero());
+    player->pause();
+    ASSERT_TRUE(turnUntil([&] { return compare(player->currentTime(), shown) == 0; }));
+    EXPECT_FALSE(item->isPlaybackBufferEmpty()) << "sought and paused";
+}
+
+TEST_F(PlayerTest, InvalidSeekDisturbsNothing) {
+    const auto player = openReady("h264.mp4");
+    std::vector<bool> results;
+    const auto completion = [&](bool finished) { results.push_back(finished); };
+    player->seek(Time(1, 1), Time::zero(), Time::zero(), completion);
+    player->seek(Time(), Time::zero(), Time::zero(), completion);
+    ASSERT_TRUE(turnUntil([&] { return results.size() == 2; }));
+    EXPECT_EQ(player->currentFrame()->index(), 30) << "the request before is still met";
+    player->play();
+    player->seek(Time(), Time::zero(), Time::zero(), completion);
+    EXPECT_TRUE(turnUntil([&] { return player->currentFrame()->index() > 32; })) << "playback continues";
+    player->pause();
+    EXPECT_EQ(std::count(results.begin(), results.end(), true), 1);
+    EXPECT_EQ(results.size(), 3U);
+}
+
 TEST_F(PlayerTest, APlayerMayOutliveThePlatform) {
     for (int round = 0; round < 10; ++round) {
         const auto player = engine->makePlayer(engine->makePlayerItem(clip("h264.mp4")));

@@ -4,116 +4,118 @@
 #include "Platforms/FFmpeg/Clips/PictureShape.h"
 
 #include <algorithm>
+#include <cassert>
+#include <thread>
 #include <utility>
 
 namespace videoanalysis::media::ffmpeg {
 namespace {
 
-// While playing, this many frames beyond the playhead are decoded ahead.
-constexpr std::int64_t framesAheadWhilePlaying = 8;
-// A clip without a picture by then is refused. Decoders give their first one within twenty packets or so, unless the clip
-// begins in the middle of a group, whose packets are passed over quickly.
-constexpr std::int64_t packetsBeforeGivingUp = 2000;
-constexpr std::int64_t slowPacketsBeforeGivingUp = 64;
-constexpr auto timeBeforeGivingUp = std::chrono::milliseconds(1500);
-constexpr auto previewInterval = std::chrono::milliseconds(25);
+// A clip without a picture after so many packets, or after so long, is refused. Decoders give their first picture within about
+// twenty packets, unless the clip starts in the middle of a group of pictures, whose packets are skipped quickly.
+constexpr std::int64_t maxPacketsWithoutPicture = 2000;
+constexpr std::int64_t maxSlowPacketsWithoutPicture = 64;
+constexpr auto maxTimeWithoutPicture = std::chrono::milliseconds(1500);
+constexpr auto minPreviewInterval = std::chrono::milliseconds(25);
 
 }  // namespace
+
+/// The clip as the policy sees it. `index` and `cache` must outlive it.
+class FrameLoader::PolicyClip : public ReadAheadClip {
+public:
+    PolicyClip(const ClipIndex& index, const FrameCache& cache, FrameCache::ClipNumber clip, std::size_t frameBytes)
+        : index_(index), cache_(cache), clip_(clip), frameBytes_(frameBytes) {}
+
+    std::int64_t frameCount() const override { return index_.frameCount(); }
+    std::int64_t groupStart(std::int64_t frame) const override {
+        return index_.firstFrameFrom(index_.startPacketFor(frame));
+    }
+    std::int64_t firstMissing(std::int64_t from, std::int64_t to) const override {
+        return cache_.firstMissing(clip_, from, to);
+    }
+    std::optional<std::int64_t> capacity() const override {
+        if (frameBytes_ == 0) return std::nullopt;
+        return cache_.capacity(frameBytes_);
+    }
+
+private:
+    const ClipIndex& index_;
+    const FrameCache& cache_;
+    const FrameCache::ClipNumber clip_;
+    const std::size_t frameBytes_;
+};
 
 FrameLoader::FrameLoader(URL url, LoaderOptions options, std::shared_ptr<FrameCache> cache,
                          std::shared_ptr<PicturePool> pool, std::function<void()> notify)
     : url_(std::move(url)), options_(options), cache_(std::move(cache)), pool_(std::move(pool)),
-      clip_(cache_->openClip()), notify_(std::move(notify)), requestTime_(Clock::now()) {}
+      clip_(cache_->openClip()), notify_(std::move(notify)), policy_(options.readAhead) {}
 
 FrameLoader::~FrameLoader() { cache_->closeClip(clip_); }
+
+bool FrameLoader::isLegal(Phase from, Phase to) {
+    switch (to) {
+        case Phase::opening: return false;
+        case Phase::seeking:
+        case Phase::playing:
+        case Phase::late:
+        case Phase::closed: return from != Phase::closed;
+        case Phase::prefetching: return from != Phase::closed && from != Phase::opening;
+    }
+    return false;
+}
+
+void FrameLoader::enter(Phase next) {
+    if (shared_.phase == Phase::closed) return;
+    assert(isLegal(shared_.phase, next));
+    shared_.phase = next;
+    ++shared_.version;
+}
 
 void FrameLoader::stop() {
     isStopping_ = true;
     cache_->closeClip(clip_);
-    { const std::lock_guard lock(mutex_); }  // a thread about to wait sees the flag or gets the signal
-    changed_.notify_all();
-}
-
-FrameLoader::News FrameLoader::takeNews() {
-    const std::lock_guard lock(mutex_);
-    return std::exchange(news_, {});
-}
-
-void FrameLoader::moveTo(std::int64_t frame, bool isThere, std::int64_t request, Travel travel, bool showsPreviews) {
     {
-        const std::lock_guard lock(mutex_);
-        playhead_ = frame;
-        travel_ = travel;
-        isWanted_ = !isThere;
-        request_ = request;
-        showsPreviews_ = showsPreviews;
-        isPlaying_ = false;
-        requestTime_ = Clock::now();
+        const std::lock_guard lock(shared_.mutex);
+        enter(Phase::closed);
+    }
+    shared_.changed.notify_all();
+}
+
+FrameLoader::Events FrameLoader::takeEvents() {
+    const std::lock_guard lock(shared_.mutex);
+    return std::exchange(shared_.events, {});
+}
+
+void FrameLoader::moveTo(std::int64_t frame, bool isCached, std::int64_t request, Travel travel, bool allowsPreviews) {
+    {
+        const std::lock_guard lock(shared_.mutex);
+        enter(isCached ? Phase::prefetching : Phase::seeking);
+        shared_.playhead = frame;
+        shared_.travel = travel;
+        shared_.request = request;
+        shared_.allowsPreviews = allowsPreviews;
+        shared_.requestTime = Clock::now();
     }
     cache_->setPlayhead(clip_, frame, travel);
-    changed_.notify_all();
+    shared_.changed.notify_all();
 }
 
-void FrameLoader::playTo(std::int64_t frame, bool isThere) {
+void FrameLoader::playTo(std::int64_t frame, bool isCached) {
     {
-        const std::lock_guard lock(mutex_);
-        playhead_ = frame;
-        travel_ = Travel::forward;
-        isWanted_ = false;
-        isPlaying_ = true;
-        isLate_ = !isThere;
+        const std::lock_guard lock(shared_.mutex);
+        enter(isCached ? Phase::playing : Phase::late);
+        shared_.playhead = frame;
+        shared_.travel = Travel::forward;
     }
     cache_->setPlayhead(clip_, frame, Travel::forward);
-    changed_.notify_all();
+    shared_.changed.notify_all();
 }
 
-void FrameLoader::run() {
-    std::thread scanner([this] { scan(); });
-    const Result<void> opened = open();
-    if (!opened) tell(&News::openingError, opened.failure().message);
-
-    while (decoder_ && !isStopping_) {
-        if (deliverFromCache()) continue;
-        std::optional<Goal> goal;
-        std::optional<Clock::time_point> wakeAt;
-        {
-            const std::lock_guard lock(mutex_);
-            goal = nextGoal(wakeAt);
-        }
-        if (!goal && prepareMemory()) continue;
-        {
-            std::unique_lock lock(mutex_);
-            goal = nextGoal(wakeAt);
-            if (!goal && !isStopping_) {
-                if (wakeAt) {
-                    changed_.wait_until(lock, *wakeAt);
-                } else {
-                    changed_.wait(lock);
-                }
-                continue;
-            }
-            if (index_ != decodedIndex_) {
-                decodedIndex_ = index_;
-                decoder_->setIndex(decodedIndex_);
-            }
-        }
-        if (goal) pursue(*goal);
-    }
-    scanner.join();
-}
-
-Result<void> FrameLoader::open() {
-    auto file = ClipFile::open(url_, ClipFile::Content::video, isStopping_);
-    if (!file) return file.failure();
-    auto decoder = ClipDecoder::make(*std::move(file), pool_, options_.decoderThreads, options_.maxPixels);
-    if (!decoder) return decoder.failure();
-    decoder_ = *std::move(decoder);
-    return {};
-}
+// The scanner thread
 
 void FrameLoader::scan() {
     const auto file = ClipFile::open(url_, ClipFile::Content::video, isStopping_);
-    if (!file) return;  // the loading thread fails likewise and reports it
+    if (!file) return;  // the loader thread fails likewise and reports it
     ClipIndexBuilder builder(**file);
     std::size_t nextSnapshot = 128;  // packets; enough for the first picture, while steps and seeks need longer indexes
     const Result<void> read = readPackets(**file, isStopping_, builder, [&](const AVPacket&) {
@@ -123,211 +125,231 @@ void FrameLoader::scan() {
     });
     if (isStopping_) return;
     if (!read) {
-        tell(&News::openingError, read.failure().message);
+        report(&Events::openingError, read.failure().message);
         return;
     }
     const std::int64_t promised = (*file)->stream()->nb_frames;
     if (builder.storedCount() < promised && !builder.isFull()) {
-        tell(&News::damage, "it breaks off after " + std::to_string(builder.storedCount()) + " of " +
-                                std::to_string(promised) + " frames");
+        report(&Events::damage, "it breaks off after " + std::to_string(builder.storedCount()) + " of " +
+                                    std::to_string(promised) + " frames");
     }
     auto index = builder.finish();
     if (index) {
         publishIndex(*std::move(index));
     } else {
-        tell(&News::openingError, index.failure().message);
+        report(&Events::openingError, index.failure().message);
     }
 }
 
 void FrameLoader::publishIndex(std::shared_ptr<const ClipIndex> index) {
     if (!index) return;
+    std::shared_ptr<const ClipIndex> previous;  // released after the lock
     {
-        const std::lock_guard lock(mutex_);
-        index_ = index;
-        news_.index = std::move(index);
+        const std::lock_guard lock(shared_.mutex);
+        previous = std::exchange(shared_.index, index);
+        shared_.events.index = std::move(index);
+        ++shared_.version;
     }
-    changed_.notify_all();
+    shared_.changed.notify_all();
     notify_();
 }
 
-void FrameLoader::tell(std::string News::*what, std::string text) {
+void FrameLoader::report(std::string Events::*what, std::string text) {
     {
-        const std::lock_guard lock(mutex_);
-        news_.*what = std::move(text);
+        const std::lock_guard lock(shared_.mutex);
+        shared_.events.*what = std::move(text);
     }
     notify_();
 }
 
-bool FrameLoader::prepareMemory() {
-    if (bufferBytes_ == 0 || !decodedIndex_) return false;
-    const std::int64_t frames = std::min(cache_->capacity(frameBytes_), decodedIndex_->frameCount());
-    const std::int64_t missing = frames - cache_->frameCount(clip_);
-    return missing > 0 && pool_->makeReady(bufferBytes_, static_cast<std::size_t>(missing));
+// The loader thread
+
+void FrameLoader::run() {
+    std::thread scanner([this] { scan(); });
+    const Result<void> opened = open();
+    if (!opened) {
+        report(&Events::openingError, opened.failure().message);
+        const std::lock_guard lock(shared_.mutex);
+        enter(Phase::closed);
+    }
+    while (const std::optional<Demand> demand = currentDemand()) serve(*demand);
+    scanner.join();
 }
 
-bool FrameLoader::deliverFromCache() {
-    {
-        const std::lock_guard lock(mutex_);
-        if (!isWanted_) return false;
-        std::shared_ptr<const DecodedFrame> frame = cache_->find(clip_, playhead_);
-        if (!frame) return false;
-        isWanted_ = false;
-        news_.frame = std::move(frame);
-        news_.request = request_;
-    }
-    notify_();
-    return true;
+Result<void> FrameLoader::open() {
+    auto file = ClipFile::open(url_, ClipFile::Content::video, isStopping_);
+    if (!file) return file.failure();
+    auto decoder = ClipDecoder::make(*std::move(file), pool_, options_.decoderThreads, options_.maxPixels);
+    if (!decoder) return decoder.failure();
+    loader_.decoder = *std::move(decoder);
+    return {};
 }
 
-std::optional<FrameLoader::Goal> FrameLoader::nextGoal(std::optional<Clock::time_point>& wakeAt) {
-    if (!index_) return std::nullopt;
-    const std::int64_t last = index_->frameCount() - 1;
-    if (isWanted_) {
-        // Some frames before the one sought are kept on the way, more of them the longer the way is: stepping back from
-        // here then begins without a wait, which gives the time to decode the ones before. Not all: pictures that are kept
-        // go to memory that is not in the processor's cache, which makes the seek slower.
-        const std::int64_t first = index_->firstFrameFrom(index_->startPacketFor(playhead_));
-        const std::int64_t wayBack = std::max<std::int64_t>(playhead_ - first, 0);
-        if (travel_ == Travel::backward) return backwardGoal(playhead_, 0);
-        const std::int64_t kept = std::min(wayBack, 4 + wayBack / 3);
-        return Goal{playhead_, playhead_ - kept, travel_ == Travel::none};
+std::optional<FrameLoader::Demand> FrameLoader::currentDemand() {
+    const std::lock_guard lock(shared_.mutex);
+    if (shared_.phase == Phase::closed) return std::nullopt;
+    return Demand{shared_.version, shared_.phase, shared_.playhead, shared_.travel, shared_.requestTime, shared_.index};
+}
+
+void FrameLoader::serve(const Demand& demand) {
+    if (demand.index != loader_.index) {
+        loader_.index = demand.index;
+        loader_.decoder->setIndex(loader_.index);
     }
-    if (frameBytes_ == 0) return std::nullopt;
-    const std::int64_t capacity = cache_->capacity(frameBytes_);
-    if (isPlaying_) {
-        const std::int64_t end = std::min(playhead_ + std::min(framesAheadWhilePlaying, capacity - 2), last);
-        const std::int64_t missing = cache_->firstMissing(clip_, playhead_, end);
-        if (missing > end) return std::nullopt;
-        return Goal{missing, playhead_, false};
+    if (demand.phase == Phase::seeking && deliverFromCache(demand)) return;
+    std::optional<Clock::time_point> wakeAt;
+    if (const std::optional<Goal> goal = nextGoal(demand, wakeAt)) {
+        pursue(*goal);
+    } else if (!prepareMemory()) {
+        waitForChange(demand.version, wakeAt);
     }
-    if (travel_ == Travel::none) {
-        const auto settled = requestTime_ + std::chrono::duration_cast<Clock::duration>(
-                                                std::chrono::duration<double>(options_.prefetchDelay));
+}
+
+std::optional<FrameLoader::Goal> FrameLoader::nextGoal(const Demand& demand,
+                                                       std::optional<Clock::time_point>& wakeAt) const {
+    if (!loader_.index) return std::nullopt;
+    const PolicyClip clip(*loader_.index, *cache_, clip_, loader_.frameBytes);
+    switch (demand.phase) {
+        case Phase::opening:
+        case Phase::closed: return std::nullopt;
+        case Phase::seeking: return policy_.request(demand.playhead, demand.travel, clip);
+        case Phase::playing:
+        case Phase::late: return policy_.play(demand.playhead, clip);
+        case Phase::prefetching: break;
+    }
+    if (demand.travel == Travel::none) {
+        const auto settled = demand.requestTime + std::chrono::duration_cast<Clock::duration>(
+                                                      std::chrono::duration<double>(options_.prefetchDelay));
         if (Clock::now() < settled) {
             wakeAt = settled;
             return std::nullopt;
         }
     }
-    // While travelling, the cache holds what is left behind at a quarter of the worth of what is ahead: both sides must fit
-    // in that proportion. After a seek, most of what is decoded is behind: going back is what cannot be done at once.
-    const bool isBackward = travel_ == Travel::backward;
-    const std::int64_t ahead = travel_ == Travel::forward ? std::min<std::int64_t>(capacity * 2 / 5, 32)
-                                                          : std::min<std::int64_t>(capacity / 8, 8);
-    const std::int64_t behind = isBackward                ? capacity * 3 / 4
-                                : travel_ == Travel::none ? capacity * 2 / 5
-                                                          : std::min<std::int64_t>(capacity / 6, 24);
-    const std::int64_t highest = std::min(playhead_ + ahead, last);
-    const std::int64_t lowest = std::max<std::int64_t>(playhead_ - behind, 0);
-    for (const bool goesBack : {isBackward, !isBackward}) {
-        const std::int64_t missing = cache_->firstMissing(clip_, playhead_, goesBack ? lowest : highest);
-        if (goesBack && missing >= lowest && missing <= playhead_) return backwardGoal(missing, lowest);
-        if (!goesBack && missing <= highest) return Goal{missing, missing, false};
-    }
-    return std::nullopt;
+    return policy_.prefetch(demand.playhead, demand.travel, clip);
 }
 
-FrameLoader::Goal FrameLoader::backwardGoal(std::int64_t missing, std::int64_t lowest) const {
-    // All frames from the key frame on must be decoded anyway to get this one, so as many as there is room for are kept with
-    // it: another pass over them would cost nearly as much again.
-    constexpr std::int64_t leastKept = 24;
-    const std::int64_t groupStart = index_->firstFrameFrom(index_->startPacketFor(missing));
-    const std::int64_t way = std::max<std::int64_t>(missing - groupStart, 0);
-    std::int64_t kept = std::max(leastKept, way + 1);
-    if (frameBytes_ != 0) kept = std::min(kept, cache_->capacity(frameBytes_) * 3 / 4);
-    std::int64_t keepFrom = std::max(missing - kept + 1, lowest);
-    // Reaching into a group before this one pays when the groups are short.
-    if (keepFrom < groupStart && way * 2 >= kept) keepFrom = groupStart;
-    return {missing, std::max<std::int64_t>(keepFrom, 0), false};
+void FrameLoader::waitForChange(std::int64_t version, const std::optional<Clock::time_point>& wakeAt) {
+    std::unique_lock lock(shared_.mutex);
+    const auto hasChanged = [&] { return shared_.version != version; };
+    if (wakeAt) {
+        shared_.changed.wait_until(lock, *wakeAt, hasChanged);
+    } else {
+        shared_.changed.wait(lock, hasChanged);
+    }
+}
+
+bool FrameLoader::prepareMemory() {
+    if (loader_.bufferBytes == 0 || !loader_.index) return false;
+    const std::int64_t frames = std::min(cache_->capacity(loader_.frameBytes), loader_.index->frameCount());
+    const std::int64_t missing = frames - cache_->frameCount(clip_);
+    return missing > 0 && pool_->makeReady(loader_.bufferBytes, static_cast<std::size_t>(missing));
+}
+
+bool FrameLoader::deliverFromCache(const Demand& demand) {
+    const std::shared_ptr<const DecodedFrame> frame = cache_->find(clip_, demand.playhead);
+    if (frame) send(frame);
+    return frame != nullptr;
 }
 
 void FrameLoader::pursue(const Goal& goal) {
-    if (startedFor_ != goal.frame) startsForGoal_ = 0;
-    startedFor_ = goal.frame;
-    const std::int64_t keepFrom = goal.isJump ? goal.keepFrom : std::min(runKeepFrom_, goal.keepFrom);
-    const bool isRetry = retriedFrame_ == goal.frame;  // from farther back than usual, so not to be cut short
-    if (decoder_->canContinueTo(goal.frame, isRetry ? 0 : keepFrom)) {
-        runKeepFrom_ = keepFrom;
-    } else {
-        // Time stamps may contradict the order of the packets so much that no beginning leads to the frame.
-        constexpr int mostStarts = 4;
-        if (++startsForGoal_ > mostStarts) {
-            retriedFrame_ = goal.frame;
-            handleMissing(goal, cache_->nearest(clip_, goal.frame), goal.frame + 1, false);
-            return;
-        }
-        runKeepFrom_ = goal.keepFrom;
-        lastPicture_ = nullptr;
-        if (!startFor(goal, isRetry)) {
-            handleMissing(goal, cache_->nearest(clip_, goal.frame), decodedIndex_->frameCount(), true);
-            return;
-        }
-    }
-
-    isJumping_ = goal.isJump;
+    if (!prepareRun(goal)) return;
+    loader_.isJump = goal.isJump;
     std::int64_t number = 0;
-    const Result<ClipDecoder::Status> status = decoder_->next(runKeepFrom_, picture_, number);
+    const Result<ClipDecoder::Status> status = loader_.decoder->next(loader_.runKeepFrom, loader_.picture, number);
     if (status == ClipDecoder::Status::pending) {
-        if (isHopeless()) handleMissing(goal, nullptr, decodedIndex_->frameCount(), false);
+        if (isHopeless()) handleMissing(goal, nullptr, loader_.index->frameCount(), false);
     } else if (status == ClipDecoder::Status::frame) {
-        const std::shared_ptr<const DecodedFrame> previous = lastPicture_;
-        take(std::move(picture_), number);
-        if (number > goal.frame) handleMissing(goal, previous ? previous : lastPicture_, number, false);
+        const std::shared_ptr<const DecodedFrame> previous = loader_.lastFrame;
+        accept(makeFrame(std::move(loader_.picture), number));
+        if (number > goal.frame) handleMissing(goal, previous ? previous : loader_.lastFrame, number, false);
     } else {
-        const std::shared_ptr<const DecodedFrame> standIn =
-            lastPicture_ ? lastPicture_ : cache_->nearest(clip_, goal.frame);
-        const bool isUnreadable = decoder_->nextPacket() <= decodedIndex_->packetOfFrame(goal.frame);
-        handleMissing(goal, standIn, decodedIndex_->frameCount(), isUnreadable);
+        const std::shared_ptr<const DecodedFrame> placeholder =
+            loader_.lastFrame ? loader_.lastFrame : cache_->nearest(clip_, goal.frame);
+        const bool isUnreadable = loader_.decoder->nextPacket() <= loader_.index->packetOfFrame(goal.frame);
+        handleMissing(goal, placeholder, loader_.index->frameCount(), isUnreadable);
     }
 }
 
-bool FrameLoader::startFor(const Goal& goal, bool isRetry) {
-    std::int64_t startPacket = decodedIndex_->startPacketFor(goal.keepFrom);
-    if (isRetry) startPacket = decodedIndex_->startPacketBefore(startPacket);
-    // In a clip without a usable order each attempt reads all of it: one is made ahead of time, others only when asked for.
-    const bool isAsked = goal.isJump;
-    if (!isAsked && unreachable_.contains(startPacket)) return false;
-    if (decoder_->start(startPacket)) return true;
-    unreachable_.insert(startPacket);
+bool FrameLoader::prepareRun(const Goal& goal) {
+    if (std::exchange(loader_.goalFrame, goal.frame) != goal.frame) loader_.startCount = 0;
+    const std::int64_t keepFrom = goal.isJump ? goal.keepFrom : std::min(loader_.runKeepFrom, goal.keepFrom);
+    const bool isRetry = loader_.retriedFrame == goal.frame;  // from a group earlier, so it must not be cut short
+    if (loader_.decoder->canContinueTo(goal.frame, isRetry ? 0 : keepFrom)) {
+        loader_.runKeepFrom = keepFrom;
+        return true;
+    }
+    // Time stamps may contradict the packets' order so much that no start leads to the frame.
+    constexpr int maxStarts = 4;
+    if (++loader_.startCount > maxStarts) {
+        loader_.retriedFrame = goal.frame;
+        handleMissing(goal, cache_->nearest(clip_, goal.frame), goal.frame + 1, false);
+        return false;
+    }
+    loader_.runKeepFrom = goal.keepFrom;
+    loader_.lastFrame = nullptr;
+    if (startRun(goal, isRetry)) return true;
+    handleMissing(goal, cache_->nearest(clip_, goal.frame), loader_.index->frameCount(), true);
+    return false;
+}
+
+bool FrameLoader::startRun(const Goal& goal, bool isRetry) {
+    std::int64_t startPacket = loader_.index->startPacketFor(goal.keepFrom);
+    if (isRetry) startPacket = loader_.index->startPacketBefore(startPacket);
+    // In a clip whose packets cannot be sought each attempt reads all of it: prefetching makes one, further ones need a seek.
+    if (!goal.isJump && loader_.unreachablePackets.contains(startPacket)) return false;
+    if (loader_.decoder->start(startPacket)) return true;
+    loader_.unreachablePackets.insert(startPacket);
     return false;
 }
 
 bool FrameLoader::isHopeless() {
-    if (frameBytes_ != 0) return false;
-    if (packetsWithoutPicture_++ == 0) firstPacketTime_ = Clock::now();
-    return packetsWithoutPicture_ >= packetsBeforeGivingUp || (packetsWithoutPicture_ >= slowPacketsBeforeGivingUp &&
-                                                               Clock::now() - firstPacketTime_ >= timeBeforeGivingUp);
+    if (loader_.frameBytes != 0) return false;
+    if (loader_.packetsWithoutPicture++ == 0) loader_.firstPacketTime = Clock::now();
+    return loader_.packetsWithoutPicture >= maxPacketsWithoutPicture ||
+           (loader_.packetsWithoutPicture >= maxSlowPacketsWithoutPicture &&
+            Clock::now() - loader_.firstPacketTime >= maxTimeWithoutPicture);
 }
 
-void FrameLoader::take(FrameHandle picture, std::int64_t number) {
-    AVStream* stream = decoder_->file().stream();
+std::shared_ptr<const DecodedFrame> FrameLoader::makeFrame(FrameHandle picture, std::int64_t number) {
+    AVStream* stream = loader_.decoder->file().stream();
     const Orientation orientation = orientationOf(*stream, *picture);
-    const double pixelAspect = pixelAspectOf(decoder_->file().format(), stream, picture.get());
-    const Time time = decodedIndex_->timeOfTicks(decodedIndex_->ticksOf(number));
-    bufferBytes_ = picture->buf[0] && !picture->buf[1] ? picture->buf[0]->size : 0;
+    const double pixelAspect = pixelAspectOf(loader_.decoder->file().format(), stream, picture.get());
+    const Time time = loader_.index->timeOfTicks(loader_.index->ticksOf(number));
+    loader_.bufferBytes = picture->buf[0] && !picture->buf[1] ? picture->buf[0]->size : 0;
     const std::shared_ptr<const AVFrame> shared(picture.release(), LibraryDeleter{});
-    auto frame = std::make_shared<const DecodedFrame>(shared, orientation, pixelAspect, number, time);
-    frameBytes_ = frame->byteCount();
-    const bool isFirst = lastPicture_ == nullptr;  // of this run
-    if (number == startedFor_) startsForGoal_ = 0;
-    lastPicture_ = frame;
-    newestPicture_ = frame;
-    // On a long way to a frame sought, what is passed is not worth the memory; its key frame may be sought again.
-    if (number >= runKeepFrom_ || !isJumping_ || isFirst) cache_->insert(clip_, frame);
+    return std::make_shared<const DecodedFrame>(shared, orientation, pixelAspect, number, time);
+}
+
+void FrameLoader::accept(const std::shared_ptr<const DecodedFrame>& frame) {
+    const std::int64_t number = frame->index();
+    const bool isFirstOfRun = loader_.lastFrame == nullptr;
+    loader_.frameBytes = frame->byteCount();
+    loader_.lastFrame = frame;
+    loader_.newestFrame = frame;
+    if (number == loader_.goalFrame) loader_.startCount = 0;
+    // On a long way to a sought frame, the frames before are not worth the memory, except the keyframe: it may be sought again.
+    if (number >= loader_.runKeepFrom || !loader_.isJump || isFirstOfRun) cache_->insert(clip_, frame);
+    send(frame);
+}
+
+void FrameLoader::send(const std::shared_ptr<const DecodedFrame>& frame) {
+    std::shared_ptr<const DecodedFrame> replaced = frame;  // the one not taken yet, released after the lock
     {
-        const std::lock_guard lock(mutex_);
+        const std::lock_guard lock(shared_.mutex);
+        const std::int64_t number = frame->index();
         const Clock::time_point now = Clock::now();
-        const bool mayPreview = now - lastPreview_ >= previewInterval;
-        if (isWanted_ && number == playhead_) {
-            isWanted_ = false;
-            news_.frame = std::move(frame);
-            news_.request = request_;
-        } else if (isPlaying_ && isLate_ && (number >= playhead_ || mayPreview)) {
-            isLate_ = number < playhead_;
-            news_.preview = std::move(frame);
-            lastPreview_ = now;
-        } else if (isWanted_ && showsPreviews_ && mayPreview) {
-            news_.preview = std::move(frame);
-            lastPreview_ = now;
+        const bool isPreviewDue = now - loader_.lastPreviewTime >= minPreviewInterval;
+        if (shared_.phase == Phase::seeking && number == shared_.playhead) {
+            enter(Phase::prefetching);
+            shared_.events.frame.swap(replaced);
+            shared_.events.request = shared_.request;
+        } else if (shared_.phase == Phase::late && (number >= shared_.playhead || isPreviewDue)) {
+            if (number >= shared_.playhead) enter(Phase::playing);
+            shared_.events.preview.swap(replaced);
+            loader_.lastPreviewTime = now;
+        } else if (shared_.phase == Phase::seeking && shared_.allowsPreviews && isPreviewDue) {
+            shared_.events.preview.swap(replaced);
+            loader_.lastPreviewTime = now;
         } else {
             return;
         }
@@ -335,32 +357,32 @@ void FrameLoader::take(FrameHandle picture, std::int64_t number) {
     notify_();
 }
 
-void FrameLoader::handleMissing(const Goal& goal, std::shared_ptr<const DecodedFrame> standIn, std::int64_t upTo,
+void FrameLoader::handleMissing(const Goal& goal, std::shared_ptr<const DecodedFrame> placeholder, std::int64_t upTo,
                                 bool isUnreadable) {
     if (isStopping_) return;  // which makes reading fail
-    if (!standIn) standIn = newestPicture_;
-    if (!standIn) {
-        tell(&News::openingError, "none of its pictures can be decoded");
-        decoder_ = nullptr;
+    if (!placeholder) placeholder = loader_.newestFrame;
+    if (!placeholder) {
+        report(&Events::openingError, "none of its pictures can be decoded");
+        const std::lock_guard lock(shared_.mutex);
+        enter(Phase::closed);
         return;
     }
-    if (!isUnreadable && retriedFrame_ != goal.frame) {
-        retriedFrame_ = goal.frame;
-        decoder_->endRun();
+    if (!isUnreadable && std::exchange(loader_.retriedFrame, goal.frame) != goal.frame) {
+        loader_.decoder->endRun();
         return;
     }
-    constexpr std::int64_t mostAtOnce = 64;
-    for (std::int64_t frame = goal.frame; frame < std::min(upTo, goal.frame + mostAtOnce); ++frame) {
-        const Time time = decodedIndex_->timeOfTicks(decodedIndex_->ticksOf(frame));
-        cache_->insert(clip_, std::make_shared<const DecodedFrame>(*standIn, frame, time, isUnreadable));
+    constexpr std::int64_t maxPlaceholders = 64;  // at once
+    for (std::int64_t frame = goal.frame; frame < std::min(upTo, goal.frame + maxPlaceholders); ++frame) {
+        const Time time = loader_.index->timeOfTicks(loader_.index->ticksOf(frame));
+        cache_->insert(clip_, std::make_shared<const DecodedFrame>(*placeholder, frame, time, isUnreadable));
     }
-    bool& hasTold = isUnreadable ? hasToldOfUnreadable_ : hasToldOfDamage_;
-    if (std::exchange(hasTold, true)) return;
+    bool& hasReported = isUnreadable ? loader_.hasReportedUnreadable : loader_.hasReportedDamage;
+    if (std::exchange(hasReported, true)) return;
     if (isUnreadable) {
-        tell(&News::readingError,
-             "it cannot be read beyond frame " + std::to_string(std::max<std::int64_t>(goal.frame - 1, 0)));
+        report(&Events::readingError,
+               "it cannot be read beyond frame " + std::to_string(std::max<std::int64_t>(goal.frame - 1, 0)));
     } else {
-        tell(&News::damage, "frame " + std::to_string(goal.frame) + " cannot be decoded");
+        report(&Events::damage, "frame " + std::to_string(goal.frame) + " cannot be decoded");
     }
 }
 

@@ -1,10 +1,11 @@
 #pragma once
-// Loads one clip's frames on threads of its own: opens the clip, scans its index, decodes what is asked for and, when
-// nothing is, what will be asked for next. Playback tells it where the playhead stands and is told when there is news.
+// Loads one clip's frames on its own threads: opens the clip, scans its index, decodes requested frames and, when there is no
+// request, prefetches those that are likely to be requested next. Playback tells it where the playhead is and takes its events.
 
 #include "Platforms/FFmpeg/Clips/ClipDecoder.h"
 #include "Platforms/FFmpeg/Clips/ClipIndex.h"
 #include "Platforms/FFmpeg/Playback/FrameCache.h"
+#include "Platforms/FFmpeg/Playback/ReadAheadPolicy.h"
 #include "VideoAnalysis/Platform/URL.h"
 
 #include <atomic>
@@ -17,14 +18,15 @@
 #include <optional>
 #include <set>
 #include <string>
-#include <thread>
 
 namespace videoanalysis::media::ffmpeg {
 
 struct LoaderOptions {
-    int decoderThreads = 0;                              ///< of each clip; 0 for as many as the machine has cores
+    int decoderThreads = 0;                              ///< per clip; 0 for as many as the machine has cores
     std::int64_t maxPixels = std::int64_t{8192} * 4608;  ///< larger pictures are refused
-    double prefetchDelay = 0.12;  ///< seconds without a request after which a seek's neighbours are decoded
+    double prefetchDelay =
+        0.12;  ///< seconds without a request after which the neighbours of a sought frame are decoded
+    ReadAheadOptions readAhead{};
 
     friend bool operator==(const LoaderOptions&, const LoaderOptions&) = default;
 };
@@ -33,73 +35,147 @@ class FrameLoader {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// What has happened since it was taken last.
-    struct News {
-        /// A longer index; null when there is nothing new.
+    /// What happened since events were last taken.
+    struct Events {
+        /// A longer index; null when there is none.
         std::shared_ptr<const ClipIndex> index;
-        /// The answer to the request with number `request`.
+        /// The frame that was asked for by the request with number `request`; null when there is none.
         std::shared_ptr<const DecodedFrame> frame;
         std::int64_t request = 0;
-        /// A picture on the way to the one asked for, to be shown meanwhile.
+        /// A frame decoded on the way to the requested one, to be shown until that is decoded.
         std::shared_ptr<const DecodedFrame> preview;
         /// Why the clip cannot be played at all; empty when it can.
         std::string openingError;
-        /// Why the clip cannot be read on, reported once; empty otherwise. Placeholders follow that are marked as unreadable.
+        /// Why the clip cannot be read further, reported once; empty otherwise. Unreadable placeholder frames follow.
         std::string readingError;
-        /// What is wrong with a clip that is played nevertheless, told once; empty otherwise.
+        /// What is damaged in a clip that plays nevertheless, reported once; empty otherwise.
         std::string damage;
     };
 
-    /// `notify` is called on the loader's threads, without a lock, when there is news that has not been taken.
+    /// `notify` is called on the loader's threads, without a lock, when there are events to take.
     FrameLoader(URL url, LoaderOptions options, std::shared_ptr<FrameCache> cache, std::shared_ptr<PicturePool> pool,
                 std::function<void()> notify);
     FrameLoader(const FrameLoader&) = delete;
     FrameLoader& operator=(const FrameLoader&) = delete;
     ~FrameLoader();
 
-    /// The loader's work, until `stop`; for a thread that somebody keeps.
+    /// The loader thread's work, until `stop` or until the clip turns out to be unplayable.
     void run();
-    /// Any thread. Returns at once; `notify` may still be called once.
+    /// Any thread. Does not wait; `notify` may still be called once.
     void stop();
 
     FrameCache::ClipNumber clip() const { return clip_; }
-    News takeNews();
+    /// Any thread.
+    Events takeEvents();
 
-    /// The playhead is at `frame` of the index now. When `isThere` is false its picture is wanted as news, under the number
-    /// `request`; what was wanted before is not any more. `showsPreviews` allows pictures on the way.
-    void moveTo(std::int64_t frame, bool isThere, std::int64_t request, Travel travel, bool showsPreviews);
-    /// Playback has reached `frame`. When it is not there, whatever picture comes next is sent as a preview.
-    void playTo(std::int64_t frame, bool isThere);
+    /// Any thread. Moves the playhead to `frame` of the index and replaces the request before. Unless `isCached`, the frame is
+    /// sent as the event of `request`; with `allowsPreviews`, frames on the way are sent too.
+    void moveTo(std::int64_t frame, bool isCached, std::int64_t request, Travel travel, bool allowsPreviews);
+    /// Any thread. Playback has reached `frame`. Unless `isCached`, frames are sent as previews up to that one.
+    void playTo(std::int64_t frame, bool isCached);
 
 private:
-    struct Goal {
-        std::int64_t frame;     // to be decoded next
-        std::int64_t keepFrom;  // frames before this one are only decoded where others refer to them
-        bool isJump;            // nobody wants the frames between here and there
-    };
+    using Goal = ReadAheadPolicy::Goal;
 
-    Result<void> open();
+    /// Changes in `enter` only.
+    enum class Phase {
+        opening,      ///< no playhead yet
+        seeking,      ///< decoding the requested frame
+        prefetching,  ///< no request: filling the window around the playhead
+        playing,      ///< decoding ahead of playback
+        late,         ///< the same, and the frame that is due is not decoded yet
+        closed,       ///< stopped, or the clip is unplayable; final
+    };
+    /// Guarded by `mutex`.
+    struct Shared {
+        std::mutex mutex;
+        std::condition_variable changed;
+        std::int64_t version = 0;  // of everything below but the events
+        Phase phase = Phase::opening;
+        std::int64_t playhead = 0;
+        Travel travel = Travel::none;
+        std::int64_t request = 0;
+        bool allowsPreviews = false;
+        Clock::time_point requestTime;
+        std::shared_ptr<const ClipIndex> index;
+        Events events;
+    };
+    /// A copy of the shared state to work from without the lock.
+    struct Demand {
+        std::int64_t version;
+        Phase phase;
+        std::int64_t playhead;
+        Travel travel;
+        Clock::time_point requestTime;
+        std::shared_ptr<const ClipIndex> index;
+    };
+    /// Owned by the loader thread.
+    struct Loader {
+        std::unique_ptr<ClipDecoder> decoder;
+        std::shared_ptr<const ClipIndex> index;
+        FrameHandle picture;
+
+        // The decoder's run.
+        std::int64_t runKeepFrom = 0;
+        bool isJump = false;
+        std::shared_ptr<const DecodedFrame> lastFrame;
+
+        // Attempts at one goal.
+        std::int64_t goalFrame = -1;
+        int startCount = 0;
+        std::int64_t retriedFrame = -1;
+        std::set<std::int64_t> unreachablePackets;  // keyframes that could not be read
+
+        // The clip.
+        std::shared_ptr<const DecodedFrame> newestFrame;
+        std::size_t frameBytes = 0;   // 0 until the first frame
+        std::size_t bufferBytes = 0;  // of the pool's buffer that holds a frame; 0 when it is not the pool's
+        std::int64_t packetsWithoutPicture = 0;
+        Clock::time_point firstPacketTime;
+        bool hasReportedUnreadable = false;
+        bool hasReportedDamage = false;
+        Clock::time_point lastPreviewTime;
+    };
+    class PolicyClip;
+
+    static bool isLegal(Phase from, Phase to);
+    /// With the lock held: the only place where the phase changes. Does nothing once closed.
+    void enter(Phase next);
+
+    // The scanner thread.
     void scan();
     void publishIndex(std::shared_ptr<const ClipIndex> index);
-    /// With the lock held: what to decode now; nothing when all is there, until `wakeAt` when that is set.
-    std::optional<Goal> nextGoal(std::optional<Clock::time_point>& wakeAt);
-    Goal backwardGoal(std::int64_t missing, std::int64_t lowest) const;
-    /// One step towards the goal: a new start, or one packet.
+    void report(std::string Events::*what, std::string text);
+
+    // The loader thread.
+    Result<void> open();
+    /// Nothing once closed.
+    std::optional<Demand> currentDemand();
+    /// Delivers a frame, decodes a packet, prepares memory or waits for the next demand.
+    void serve(const Demand& demand);
+    /// What to decode now; nothing when all is cached, or before `wakeAt` when that is set.
+    std::optional<Goal> nextGoal(const Demand& demand, std::optional<Clock::time_point>& wakeAt) const;
+    void waitForChange(std::int64_t version, const std::optional<Clock::time_point>& wakeAt);
+    /// Delivers the requested frame if it has been cached since. False when it is not cached.
+    bool deliverFromCache(const Demand& demand);
+    /// One step towards the goal: a new run, or one packet.
     void pursue(const Goal& goal);
-    /// Begins a run that gives `goal`. False when the clip cannot be read there.
-    bool startFor(const Goal& goal, bool isRetry);
-    /// Whether so much was decoded without a picture that none will come.
+    /// Makes sure that the decoder's run leads to the goal. False when no run does, and placeholders were made.
+    bool prepareRun(const Goal& goal);
+    /// Starts a run that gives `goal`. False when the clip cannot be read there.
+    bool startRun(const Goal& goal, bool isRetry);
+    /// Whether so many packets were decoded without a picture that the clip is given up.
     bool isHopeless();
-    void take(FrameHandle picture, std::int64_t number);
-    /// The goal's frame does not come out of this run, which has given `upTo` or ended before it: another attempt from a group
-    /// earlier, and then `standIn`, if not null, in its place and in that of the others that are missing up to there.
-    void handleMissing(const Goal& goal, std::shared_ptr<const DecodedFrame> standIn, std::int64_t upTo,
+    std::shared_ptr<const DecodedFrame> makeFrame(FrameHandle picture, std::int64_t number);
+    /// Caches a decoded frame and sends it if it is due.
+    void accept(const std::shared_ptr<const DecodedFrame>& frame);
+    void send(const std::shared_ptr<const DecodedFrame>& frame);
+    /// The goal's frame is missing from this run, which has given `upTo` or ended before it: retries from one group earlier,
+    /// then caches copies of `placeholder` (of the newest frame when null) for the missing frames up to there.
+    void handleMissing(const Goal& goal, std::shared_ptr<const DecodedFrame> placeholder, std::int64_t upTo,
                        bool isUnreadable);
-    /// While there is nothing to decode: makes memory ready for what will be. False when there is enough.
+    /// Makes memory for one more frame resident. False when there is enough.
     bool prepareMemory();
-    /// Sends the frame that is wanted, when it is in the cache by now. True when it was.
-    bool deliverFromCache();
-    void tell(std::string News::*what, std::string text);
 
     const URL url_;
     const LoaderOptions options_;
@@ -107,40 +183,10 @@ private:
     const std::shared_ptr<PicturePool> pool_;
     const FrameCache::ClipNumber clip_;
     const std::function<void()> notify_;
-    std::atomic<bool> isStopping_{false};
-
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    News news_;
-    std::shared_ptr<const ClipIndex> index_;
-    std::int64_t playhead_ = 0;
-    Travel travel_ = Travel::none;
-    bool isWanted_ = false;
-    std::int64_t request_ = 0;
-    bool showsPreviews_ = false;
-    bool isPlaying_ = false;
-    bool isLate_ = false;
-    Clock::time_point requestTime_;
-
-    // The loading thread's own.
-    std::unique_ptr<ClipDecoder> decoder_;
-    std::shared_ptr<const ClipIndex> decodedIndex_;
-    FrameHandle picture_;
-    std::int64_t runKeepFrom_ = 0;
-    bool isJumping_ = false;
-    std::size_t frameBytes_ = 0;   // 0 until the first picture
-    std::size_t bufferBytes_ = 0;  // of the memory that it is in
-    std::int64_t packetsWithoutPicture_ = 0;
-    Clock::time_point firstPacketTime_;
-    std::set<std::int64_t> unreachable_;                 // packets at which decoding should have begun, and could not
-    std::shared_ptr<const DecodedFrame> lastPicture_;    // of this run
-    std::shared_ptr<const DecodedFrame> newestPicture_;  // of any run
-    std::int64_t retriedFrame_ = -1;
-    std::int64_t startedFor_ = -1;
-    int startsForGoal_ = 0;
-    bool hasToldOfUnreadable_ = false;
-    bool hasToldOfDamage_ = false;
-    Clock::time_point lastPreview_;
+    const ReadAheadPolicy policy_;
+    std::atomic<bool> isStopping_{false};  // interrupts blocking reads
+    Shared shared_;
+    Loader loader_;
 };
 
 }  // namespace videoanalysis::media::ffmpeg

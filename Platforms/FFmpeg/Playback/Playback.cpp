@@ -7,17 +7,17 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <utility>
 
 namespace videoanalysis::media::ffmpeg {
 namespace {
 
-constexpr float lowestRate = 0.1F;
-constexpr float highestRate = 8.0F;
-
-// Observers with a shorter interval than this are called for every frame that is shown, and no more often than this.
-constexpr auto shortestTick = std::chrono::milliseconds(4);
+constexpr float minRate = 0.1F;
+constexpr float maxRate = 8.0F;
+constexpr auto minTickInterval = std::chrono::milliseconds(1);  // also limits how often time observers are called
+constexpr std::int64_t maxSteps = std::int64_t{1} << 40;
 
 double seconds(SteadyTimer::Clock::duration duration) { return std::chrono::duration<double>(duration).count(); }
 
@@ -28,7 +28,7 @@ std::shared_ptr<Playback> Playback::open(std::shared_ptr<EngineCore> core, const
     const FFmpegOptions& options = playback->core_->options;
     const auto notify = [poster = playback->poster_, weak = playback->weak_from_this()] {
         poster->post([weak] {
-            if (const auto self = weak.lock()) self->takeNews();
+            if (const auto self = weak.lock()) self->takeEvents();
         });
     };
     playback->loader_ = std::make_shared<FrameLoader>(
@@ -39,12 +39,35 @@ std::shared_ptr<Playback> Playback::open(std::shared_ptr<EngineCore> core, const
 }
 
 Playback::Playback(std::shared_ptr<EngineCore> core, const URL& url)
-    : core_(std::move(core)), url_(url), poster_(std::make_shared<MainPoster>()), deferred_(Deferred{}) {}
+    : core_(std::move(core)), url_(url), poster_(std::make_shared<MainPoster>()) {}
 
 Playback::~Playback() {
     poster_->close();
     loader_->stop();
     if (sound_) sound_->close();
+}
+
+bool Playback::isLegal(Phase from, Phase to) {
+    if (from == Phase::failed) return false;
+    switch (to) {
+        case Phase::waitingForIndex:
+        case Phase::failed: return true;
+        case Phase::seeking: return from == Phase::waitingForIndex;
+        case Phase::paused:
+            return from == Phase::seeking || from == Phase::playing || from == Phase::stalled || from == Phase::atEnd;
+        case Phase::playing: return from == Phase::paused || isRunning(from);
+        case Phase::stalled:
+        case Phase::ending: return from == Phase::playing || from == Phase::stalled;
+        case Phase::atEnd: return from == Phase::ending;
+    }
+    return false;
+}
+
+void Playback::enter(Phase next) {
+    if (next == phase_) return;
+    assert(isLegal(phase_, next));
+    const Phase previous = std::exchange(phase_, next);
+    if (isRunning(previous) && !isRunning(next) && sound_) sound_->stop();
 }
 
 void Playback::later(std::function<void(Playback&)> work) {
@@ -55,98 +78,98 @@ void Playback::later(std::function<void(Playback&)> work) {
 
 void Playback::logDamage(const std::string& what) {
     if (damage_.empty()) damage_ = what;
-    // Whether the clip can be played at all is not known before.
-    if (status_ != ItemStatus::readyToPlay || std::exchange(hasLoggedDamage_, true)) return;
+    // Until then the clip may turn out to be unplayable.
+    if (status() != ItemStatus::readyToPlay || std::exchange(hasLoggedDamage_, true)) return;
     error_ = "Playing " + url_.absoluteString() + " as far as it goes: " + damage_;
     debugLog(error_);
     later([](Playback& self) { self.events.call(PlayerItem::Event::damageFound); });
 }
 
-// News
+// The loader's events
 
-void Playback::takeNews() {
-    FrameLoader::News news = loader_->takeNews();
-    if (!news.openingError.empty()) fail(news.openingError);
-    if (status_ == ItemStatus::failed) return;
-    if (!news.damage.empty()) logDamage(news.damage);
-    if (news.index) {
-        index_ = std::move(news.index);
-        resolveDeferred();
+void Playback::takeEvents() {
+    FrameLoader::Events taken = loader_->takeEvents();
+    if (!taken.openingError.empty()) fail(taken.openingError);
+    if (phase_ == Phase::failed) return;
+    if (!taken.damage.empty()) logDamage(taken.damage);
+    if (taken.index) {
+        index_ = std::move(taken.index);
+        resolveRequest();
         becomeReady();
+        playIfReady();
     }
-    if (news.preview) {
-        // On the way to a frame asked for, a picture is worth showing when it is nearer than the one that is shown.
-        const std::int64_t number = news.preview->index();
-        const bool isNearer = shown_ && std::abs(number - asked_) < std::abs(shown_->index() - asked_);
-        const bool isWanted =
-            isClockRunning() ? isWaitingForFrame_ && shown_ && number > shown_->index() : isPending_ && isNearer;
-        if (isWanted && mayStandIn(number)) {
-            show(std::move(news.preview));
-        }
-        if (isClockRunning()) tick();
-    }
-    if (news.frame && isPending_ && news.request == request_) finishRequest(news.frame);
-    if (!news.readingError.empty()) logDamage(news.readingError);
+    if (taken.preview) takePreview(std::move(taken.preview));
+    if (taken.frame && phase_ == Phase::seeking && taken.request == requestNumber_) finishRequest(taken.frame);
+    if (!taken.readingError.empty()) logDamage(taken.readingError);
+}
+
+void Playback::takePreview(std::shared_ptr<const DecodedFrame> preview) {
+    if (!shown_) return;
+    const std::int64_t number = preview->index();
+    const bool isNearer = std::abs(number - requestedFrame_) < std::abs(shown_->index() - requestedFrame_);
+    const bool isWanted = isRequestPending() ? isNearer : phase_ == Phase::stalled && number > shown_->index();
+    if (isWanted && mayPreview(number)) show(std::move(preview));
+    if (phase_ == Phase::playing || phase_ == Phase::stalled) tick();
 }
 
 void Playback::fail(const std::string& reason) {
-    if (status_ == ItemStatus::failed) return;
-    status_ = ItemStatus::failed;
+    if (phase_ == Phase::failed) return;
+    changeRate(0);
+    enter(Phase::failed);
     error_ = "Cannot play " + url_.absoluteString() + ": " + reason;
     debugLog(error_);
-    changeRate(0);
-    deferred_.reset();
-    isPending_ = false;
-    completeLater(false);
+    completeLater(std::exchange(completion_, {}), false);
     later([](Playback& self) { self.events.call(PlayerItem::Event::statusChanged); });
 }
 
 // The item
 
+ItemStatus Playback::status() const {
+    if (phase_ == Phase::failed) return ItemStatus::failed;
+    return isReady_ ? ItemStatus::readyToPlay : ItemStatus::unknown;
+}
+
 Time Playback::duration() const {
-    return status_ == ItemStatus::readyToPlay ? index_->timeOfTicks(index_->durationTicks()) : Time::zero();
+    return status() == ItemStatus::readyToPlay ? index_->timeOfTicks(index_->durationTicks()) : Time::zero();
 }
 
 std::vector<VideoTrack> Playback::videoTracks() const {
-    if (status_ != ItemStatus::readyToPlay) return {};
+    if (status() != ItemStatus::readyToPlay) return {};
     return {{index_->timeOfTicks(index_->minFrameTicks()), presentationSize()}};
 }
 
 Time Playback::currentTime() const {
     const auto end = [this] { return index_->endTicksOf(lastPlayedFrame()); };
-    if (isAtEnd_) return index_->timeOfTicks(end());
-    if (isClockRunning()) return index_->timeOfTicks(std::min(momentAt(Clock::now()), end()));
+    if (phase_ == Phase::ending || phase_ == Phase::atEnd) return index_->timeOfTicks(end());
+    if (isRunning()) return index_->timeOfTicks(std::min(clockTicks(Clock::now()), end()));
     return shown_ ? shown_->time() : Time::zero();
 }
 
-bool Playback::isBufferEmpty() const { return !shown_ || isWaitingForFrame_; }
+bool Playback::isBufferEmpty() const { return !shown_ || phase_ == Phase::stalled; }
 
 bool Playback::canStepForward() const {
-    if (status_ == ItemStatus::failed) return false;
-    return deferred_ || !index_ || !index_->isComplete() || asked_ + 1 < index_->frameCount();
+    if (phase_ == Phase::failed) return false;
+    return phase_ == Phase::waitingForIndex || !index_->isComplete() || requestedFrame_ + 1 < index_->frameCount();
 }
 
 bool Playback::canStepBackward() const {
-    if (status_ == ItemStatus::failed) return false;
-    return deferred_ ? deferred_->time || deferred_->frame + deferred_->steps > 0 : asked_ > 0;
+    if (phase_ == Phase::failed) return false;
+    if (phase_ != Phase::waitingForIndex) return requestedFrame_ > 0;
+    return request_.time || request_.frame + request_.steps > 0;
 }
 
 void Playback::step(std::int64_t count) {
-    if (status_ == ItemStatus::failed || count == 0) return;
-    if (!deferred_) {
-        if (isClockRunning() && shown_) asked_ = shown_->index();
-        deferred_ = Deferred{std::nullopt, asked_, 0};
+    if (phase_ == Phase::failed || count == 0) return;
+    Request request = request_;
+    if (phase_ != Phase::waitingForIndex) {
+        request = Request{std::nullopt, isRunning() ? shown_->index() : requestedFrame_, 0};
     }
-    // Saturates: a count is any signed number.
-    constexpr std::int64_t farthest = std::int64_t{1} << 40;
-    const std::int64_t step = std::clamp(count, -farthest, farthest);
-    deferred_->steps = std::clamp(deferred_->steps + step, -farthest, farthest);
-    beginRequest({});
-    resolveDeferred();
+    request.steps = std::clamp(request.steps + std::clamp(count, -maxSteps, maxSteps), -maxSteps, maxSteps);
+    beginRequest(request, {});
 }
 
 Time Playback::frameTime(const Time& time, std::int64_t count) const {
-    if (status_ != ItemStatus::readyToPlay) return Time::zero();
+    if (status() != ItemStatus::readyToPlay) return Time::zero();
     const std::int64_t frames = index_->frameCount();
     const std::int64_t ticks = index_->ticksAtTime(time);
     const std::int64_t base = ticks >= index_->durationTicks() ? frames : index_->frameAtTicks(ticks);
@@ -157,15 +180,13 @@ Time Playback::frameTime(const Time& time, std::int64_t count) const {
 // Requests
 
 void Playback::seek(const Time& time, const Time& toleranceBefore, const Time& toleranceAfter, Completion completion) {
-    beginRequest(std::move(completion));
-    if (status_ == ItemStatus::failed || !time.isValid()) {
-        isPending_ = false;
-        completeLater(false);
+    if (phase_ == Phase::failed || !time.isValid()) {
+        completeLater(std::move(completion), false);
         return;
     }
     Time wanted = time;
     if (index_ && (toleranceBefore.isValid() || toleranceAfter.isValid())) {
-        // A frame that is there saves the decoding, when it is near enough.
+        // A cached frame that is near enough saves the decoding.
         const std::int64_t ticks = index_->ticksAtTime(time);
         const std::int64_t before = std::max<std::int64_t>(index_->ticksAtTime(toleranceBefore), 0);
         const std::int64_t after = std::max<std::int64_t>(index_->ticksAtTime(toleranceAfter), 0);
@@ -175,82 +196,73 @@ void Playback::seek(const Time& time, const Time& toleranceBefore, const Time& t
             wanted = nearest->time();
         }
     }
-    deferred_ = Deferred{wanted, 0, 0};
-    resolveDeferred();
+    beginRequest(Request{wanted, 0, 0}, std::move(completion));
 }
 
-void Playback::beginRequest(Completion completion) {
-    completeLater(false);
-    completion_ = std::move(completion);
-    hasOvertaken_ = isPending_;
-    isPending_ = true;
-    isAtEnd_ = false;
-    stopClock();
-    ++request_;
+void Playback::beginRequest(Request request, Completion completion) {
+    completeLater(std::exchange(completion_, std::move(completion)), false);
+    hasPreempted_ = isRequestPending() && shown_;
+    request_ = request;
+    ++requestNumber_;
     ++tickNumber_;
+    enter(Phase::waitingForIndex);
+    resolveRequest();
 }
 
-void Playback::resolveDeferred() {
-    if (!index_ || !deferred_) return;
-    const Deferred& wanted = *deferred_;
+void Playback::resolveRequest() {
+    if (phase_ != Phase::waitingForIndex || !index_) return;
     const std::int64_t last = index_->frameCount() - 1;
-    std::int64_t base = wanted.frame;
-    if (wanted.time) {
-        const std::int64_t ticks = index_->ticksAtTime(*wanted.time);
+    std::int64_t base = request_.frame;
+    if (request_.time) {
+        const std::int64_t ticks = index_->ticksAtTime(*request_.time);
         if (!index_->isComplete() && ticks > index_->ticksOf(last)) return;
         base = index_->frameAtTicks(ticks);
     }
-    const std::int64_t frame = base + wanted.steps;
+    const std::int64_t frame = base + request_.steps;
     if (!index_->isComplete() && frame > last) return;
-    const Travel travel = wanted.steps == 0 ? Travel::none : wanted.steps > 0 ? Travel::forward : Travel::backward;
-    deferred_.reset();
-    goTo(std::clamp<std::int64_t>(frame, 0, last), travel);
+    const Travel travel = request_.steps == 0 ? Travel::none : request_.steps > 0 ? Travel::forward : Travel::backward;
+    enter(Phase::seeking);
+    load(std::clamp<std::int64_t>(frame, 0, last), travel);
 }
 
-void Playback::goTo(std::int64_t frame, Travel travel) {
-    asked_ = frame;
-    isPending_ = true;
+void Playback::load(std::int64_t frame, Travel travel) {
+    requestedFrame_ = frame;
     std::shared_ptr<const DecodedFrame> found = core_->cache->request(loader_->clip(), frame);
-    loader_->moveTo(frame, found != nullptr, request_, travel, hasOvertaken_);
-    if (!found) {
-        if (!hasOvertaken_ || !shown_) return;
-        // Requests come faster than they can be met: what is there already is shown as long as it leads the right way.
-        found = core_->cache->nearest(loader_->clip(), frame);
-        if (!found || std::abs(found->index() - frame) >= std::abs(shown_->index() - frame)) return;
-        if (!mayStandIn(found->index())) return;
-        later([found, request = request_](Playback& self) {
-            if (self.isPending_ && self.request_ == request) self.show(found);
+    loader_->moveTo(frame, found != nullptr, requestNumber_, travel, hasPreempted_);
+    if (found) {
+        later([found, number = requestNumber_](Playback& self) {
+            if (self.phase_ == Phase::seeking && self.requestNumber_ == number) self.finishRequest(found);
         });
         return;
     }
-    later([found, request = request_](Playback& self) {
-        if (self.isPending_ && self.request_ == request) self.finishRequest(found);
+    if (!hasPreempted_) return;
+    // Requests come faster than frames are decoded: a cached frame is shown as long as it leads towards the requested one.
+    found = core_->cache->nearest(loader_->clip(), frame);
+    if (!found || std::abs(found->index() - frame) >= std::abs(shown_->index() - frame)) return;
+    if (!mayPreview(found->index())) return;
+    later([found, number = requestNumber_](Playback& self) {
+        if (self.phase_ == Phase::seeking && self.requestNumber_ == number) self.show(found);
     });
 }
 
 void Playback::finishRequest(const std::shared_ptr<const DecodedFrame>& frame) {
-    isPending_ = false;
-    hasOvertaken_ = false;
+    enter(Phase::paused);
     show(frame);
-    if (status_ == ItemStatus::unknown) {
-        becomeReady();
-    } else if (rate_ != 0) {
-        startClock(index_->ticksOf(frame->index()));
-    }
-    completeLater(true);
+    becomeReady();
+    playIfReady();
+    completeLater(std::exchange(completion_, {}), true);
 }
 
 void Playback::becomeReady() {
-    if (status_ != ItemStatus::unknown || !shown_ || !index_->isComplete()) return;
-    status_ = ItemStatus::readyToPlay;
+    if (isReady_ || !shown_ || !index_->isComplete()) return;
+    isReady_ = true;
     if (!damage_.empty()) logDamage(damage_);
     later([](Playback& self) { self.events.call(PlayerItem::Event::statusChanged); });
-    if (rate_ != 0 && !isPending_) startClock(index_->ticksOf(shown_->index()));
 }
 
-void Playback::completeLater(bool finished) {
-    if (!completion_) return;
-    later([completion = std::exchange(completion_, {}), finished](Playback& self) {
+void Playback::completeLater(Completion completion, bool finished) {
+    if (!completion) return;
+    later([completion = std::move(completion), finished](Playback& self) {
         if (self.hasPlayer_) completion(finished);
     });
 }
@@ -258,30 +270,36 @@ void Playback::completeLater(bool finished) {
 void Playback::show(std::shared_ptr<const DecodedFrame> frame) {
     shown_ = std::move(frame);
     later([](Playback& self) { self.frameChanges.call(); });
-    if (!isClockRunning()) tellTime();
+    if (!isRunning()) notifyTimeObservers();
 }
 
 // The clock
 
 void Playback::setRate(float rate) {
-    if (status_ == ItemStatus::failed) return;
+    if (phase_ == Phase::failed) return;
     if (!(rate > 0)) rate = 0;
-    if (rate != 0) rate = std::clamp(rate, lowestRate, highestRate);
+    if (rate != 0) rate = std::clamp(rate, minRate, maxRate);
     if (rate == rate_) return;
-    const bool wasAtEnd = isAtEnd_;
-    const std::int64_t moment = isClockRunning() ? momentAt(Clock::now()) : 0;
-    const bool wasRunning = isClockRunning();
+    const std::int64_t ticks = isRunning() ? clockTicks(Clock::now()) : 0;
     changeRate(rate);
-    if (rate_ == 0 || isPending_ || status_ != ItemStatus::readyToPlay) return;
-    if (!wasAtEnd) startClock(wasRunning ? moment : index_->ticksOf(shown_->index()));
-    if (wasAtEnd) endPlaying(PlayerItem::Event::playedToEnd);
+    if (rate_ == 0) return;
+    if (phase_ == Phase::ending) settle(Phase::atEnd);
+    if (phase_ == Phase::atEnd) {
+        endPlaying(PlayerItem::Event::playedToEnd);
+    } else if (isRunning()) {
+        startClock(ticks);
+    } else {
+        playIfReady();
+    }
 }
 
 void Playback::setPlaybackRange(const Time& start, const Time& end) {
     if (rangeStart_ == start && rangeEnd_ == end) return;
     rangeStart_ = start;
     rangeEnd_ = end;
-    isAtEnd_ = false;  // of the range so far
+    // The end that was reached is that of the previous range.
+    if (phase_ == Phase::ending) enter(Phase::playing);
+    if (phase_ == Phase::atEnd) enter(Phase::paused);
 }
 
 std::int64_t Playback::lastPlayedFrame() const {
@@ -291,7 +309,7 @@ std::int64_t Playback::lastPlayedFrame() const {
     return std::max<std::int64_t>(beginsLater ? frame - 1 : frame, 0);
 }
 
-bool Playback::mayStandIn(std::int64_t frame) const {
+bool Playback::mayPreview(std::int64_t frame) const {
     if (rate_ == 0) return true;
     const std::int64_t first = rangeStart_.isValid() ? index_->frameAtTicks(index_->ticksAtTime(rangeStart_)) : 0;
     return frame >= first && frame <= lastPlayedFrame();
@@ -301,26 +319,30 @@ void Playback::changeRate(float rate) {
     if (rate == rate_) return;
     rate_ = rate;
     ++tickNumber_;
-    if (isClockRunning()) {
-        stopClock();
-        // Paused, the time is that of the picture that is seen.
-        if (rate == 0) {
-            asked_ = shown_->index();
-            isWaitingForFrame_ = false;
-            ++request_;
-            loader_->moveTo(asked_, true, request_, Travel::forward, false);
-            tellTime();
-        }
-    }
+    if (rate == 0 && isRunning()) settle(phase_ == Phase::ending ? Phase::atEnd : Phase::paused);
     later([](Playback& self) { self.rateChanges.call(); });
 }
 
-std::int64_t Playback::momentAt(Clock::time_point now) const {
-    const double elapsed = seconds(now - *clockStart_) * static_cast<double>(rate_);
+void Playback::settle(Phase next) {
+    enter(next);
+    requestedFrame_ = shown_->index();
+    ++requestNumber_;
+    loader_->moveTo(requestedFrame_, true, requestNumber_, Travel::forward, false);
+    notifyTimeObservers();
+}
+
+void Playback::playIfReady() {
+    if (rate_ == 0 || phase_ != Phase::paused || !isReady_) return;
+    startClock(index_->ticksOf(shown_->index()));
+}
+
+std::int64_t Playback::clockTicks(Clock::time_point now) const {
+    const double elapsed = seconds(now - clockStart_) * static_cast<double>(rate_);
     return clockStartTicks_ + static_cast<std::int64_t>(std::floor(elapsed / av_q2d(index_->timeBase())));
 }
 
 void Playback::startClock(std::int64_t ticks) {
+    enter(Phase::playing);
     clockStart_ = Clock::now();
     clockStartTicks_ = ticks;
     for (const auto& entry : timeObservers_) {
@@ -333,35 +355,30 @@ void Playback::startClock(std::int64_t ticks) {
             sound_ = std::make_shared<SoundPlayer>(url_, zero, core_->audioSink);
             core_->threads.start([sound = sound_] { sound->run(); });
         }
-        sound_->play(*clockStart_, index_->timeOfTicks(ticks).seconds(), rate_, pitchAlgorithm_);
+        sound_->play(clockStart_, index_->timeOfTicks(ticks).seconds(), rate_, pitchAlgorithm_);
     }
     tick();
 }
 
-void Playback::stopClock() {
-    clockStart_.reset();
-    if (sound_) sound_->stop();
-}
-
 void Playback::tick() {
-    const std::int64_t moment = momentAt(Clock::now());
+    const std::int64_t ticks = clockTicks(Clock::now());
     const std::int64_t last = lastPlayedFrame();
-    const std::int64_t frame = std::min(index_->frameAtTicks(moment), last);
+    const std::int64_t frame = std::min(index_->frameAtTicks(ticks), last);
     auto found = shown_->index() == frame ? shown_ : core_->cache->find(loader_->clip(), frame);
     if (found && found->isUnreadable()) {
         endPlaying(PlayerItem::Event::failedToPlayToEnd);
         return;
     }
-    asked_ = frame;
-    isWaitingForFrame_ = !found;
+    requestedFrame_ = frame;
+    enter(found ? Phase::playing : Phase::stalled);
     if (found && found != shown_) show(std::move(found));
-    if (moment >= index_->endTicksOf(last)) {
-        isAtEnd_ = true;
+    if (ticks >= index_->endTicksOf(last)) {
+        enter(Phase::ending);
         endPlaying(PlayerItem::Event::playedToEnd);
         return;
     }
-    loader_->playTo(frame, !isWaitingForFrame_);
-    tellTimeIfDue();
+    loader_->playTo(frame, phase_ == Phase::playing);
+    notifyTimeObserversIfDue();
     scheduleTick(frame);
 }
 
@@ -375,21 +392,21 @@ void Playback::scheduleTick(std::int64_t frame) {
     const double start = static_cast<double>(clockStartTicks_) * av_q2d(index_->timeBase());
     const auto fromStart = std::chrono::ceil<Clock::duration>(
         std::chrono::duration<double>((next - start) / static_cast<double>(rate_)) + std::chrono::microseconds(1));
-    const Clock::time_point due = std::max(*clockStart_ + fromStart, Clock::now() + shortestTick / 4);
+    const Clock::time_point due = std::max(clockStart_ + fromStart, Clock::now() + minTickInterval);
     const std::int64_t number = ++tickNumber_;
     core_->timer.at(due, [poster = poster_, weak = weak_from_this(), number] {
         poster->post([weak, number] {
             const auto playback = weak.lock();
-            if (playback && playback->tickNumber_ == number && playback->isClockRunning()) playback->tick();
+            if (playback && playback->tickNumber_ == number) playback->tick();
         });
     });
 }
 
 void Playback::endPlaying(PlayerItem::Event event) {
-    // In a later turn: an attempt may end at the moment it begins, and the rate that was asked for has to be seen until then.
+    // In a later turn: an attempt may end as soon as it starts, and observers of the rate must see it start.
     const std::int64_t number = ++tickNumber_;
     later([number, event](Playback& self) {
-        if (self.tickNumber_ != number || self.rate_ == 0) return;  // another attempt, or none
+        if (self.tickNumber_ != number || self.rate_ == 0) return;  // another attempt to play, or none
         self.changeRate(0);
         self.later([event](Playback& playback) { playback.events.call(event); });
     });
@@ -431,7 +448,7 @@ std::int64_t Playback::intervalAt(const TimeObserver& observer, const Time& time
     return av_rescale_rnd(time.value, observer.interval.timescale, divisor, AV_ROUND_DOWN);
 }
 
-void Playback::tellTime() {
+void Playback::notifyTimeObservers() {
     later([](Playback& self) {
         const Time time = self.currentTime();
         const auto observers = self.timeObservers_;
@@ -444,7 +461,7 @@ void Playback::tellTime() {
     });
 }
 
-void Playback::tellTimeIfDue() {
+void Playback::notifyTimeObserversIfDue() {
     const Time time = currentTime();
     for (const auto& entry : timeObservers_) {
         const auto observer = entry.lock();

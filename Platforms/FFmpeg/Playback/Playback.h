@@ -1,6 +1,6 @@
 #pragma once
-// The playhead of one clip: which frame was asked for, which is shown, and the clock that moves it. A player and its item
-// are two faces of it.
+// The playhead of one clip: the requested frame, the frame shown, and the clock that moves it. `FFmpegPlayer` and
+// `FFmpegPlayerItem` adapt it to the interfaces of the media seam.
 
 #include "Platforms/FFmpeg/EngineCore.h"
 #include "Platforms/FFmpeg/MainPoster.h"
@@ -18,13 +18,13 @@
 
 namespace videoanalysis::media::ffmpeg {
 
-/// Main thread. What it tells its observers it tells in a later turn of the main queue than the change.
+/// Main thread only. Observers and completions are called in a later turn of the main queue than the change.
 class Playback : public std::enable_shared_from_this<Playback> {
 public:
     using Clock = SteadyTimer::Clock;
     using Completion = std::function<void(bool finished)>;
 
-    /// Begins to open the clip.
+    /// Starts to open the clip.
     static std::shared_ptr<Playback> open(std::shared_ptr<EngineCore> core, const URL& url);
     Playback(const Playback&) = delete;
     Playback& operator=(const Playback&) = delete;
@@ -32,11 +32,11 @@ public:
 
     // The item's operations, as `PlayerItem` describes them.
     const URL& url() const { return url_; }
-    ItemStatus status() const { return status_; }
+    ItemStatus status() const;
     const std::string& errorDescription() const { return error_; }
     Time duration() const;
     std::vector<VideoTrack> videoTracks() const;
-    Size presentationSize() const { return shown_ && status_ != ItemStatus::failed ? shown_->size() : Size{}; }
+    Size presentationSize() const { return shown_ && phase_ != Phase::failed ? shown_->size() : Size{}; }
     Time currentTime() const;
     bool isBufferEmpty() const;
     bool canStepForward() const;
@@ -54,7 +54,7 @@ public:
     void removeTimeObserver(const std::shared_ptr<void>& token);
     std::shared_ptr<const VideoFrame> currentFrame() const { return shown_; }
     void attachPlayer() { hasPlayer_ = true; }
-    /// The player is gone: nothing that it was given is called any more.
+    /// Pauses, and calls none of the player's observers and completions from now on.
     void detachPlayer();
 
     ObserverList<PlayerItem::Event> events;
@@ -64,8 +64,19 @@ public:
 private:
     Playback(std::shared_ptr<EngineCore> core, const URL& url);
 
-    /// A request that the index does not reach yet: `steps` frames from the one at `time`, or from `frame` without one.
-    struct Deferred {
+    /// Changes in `enter` only.
+    enum class Phase {
+        waitingForIndex,  ///< the scan has not reached the requested frame yet
+        seeking,          ///< the requested frame is being loaded
+        paused,           ///< the requested frame is shown: the rate is 0, or the item is not ready yet
+        playing,          ///< the clock runs, and the frame that is due is shown
+        stalled,          ///< the clock runs, and the frame that is due is not cached yet
+        ending,           ///< the clock has reached the end; the rate becomes 0 in a later turn
+        atEnd,            ///< playback ended there, and `currentTime` is the end
+        failed,           ///< the clip cannot be played; final
+    };
+    /// `steps` frames from the one at `time`, or from `frame` without a time.
+    struct Request {
         std::optional<Time> time;
         std::int64_t frame = 0;
         std::int64_t steps = 0;
@@ -73,42 +84,56 @@ private:
     struct TimeObserver {
         Time interval;
         std::function<void(const Time&)> call;
-        std::int64_t lastInterval = 0;  // which multiple of the interval the time was in when it was last called
+        std::int64_t lastInterval = 0;  // the multiple of the interval at which it was last called
         bool isActive = true;
     };
 
-    /// Runs `work` in a later turn, unless this is gone by then.
+    static bool isLegal(Phase from, Phase to);
+    /// The only place where the phase changes. Stops the clock when it leaves the phases in which it runs.
+    void enter(Phase next);
+    static bool isRunning(Phase phase) {
+        return phase == Phase::playing || phase == Phase::stalled || phase == Phase::ending;
+    }
+    bool isRunning() const { return isRunning(phase_); }
+    bool isRequestPending() const { return phase_ == Phase::waitingForIndex || phase_ == Phase::seeking; }
+
+    /// Runs `work` in a later turn, unless this has been destroyed by then.
     void later(std::function<void(Playback&)> work);
-    void takeNews();
+    void takeEvents();
+    void takePreview(std::shared_ptr<const DecodedFrame> preview);
     void fail(const std::string& reason);
-    /// One line for each clip: the first thing that is wrong with it.
+    /// Logs one line per clip: the first damage that was reported.
     void logDamage(const std::string& what);
 
-    /// Ready once there is a picture and every frame's time is known: the duration is final then.
+    /// The item becomes ready once a frame is shown and every frame's time is known: the duration is final then.
     void becomeReady();
-    void resolveDeferred();
-    void goTo(std::int64_t frame, Travel travel);
-    /// Replaces what is asked for; the completion of what it overtakes gets false.
-    void beginRequest(Completion completion);
-    void completeLater(bool finished);
+    /// Starts a request; the completion of the one before gets false.
+    void beginRequest(Request request, Completion completion);
+    /// Loads the requested frame once the index has it.
+    void resolveRequest();
+    void load(std::int64_t frame, Travel travel);
+    void completeLater(Completion completion, bool finished);
     void finishRequest(const std::shared_ptr<const DecodedFrame>& frame);
     void show(std::shared_ptr<const DecodedFrame> frame);
 
-    std::int64_t momentAt(Clock::time_point now) const;
+    /// The position of the clock in ticks of the index.
+    std::int64_t clockTicks(Clock::time_point now) const;
     void startClock(std::int64_t ticks);
-    void stopClock();
-    bool isClockRunning() const { return clockStart_.has_value(); }
+    /// Starts the clock at the frame shown if the rate, the phase and the item's status allow it.
+    void playIfReady();
     void changeRate(float rate);
+    /// Stops the clock: the frame shown becomes the requested one.
+    void settle(Phase next);
     void tick();
     void scheduleTick(std::int64_t frame);
-    /// The last frame that playback shows, as far as the index goes.
+    /// The last frame of the playback range, as far as the index goes.
     std::int64_t lastPlayedFrame() const;
-    /// Playing, a frame outside the range is not shown in place of one inside.
-    bool mayStandIn(std::int64_t frame) const;
-    /// The end of an attempt to play, by the event that says how; at most one for each.
+    /// Whether `frame` may be shown on the way to the requested frame: while playing, only inside the playback range.
+    bool mayPreview(std::int64_t frame) const;
+    /// Ends an attempt to play in a later turn, with `event`; each attempt ends at most once.
     void endPlaying(PlayerItem::Event event);
-    void tellTime();
-    void tellTimeIfDue();
+    void notifyTimeObservers();
+    void notifyTimeObserversIfDue();
     std::int64_t intervalAt(const TimeObserver& observer, const Time& time) const;
 
     const std::shared_ptr<EngineCore> core_;
@@ -117,30 +142,28 @@ private:
     std::shared_ptr<FrameLoader> loader_;
     std::shared_ptr<SoundPlayer> sound_;  // null until the clip is played, or for silence
 
-    ItemStatus status_ = ItemStatus::unknown;
+    Phase phase_ = Phase::waitingForIndex;
+    bool isReady_ = false;  // once true, it stays
     std::string error_;
-    std::shared_ptr<const ClipIndex> index_;
+    std::shared_ptr<const ClipIndex> index_;  // not null except while waiting for it, and after a failure
     AudioTimePitchAlgorithm pitchAlgorithm_ = AudioTimePitchAlgorithm::spectral;
 
     std::shared_ptr<const DecodedFrame> shown_;
-    std::int64_t asked_ = 0;     // the frame asked for last
-    bool isPending_ = false;     // and not shown yet
-    bool hasOvertaken_ = false;  // the pending request has overtaken another one
-    std::optional<Deferred> deferred_;
-    std::int64_t request_ = 0;
+    Request request_;                 // while waiting for the index
+    std::int64_t requestNumber_ = 0;  // counts requests, so that late answers are recognized
+    std::int64_t requestedFrame_ = 0;
+    bool hasPreempted_ = false;  // the pending request has replaced one whose frame was never shown
     Completion completion_;
     bool hasPlayer_ = false;
     std::string damage_;
     bool hasLoggedDamage_ = false;
 
     float rate_ = 0;
-    bool isAtEnd_ = false;
     Time rangeStart_;  // of playback; invalid for the clip's own
     Time rangeEnd_;
-    std::optional<Clock::time_point> clockStart_;  // set while the clock runs
+    Clock::time_point clockStart_;  // valid while the clock runs, as the next
     std::int64_t clockStartTicks_ = 0;
-    std::int64_t tickNumber_ = 0;
-    bool isWaitingForFrame_ = false;  // the moment of playback has passed the last frame that is there
+    std::int64_t tickNumber_ = 0;  // counts ticks, so that those scheduled before a change are recognized
     std::vector<std::weak_ptr<TimeObserver>> timeObservers_;
 };
 
