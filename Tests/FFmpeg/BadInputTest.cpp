@@ -1,5 +1,5 @@
-// Clips that are damaged at random, or that change while they are played: whatever the bytes say, the player comes to a
-// picture or to a failed status, and stays within its budget.
+// Clips that are damaged at random, or that change while they are played: whatever the bytes are, the player shows a picture or
+// fails, and stays within its budget.
 
 #include "FFmpeg/MediaTest.h"
 #include "Platforms/FFmpeg/Playback/FrameCache.h"
@@ -37,7 +37,7 @@ void writeFile(const std::string& path, const Bytes& bytes) {
 Bytes mutated(Bytes bytes, std::mt19937& random) {
     const auto below = [&random](std::size_t limit) { return limit == 0 ? 0 : random() % limit; };
     switch (below(5)) {
-        case 0: bytes.resize(below(bytes.size())); break;  // cut off
+        case 0: bytes.resize(below(bytes.size())); break;  // truncated
         case 1:                                            // flipped bits anywhere
             for (std::size_t i = 1 + below(200); i > 0; --i)
                 bytes[below(bytes.size())] ^= static_cast<char>(1 << below(8));
@@ -49,14 +49,14 @@ Bytes mutated(Bytes bytes, std::mt19937& random) {
                             static_cast<char>(below(2) ? 0xFF : 0x7F));
             }
             break;
-        case 3: {  // a hole
+        case 3: {  // a zeroed range
             const std::size_t begin = below(bytes.size());
             const std::size_t end = std::min(bytes.size(), begin + below(20000));
             std::fill(bytes.begin() + static_cast<std::ptrdiff_t>(begin),
                       bytes.begin() + static_cast<std::ptrdiff_t>(end), 0);
             break;
         }
-        default: {  // a piece is missing
+        default: {  // a removed range
             const std::size_t begin = below(bytes.size());
             const std::size_t end = std::min(bytes.size(), begin + below(5000));
             bytes.erase(bytes.begin() + static_cast<std::ptrdiff_t>(begin),
@@ -121,7 +121,7 @@ TEST_F(BadInputTest, MutatedClipsNeitherCrashNorHang) {
     EXPECT_GT(played, (rounds - first) / 4);
 }
 
-TEST_F(BadInputTest, AFileThatShrinksWhilePlayingKeepsTheLastGoodPicture) {
+TEST_F(BadInputTest, FileTruncatedWhilePlayingKeepsTheLastGoodFrame) {
     writeFile(scratch, readFile(clip("gop250.mp4").absoluteString()));
     const auto player = open(URL(scratch));
     ASSERT_EQ(player->currentItem()->status(), ItemStatus::readyToPlay);
@@ -135,17 +135,17 @@ TEST_F(BadInputTest, AFileThatShrinksWhilePlayingKeepsTheLastGoodPicture) {
     EXPECT_EQ(player->rate(), 0);
     EXPECT_GT(shownNumber(*player), 0);
     EXPECT_EQ(platform->log.size(), 1U);
-    // What is there can still be stepped through.
+    // Frames before the truncation can still be shown.
     ASSERT_TRUE(seekTo(*player, Time(1, 1)));
     EXPECT_EQ(shownNumber(*player), 30);
 
-    // A file that is gone goes on being read by those who have it open.
+    // A deleted file stays readable while it is open.
     std::filesystem::remove(scratch);
     ASSERT_TRUE(stepTo(*player, -5, 25));
     EXPECT_EQ(shownNumber(*player), 25);
 }
 
-TEST_F(BadInputTest, EachAttemptToPlayBeyondTheBreakFailsOnce) {
+TEST_F(BadInputTest, EachAttemptToPlayPastATruncationFailsOnce) {
     writeFile(scratch, readFile(clip("gop250.mp4").absoluteString()));
     const auto player = open(URL(scratch));
     const auto item = player->currentItem();
@@ -155,7 +155,7 @@ TEST_F(BadInputTest, EachAttemptToPlayBeyondTheBreakFailsOnce) {
         if (event != PlayerItem::Event::damageFound) ends.push_back(event);
     });
     std::filesystem::resize_file(scratch, std::filesystem::file_size(scratch) / 2);
-    player->setRate(8);  // which passes over some frames
+    player->setRate(8);  // skips some frames
     std::int64_t last = -1;
     for (std::size_t attempt = 1; attempt <= 4; ++attempt) {
         ASSERT_TRUE(turnUntil([&] { return ends.size() >= attempt; }));
@@ -164,12 +164,12 @@ TEST_F(BadInputTest, EachAttemptToPlayBeyondTheBreakFailsOnce) {
         EXPECT_EQ(player->rate(), 0);
         EXPECT_EQ(compare(player->currentTime(), player->currentFrame()->time()), 0);
         const std::int64_t shown = player->currentFrame()->index();
-        EXPECT_TRUE(attempt <= 2 || shown == last) << "it stays where it was";
+        EXPECT_TRUE(attempt <= 2 || shown == last) << "the frame stays";
         last = shown;
         player->play();
     }
     ASSERT_TRUE(turnUntil([&] { return ends.size() >= 5; }));
-    // From beyond the break there is nowhere to play to, not even to the end.
+    // Past the truncation nothing can be played, not even to the end.
     ASSERT_TRUE(seekTo(*player, Time(299, 30)));
     player->play();
     ASSERT_TRUE(turnUntil([&] { return ends.size() >= 6; }));
@@ -213,21 +213,21 @@ Bytes clipOfClaims(const Bytes& original, std::uint32_t chunks, std::uint32_t pe
     return {file.begin(), file.end()};
 }
 
-/// Bytes, of this process since it began.
-std::int64_t mostMemory() {
+/// The peak resident memory of this process, in bytes.
+std::int64_t peakMemory() {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
     return std::int64_t{usage.ru_maxrss} * 1024;
 }
 
-TEST_F(BadInputTest, ASampleTableThatClaimsTooMuchCostsNeitherTimeNorMemory) {
+TEST_F(BadInputTest, ForgedSampleTableCostsNeitherTimeNorMemory) {
     using Clock = std::chrono::steady_clock;
     struct Claim {
         std::uint32_t chunks, perChunk, sampleSize;
     };
     const Bytes original = readFile(clip("gop1.mp4").absoluteString());
-    const std::int64_t memory = mostMemory();
-    // More samples than bytes, more bytes of samples than bytes, nothing but damage, more memory than one may ask for.
+    const std::int64_t memory = peakMemory();
+    // More samples than bytes, more bytes in samples than in the file, only damage, and more memory than is allowed.
     for (const Claim& claim : {Claim{110000, 9, 3000}, Claim{110000, 4, 3000}, Claim{110000, 4, 5},
                                Claim{110000, 1, 20}, Claim{1, 80'000'000, 1}, Claim{1, 1'000'000, 0}}) {
         SCOPED_TRACE(std::to_string(claim.chunks) + " x " + std::to_string(claim.perChunk) + " of " +
@@ -240,9 +240,9 @@ TEST_F(BadInputTest, ASampleTableThatClaimsTooMuchCostsNeitherTimeNorMemory) {
         EXPECT_EQ(platform->log.size(), 1U);
         platform->log.clear();
     }
-    EXPECT_LT(mostMemory() - memory, std::int64_t{700} << 20);
+    EXPECT_LT(peakMemory() - memory, std::int64_t{700} << 20);
 
-    // A picture, and damage that one has to believe: every seek ends, and so does the clip.
+    // One picture, and damage that is plausible: every seek ends, and so does playback.
     const std::size_t sizes =
         std::string(original.begin(), original.end()).find("stsz") + 16;  // the table, after its head
     const auto byteAt = [&](std::size_t at) { return std::uint32_t{static_cast<unsigned char>(original[at])}; };
@@ -259,7 +259,7 @@ TEST_F(BadInputTest, ASampleTableThatClaimsTooMuchCostsNeitherTimeNorMemory) {
     EXPECT_LT(Clock::now() - end, std::chrono::seconds(1));
 }
 
-TEST_F(BadInputTest, AReferenceInsideAFileOpensNothing) {
+TEST_F(BadInputTest, ReferencesInsideAFileAreNotOpened) {
     const std::string target = clip("h264.mp4").absoluteString();
     for (const std::string& text : {"#EXTM3U\n#EXT-X-TARGETDURATION:10\n#EXTINF:4,\n" + target + "\n#EXT-X-ENDLIST\n",
                                     "ffconcat version 1.0\nfile " + target + "\n",
@@ -273,7 +273,7 @@ TEST_F(BadInputTest, AReferenceInsideAFileOpensNothing) {
     }
 }
 
-TEST_F(BadInputTest, OneFrameIsAClip) {
+TEST_F(BadInputTest, PlaysAClipOfOneFrame) {
     const auto player = openReady("one-frame.mp4");
     const auto item = player->currentItem();
     EXPECT_EQ(compare(item->duration(), Time(1, 30)), 0);

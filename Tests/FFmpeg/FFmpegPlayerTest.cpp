@@ -1,4 +1,4 @@
-// A player on real clips: opening, stepping, seeking, playing and what it tells of them.
+// A player on real clips: opening, stepping, seeking, playing, and its events.
 
 #include "FFmpeg/MediaTest.h"
 #include "Support/WebServer.h"
@@ -29,7 +29,7 @@ TEST_F(PlayerTest, AnswersOvertakenSeeksWithFalse) {
     EXPECT_EQ(results, (std::vector<bool>{false, false}));
 }
 
-TEST_F(PlayerTest, RequestsBeforeTheClipIsOpenAreKept) {
+TEST_F(PlayerTest, KeepsRequestsMadeBeforeTheClipIsOpen) {
     const auto player = engine->makePlayer(engine->makePlayerItem(clip("h264.mp4")));
     player->seek(Time(2, 1), Time::zero(), Time::zero());
     player->currentItem()->step(-1);
@@ -38,7 +38,7 @@ TEST_F(PlayerTest, RequestsBeforeTheClipIsOpenAreKept) {
     EXPECT_EQ(shownNumber(*player), 58);
 }
 
-TEST_F(PlayerTest, AClipIsReadyWhenAllOfItIsKnownAndShowsItsFirstPictureBefore) {
+TEST_F(PlayerTest, ShowsTheFirstFrameBeforeTheScanEndsAndIsReadyAfterwards) {
     WebServer server(clip("long.mp4").path());
     server.holdBack(2'000'000);
     const auto item = engine->makePlayerItem(URL(server.address()));
@@ -49,7 +49,7 @@ TEST_F(PlayerTest, AClipIsReadyWhenAllOfItIsKnownAndShowsItsFirstPictureBefore) 
     EXPECT_EQ(item->presentationSize(), (Size{320, 180}));
     EXPECT_EQ(item->status(), ItemStatus::unknown);
     EXPECT_EQ(compare(item->duration(), Time::zero()), 0);
-    ASSERT_TRUE(stepTo(*player, 3, 3)) << "what is known can be looked at";
+    ASSERT_TRUE(stepTo(*player, 3, 3)) << "frames found so far can be stepped to";
     player->play();
     turnFor(0.05);
     EXPECT_EQ(player->currentFrame()->index(), 3);
@@ -57,14 +57,14 @@ TEST_F(PlayerTest, AClipIsReadyWhenAllOfItIsKnownAndShowsItsFirstPictureBefore) 
     server.release();
     ASSERT_TRUE(turnUntil([&] { return item->status() == ItemStatus::readyToPlay; }));
     EXPECT_EQ(compare(item->duration(), Time(164, 1)), 0);
-    EXPECT_TRUE(turnUntil([&] { return player->currentFrame()->index() > 3; })) << "playing was asked for before";
+    EXPECT_TRUE(turnUntil([&] { return player->currentFrame()->index() > 3; })) << "starts as requested before";
     player->pause();
     ASSERT_TRUE(seekTo(*player, Time(500, 1)));
     EXPECT_EQ(player->currentFrame()->index(), 4919);
     EXPECT_EQ(compare(item->duration(), Time(164, 1)), 0);
     EXPECT_TRUE(platform->log.empty()) << platform->log.front();
 
-    // A server that says no more does not hold up the end.
+    // A server that stops sending does not delay destruction.
     server.holdBack(2'000'000);
     auto other = engine->makePlayer(engine->makePlayerItem(URL(server.address())));
     ASSERT_TRUE(turnUntil([&] { return other->currentFrame() != nullptr; }));
@@ -130,13 +130,13 @@ TEST_F(PlayerTest, InvalidSeekDisturbsNothing) {
     EXPECT_EQ(results.size(), 3U);
 }
 
-TEST_F(PlayerTest, APlayerMayOutliveThePlatform) {
+TEST_F(PlayerTest, PlayerMayOutliveThePlatform) {
     for (int round = 0; round < 10; ++round) {
         const auto player = engine->makePlayer(engine->makePlayerItem(clip("h264.mp4")));
         player->play();
         if (round % 2 == 0) turnUntil([&] { return player->currentTime().seconds() > 0.05; });
         platform = std::make_shared<HeadlessPlatform>();
-        installPlatform(platform);  // the one before goes with its queue, while the player's threads post to it
+        installPlatform(platform);  // destroys the previous one and its queue, while the player's threads post to it
         player->seek(Time(2, 1), Time::zero(), Time::zero());
     }
 }
@@ -160,7 +160,7 @@ TEST_F(PlayerTest, TellsNoTimeWhilePlayingAtTheEnd) {
     EXPECT_EQ(ticks, 0);
 }
 
-TEST_F(PlayerTest, PlaysAtItsRateShowingEveryFrameAndStopsAtTheEnd) {
+TEST_F(PlayerTest, PlaysAtItsRateAndStopsAtTheEnd) {
     const auto player = openReady("h264.mp4");
     const auto item = player->currentItem();
     std::vector<int> shown;
@@ -185,7 +185,7 @@ TEST_F(PlayerTest, PlaysAtItsRateShowingEveryFrameAndStopsAtTheEnd) {
     ASSERT_GT(shown.size(), 40U);
     for (std::size_t i = 1; i < shown.size(); ++i) ASSERT_GT(shown[i], shown[i - 1]);
 
-    // Pausing keeps the picture that is seen, and its time.
+    // Pausing keeps the frame shown, and its time.
     ASSERT_TRUE(seekTo(*player, Time::zero()));
     player->setRate(100);
     EXPECT_EQ(player->rate(), 8);
@@ -202,7 +202,7 @@ TEST_F(PlayerTest, PlaysAtItsRateShowingEveryFrameAndStopsAtTheEnd) {
     ASSERT_TRUE(stepTo(*player, -1, paused - 1));
 }
 
-TEST_F(PlayerTest, TimeObserversFireWhilePlayingAndOnEveryJumpWhilePaused) {
+TEST_F(PlayerTest, TimeObserversFireWhilePlayingAndOnEachStepAndSeek) {
     const auto player = openReady("h264.mp4");
     std::vector<double> everyFrame;
     std::vector<double> everySecond;
@@ -225,7 +225,7 @@ TEST_F(PlayerTest, TimeObserversFireWhilePlayingAndOnEveryJumpWhilePaused) {
     EXPECT_EQ(everySecond.size(), 2U);
 }
 
-TEST_F(PlayerTest, CallsNobodyOnceThePlayerIsReleased) {
+TEST_F(PlayerTest, ReleasedPlayerCallsNoObservers) {
     auto player = openReady("h264.mp4");
     auto item = player->currentItem();
     bool isReleased = false;
@@ -243,7 +243,7 @@ TEST_F(PlayerTest, CallsNobodyOnceThePlayerIsReleased) {
     turnFor(0.1);
     EXPECT_EQ(lateCalls, 0);
 
-    // Items go on without the engine; everything may go while it works.
+    // Items outlive the engine, and everything may be destroyed while it works.
     engine = nullptr;
     item->step(30);
     turnFor(0.001);
@@ -251,7 +251,7 @@ TEST_F(PlayerTest, CallsNobodyOnceThePlayerIsReleased) {
     turnFor(0.01);
 }
 
-TEST_F(PlayerTest, WhatCannotBePlayedFailsWithOneLine) {
+TEST_F(PlayerTest, UnplayableClipFailsWithOneLine) {
     for (const char* name : {"nonexistent.mp4", "text.mp4", "empty.mp4", "audio-only.mp4", "encrypted.mp4", "."}) {
         platform->log.clear();
         const auto player = engine->makePlayer(engine->makePlayerItem(clip(name)));
@@ -277,7 +277,7 @@ TEST_F(PlayerTest, WhatCannotBePlayedFailsWithOneLine) {
     EXPECT_EQ(player->currentItem()->status(), ItemStatus::failed);
 }
 
-TEST_F(PlayerTest, AServerMustProveWhoItIs) {
+TEST_F(PlayerTest, RejectsAnUntrustedServer) {
     const SecureWebServer server(VIDEOANALYSIS_TEST_CLIPS_DIR);
     ASSERT_FALSE(server.address().empty()) << "needs the openssl program";
     const auto player = open(URL(server.address() + "/h264.mp4"));
@@ -286,8 +286,8 @@ TEST_F(PlayerTest, AServerMustProveWhoItIs) {
     EXPECT_NE(platform->log[0].find("certificate"), std::string::npos) << platform->log[0];
 }
 
-TEST_F(PlayerTest, EveryNameOfAFileOpens) {
-    // Bytes that are no UTF-8, and signs that addresses reserve.
+TEST_F(PlayerTest, OpensFilesByPathAndByEveryFormOfURL) {
+    // Bytes that are not valid UTF-8, and characters that URLs reserve.
     const std::string path = testing::TempDir() + "videoanalysis-\xE9\xFF #1?%41.mp4";
     std::filesystem::copy_file(clip("h264.mp4").path(), path, std::filesystem::copy_options::overwrite_existing);
     const std::string address = URL::fileURL(path).absoluteString();
@@ -300,7 +300,7 @@ TEST_F(PlayerTest, EveryNameOfAFileOpens) {
     EXPECT_EQ(open(URL("file://" + clip("h264.mp4").path() + "%00.txt"))->currentItem()->status(), ItemStatus::failed);
 }
 
-TEST_F(PlayerTest, AClipThatBreaksOffKeepsItsLastGoodPicture) {
+TEST_F(PlayerTest, TruncatedClipPlaysToItsLastGoodFrame) {
     const auto player = openReady("truncated.mp4");
     const auto item = player->currentItem();
     item->step(119);
@@ -320,15 +320,15 @@ TEST_F(PlayerTest, AClipThatBreaksOffKeepsItsLastGoodPicture) {
     EXPECT_EQ(shownNumber(*player), last);
 }
 
-TEST_F(PlayerTest, PixelsThatAreNotSquareMakeThePictureWider) {
+TEST_F(PlayerTest, AppliesThePixelAspectRatio) {
     const auto player = openReady("wide-pixels.mp4");
     EXPECT_EQ(player->currentItem()->presentationSize(), (Size{1024, 576}));
     EXPECT_TRUE(stepTo(*player, 7, 7));
     EXPECT_EQ(shownNumber(*player), 7);
 }
 
-/// VIDEOANALYSIS_LONG_CLIP names a clip of any length to be played in place of the short one.
-TEST_F(PlayerTest, TwoPlayersStartedTogetherStayTogether) {
+/// VIDEOANALYSIS_LONG_CLIP names a clip to play instead of the short one.
+TEST_F(PlayerTest, TwoPlayersStayInSync) {
     const char* longClip = std::getenv("VIDEOANALYSIS_LONG_CLIP");
     const URL url = longClip ? URL::fileURL(longClip) : clip("h264.mp4");
     const std::shared_ptr<Player> players[] = {open(url), open(url)};
@@ -344,7 +344,7 @@ TEST_F(PlayerTest, TwoPlayersStartedTogetherStayTogether) {
     for (const auto& player : players) player->play();
     const double seconds = players[0]->currentItem()->duration().seconds();
     ASSERT_TRUE(turnUntil([&] { return players[0]->rate() == 0 && players[1]->rate() == 0; }, seconds + 20));
-    EXPECT_LE(apart, shown / 50);  // a busy machine may hold one of them up for a moment
+    EXPECT_LE(apart, shown / 50);  // a busy machine may delay one of them for a moment
     EXPECT_EQ(players[0]->currentFrame()->index(), players[1]->currentFrame()->index());
 }
 

@@ -1,4 +1,4 @@
-// Random walks of steps and seeks over clips of every kind: each frame shown must be the one asked for, read from its
+// Random walks of steps and seeks over clips of every kind: each frame shown must be the requested one, by the number in its
 // pixels, at its exact time.
 
 #include "FFmpeg/MediaTest.h"
@@ -23,7 +23,7 @@ struct WalkedClip {
 
 void PrintTo(const WalkedClip& clip, std::ostream* stream) { *stream << clip.name; }
 
-/// Seconds from the first frame; how the clips of variable rate were made.
+/// Seconds from the first frame, as the clips of variable frame rate were made.
 double timeOf(int frame, bool isVariable) {
     const auto ticks = [](int n) { return n * 3000 + 250 * (n * n % 7) - (n % 11 == 0 ? 1000 : 0); };
     return isVariable ? (ticks(frame) - ticks(0)) / 90000.0 : frame / 30.0;
@@ -41,7 +41,7 @@ class FrameExactnessTest : public MediaTest, public testing::WithParamInterface<
 protected:
     int numberShown(const Player& player) const {
         if (!GetParam().isRotated) return shownNumber(player);
-        // Turned by a quarter to the left; lay it down again to read it.
+        // Rotated by a quarter turn to the left; rotated back to be read.
         const Bitmap upright = player.currentFrame()->scaled(180, 320);
         Bitmap stored(320, 180, 1);
         for (int y = 0; y < 180; ++y) {
@@ -56,14 +56,14 @@ protected:
     }
 };
 
-TEST_P(FrameExactnessTest, EveryStepAndSeekOfARandomWalkShowsItsFrame) {
+TEST_P(FrameExactnessTest, RandomWalkShowsEachRequestedFrame) {
     const WalkedClip& clip = GetParam();
     const auto player = openReady(clip.name);
     ASSERT_TRUE(player->currentFrame());
     const auto item = player->currentItem();
     std::mt19937 random(4711);
     const auto below = [&random](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
-    // Containers that count in milliseconds round both this frame's and the first one's time.
+    // Containers with millisecond time stamps round both this frame's and the first one's time.
     const double tolerance =
         std::string(clip.name).ends_with(".mkv") || std::string(clip.name).ends_with(".webm") ? 0.00101 : 1e-9;
     EXPECT_NEAR(item->duration().seconds(), timeOf(clip.frames - 1, clip.isVariable) + 1 / 30.0, 0.03);
@@ -75,7 +75,7 @@ TEST_P(FrameExactnessTest, EveryStepAndSeekOfARandomWalkShowsItsFrame) {
         const int kind = below(10);
         if (kind < 3) {
             asked = below(clip.frames);
-            // Into the middle of the frame, so that rounded times do not matter.
+            // To the middle of the frame, so that rounded times do not matter.
             const double end = asked + 1 < clip.frames ? timeOf(asked + 1, clip.isVariable)
                                                        : timeOf(asked, clip.isVariable) + 1 / 30.0;
             const double middle = (timeOf(asked, clip.isVariable) + end) / 2;
@@ -85,7 +85,7 @@ TEST_P(FrameExactnessTest, EveryStepAndSeekOfARandomWalkShowsItsFrame) {
             asked = std::clamp(asked + count, 0, clip.frames - 1);
             item->step(count);
         }
-        if (below(4) == 0) continue;  // overtaken before it is shown
+        if (below(4) == 0) continue;  // replaced before it is shown
         ASSERT_TRUE(turnUntil([&] { return player->currentFrame()->index() == asked; })) << asked << ", move " << move;
         ASSERT_EQ(numberShown(*player), clip.firstNumber + asked) << "move " << move;
         ASSERT_NEAR(player->currentTime().seconds(), timeOf(asked, clip.isVariable), tolerance) << "move " << move;
@@ -104,7 +104,7 @@ INSTANTIATE_TEST_SUITE_P(AllKinds, FrameExactnessTest,
                                          WalkedClip{"rotated.mp4", 120, 0, false, true}),
                          nameOf);
 
-TEST_F(MediaTest, PicturesThatShareAPacketComeInTheOrderOfTheirPresentation) {
+TEST_F(MediaTest, SplitsPicturesThatShareAPacket) {
     const auto player = openReady("packed.avi");
     const auto decoded = openReady("packed-decoded.mkv");
     ASSERT_GT(shownNumber(*player), -1);
@@ -121,7 +121,7 @@ TEST_F(MediaTest, PicturesThatShareAPacketComeInTheOrderOfTheirPresentation) {
     EXPECT_TRUE(platform->log.empty()) << platform->log.front();
 }
 
-TEST_F(MediaTest, AClipThatBeginsInTheMiddleOfAGroupShowsTheNextGoodPictureFirst) {
+TEST_F(MediaTest, ClipStartingInsideAGroupShowsItsFirstDecodableFrame) {
     const auto player = openReady("cut.ts");
     const int first = shownNumber(*player);
     EXPECT_GT(first, 0);

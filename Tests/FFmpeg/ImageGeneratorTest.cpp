@@ -19,7 +19,7 @@ protected:
     static Time middleOf(int frame) { return {frame * 2 + 1, 60}; }  // of the clips at 30 a second
 };
 
-TEST_F(ImageGeneratorTest, KeyFramesStandInUntilTheRightPicturesAreThere) {
+TEST_F(ImageGeneratorTest, DeliversKeyframesAsPlaceholdersFirst) {
     const auto generator = engine->makeImageGenerator(clip("h264.mp4"));
     std::vector<std::pair<int, bool>> delivered;  // number in the pixels, final
     const std::vector<Time> times = {middleOf(100), middleOf(30), middleOf(5), middleOf(44)};
@@ -28,12 +28,12 @@ TEST_F(ImageGeneratorTest, KeyFramesStandInUntilTheRightPicturesAreThere) {
     });
     ASSERT_TRUE(turnUntil([&] { return delivered.size() == 7; }));
     turnFor(0.05);
-    // Frame 30 is a key frame itself. Stand-ins come first, and all in the order of decoding.
+    // Frame 30 is a keyframe itself. Placeholders come first, and all in decoding order.
     EXPECT_EQ(delivered, (std::vector<std::pair<int, bool>>{
                              {0, false}, {30, false}, {90, false}, {5, true}, {30, true}, {44, true}, {100, true}}));
 }
 
-TEST_F(ImageGeneratorTest, TheNewestRequestComesFirstAndNothingComesAfterCancelling) {
+TEST_F(ImageGeneratorTest, NewestRequestGoesFirstAndCancelStopsDelivery) {
     const auto generator = engine->makeImageGenerator(clip("gop250.mp4"));
     std::vector<Time> many;
     for (int frame = 0; frame < 300; ++frame) many.push_back(middleOf(frame));
@@ -54,7 +54,7 @@ TEST_F(ImageGeneratorTest, TheNewestRequestComesFirstAndNothingComesAfterCancell
     const std::size_t before = old;
     turnFor(0.1);
     EXPECT_EQ(old, before);
-    // And it goes on when asked again.
+    // New requests work after cancelling.
     isThere = false;
     generator->generate({middleOf(2)}, {}, ImageGenerator::Order::exact,
                         [&](const GeneratedImage&) { isThere = true; });
@@ -87,7 +87,7 @@ TEST_F(ImageGeneratorTest, DestroysHandlersOnTheMainThread) {
     EXPECT_EQ(destroyedElsewhere, 0);
 }
 
-TEST_F(ImageGeneratorTest, PicturesStandUprightAndBadClipsGiveNone) {
+TEST_F(ImageGeneratorTest, AppliesOrientationAndDeliversNullForBadClips) {
     auto generator = engine->makeImageGenerator(clip("rotated.mp4"));
     std::optional<GeneratedImage> image;
     const auto ask = [&] {
@@ -107,7 +107,7 @@ TEST_F(ImageGeneratorTest, PicturesStandUprightAndBadClipsGiveNone) {
         EXPECT_FALSE(image->bitmap) << name;
         EXPECT_TRUE(image->isFinal) << name;
     }
-    // Damage and a clip that breaks off: some picture for every time.
+    // Damaged and truncated clips: some picture for every time.
     for (const char* name : {"damaged.mp4", "truncated.mp4", "one-frame.mp4"}) {
         generator = engine->makeImageGenerator(clip(name));
         std::vector<Time> times;
@@ -117,7 +117,7 @@ TEST_F(ImageGeneratorTest, PicturesStandUprightAndBadClipsGiveNone) {
                             [&](const GeneratedImage& made) { pictures += made.bitmap ? 1 : 0; });
         EXPECT_TRUE(turnUntil([&] { return pictures == times.size(); })) << name << " " << pictures;
     }
-    // Gone while it works: nothing is told, and the end of the engine does not wait for long.
+    // Destroyed while it works: nothing is delivered, and the engine is destroyed without a long wait.
     generator = engine->makeImageGenerator(clip("gop250.mp4"));
     generator->generate({middleOf(299)}, {}, ImageGenerator::Order::exact, [](const GeneratedImage&) { FAIL(); });
     generator = nullptr;

@@ -1,6 +1,6 @@
 #pragma once
-// What the media tests share: a platform whose main queue is turned in real time, an engine, and what reads from a
-// player's picture which frame it shows.
+// Fixture of the media tests: a platform whose main queue runs in real time, an engine, and functions that read the frame number
+// from a player's picture.
 
 #include "Platforms/FFmpeg/FFmpegEngine.h"
 #include "Platforms/Headless/HeadlessPlatform.h"
@@ -32,7 +32,7 @@ protected:
 
     static URL clip(const std::string& name) { return URL(VIDEOANALYSIS_TEST_CLIPS_DIR "/" + name); }
 
-    /// Turns the main queue until `isDone`; false after `seconds`.
+    /// Runs turns of the main queue until `isDone`; false after `seconds`.
     bool turnUntil(const std::function<bool()>& isDone, double seconds = 20) {
         return media::turnUntil(platform->queue, isDone, seconds);
     }
@@ -46,7 +46,7 @@ protected:
         EXPECT_TRUE(turnUntil([&] { return player->currentItem()->status() != ItemStatus::unknown; }))
             << url.absoluteString();
         while (platform->queue.runTurn()) {
-        }  // what is told of it
+        }  // its events
         return player;
     }
     std::shared_ptr<Player> openReady(const std::string& name) {
@@ -56,7 +56,7 @@ protected:
         return player;
     }
 
-    /// The number in the pixels of the picture shown; -1 when there is none.
+    /// The number in the frame's pixels; -1 when there is none.
     static int numberOf(const VideoFrame& frame) {
         const Bitmap bitmap = frame.scaled(320, 180);
         return readFrameNumber(reinterpret_cast<const std::uint8_t*>(bitmap.pixels.data()), bitmap.width, bitmap.height,
@@ -67,7 +67,7 @@ protected:
         return player.currentFrame() ? numberOf(*player.currentFrame()) : -1;
     }
 
-    /// Seeks exactly and waits for it. False when the seek was not finished.
+    /// Seeks exactly and waits. False when the seek was not finished.
     bool seekTo(Player& player, const Time& time) {
         std::optional<bool> finished;
         player.seek(time, Time::zero(), Time::zero(), [&](bool isFinished) { finished = isFinished; });

@@ -1,4 +1,4 @@
-// Decoded pictures to bitmaps: the colours of every matrix, range and depth, and all ways in which a picture can lie.
+// Conversion of decoded pictures to bitmaps: the colours of every matrix, range and depth, and every orientation.
 
 #include "Platforms/FFmpeg/Clips/PictureConverter.h"
 #include "Platforms/FFmpeg/LibraryHandles.h"
@@ -47,7 +47,7 @@ struct Matrix {
     double blue;
 };
 
-/// Red, green and blue of 0...1 as stored samples, by the definition of the matrices.
+/// Red, green and blue (0...1) as stored samples, by the definition of the colour matrices.
 std::array<int, 3> encode(const Matrix& matrix, bool isFull, int depth, const std::array<double, 3>& color) {
     const double luma = matrix.red * color[0] + (1 - matrix.red - matrix.blue) * color[1] + matrix.blue * color[2];
     const double u = (color[2] - luma) / (2 * (1 - matrix.blue));
@@ -75,7 +75,7 @@ std::array<double, 3> decode(const Matrix& matrix, bool isFull, int depth, const
     return {byte(red), byte(green), byte(blue)};
 }
 
-TEST(PictureConverterTest, FlatPatchesOfEveryHueHaveTheExactColour) {
+TEST(PictureConverterTest, ConvertsFlatPatchesOfEveryHueExactly) {
     const Matrix matrices[] = {
         {AVCOL_SPC_SMPTE170M, 0.299, 0.114}, {AVCOL_SPC_BT709, 0.2126, 0.0722}, {AVCOL_SPC_BT2020_NCL, 0.2627, 0.0593}};
     const AVPixelFormat formats[] = {AV_PIX_FMT_YUV420P,   AV_PIX_FMT_YUV422P,   AV_PIX_FMT_YUV444P,
@@ -110,7 +110,7 @@ TEST(PictureConverterTest, FlatPatchesOfEveryHueHaveTheExactColour) {
     EXPECT_LE(worst, 1.0);
 }
 
-TEST(PictureConverterTest, RareFormatsAreConvertedToo) {
+TEST(PictureConverterTest, ConvertsRareFormats) {
     const FrameHandle rgb = makePicture(AV_PIX_FMT_GBRP, 16, 16);
     fillPlane(*rgb, 0, 10);
     fillPlane(*rgb, 1, 20);
@@ -125,7 +125,7 @@ TEST(PictureConverterTest, RareFormatsAreConvertedToo) {
     EXPECT_NEAR(convertPicture(*grey, {}, 8, 8).pixels[20] & 255U, 255, 3);
 }
 
-TEST(PictureConverterTest, EveryOrientationMovesThePixelsAsTheMatrixSays) {
+TEST(PictureConverterTest, AppliesEveryOrientationOfTheMatrix) {
     constexpr int width = 6;
     constexpr int height = 4;
     const FrameHandle picture = makePicture(AV_PIX_FMT_YUV444P, width, height);

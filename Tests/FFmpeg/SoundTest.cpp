@@ -1,4 +1,4 @@
-// The sound beside the picture: in step with it, at its own pitch whatever the rate, and silent where it should be.
+// A clip's sound: in sync with the picture, at its own pitch at any rate, and silent where it should be.
 
 #include "FFmpeg/MediaTest.h"
 #include "Platforms/FFmpeg/Playback/SoundPlayer.h"
@@ -12,7 +12,7 @@
 namespace videoanalysis::media::ffmpeg {
 namespace {
 
-/// A device that hears in real time what is written to it, and remembers it.
+/// An audio device that consumes samples in real time and records them.
 class RecordingSink : public AudioSink {
 public:
     using Clock = std::chrono::steady_clock;
@@ -87,7 +87,7 @@ protected:
     std::shared_ptr<RecordingSink> sink = std::make_shared<RecordingSink>();
 };
 
-TEST_F(SoundTest, FollowsThePictureAtItsOwnPitch) {
+TEST_F(SoundTest, FollowsThePictureAtItsOriginalPitch) {
     const auto player = openReady("h264.mp4");
     for (const double rate : {1.0, 0.5, 2.0}) {
         ASSERT_TRUE(seekTo(*player, Time(5, 4)));
@@ -98,7 +98,7 @@ TEST_F(SoundTest, FollowsThePictureAtItsOwnPitch) {
         player->pause();
         ASSERT_GT(heard.left.size(), 30000U) << rate;
 
-        // The clip plucks at every half second; the pluck at 1.5 s is due a quarter of a second of the clip later.
+        // The clip has a plucked tone every half second; the one at 1.5 s is due after another quarter of a second of the clip.
         const double due = 0.25 / rate;
         const double offset = std::chrono::duration<double>(heard.start - start).count();
         constexpr std::size_t window = 240;
@@ -110,7 +110,7 @@ TEST_F(SoundTest, FollowsThePictureAtItsOwnPitch) {
                 break;
             }
         }
-        EXPECT_NEAR(onset, due, 0.12) << rate;  // the machine may be busy; a wrong pluck is further off
+        EXPECT_NEAR(onset, due, 0.12) << rate;  // the machine may be busy; another tone would be further off
 
         const auto from = static_cast<std::size_t>((onset - offset + 0.03) * 48000);
         int crossings = 0;
@@ -122,7 +122,7 @@ TEST_F(SoundTest, FollowsThePictureAtItsOwnPitch) {
     }
 }
 
-TEST_F(SoundTest, IsSilentAboveTwiceTheSpeedAndWithoutADevice) {
+TEST_F(SoundTest, IsSilentAboveDoubleRateAndWithoutADevice) {
     const auto player = openReady("h264.mp4");
     player->setRate(4);
     turnFor(0.3);

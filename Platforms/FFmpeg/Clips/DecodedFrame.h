@@ -1,5 +1,5 @@
 #pragma once
-// A decoded picture of a clip as the screen gets it. The frame loader makes it, the frame cache keeps it.
+// A decoded frame as the screen gets it. The frame loader creates it, the frame cache keeps it.
 
 #include "Platforms/FFmpeg/Clips/PictureConverter.h"
 #include "Platforms/FFmpeg/LibraryHandles.h"
@@ -12,10 +12,11 @@ namespace videoanalysis::media::ffmpeg {
 
 class DecodedFrame : public VideoFrame {
 public:
-    /// `picture` is not changed any more. `pixelAspect` is a pixel's width over its height, positive, before turning.
+    /// `picture` must not change afterwards. `pixelAspect` is the positive ratio of a pixel's width to its height, before
+    /// `orientation` is applied.
     DecodedFrame(std::shared_ptr<const AVFrame> picture, Orientation orientation, double pixelAspect,
                  std::int64_t index, const Time& time);
-    /// A placeholder: the same picture for another frame, which cannot be decoded or, when `isUnreadable`, not even read.
+    /// A placeholder frame: the same picture for another frame, which cannot be decoded or, when `isUnreadable`, not even read.
     DecodedFrame(const DecodedFrame& other, std::int64_t index, const Time& time, bool isUnreadable);
 
     Time time() const override { return time_; }
@@ -23,9 +24,9 @@ public:
     Size size() const override { return size_; }
     Bitmap scaled(int width, int height) const override;
 
-    /// The clip cannot be read up to here: playing ends before this frame.
+    /// The file cannot be read up to this frame; playback ends before it.
     bool isUnreadable() const { return isUnreadable_; }
-    /// Bytes that the picture's pixels take in memory.
+    /// The size of the picture's pixels in memory.
     std::size_t byteCount() const { return byteCount_; }
 
 private:

@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::uint32_t opaqueBlack = 0xFF000000U;
 
-/// Luma weights of red and blue, from the recommendations that define the matrices.
+/// Luma weights of red and blue, from the recommendations that define the colour matrices.
 struct LumaWeights {
     double red;
     double blue;
@@ -48,8 +48,8 @@ bool isFullRange(const AVFrame& picture) {
     }
 }
 
-/// Factors for 16-bit multiplications of which the upper half is kept: luma is brought to 15 bits, colour difference to
-/// 16 signed ones, and the products are 32nds of an 8-bit step.
+/// Factors for 16-bit multiplications that keep the upper half: luma is shifted to 15 bits, colour differences to 16 signed
+/// bits, and the products are in 1/32 of an 8-bit step.
 struct Coefficients {
     std::int16_t luma;
     std::int16_t lumaOffset;
@@ -71,7 +71,7 @@ Coefficients coefficientsFor(const AVFrame& picture, int depth) {
     const double lumaUnit = std::ldexp(lumaScale, 6 + depth);
     const double colorUnit = std::ldexp(colorScale, 5 + depth);
     return {fixed(lumaUnit),
-            fixed(-black * lumaScale * 32 + 16 + 1),  // half a step to round, 1 for what the two halvings cut off
+            fixed(-black * lumaScale * 32 + 16 + 1),  // half a step for rounding, 1 for the two truncations
             fixed(2 * (1 - red) * colorUnit),
             fixed(-2 * (1 - blue) * blue / green * colorUnit),
             fixed(-2 * (1 - red) * red / green * colorUnit),
@@ -84,7 +84,7 @@ std::int16_t upperHalf(std::int16_t a, std::int16_t b) {
 
 std::uint32_t toByte(int value) { return static_cast<std::uint32_t>(std::clamp(value >> 5, 0, 255)); }
 
-/// One row; the loop is written for the compiler to vectorise.
+/// Converts one row, in a loop that compilers vectorize.
 template <class Sample>
 void convertRow(const Sample* y, const Sample* u, const Sample* v, std::uint32_t* pixels, int width, int depth,
                 const Coefficients& factors) {
@@ -116,7 +116,7 @@ void scalePlane(const std::uint16_t* source, int bytesPerRow, int sourceWidth, i
                           libyuv::kFilterBox);
 }
 
-/// Brings all three planes to the shown size, then converts pixel by pixel: the cost follows the shown size.
+/// Scales all three planes to the target size, then converts pixel by pixel: the cost depends on the target size only.
 template <class Sample>
 void convertPlanar(const AVFrame& picture, const AVPixFmtDescriptor& format, Bitmap& bitmap) {
     const int width = bitmap.width;
@@ -157,7 +157,7 @@ bool isPlanarYuv(const AVPixFmtDescriptor& format) {
     return true;
 }
 
-/// For the rare formats (packed, palette, grey, RGB) the library's general converter.
+/// Converts rare formats (packed, palette, grey, RGB) with the library's general converter.
 void convertOther(const AVFrame& picture, Bitmap& bitmap) {
     const std::unique_ptr<SwsContext, decltype(&sws_freeContext)> scaler(
         sws_getContext(picture.width, picture.height, static_cast<AVPixelFormat>(picture.format), bitmap.width,
@@ -195,7 +195,7 @@ Bitmap turned(const Bitmap& stored, Orientation orientation, int width, int heig
 
 Orientation Orientation::fromDisplayMatrix(const std::int32_t* matrix) {
     if (!matrix) return {};
-    // A stored point (x, y) is shown at (a x + c y, b x + d y).
+    // The stored point (x, y) is displayed at (a x + c y, b x + d y).
     const std::int64_t a = matrix[0];
     const std::int64_t b = matrix[1];
     const std::int64_t c = matrix[3];
@@ -204,7 +204,7 @@ Orientation Orientation::fromDisplayMatrix(const std::int32_t* matrix) {
         const bool isUpsideDown = d < 0;
         return {isUpsideDown ? 2 : 0, (a < 0) != isUpsideDown};
     }
-    // The stored left edge is shown on top (b > 0) or at the bottom, the stored top edge right (c < 0) or left.
+    // The stored left edge is displayed on top (b > 0) or at the bottom, the stored top edge right (c < 0) or left.
     return b > 0 ? Orientation{1, c > 0} : Orientation{3, c < 0};
 }
 

@@ -34,7 +34,7 @@ bool PictureOrder::add(const AVPacket& packet) {
 PictureOrder::Picture PictureOrder::numbered(const AVPacket& packet) {
     if (keyframeKind(packet, parameters_) == KeyframeKind::closed) ++section_;
     Picture picture{section_, parser_->output_picture_number, true};
-    // Bare streams are split into fields, numbered in pairs.
+    // Elementary streams are split into fields, numbered in pairs.
     const AVPictureStructure structure = parser_->picture_structure;
     const bool isField = structure == AV_PICTURE_STRUCTURE_TOP_FIELD || structure == AV_PICTURE_STRUCTURE_BOTTOM_FIELD;
     if (!isField || openField_ == AV_PICTURE_STRUCTURE_UNKNOWN || openField_ == structure) {

@@ -1,6 +1,6 @@
 #pragma once
-// The presentation order of pictures whose container stores only the order in which they are decoded, such as AVI files and
-// bare streams. The clip's index is built with it.
+// Derives the presentation order of pictures whose container stores only the decoding order, such as AVI files and elementary
+// streams. The index builder uses it.
 
 #include "Platforms/FFmpeg/LibraryHandles.h"
 
@@ -11,23 +11,23 @@
 
 namespace videoanalysis::media::ffmpeg {
 
-/// Reads the headers of the pictures; decodes nothing. One thread.
+/// Parses the pictures' headers without decoding. One thread.
 class PictureOrder {
 public:
-    /// `parameters` are the stream's and must outlive the result. Null for a codec whose order is not derived.
+    /// `parameters` are the stream's and must outlive the result. Null for a codec whose order cannot be derived.
     static std::unique_ptr<PictureOrder> make(const AVCodecParameters& parameters);
 
-    /// The next packet in decoding order. Whether decoding can begin with it: not every container that marks one is right.
+    /// Adds the next packet in decoding order. Returns whether decoding can start with it; containers often mark keyframes wrongly.
     bool add(const AVPacket& packet);
-    /// The numbers of the packets, from 0 in decoding order, in the order in which their pictures are presented. Packets
-    /// that complete the picture of the one before are left out.
+    /// Packet numbers, from 0 in decoding order, sorted by presentation. Packets that complete the previous packet's picture are
+    /// left out.
     std::vector<std::int32_t> presented() const;
 
 private:
     struct ParserDeleter {
         void operator()(AVCodecParserContext* parser) const { av_parser_close(parser); }
     };
-    /// Pictures are presented by section, and by order within one.
+    /// Pictures are presented by section, then by order.
     struct Picture {
         std::int32_t section;
         std::int32_t order;
@@ -35,9 +35,9 @@ private:
     };
 
     explicit PictureOrder(const AVCodecParameters& parameters) : parameters_(parameters) {}
-    /// Orders by the number that each picture carries, which counts from each picture at which decoding can begin.
+    /// Orders by the picture number in the header, which restarts at each picture where decoding can start.
     Picture numbered(const AVPacket& packet);
-    /// Orders by the kind of the picture: all but B pictures wait for the next that is none.
+    /// Orders by picture type: any other than a B picture is presented just before the next picture that is none.
     Picture delayed();
 
     const AVCodecParameters& parameters_;
@@ -45,7 +45,7 @@ private:
     CodecContextHandle context_;
     std::vector<Picture> pictures_;
     std::int32_t section_ = 0;
-    AVPictureStructure openField_ = AV_PICTURE_STRUCTURE_UNKNOWN;  // of a picture whose second field is still to come
+    AVPictureStructure openField_ = AV_PICTURE_STRUCTURE_UNKNOWN;  // of a picture whose second field has not come yet
 };
 
 }  // namespace videoanalysis::media::ffmpeg

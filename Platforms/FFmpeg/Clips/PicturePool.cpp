@@ -25,7 +25,7 @@ void PicturePool::serve(AVCodecContext& context) {
         const std::lock_guard lock(mutex_);
         ++decoders_;
     }
-    if ((context.codec->capabilities & AV_CODEC_CAP_DR1) == 0) return;  // this decoder brings its own memory
+    if ((context.codec->capabilities & AV_CODEC_CAP_DR1) == 0) return;  // this decoder allocates its own memory
     context.opaque = this;
     context.get_buffer2 = &PicturePool::fill;
     allowConcurrentCallbacks(context);
@@ -59,12 +59,12 @@ int PicturePool::fill(AVCodecContext* context, AVFrame* picture, int flags) {
     result = av_image_fill_plane_sizes(planes, format, height, bytesPerRow);
     if (result < 0) return result;
 
-    constexpr std::size_t reserve = 128;  // beyond each plane, and to keep the next one aligned
+    constexpr std::size_t padding = 128;  // after each plane, which also aligns the next one
     std::size_t offsets[4] = {};
     std::size_t total = 0;
     for (int plane = 0; plane < 4; ++plane) {
         offsets[plane] = total;
-        if (planes[plane] != 0) total += (planes[plane] + 2 * reserve) / reserve * reserve;
+        if (planes[plane] != 0) total += (planes[plane] + 2 * padding) / padding * padding;
     }
     picture->buf[0] = static_cast<PicturePool*>(context->opaque)->take(total);
     if (!picture->buf[0]) return AVERROR(ENOMEM);
@@ -115,14 +115,14 @@ std::uint8_t* PicturePool::takeFresh(std::size_t size) {
         if (slab.pictureSize == size && slab.freshPictures > 0) return takeFrom(slab);
     }
     freeUnused(size);
-    // Untouched memory is not resident yet, so a slab that is only begun costs nothing.
+    // Untouched memory is not resident, so the unused part of a slab costs nothing.
     constexpr std::size_t largePage = std::size_t{2} << 20;
-    constexpr std::size_t leastSlab = 16 * largePage;
-    const std::size_t pictures = std::max<std::size_t>(leastSlab / size, 1);
+    constexpr std::size_t minSlabSize = 16 * largePage;
+    const std::size_t pictures = std::max<std::size_t>(minSlabSize / size, 1);
     const std::size_t bytes = (pictures * size + largePage - 1) / largePage * largePage;
     auto* begin = static_cast<std::uint8_t*>(std::aligned_alloc(largePage, bytes));
     if (!begin) return nullptr;
-    madvise(begin, bytes, MADV_HUGEPAGE);  // only advice: without it the memory works as well
+    madvise(begin, bytes, MADV_HUGEPAGE);  // advice only: without large pages it is just slower
     Slab& slab = slabs_[begin];
     slab.pictureSize = size;
     slab.fresh = begin;
@@ -145,8 +145,8 @@ bool PicturePool::makeReady(std::size_t size, std::size_t wanted) {
         data = takeFresh(size);
         if (!data) return false;
     }
-    constexpr std::size_t smallestPage = 4096;
-    for (std::size_t page = 0; page < size; page += smallestPage) {
+    constexpr std::size_t minPageSize = 4096;
+    for (std::size_t page = 0; page < size; page += minPageSize) {
         *static_cast<volatile std::uint8_t*>(data + page) = 0;
     }
     const std::lock_guard lock(mutex_);

@@ -1,7 +1,7 @@
 #pragma once
-// Memory for decoded pictures, shared by all decoders of an engine. A decoder whose pictures are kept asks for fresh memory
-// with each, and the system's first touch of that can cost more than decoding: it is taken in slabs of large pages, and what is
-// not in use any more serves the next picture, while there are decoders.
+// Memory for decoded pictures, shared by all decoders of an engine. A decoder whose pictures are cached needs untouched memory
+// for each, and the page faults of its first use can cost more than decoding. So memory is allocated in slabs of large pages, and
+// released buffers are reused as long as there are decoders.
 
 #include <cstddef>
 #include <map>
@@ -23,41 +23,41 @@ public:
     PicturePool& operator=(const PicturePool&) = delete;
     ~PicturePool();
 
-    /// Lets `context`, which is not open yet, take its pictures from here, until `leave`.
+    /// Makes `context`, which must not be open yet, allocate its pictures here. Call `leave` after closing it.
     void serve(AVCodecContext& context);
-    /// A decoder that was served is gone.
+    /// A decoder that was served is closed. The last one frees the unused slabs.
     void leave();
-    /// Makes one more picture's memory resident, unless `wanted` unused ones of `size` bytes are so already: work for a moment
-    /// in which nobody waits. `size` is that of a buffer from here. False when there is nothing to do.
+    /// Makes the memory of one more picture resident, unless `wanted` unused ones of `size` bytes are already: for idle moments.
+    /// `size` is that of a buffer from this pool. False when there is nothing to do.
     bool makeReady(std::size_t size, std::size_t wanted);
 
 private:
-    /// Several pictures of one size, one after the other.
+    /// Memory for consecutive pictures of one size.
     struct Slab {
         std::size_t pictureSize = 0;
-        unsigned char* fresh = nullptr;  // where the pictures begin that nobody has touched yet
+        unsigned char* fresh = nullptr;  // start of the part that was never used
         std::size_t freshPictures = 0;
-        std::vector<unsigned char*> unused;  // touched before
+        std::vector<unsigned char*> unused;  // used before, now free
         std::size_t used = 0;
     };
 
     static int fill(AVCodecContext* context, AVFrame* picture, int flags);
     static void giveBack(void* opaque, unsigned char* data);
     AVBufferRef* take(std::size_t size);
-    /// With the lock held: memory that has been touched; null when there is none.
+    /// With the lock held: memory that was used before; null when there is none.
     unsigned char* takeUnused(std::size_t size);
-    /// With the lock held: memory that has not. Null when the system has no more.
+    /// With the lock held: memory that was never used; null when the system has no more.
     unsigned char* takeFresh(std::size_t size);
-    /// With the lock held: the slab that a picture's memory belongs to.
+    /// With the lock held: the slab that contains a picture's memory.
     Slab& slabOf(unsigned char* data);
-    /// With the lock held: all slabs without a used picture but those for pictures of `keptSize` bytes.
+    /// With the lock held: frees all slabs without a picture in use, except those for pictures of `keptSize` bytes.
     void freeUnused(std::size_t keptSize);
 
     std::mutex mutex_;
     int decoders_ = 0;
-    std::map<unsigned char*, Slab> slabs_;  // by where they begin
+    std::map<unsigned char*, Slab> slabs_;  // by address
     std::size_t usedPictures_ = 0;
-    std::shared_ptr<PicturePool> self_;  // while any is used
+    std::shared_ptr<PicturePool> self_;  // keeps the pool alive while a picture is in use
 };
 
 }  // namespace videoanalysis::media::ffmpeg

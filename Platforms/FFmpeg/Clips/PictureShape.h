@@ -1,6 +1,6 @@
 #pragma once
-// How a clip's pictures stand and what shape their pixels have, as its container or the pictures themselves say. Whoever shows
-// or cuts pictures asks it.
+// Display orientation and pixel aspect ratio of a clip, from the container or else the frame. Used wherever pictures are shown,
+// scaled or cropped.
 
 #include "Platforms/FFmpeg/Clips/PictureConverter.h"
 #include "Platforms/FFmpeg/Compatibility.h"
@@ -10,7 +10,7 @@
 
 namespace videoanalysis::media::ffmpeg {
 
-/// The container's word counts more than the picture's.
+/// The container's display matrix takes precedence over the frame's.
 inline Orientation orientationOf(const AVStream& stream, const AVFrame& picture) {
     std::span<const std::uint8_t> matrix = displayMatrixOf(stream);
     if (matrix.empty()) {
@@ -21,7 +21,7 @@ inline Orientation orientationOf(const AVStream& stream, const AVFrame& picture)
     return Orientation::fromDisplayMatrix(reinterpret_cast<const std::int32_t*>(matrix.data()));
 }
 
-/// A pixel's width over its height, before turning.
+/// The ratio of a pixel's width to its height, before the orientation is applied. 1 for an implausible ratio.
 inline double pixelAspectOf(AVFormatContext* format, AVStream* stream, AVFrame* picture) {
     const AVRational ratio = av_guess_sample_aspect_ratio(format, stream, picture);
     const double aspect = ratio.num > 0 && ratio.den > 0 ? av_q2d(ratio) : 1;

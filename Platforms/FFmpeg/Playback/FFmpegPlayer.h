@@ -1,5 +1,5 @@
 #pragma once
-// The engine's player: the face that a clip's playback shows to whoever plays it. The engine makes it.
+// Adapts `Playback` to the `Player` interface. The engine creates it.
 
 #include "Platforms/FFmpeg/Playback/FFmpegPlayerItem.h"
 #include "VideoAnalysis/Platform/Media.h"
@@ -14,7 +14,7 @@ public:
     explicit FFmpegPlayer(std::shared_ptr<FFmpegPlayerItem> item) : item_(item), playback_(item->playback()) {
         playback_->attachPlayer();
     }
-    /// Playback stops; none of this player's observers and completions is called any more.
+    /// Pauses; none of this player's observers and completions is called afterwards.
     ~FFmpegPlayer() override { playback_->detachPlayer(); }
 
     const std::shared_ptr<PlayerItem>& currentItem() const override { return item_; }

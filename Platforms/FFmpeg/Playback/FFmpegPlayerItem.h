@@ -1,5 +1,5 @@
 #pragma once
-// The engine's player item: the face that a clip's playback shows to whoever asks about the clip. The engine makes it.
+// Adapts `Playback` to the `PlayerItem` interface. The engine creates it.
 
 #include "Platforms/FFmpeg/Playback/Playback.h"
 #include "VideoAnalysis/Platform/Media.h"
