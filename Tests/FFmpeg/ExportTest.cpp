@@ -227,7 +227,7 @@ TEST_P(ExportRangeTest, CutsRandomRangesFrameExactly) {
             EXPECT_NEAR(static_cast<double>(sound.size()) / 48000, length, 0.045);
         }
     }
-    EXPECT_EQ(fileCount(), static_cast<std::size_t>(ranges)) << "something else was left";
+    EXPECT_EQ(fileCount(), static_cast<std::size_t>(ranges)) << "another file was left";
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -360,8 +360,10 @@ TEST_F(ExportTest, LeavesNoFileWhenCancelledAndReplacesTheTargetWhenFinished) {
     session = engine->startExport(request, [&](const ExportResult& ended) { result = ended; });
     ASSERT_TRUE(turnUntil([&] { return session->progress() > 0.05; }));
     session = nullptr;
-    ASSERT_TRUE(turnUntil([&] { return fileCount() == 0; }));
-    turnFor(0.05);
+    engine = std::make_unique<FFmpegEngine>();  // the engine before waits for its exports
+    while (platform->queue.runTurn()) {
+    }
+    EXPECT_EQ(fileCount(), 0U);
     EXPECT_FALSE(result);
 
     // An earlier file stays until the new one is complete.
@@ -413,7 +415,7 @@ long peakMemory() {
 // H.265 and VP9 only in the long form.
 TEST_F(ExportTest, BoundsMemoryForLargePictures) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "sanitizers take memory of their own";
+    GTEST_SKIP() << "sanitizers need more memory";
 #endif
     std::vector<std::string> encoders = {"libx264 -preset ultrafast"};
     if (std::getenv("VIDEOANALYSIS_EXPORT_SCALE")) {

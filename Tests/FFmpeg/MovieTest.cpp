@@ -212,7 +212,7 @@ TEST_F(MovieTest, FinishesAsAnOrdinaryMovieWithEveryPictureAtItsTime) {
     EXPECT_TRUE(facts.indexComesFirst);
     EXPECT_EQ(facts.complaints, "");
     EXPECT_NEAR(facts.end(), 2.0, 0.1);
-    EXPECT_LT(facts.longestGap(), 0.1) << "the rate is kept while nothing changes";
+    EXPECT_LT(facts.longestGap(), 0.1) << "pictures are repeated while nothing changes";
     const auto pictures = picturesOf(plain, width, height);
     ASSERT_EQ(pictures.size(), facts.pictureTimes.size());
     ASSERT_EQ(static_cast<std::int64_t>(pictures.size()), statistics.taken + statistics.repeated);
@@ -220,9 +220,9 @@ TEST_F(MovieTest, FinishesAsAnOrdinaryMovieWithEveryPictureAtItsTime) {
     for (std::size_t i = 0; i < pictures.size(); ++i) {
         const int shown = numberIn(pictures[i]).value_or(-1);
         EXPECT_GE(shown, current) << i;
-        EXPECT_LE(shown / 100.0, facts.pictureTimes[i] + 0.011) << "not before it was there";
+        EXPECT_LE(shown / 100.0, facts.pictureTimes[i] + 0.011) << "not before it was shown";
         if (shown != current) {
-            EXPECT_NEAR(facts.pictureTimes[i], shown / 100.0, 0.02) << "as soon as it was there";
+            EXPECT_NEAR(facts.pictureTimes[i], shown / 100.0, 0.02) << "as soon as it was shown";
         }
         current = shown;
     }
@@ -305,8 +305,7 @@ TEST_F(MovieTest, DropsPicturesEvenlyWhenEncodingIsTooSlow) {
     }
     std::sort(gaps.begin(), gaps.end());
     ASSERT_FALSE(gaps.empty());
-    EXPECT_LT(gaps.back(), std::max(0.25 + 3 * gaps[gaps.size() / 2], 1.5))
-        << "no long hole, while others are written one after the other; a busy machine tears shorter ones";
+    EXPECT_LT(gaps.back(), std::max(0.25 + 3 * gaps[gaps.size() / 2], 1.5)) << "no gap much longer than the others";
 }
 
 // ---- Failures
@@ -360,7 +359,7 @@ TEST_F(MovieTest, KeepsWhatWasRecordedWhenTheDiskFillsUp) {
             recording.showUntil(1, 0.25);
             for (double next = 1.1; *recording.breakOffs == 0 && next < 30; next += 0.1)
                 recording.showUntil(next, 0.25);
-            EXPECT_EQ(*recording.breakOffs, 1) << "at once, not at the stop";
+            EXPECT_EQ(*recording.breakOffs, 1) << "reported when it happens, not at the end";
             noticed = since(recording.start);
             EXPECT_NE(recording.writer->statistics().failure, "");
             ASSERT_EQ(recording.finish(output), recording::Error());
@@ -398,7 +397,7 @@ TEST_F(MovieTest, KeepsARecordingThatCannotBeFinishedForALaterAttempt) {
     EXPECT_EQ(factsOf(output).complaints, "");
     EXPECT_NEAR(factsOf(output).end(), 1, 0.1);
 
-    // One that its program gave up without a word, as when it is closed.
+    // One whose writer was destroyed without finishing it.
     { Recording(folder, silent).showUntil(0.3); }
     ASSERT_EQ(folder.untaken().size(), 1U);
     EXPECT_NEAR(factsOf(folder.untaken()[0]).end(), 0.3, 0.1);
@@ -474,9 +473,10 @@ TEST_F(MovieTest, RemovesATakenMovieWithoutBlockingOthers) {
     const std::string taken = scratch / "taken.mp4";
     std::ofstream(taken) << "movie";
     movies.add(taken, LockedFile::tryLock(taken));
+    std::future<void> added;
     duringUnlink = [&] {
         // Another recording finishes while the disk is slow.
-        auto added = std::async(std::launch::async, [&] { movies.add(scratch / "other.mp4", {}); });
+        added = std::async(std::launch::async, [&] { movies.add(scratch / "other.mp4", {}); });
         EXPECT_EQ(added.wait_for(std::chrono::seconds(10)), std::future_status::ready);
     };
     movies.remove(taken);
@@ -488,17 +488,17 @@ TEST_F(MovieTest, RemovesLeftoversAndKeepsForeignFiles) {
     const fs::path home = folder.outputDirectory();
     fs::create_directories(home);
     // Names under which an unfinished movie might be expected, one of them a link to a file of the user.
-    const fs::path dear = scratch / "dear.txt";
-    std::ofstream(dear) << "dear";
+    const fs::path document = scratch / "document.txt";
+    std::ofstream(document) << "text";
     const fs::path output = scratch / "out.mp4";
-    fs::create_symlink(dear, scratch / "out.mp4.part");
+    fs::create_symlink(document, scratch / "out.mp4.part");
     std::ofstream(scratch / ".out.mp4") << "foreign";
     const std::string digits(32, 'a');
     std::ofstream(home / ("." + digits + ".tmp.mp4")) << "half";
     const fs::path used = home / ("." + std::string(32, 'b') + ".tmp.mp4");
     const Result<LockedFile> lock = LockedFile::create(used, 0600);
     std::ofstream(home / ".my.tmp.mp4") << "foreign";
-    fs::create_symlink(dear, home / "link.mp4");
+    fs::create_symlink(document, home / "link.mp4");
 
     EXPECT_EQ(folder.untaken(), std::vector<std::string>{home / ".my.tmp.mp4"});
     EXPECT_FALSE(fs::exists(home / ("." + digits + ".tmp.mp4")));
@@ -506,7 +506,7 @@ TEST_F(MovieTest, RemovesLeftoversAndKeepsForeignFiles) {
     Recording recording(folder, silent);
     recording.showUntil(0.2);
     ASSERT_EQ(recording.finish(output), recording::Error());
-    EXPECT_EQ(fs::file_size(dear), 4U);
+    EXPECT_EQ(fs::file_size(document), 4U);
     EXPECT_TRUE(fs::is_symlink(scratch / "out.mp4.part"));
     EXPECT_EQ(fs::file_size(scratch / ".out.mp4"), 7U);
     EXPECT_FALSE(fs::is_symlink(output));
@@ -594,12 +594,12 @@ TEST_F(MovieTest, SyncsEachFragmentAndTheFinishedMovie) {
     EXPECT_GE(syncs(grown).count, 2) << "while it grows, for each fragment";
     const fs::path output = scratch / "growing" / "out.mp4";
     ASSERT_EQ(recording.finish(output), recording::Error());
-    EXPECT_EQ(syncs(output).size, fs::file_size(output)) << "before it gets its name";
+    EXPECT_EQ(syncs(output).size, fs::file_size(output)) << "before it is renamed";
 
     { Recording(folder, silent).showUntil(0.2); }
     fs::remove(output);
     const fs::path left = fs::directory_iterator(scratch / "growing")->path();
-    EXPECT_EQ(syncs(left).size, fs::file_size(left)) << "to its last byte, though it is not finished";
+    EXPECT_EQ(syncs(left).size, fs::file_size(left)) << "to its last byte, though it was not finished";
 }
 
 // VIDEOANALYSIS_KILLS sets the number of kills.
@@ -607,7 +607,7 @@ TEST_F(MovieTest, LosesAtMostOneSecondWhenKilled) {
     const char* wanted = std::getenv("VIDEOANALYSIS_KILLS");
     const int kills = wanted ? std::atoi(wanted) : 3;
     std::mt19937 random(static_cast<unsigned>(kills));
-    double mostLost = 0;
+    double maxLost = 0;
     double lost = 0;
     for (int i = 0; i < kills; ++i) {
         const double moment = std::uniform_real_distribution<>(0.2, 3)(random);
@@ -643,7 +643,7 @@ TEST_F(MovieTest, LosesAtMostOneSecondWhenKilled) {
         const MovieFacts raw = factsOf(found[0]);
         EXPECT_EQ(raw.complaints, "") << "as it was left";
         EXPECT_GT(raw.end(), killed - 1);
-        mostLost = std::max(mostLost, killed - raw.end());
+        maxLost = std::max(maxLost, killed - raw.end());
         lost += (killed - raw.end()) / kills;
         const fs::path output = scratch / "offered.mp4";
         ASSERT_EQ(MovieFolder::finish(found[0], URL::fileURL(output), false), recording::Error());
@@ -654,7 +654,7 @@ TEST_F(MovieTest, LosesAtMostOneSecondWhenKilled) {
         EXPECT_EQ(facts.soundCodec, "aac");
         EXPECT_TRUE(folder.untaken().empty());
     }
-    std::printf("%d kills: at most %.2f s lost, %.2f s in the mean\n", kills, mostLost, lost);
+    std::printf("%d kills: max %.2f s lost, mean %.2f s\n", kills, maxLost, lost);
 }
 
 // ---- Sound

@@ -138,7 +138,7 @@ TEST(BitstreamTest, BreaksTheLinkOfCleanRandomAccessPicturesOnly) {
     EXPECT_EQ(bytesOf(*packet), withStartCodes({{hevcHeader(32), 1, 9}, {hevcHeader(18, 0x80), 1, 9}}));
 }
 
-TEST(StreamJoinTest, AnEdgeRepeatsItsParameterSetsInFrontOfKeyframes) {
+TEST(StreamJoinTest, RepeatsParameterSetsInFrontOfKeyframes) {
     const Bytes sets = withStartCodes({{h264Sequence, 1, 2}});
     EncodedEdge edge(sets);
     const auto key = packetOf({7, 8});
@@ -166,7 +166,7 @@ protected:
     std::unique_ptr<ClipFile> file;
 };
 
-TEST_F(JoinedClipTest, TheStreamHasTheParameterSetsOfAllItsParts) {
+TEST_F(JoinedClipTest, HasTheParameterSetsOfAllParts) {
     openClip("h264.mp4");
     const Bytes headSets = withStartCodes({{h264Sequence, 1}});
     const Bytes tailSets = withStartCodes({{h264Sequence, 2}});
@@ -206,7 +206,7 @@ TEST_F(JoinedClipTest, TheStreamHasTheParameterSetsOfAllItsParts) {
     EXPECT_EQ(Bytes(packet->data, packet->data + 4), (Bytes{0, 0, 0, 1}));
 }
 
-TEST_F(JoinedClipTest, OnlyJoinedHevcKeepsItsParameterSetsInTheStream) {
+TEST_F(JoinedClipTest, KeepsParameterSetsInTheStreamOnlyForJoinedHevc) {
     openClip("hevc.mp4");
     const auto tagOf = [&](bool hasEdges, bool acceptsSetsInStream) {
         const auto join = StreamJoin::make(*file->stream(), hasEdges);
@@ -220,14 +220,14 @@ TEST_F(JoinedClipTest, OnlyJoinedHevcKeepsItsParameterSetsInTheStream) {
     EXPECT_EQ(tagOf(false, true), 0U);
 }
 
-TEST(ReorderingTest, IsTheLongestWayAPictureMovesForward) {
+TEST(ReorderingTest, IsTheMaxNumberOfPicturesDecodedAhead) {
     EXPECT_EQ(reorderingOf({}), 0);
     EXPECT_EQ(reorderingOf({1, 2, 3}), 0);
     EXPECT_EQ(reorderingOf({0, 2, 1, 4, 3}), 1);
     EXPECT_EQ(reorderingOf({0, 4, 2, 1, 3, 8, 6, 5, 7}), 2);
 }
 
-TEST_F(JoinedClipTest, DecodingTimesRiseAndNeverPassThePresentationTimes) {
+TEST_F(JoinedClipTest, StampsIncreasingDecodingTimesBeforePresentation) {
     for (const char* name : {"h264.mp4", "variable.mp4", "edited.mp4", "hevc.mp4"}) {
         SCOPED_TRACE(name);
         openClip(name);

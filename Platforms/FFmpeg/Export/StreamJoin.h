@@ -67,8 +67,8 @@ private:
     };
 
     StreamJoin(const AVStream& source, bool hasEdges) : source_(source), hasEdges_(hasEdges) {}
-    /// Prepares for parameter sets of its own in each stretch: in H.264 under a free number, in H.265, whose encoder has no
-    /// choice of numbers, repeated within the stream.
+    /// Finds how edges and copied packets keep separate parameter sets: in H.264 under a free number; in H.265, whose encoder
+    /// cannot choose the number, by repeating them in the stream.
     Result<void> prepareParameterSets();
 
     const AVStream& source_;

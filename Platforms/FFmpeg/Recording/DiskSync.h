@@ -1,5 +1,5 @@
 #pragma once
-// Writes a growing file to the disk on a thread of its own, so that its writer never waits for the disk. The movie file uses it.
+// Writes a growing file to the disk on its own thread, so that the writer never waits for the disk. The movie file uses it.
 
 #include <unistd.h>
 

@@ -1,5 +1,6 @@
 #pragma once
-// The finished movies of a movie folder that their host has not taken yet. Each keeps the lock that tells other programs so.
+// The finished movies of a movie folder that their host has not taken yet, with the locks that keep other programs from offering
+// them.
 
 #include "Platforms/FFmpeg/TemporaryFile.h"
 
