@@ -308,6 +308,23 @@ TEST_F(MovieTest, DropsPicturesEvenlyWhenEncodingIsTooSlow) {
     EXPECT_LT(gaps.back(), std::max(0.25 + 3 * gaps[gaps.size() / 2], 1.5)) << "no gap much longer than the others";
 }
 
+TEST_F(MovieTest, AcceptsItsEndWhileItIsOpening) {
+    std::promise<recording::Error> opened;
+    std::promise<recording::Error> finished;
+    const auto writer = folder.makeMovie(silent, [&](const recording::Error& error) { opened.set_value(error); });
+    writer->finish(URL::fileURL(scratch / "out.mp4"),
+                   [&](const recording::Error& error) { finished.set_value(error); });
+    const std::uint32_t pixel = 0;
+    EXPECT_FALSE(writer->addPicture(reinterpret_cast<const std::uint8_t*>(&pixel), 1, 1, 4, Clock::now()));
+    EXPECT_EQ(opened.get_future().get(), recording::Error());
+    EXPECT_EQ(finished.get_future().get(), recording::Error("nothing was recorded"));
+
+    std::atomic<int> answers = 0;
+    folder.makeMovie(silent, [&](const recording::Error&) { ++answers; }).reset();
+    EXPECT_EQ(answers, 1);
+    EXPECT_EQ(filesInFolder(), 0U);
+}
+
 // ---- Failures
 
 TEST_F(MovieTest, ReportsWhyARecordingCannotStartAndLeavesNoFile) {
@@ -362,6 +379,9 @@ TEST_F(MovieTest, KeepsWhatWasRecordedWhenTheDiskFillsUp) {
             EXPECT_EQ(*recording.breakOffs, 1) << "reported when it happens, not at the end";
             noticed = since(recording.start);
             EXPECT_NE(recording.writer->statistics().failure, "");
+            const auto written = recording.writer->statistics().taken;
+            recording.showUntil(noticed + 0.2);
+            EXPECT_EQ(recording.writer->statistics().taken, written) << "pictures that come later are not written";
             ASSERT_EQ(recording.finish(output), recording::Error());
         }
         const MovieFacts facts = factsOf(output);
