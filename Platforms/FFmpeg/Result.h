@@ -20,9 +20,9 @@ template <class T>
 class [[nodiscard]] Result {
 public:
     template <std::convertible_to<T> Value>
-    Result(Value&& value)
-        : state_(std::in_place_index<0>, std::forward<Value>(value)) {}              // NOLINT: implicit on purpose
-    Result(Failure failure) : state_(std::in_place_index<1>, std::move(failure)) {}  // NOLINT: implicit on purpose
+    // NOLINTNEXTLINE(bugprone-forwarding-reference-overload): the concept excludes this class itself
+    Result(Value&& value) : state_(std::in_place_index<0>, std::forward<Value>(value)) {}
+    Result(Failure failure) : state_(std::in_place_index<1>, std::move(failure)) {}
 
     explicit operator bool() const { return state_.index() == 0; }
 
