@@ -7,7 +7,6 @@
 #include "VideoAnalysis/Platform/Dispatch.h"
 #include "VideoAnalysis/Platform/Recording.h"
 #include "VideoAnalysis/Platform/UI/Device.h"
-#include "VideoAnalysis/Platform/UI/ViewController.h"
 
 #include <QEventLoop>
 #include <QQuickWindow>
@@ -30,18 +29,6 @@ namespace {
 
 using host::ScreenDriver;
 
-/// Writes down what happens to it.
-class Diary : public ui::ViewController {
-public:
-    std::vector<std::string> entries;
-
-    void viewDidLoad() override { entries.emplace_back("loaded"); }
-    void viewWillAppear(bool) override { entries.emplace_back("will appear"); }
-    void viewDidAppear(bool) override { entries.emplace_back("did appear"); }
-    void viewWillDisappear(bool) override { entries.emplace_back("will disappear"); }
-    void viewDidDisappear(bool) override { entries.emplace_back("did disappear"); }
-};
-
 class QtQuickPlatformTest : public testing::Test {
 protected:
     void SetUp() override {
@@ -51,37 +38,9 @@ protected:
         installPlatform(platform);
     }
 
-    /// Presents a screen over `below` and dismisses it again. What an earlier presentation has left to do comes before.
-    static void presentAnother(ui::ViewController& below) {
-        const auto another = std::make_shared<Diary>();
-        bool isOver = false;
-        below.present(another, true, [&] { another->dismiss(true, [&] { isOver = true; }); });
-        EXPECT_TRUE(ScreenDriver::wait([&] { return isOver; }));
-    }
-
     QQuickWindow window;
     std::shared_ptr<QtQuickPlatform> platform;
 };
-
-TEST_F(QtQuickPlatformTest, PostsFromAnyThreadRunInOrderOnTheMainThread) {
-    std::vector<int> order;
-    const auto mainThread = std::this_thread::get_id();
-    std::thread([&] {
-        dispatch::mainQueue().asyncAfter(0.05, [&] {
-            EXPECT_EQ(std::this_thread::get_id(), mainThread);
-            order.push_back(3);
-        });
-        for (int i = 0; i < 3; ++i) {
-            dispatch::mainQueue().async([&, i] {
-                EXPECT_EQ(std::this_thread::get_id(), mainThread);
-                order.push_back(i);
-            });
-        }
-    }).join();
-    EXPECT_TRUE(order.empty());
-    EXPECT_TRUE(ScreenDriver::wait([&] { return order.size() == 4; }));
-    EXPECT_EQ(order, (std::vector<int>{0, 1, 2, 3}));
-}
 
 // A chain that never ends must not keep the window from its events.
 TEST_F(QtQuickPlatformTest, AnEndlessChainOfPostsLeavesRoomForTimers) {
@@ -144,23 +103,6 @@ TEST_F(QtQuickPlatformTest, TheQueueGoesOnInAnEventLoopThatABlockRuns) {
     EXPECT_TRUE(ScreenDriver::wait([&] { return isAlive; }));
 }
 
-TEST_F(QtQuickPlatformTest, AScreenShownAgainWhileItFadesOutHasLeftFirst) {
-    const auto start = platform->viewController(*window.contentItem());
-    const auto diary = std::make_shared<Diary>();
-    start->present(diary, true, {});
-    EXPECT_TRUE(ScreenDriver::wait([&] { return diary->entries.size() == 3; }));
-    diary->dismiss(true, [&] { diary->entries.emplace_back("dismissed"); });
-    EXPECT_TRUE(ScreenDriver::wait([&] { return diary->entries.back() == "will disappear"; }));
-    bool isBack = false;
-    start->present(diary, true, [&] { isBack = true; });
-    start->present(std::make_shared<Diary>(), true, [&] { ADD_FAILURE() << "one screen at a time"; });
-    EXPECT_TRUE(ScreenDriver::wait([&] { return isBack; }));
-    EXPECT_EQ(diary->entries, (std::vector<std::string>{"loaded", "will appear", "did appear", "will disappear",
-                                                        "did disappear", "dismissed", "will appear", "did appear"}));
-    diary->dismiss(false, {});
-    EXPECT_TRUE(ScreenDriver::wait([&] { return diary->entries.back() == "did disappear"; }));
-}
-
 TEST_F(QtQuickPlatformTest, AnswersForItsSurroundings) {
     EXPECT_EQ(platform->device().orientation(), ui::DeviceOrientation::landscapeLeft);
     window.resize(600, 800);
@@ -205,49 +147,6 @@ TEST_F(QtQuickPlatformTest, TemporaryFilesOfKilledProgramsAreRemovedAtTheNextSta
     const std::string own = next.path();
     EXPECT_NE(own, running);
     EXPECT_EQ(std::filesystem::status(own).permissions(), std::filesystem::perms::owner_all);
-}
-
-// The window is never shown here: appearance must not depend on frames being painted.
-TEST_F(QtQuickPlatformTest, AppearanceIsToldOnceInOrderAndNeverFromInsideTheCall) {
-    const auto start = platform->viewController(*window.contentItem());
-    for (const bool animated : {true, false}) {
-        SCOPED_TRACE(animated);
-        const auto diary = std::make_shared<Diary>();
-        start->present(diary, animated, [&] { diary->entries.emplace_back("presented"); });
-        EXPECT_TRUE(diary->entries.empty());
-        EXPECT_EQ(start->presentedViewController(), diary);
-        EXPECT_TRUE(ScreenDriver::wait([&] { return diary->entries.size() == 4; }));
-        diary->dismiss(animated, [&] { diary->entries.emplace_back("dismissed"); });
-        EXPECT_EQ(diary->entries.size(), 4U);
-        EXPECT_TRUE(ScreenDriver::wait([&] { return diary->entries.size() == 7; }));
-        presentAnother(*start);
-        EXPECT_EQ(diary->entries, (std::vector<std::string>{"loaded", "will appear", "did appear", "presented",
-                                                            "will disappear", "did disappear", "dismissed"}));
-        EXPECT_EQ(start->presentedViewController(), nullptr);
-    }
-}
-
-TEST_F(QtQuickPlatformTest, ADismissalInTheMiddleOfAPresentationCompletesBoth) {
-    const auto start = platform->viewController(*window.contentItem());
-    const auto first = std::make_shared<Diary>();
-    const auto second = std::make_shared<Diary>();
-    start->present(first, true, [&] { first->entries.emplace_back("presented"); });
-    first->dismiss(true, [&] { first->entries.emplace_back("dismissed"); });
-    start->present(second, true, {});  // over the one that is on its way out
-    EXPECT_TRUE(ScreenDriver::wait([&] { return second->entries.size() == 3 && first->entries.size() >= 6; }));
-    presentAnother(*second);
-    EXPECT_EQ(std::count(first->entries.begin(), first->entries.end(), "presented"), 1);
-    EXPECT_EQ(first->entries.back(), "dismissed");
-    EXPECT_EQ(std::count(first->entries.begin(), first->entries.end(), "did appear"), 1);
-    EXPECT_EQ(std::count(first->entries.begin(), first->entries.end(), "did disappear"), 1);
-    EXPECT_EQ(second->entries.back(), "did appear");
-
-    bool hasCompleted = false;
-    first->dismiss(true, [&] { hasCompleted = true; });  // it is not on the screen
-    EXPECT_FALSE(hasCompleted);
-    EXPECT_TRUE(ScreenDriver::wait([&] { return hasCompleted; }));
-    second->dismiss(false, {});
-    EXPECT_TRUE(ScreenDriver::wait([&] { return second->entries.back() == "did disappear"; }));
 }
 
 }  // namespace

@@ -20,7 +20,9 @@ public:
     const std::shared_ptr<ViewController>& controller() const { return controller_; }
 
     void willAppear() {
-        if (advance(Stage::none)) controller_->viewWillAppear(isAnimated_);
+        if (!advance(Stage::none)) return;
+        controller_->view();  // loaded, also when the presentation is dismissed before it has begun
+        controller_->viewWillAppear(isAnimated_);
     }
     void didAppear() {
         willAppear();
