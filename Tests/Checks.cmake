@@ -1,8 +1,12 @@
-# Checks of the tree as a whole: which way includes point, the layout of the files, a second standard library, the installed
-# package and the combinations of platforms.
+# Checks of the tree as a whole: which way includes point, the names in the documentation, the layout of the files, a second
+# standard library, the installed package and the combinations of platforms.
 
 add_test(NAME layering COMMAND Python3::Interpreter "${PROJECT_SOURCE_DIR}/tools/check-layering.py" "${PROJECT_SOURCE_DIR}")
 set_tests_properties(layering PROPERTIES TIMEOUT 30)
+
+add_test(NAME documented-names
+    COMMAND Python3::Interpreter "${PROJECT_SOURCE_DIR}/tools/check-names.py" "${PROJECT_SOURCE_DIR}")
+set_tests_properties(documented-names PROPERTIES TIMEOUT 30)
 
 # The component compiles with clang and libc++ as well. One stamp per file, so that only what has changed is compiled.
 if(LIBCXX_COMPILER)
