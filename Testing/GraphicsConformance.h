@@ -27,7 +27,7 @@ struct GraphicsBackend {
     friend void PrintTo(const GraphicsBackend& backend, std::ostream* stream) { *stream << backend.name; }
 };
 
-/// Each test has an engine of its own, which is also the installed platform's.
+/// Each test has a fresh engine; the installed platform has another one of the same kind.
 class GraphicsConformance : public testing::TestWithParam<GraphicsBackend> {
 protected:
     GraphicsConformance();

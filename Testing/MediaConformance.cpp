@@ -526,7 +526,7 @@ TEST_P(MediaConformance, StopsGeneratingPicturesWhenCancelled) {
     }
 }
 
-/// Exports into a folder of its own.
+/// A temporary folder for exports.
 class MediaExport {
 public:
     MediaExport() { std::filesystem::create_directories(folder_); }
@@ -615,7 +615,7 @@ TEST_P(MediaExportConformance, LeavesNothingOfAnExportThatDoesNotFinish) {
     session = nullptr;
     ASSERT_TRUE(wait([&] { return folder.fileCount() == 0; }));
     settle(*open(clip.url));
-    EXPECT_FALSE(result) << "a destroyed export calls nobody";
+    EXPECT_FALSE(result) << "destroying an export cancels its completion";
 }
 
 }  // namespace

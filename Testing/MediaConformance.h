@@ -70,7 +70,7 @@ protected:
     }
 
     bool wait(const std::function<bool()>& isDone) { return subject->wait(isDone); }
-    /// Opens a clip and waits until it is ready and shows its first frame, or has failed, and all of that is told.
+    /// Opens a clip and waits until it is ready and shows its first frame, or has failed, and its observers have been called.
     std::shared_ptr<media::Player> open(const URL& url);
     /// Seeks exactly; nothing when the completion does not come.
     std::optional<bool> seek(media::Player& player, const media::Time& time);

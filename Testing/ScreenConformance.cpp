@@ -546,48 +546,5 @@ TEST_P(ScreenInputConformance, FollowsTheSizeOfTheScreen) {
     }
 }
 
-TEST_P(ScreenInputConformance, ShowsWhatAViewHolds) {
-    const auto overlay = std::dynamic_pointer_cast<OverlayViewController>(showOverlay());
-    ASSERT_TRUE(overlay);
-    const auto button = overlay->closeButton.required();
-    using Pixels = std::vector<std::uint32_t>;
-    const auto around = [&](const Bitmap& picture) {
-        const Point middle = middleOf(*button);
-        Pixels pixels;
-        for (int y = static_cast<int>(middle.y) - 12; y < static_cast<int>(middle.y) + 12; ++y) {
-            for (int x = static_cast<int>(middle.x) - 12; x < static_cast<int>(middle.x) + 12; ++x)
-                pixels.push_back(picture.pixels[static_cast<std::size_t>(y * picture.width + x)]);
-        }
-        return pixels;
-    };
-    const auto isSeen = [&](const std::function<bool(const Pixels&)>& isRight) {
-        return wait([&] { return isRight(around(subject->picture())); });
-    };
-    const auto white = [](const Pixels& pixels) { return std::count(pixels.begin(), pixels.end(), 0xFFFFFFFFU); };
-    ASSERT_TRUE(isSeen([&](const Pixels& pixels) { return white(pixels) > 10; })) << "the cross";
-    const Pixels shown = around(subject->picture());
-    button->setHidden(true);
-    ASSERT_TRUE(isSeen([&](const Pixels& pixels) { return white(pixels) == 0; }));
-    const Pixels hidden = around(subject->picture());
-    button->setHidden(false);
-    EXPECT_TRUE(isSeen([&](const Pixels& pixels) { return pixels == shown; }));
-    button->setAlpha(0);
-    EXPECT_TRUE(isSeen([&](const Pixels& pixels) { return pixels == hidden; })) << "what has no alpha is not seen";
-    button->animateAlpha(0.5, 0.05);
-    EXPECT_TRUE(isSeen([&](const Pixels& pixels) { return pixels != hidden && white(pixels) == 0; }));
-    button->animateAlpha(1, 0.05);
-    EXPECT_TRUE(isSeen([&](const Pixels& pixels) { return pixels == shown; }));
-    // A picture made in memory, and a colour for those of the resources.
-    const auto bitmap = std::make_shared<Bitmap>(40, 40, 1);
-    std::fill(bitmap->pixels.begin(), bitmap->pixels.end(), 0xFF20A040U);
-    button->setImage(Image(bitmap));
-    EXPECT_TRUE(
-        isSeen([](const Pixels& pixels) { return std::count(pixels.begin(), pixels.end(), 0xFF20A040U) > 100; }));
-    button->setImage(Image::named("close"));
-    button->setTintColor({1, 0, 0, 1});
-    const auto isRed = [](std::uint32_t pixel) { return (pixel >> 16 & 0xFFU) > 200 && (pixel >> 8 & 0xFFU) < 60; };
-    EXPECT_TRUE(isSeen([&](const Pixels& pixels) { return std::count_if(pixels.begin(), pixels.end(), isRed) > 10; }));
-}
-
 }  // namespace
 }  // namespace videoanalysis::conformance

@@ -32,7 +32,7 @@ public:
     virtual Platform& platform() = 0;
     /// Lets time pass and the main queue run until `isDone`; false when that takes too long.
     virtual bool wait(const std::function<bool()>& isDone) = 0;
-    /// A controller that stands for a screen of the host's.
+    /// A controller for one of the host's own screens.
     virtual std::shared_ptr<ui::ViewController> startScreen() = 0;
 };
 
@@ -83,7 +83,7 @@ protected:
     bool wait(const std::function<bool()>& isDone) { return subject->wait(isDone); }
     void finger(std::int64_t pointer, ui::PointerPhase phase, Point position);
     void click(Point position);
-    /// The picture once it does not change any more.
+    /// Two consecutive pictures are the same.
     Bitmap stillPicture();
     /// The overlay of the storyboard, shown.
     std::shared_ptr<ui::ViewController> showOverlay();

@@ -15,12 +15,12 @@
 namespace videoanalysis::graphics::cairo {
 namespace {
 
-/// Cairo's coordinates are 24.8 fixed-point numbers; this leaves room for line widths.
+/// Cairo stores coordinates as 24.8 fixed point; this leaves room for line widths.
 constexpr double maximumPixel = 1e6;
-/// Half a line width, in pixels, from which the pieces of a stroke overlap so much that filling their union is faster.
+/// Radius in pixels above which the pieces of a stroke overlap so much that filling their union is faster.
 constexpr double wideRadius = 8;
 
-/// `value` within the limits; the lower one for what is not a number.
+/// `value` clamped to `low`...`high`; `low` for NaN.
 double limited(double value, double low, double high) { return value > low ? std::min(value, high) : low; }
 
 double unit(double value) { return limited(value, 0, 1); }
@@ -46,13 +46,13 @@ cairo_line_cap_t cairoCap(LineCap cap) {
 }
 
 cairo_surface_t* surfaceOn(const Bitmap& bitmap) {
-    // Cairo has no type for pixels that are only read.
+    // Cairo has no read-only surface.
     auto* pixels = reinterpret_cast<unsigned char*>(const_cast<std::uint32_t*>(bitmap.pixels.data()));
     return cairo_image_surface_create_for_data(pixels, CAIRO_FORMAT_ARGB32, bitmap.width, bitmap.height,
                                                static_cast<int>(bitmap.bytesPerRow()));
 }
 
-/// As Cairo rounds a colour, so that a stroke and a shape in one colour match.
+/// Rounds as Cairo does, so that strokes and shapes of the same colour match.
 std::uint32_t premultiplied(const Color& color, double alpha) {
     const auto component = [](double value) {
         return std::min(static_cast<std::uint32_t>(unit(value) * 65536), std::uint32_t{65535}) >> 8U;
@@ -78,7 +78,7 @@ public:
         paint(pair);
         *pixels = pair[0];
     }
-    /// Eight pixels of a glow; `coverage` 0 to 255 each.
+    /// Blends eight pixels of a glow; `coverage` is 0...255 per pixel.
     void paintBlock(std::uint32_t* pixels, Lanes coverage) const {
         const auto paint = [this](std::uint32_t* pair, Lanes share) {
             storePixels(pair, blended(product(channels_, share), product(alpha_, share), loadPixels(pair)));
@@ -136,7 +136,7 @@ void CairoContext::setShadow(Size offset, double blur, const Color& color) {
 }
 
 PixelBox CairoContext::pixelsOf(const Rect& rect) const {
-    // What exceeds a pixel by a rounding error only does not touch it.
+    // A rectangle that exceeds a pixel by a rounding error does not touch the next one.
     constexpr double error = 1e-6;
     const auto pixel = [&](double value) { return static_cast<int>(limited(value, -maximumPixel, maximumPixel)); };
     return {pixel(std::floor(rect.minX() * scale_ + error)), pixel(std::floor(rect.minY() * scale_ + error)),
@@ -166,7 +166,7 @@ std::optional<CairoContext::Shadow> CairoContext::shadow(double alpha) const {
         return static_cast<int>(std::round(limited(points * scale_, -maximumPixel, maximumPixel)));
     };
     Shadow shadow;
-    // Lines more than 160 pixels wide keep the glow of one that is.
+    // Lines wider than 160 pixels get the glow of a 160-pixel line.
     shadow.sigma = limited(state_.shadowBlur / 2 * scale_, 0, Glow::maximumSigma);
     shadow.dx = pixels(state_.shadowOffset.width);
     shadow.dy = pixels(state_.shadowOffset.height);
@@ -189,7 +189,7 @@ void CairoContext::paintShadow(const Shadow& shadow, PixelBox extents, AddShape&
         constexpr int width = Glow::blockWidth;
         if (areZero(coverage)) return;
         std::uint32_t* row = this->row(y + shadow.dy) + shadow.dx;
-        // Rows lie in different pages: without this the memory is what takes the time.
+        // Rows lie in different pages; without prefetching, memory latency dominates.
         constexpr int rowsAhead = 6;
         __builtin_prefetch(row + static_cast<std::ptrdiff_t>(rowsAhead) * bitmap_.width + left, 1);
         if (left >= visible.left && left + width <= visible.right) {
@@ -292,7 +292,7 @@ CairoContext::RoundInk CairoContext::roundInk(const Path& path, double alpha) co
     ink.visible = ink.extents.within(state_.clip);
     const bool clears = state_.blendMode == BlendMode::clear;
     ink.pixel = clears ? 0 : premultiplied(state_.strokeColor, alpha);
-    // White screens everything to white.
+    // Screening with white gives white.
     ink.replaces = clears || (state_.blendMode == BlendMode::normal ? alpha == 1 : ink.pixel == 0xFFFFFFFFU);
     return ink;
 }
@@ -304,7 +304,7 @@ void CairoContext::paintRoundStroke(const Path& path) {
     const std::optional<Shadow> shadow = this->shadow(alpha);
     if (!shadow && ink.replaces && ink.radius < wideRadius) {
         cairo_surface_flush(surface_.get());
-        // By value, so that the loop need not read again what it might have written.
+        // Captured by value, so that the loop does not reload what its own writes might alias.
         const auto fill = [pixels = row(0), width = std::ptrdiff_t{bitmap_.width}, pixel = ink.pixel](int y, int left,
                                                                                                       int right) {
             std::fill(pixels + y * width + left, pixels + y * width + right, pixel);
@@ -314,7 +314,7 @@ void CairoContext::paintRoundStroke(const Path& path) {
         return;
     }
 
-    // Where pieces overlap and the stroke crosses itself, alpha must count once: first find the pixels, then blend each.
+    // Alpha applies once where pieces overlap or the stroke crosses itself: collect the pixels first, then blend each.
     const auto pixelsIn = [&](PixelBox box) {
         PixelSet pixels(box);
         RoundStroke(ink.path, ink.radius, box).addTo(pixels);
@@ -328,7 +328,7 @@ void CairoContext::paintRoundStroke(const Path& path) {
             shared.emplace(pixelsIn(box));
             shared->forEachRun([&](int y, int left, int right) { glow.add(y, left, right, 255); });
         });
-        // What decides the glow of the visible pixels holds them, unless the glow lies elsewhere.
+        // Without an offset, the pixels collected for the glow include all visible ones.
         if (shadow->dx != 0 || shadow->dy != 0) shared.reset();
     }
     if (shared)
@@ -370,7 +370,7 @@ void CairoContext::strokeRect(const Rect& rect) {
 }
 
 void CairoContext::addEllipseTo(cairo_t* cairo, const Rect& rect) const {
-    // Four cubic curves; this share of the radius brings them closest to a quarter of a circle.
+    // Four cubic curves; control points at this fraction of the radius approximate a quarter circle best.
     constexpr double share = 0.5522847498;
     const double dx = rect.size.width / 2;
     const double dy = rect.size.height / 2;
@@ -401,14 +401,14 @@ void CairoContext::strokeEllipse(const Rect& rect) {
     const double a = shape.size.width / 2;
     const double b = shape.size.height / 2;
     if (half >= std::min(a, b) && a + b > 0) {
-        // Such a stroke leaves no hole: its outer edge is filled. Its inner edge is turned inside out, and Cairo would cut it
+        // Such a stroke leaves no hole, so its outer edge is filled. Stroking would turn the inner edge inside out and cut it
         // out of the middle.
         paint(state_.strokeColor, grown(shape, half + 1), [&](cairo_t* cairo) {
             const double longest = (std::max(a, b) + half) * scale_;
             const int points = static_cast<int>(limited(std::ceil(12 * std::sqrt(longest)), 16, 4096));
             const Point center = shape.center();
             for (int i = 0; i < points; ++i) {
-                // By the direction of the outline's normal, so that the ends of a flat one are round.
+                // Sampled by the direction of the normal, so that a flat ellipse gets round ends.
                 const double angle = 2 * std::numbers::pi * i / points;
                 const double x = std::cos(angle), y = std::sin(angle);
                 const double distance = std::hypot(a * x, b * y);
@@ -420,7 +420,7 @@ void CairoContext::strokeEllipse(const Rect& rect) {
         });
         return;
     }
-    // A flat ellipse turns on itself, where the stroke's miter reaches furthest.
+    // The extents include the miter at the ends of a flat ellipse.
     paint(state_.strokeColor, grown(shape, state_.lineWidth * 5 + 1), [&](cairo_t* cairo) {
         addEllipseTo(cairo, shape);
         cairo_stroke(cairo);
@@ -462,12 +462,12 @@ Rect CairoContext::clipBoundingBox() const {
 void CairoContext::drawImage(const Image& image, const Rect& rect) {
     const std::shared_ptr<const Bitmap>& bitmap = image.bitmap();
     const Rect target = place(rect);
-    // Cairo cannot undo a scale that is next to nothing, and would not draw again.
+    // Cairo cannot invert a scale close to zero and would enter an error state.
     constexpr double tiny = 1e-3;
     if (!bitmap || bitmap->width == 0 || bitmap->height == 0) return;
     if (target.size.width * scale_ < tiny || target.size.height * scale_ < tiny) return;
     const Surface source(surfaceOn(*bitmap));
-    // A bitmap is rounded up to whole pixels: one of this very size is copied pixel by pixel, not stretched by a fraction.
+    // Bitmaps are rounded up to whole pixels: one of the target's size is copied pixel by pixel instead of resampled.
     const Point origin{target.origin.x * scale_, target.origin.y * scale_};
     const bool isCopy = origin.x == std::round(origin.x) && origin.y == std::round(origin.y) &&
                         std::abs(bitmap->width - target.size.width * scale_) < 1 &&

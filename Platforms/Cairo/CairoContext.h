@@ -1,5 +1,5 @@
 #pragma once
-// A graphics context on Cairo. Made by the Cairo engine only.
+// A graphics context that draws with Cairo. Created by `CairoEngine`.
 
 #include "Platforms/Cairo/Glow.h"
 #include "Platforms/Cairo/PixelBox.h"
@@ -79,7 +79,7 @@ private:
         PixelBox extents;   ///< holds the stroke
         PixelBox visible;   ///< the part of `extents` inside the clip
         std::uint32_t pixel = 0;
-        bool replaces = false;  ///< what lies below does not show through
+        bool replaces = false;  ///< nothing below shows through
     };
     template <auto destroy>
     struct Destroy {
@@ -96,9 +96,9 @@ private:
     void setUp(cairo_t* cairo) const;
     /// Paints a shape in `color`, with its shadow under it. `extents`, in points, hold the shape.
     void paint(const Color& color, const Rect& extents, const Paint& shape);
-    /// The shadow of what is painted with `alpha`; nothing when none shows.
+    /// The shadow of a shape painted with `alpha`; nothing when it is invisible.
     std::optional<Shadow> shadow(double alpha) const;
-    /// Paints the shadow of a shape in `extents`. `addShape(glow)` adds the part of the shape that the glow asks for.
+    /// Paints the shadow of a shape in `extents`. `addShape(glow)` adds the part of the shape inside `glow.shapeBox()`.
     template <class AddShape>
     void paintShadow(const Shadow& shadow, PixelBox extents, AddShape&& addShape);
     std::uint32_t* row(int y) const { return bitmap_.pixels.data() + static_cast<std::ptrdiff_t>(y) * bitmap_.width; }

@@ -8,9 +8,9 @@
 namespace videoanalysis::graphics::cairo {
 namespace {
 
-/// In cells: from here on the grid is too coarse for the interpolation to be seen.
+/// In cells; a blur at least this wide hides the interpolation between them.
 constexpr double minimumSigma = 2;
-/// The weights' sum.
+/// Sum of the weights.
 constexpr int unity = 256;
 
 int alignedDown(int value) { return value & ~(Glow::blockWidth - 1); }
@@ -22,9 +22,9 @@ Glow::Glow(double sigma, Memory& memory) : memory_(memory) {
     while (sigma / (2 << shift_) >= minimumSigma) ++shift_;
     const double size = 1 << shift_;
     double variance = sigma * sigma / (size * size);
-    // What averaging pixels, taking a cell for one value and interpolating between cells blur by themselves.
+    // Averaging pixels into cells and interpolating between cells blur by this much themselves.
     if (shift_ > 0) variance -= 1.0 / 3 - 1 / (12 * size * size);
-    // Rounding the sums of the weights rather than each keeps the error of an edge below one in 512.
+    // Rounding cumulative sums instead of single weights keeps the error at an edge below 1 in 512.
     int sum = 0;
     for (int i = 0; sum < unity / 2; ++i) {
         const double share = variance > 0 ? std::erf((i + 0.5) / std::sqrt(2 * variance)) : 1;
@@ -38,7 +38,7 @@ Glow::Glow(double sigma, Memory& memory) : memory_(memory) {
 
 void Glow::begin(PixelBox visible) {
     visible_ = visible;
-    // One cell more on each side, to interpolate.
+    // One extra cell on each side for interpolation.
     wanted_ = {alignedDown(cellOf(visible.left) - 1), cellOf(visible.top) - 1, alignedUp(cellOf(visible.right - 1) + 2),
                cellOf(visible.bottom - 1) + 2};
     const PixelBox cells = wanted_.grownBy(radius_);
@@ -68,7 +68,7 @@ Glow::~Glow() {
     if (visible_.isEmpty()) return;
     for (int row = top_; row < bottom_; ++row) {
         const Row shape = shapeRow(row);
-        // The shape may lie beside the blocks that it glows into.
+        // The shape may lie outside the blocks that its glow reaches.
         std::fill(shape + left_, shape + wanted_.left, 0);
         std::fill(shape + wanted_.right, shape + left_ + stride_, 0);
         forEachBit(reachedBits(row), [&](int cell) { storeLanes(shape + cell, Lanes{}); });
@@ -148,7 +148,7 @@ void Glow::blur() {
 const std::uint16_t* Glow::interpolate(int y, int left) {
     constexpr int count = blockWidth + 2;
     const int size = 1 << shift_;
-    // Between the middles of two rows, in halves of a pixel.
+    // Between the centres of two rows, in half pixels.
     const int row = cellOf(y);
     const int position = 2 * (y - row * size) + 1 - size;
     const int above = position < 0 ? -1 : 0;
@@ -165,7 +165,7 @@ const std::uint16_t* Glow::interpolate(int y, int left) {
         std::fill(line_.begin(), line_.end(), static_cast<std::uint16_t>((values[0] * 2 * size + half) >> bits));
         return target;
     }
-    // Half a cell to the middle of a cell, and half a cell from there on.
+    // The first half of a cell ramps up to its centre, the second half away from it.
     const auto ramp = [&](int from, int to, int start) {
         int value = from * 2 * size + (to - from) * start + half;
         for (int x = 0; x < size / 2; ++x, value += 2 * (to - from))

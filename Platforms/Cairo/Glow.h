@@ -1,6 +1,6 @@
 #pragma once
-// The blurred shape that lies under a glowing stroke. Used by the Cairo context only. What it computes lies near the shape:
-// a thin stroke across the picture costs little more than its own pixels.
+// The blurred shape under a glowing stroke. Used by the Cairo context. Only cells near the shape are computed, so a thin stroke
+// across the picture costs little more than its own pixels.
 
 #include "Platforms/Cairo/Lanes.h"
 #include "Platforms/Cairo/PixelBox.h"
@@ -13,8 +13,8 @@
 
 namespace videoanalysis::graphics::cairo {
 
-/// The blur of a shape with a Gaussian. Wide ones are computed on a coarser grid. A pixel's value depends on the shape alone,
-/// not on the part of it that is asked for.
+/// Gaussian blur of a shape. Wide blurs are computed on a coarser grid. A pixel's value depends on the shape only, not on
+/// which part of the result is requested.
 ///
 ///     Glow glow(sigma, memory);
 ///     glow.begin(visible);
@@ -24,7 +24,7 @@ class Glow {
 public:
     static constexpr int blockWidth = 8;
 
-    /// Kept from one glow to the next by the caller; all of it is zero in between.
+    /// Buffers that the caller keeps from one glow to the next; all zero in between.
     struct Memory {
         std::vector<std::uint16_t> shape;
         std::vector<std::uint16_t> rows;
@@ -40,16 +40,16 @@ public:
 
     static constexpr double maximumSigma = 64;
 
-    /// How far, in pixels, a single pixel's glow reaches, at most.
+    /// Upper bound, in pixels, of how far the glow of a single pixel reaches.
     int reach() const { return (radius_ + 2) << shift_; }
-    /// Says that the pixels of `visible`, which is not empty, are wanted.
+    /// Requests the pixels of `visible`, which must not be empty.
     void begin(PixelBox visible);
-    /// The pixels that decide those of `visible`.
+    /// The pixels that affect those of `visible`.
     PixelBox shapeBox() const { return shapeBox_; }
-    /// Adds a run of pixels, with a coverage of 1 to 255: inside `shapeBox`, from the top, each pixel once.
+    /// Adds a run of pixels inside `shapeBox`, with a coverage of 1...255. Rows from the top, each pixel once.
     void add(int y, int left, int right, unsigned coverage);
-    /// Calls `paint(y, left, coverage)` for blocks of `blockWidth` pixels (0 to 255 each) that hold all of the glow inside
-    /// `visible`, and may reach beyond its left and right. Once, at the end.
+    /// Calls `paint(y, left, coverage)` for blocks of `blockWidth` pixels (0...255 each) that contain all of the glow inside
+    /// `visible`; they may extend beyond its left and right. Call it once, last.
     template <class Paint>
     void forEachBlock(Paint&& paint);
 
@@ -60,7 +60,7 @@ private:
     int cellOf(int pixel) const { return pixel >> shift_; }
     Row shapeRow(int row) { return memory_.shape.data() + static_cast<std::ptrdiff_t>(row - top_) * stride_ - left_; }
     Row blurredRow(int row) { return memory_.rows.data() + static_cast<std::ptrdiff_t>(row - top_) * stride_ - left_; }
-    /// The blocks that the shape glows into along its row, and those that it glows into from all rows; a bit each.
+    /// One bit per block: those reached by the glow along the shape's row, and those reached from all rows.
     std::uint64_t* inkBits(int row) { return memory_.ink.data() + (row - top_) * wordsPerRow_; }
     std::uint64_t* reachedBits(int row) { return memory_.reached.data() + (row - top_) * wordsPerRow_; }
     void mark(int row, int firstCell, int lastCell);
@@ -68,28 +68,28 @@ private:
     void blur();
     template <class Action>
     void forEachBit(const std::uint64_t* bits, Action&& action) const;
-    /// Weighs the cells around eight ones, `step` apart.
+    /// Weighted sums around eight adjacent cells; neighbours are `step` apart.
     void weigh(const std::uint16_t* from, std::ptrdiff_t step, std::uint16_t* to) const;
-    /// The values of the pixels of a row in the block of cells that begins at `left`.
+    /// Pixel values of row `y` in the block of cells that begins at `left`.
     const std::uint16_t* interpolate(int y, int left);
 
     int shift_ = 0;
     int radius_ = 0;
-    /// The radius, and a cell more when the values between the cells are interpolated.
+    /// The radius, plus one cell when values between cells are interpolated.
     int reach_ = 0;
-    /// In 256ths: the middle one and those to one side.
+    /// In 256ths: the centre weight, then those to one side.
     std::vector<std::uint16_t> weights_;
     Memory& memory_;
     PixelBox visible_;
     PixelBox shapeBox_;
-    /// The cells whose glow is wanted, whole blocks of them, and those around that decide it.
+    /// The cells whose glow is requested, in whole blocks; below, the range of cells that affect it.
     PixelBox wanted_;
     int left_ = 0;
     int top_ = 0;
     int bottom_ = 0;
     std::ptrdiff_t stride_ = 0;
     std::ptrdiff_t wordsPerRow_ = 0;
-    /// The row of cells that is being added to, and the sums of its pixels.
+    /// The row of cells being filled, and the sums of its pixels.
     int openRow_ = 0;
     bool isRowOpen_ = false;
     std::vector<std::uint32_t> sums_;

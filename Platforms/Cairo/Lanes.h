@@ -1,12 +1,12 @@
 #pragma once
-// Eight numbers of 16 bits that are computed together, and the pixel arithmetic made of them. Used by the Cairo backend.
+// Eight 16-bit lanes and the pixel arithmetic built on them. Used by the Cairo backend.
 
 #include <cstdint>
 #include <cstring>
 
 namespace videoanalysis::graphics::cairo {
 
-/// A vector of the compilers that build this (GCC and Clang), on every processor.
+/// A vector extension of GCC and Clang, available on every processor.
 using Lanes = std::uint16_t __attribute__((vector_size(16)));
 using ByteLanes = std::uint8_t __attribute__((vector_size(8)));
 
@@ -23,14 +23,14 @@ inline Lanes loadLanes(const std::uint16_t* from) {
 
 inline void storeLanes(std::uint16_t* to, Lanes lanes) { std::memcpy(to, &lanes, sizeof lanes); }
 
-/// The channels of two pixels, as they lie in memory.
+/// The channels of two pixels, in memory order.
 inline Lanes loadPixels(const std::uint32_t* pixels) {
     ByteLanes bytes;
     std::memcpy(&bytes, pixels, sizeof bytes);
     return __builtin_convertvector(bytes, Lanes);
 }
 
-/// All channels at most 255.
+/// `channels` must be 0...255.
 inline void storePixels(std::uint32_t* pixels, Lanes channels) {
     const ByteLanes bytes = __builtin_convertvector(channels, ByteLanes);
     std::memcpy(pixels, &bytes, sizeof bytes);
@@ -42,7 +42,7 @@ inline bool areZero(Lanes lanes) {
     return (halves[0] | halves[1]) == 0;
 }
 
-/// a * b / 255, rounded; both at most 255.
+/// a * b / 255, rounded; both 0...255.
 inline Lanes product(Lanes a, Lanes b) {
     const Lanes value = a * b + 128;
     return (value + (value >> 8)) >> 8;

@@ -1,11 +1,11 @@
 #pragma once
-// A box of whole pixels, for clipping. Used by the Cairo context and its rasteriser.
+// A box of whole pixels, for clipping. Used by the Cairo context and its rasterizer.
 
 #include <algorithm>
 
 namespace videoanalysis::graphics::cairo {
 
-/// `right` and `bottom` do not belong to it.
+/// `right` and `bottom` are exclusive.
 struct PixelBox {
     int left = 0;
     int top = 0;

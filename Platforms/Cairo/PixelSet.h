@@ -1,5 +1,6 @@
 #pragma once
-// The pixels of one stroke, a bit each: what pieces of it share counts once. Used by the Cairo context and its rasteriser.
+// The pixels of one stroke as a bit set, so that pixels shared by several pieces count once. Used by the Cairo context and its
+// rasterizer.
 
 #include "Platforms/Cairo/PixelBox.h"
 
@@ -19,7 +20,7 @@ public:
           bottom_(box.bottom), words_(wordsPerRow_ * static_cast<std::size_t>(box.height())),
           isFull_(static_cast<std::size_t>(box.height())) {}
 
-    /// The rows between the full ones at the top and the full ones at the bottom: the others cannot change.
+    /// Range of rows that can still change: rows above and below it are full.
     int openTop() const { return top_; }
     int openBottom() const { return bottom_; }
     bool isRowFull(int y) const { return isFull_[static_cast<std::size_t>(y - box_.top)] != 0; }
@@ -38,7 +39,7 @@ public:
             std::fill(row + first / 64 + 1, row + last / 64, ~std::uint64_t{0});
             row[last / 64] |= toLast;
         }
-        // Looking is worth it only for runs that fill much of the row.
+        // Only long runs are likely to complete a row.
         if (right - left >= box_.width() / 2) noteIfFull(y, row);
     }
 

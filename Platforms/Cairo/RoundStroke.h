@@ -1,7 +1,7 @@
 #pragma once
 // Finds the pixels of a stroke with round caps and joins, without antialiasing: those whose centres lie within half the line
-// width of the path. The Cairo context uses it for freehand strokes: it takes about a third of the time that Cairo takes for
-// the same sub-paths.
+// width of the path. The Cairo context uses it for freehand strokes: it takes about a third of Cairo's time for the same
+// sub-paths.
 
 #include "Platforms/Cairo/PixelBox.h"
 #include "Platforms/Cairo/PixelSet.h"
@@ -15,11 +15,11 @@
 
 namespace videoanalysis::graphics::cairo {
 
-/// Cuts the path into straight pieces and each piece into rows: memory does not grow with the path, and time only with what
-/// lies inside the clip. Whether a pixel belongs to the stroke does not depend on the clip.
+/// Splits the path into straight pieces and each piece into rows. Memory is constant, and time grows only with what lies inside
+/// the clip. Whether a pixel belongs to the stroke does not depend on the clip.
 class RoundStroke {
 public:
-    /// `path` in pixels, kept by the caller, every coordinate finite and within a million; `radius`, half the line width,
+    /// `path` in pixels, kept by the caller, every coordinate finite and within a million; `radius` is half the line width
     /// in pixels. Only pixels of `clip` are found.
     RoundStroke(const Path& path, double radius, PixelBox clip) : path_(path), radius_(radius), clip_(clip) {}
 
@@ -34,7 +34,7 @@ public:
         };
         forEachSpan(span, AllRows{clip_});
     }
-    /// Adds all pixels to a set whose box is the clip. Rows that are full already cost nothing.
+    /// Adds all pixels to a set whose box is the clip. Rows that are already full are skipped.
     void addTo(PixelSet& pixels) const {
         const auto insert = [&](int y, int left, int right) { pixels.insert(y, left, right); };
         forEachSpan(insert, pixels);
@@ -47,7 +47,7 @@ private:
         const std::vector<Point>& points = path_.points();
         std::size_t next = 0;
         Point current;
-        // The end of the last piece that was drawn: where the next one begins there, its round start is drawn already.
+        // End of the last drawn piece. A piece that starts there needs no round start.
         Point drawnEnd{NAN, NAN};
         const auto lineTo = [&](Point to) {
             if (meetsClip(current, to, to)) {
@@ -82,7 +82,7 @@ private:
         }
     }
 
-    /// A curve in n equal pieces is off by a quarter of its second difference over n squared.
+    /// Splitting a curve into n pieces has an error of a quarter of its second difference divided by n squared.
     static int piecesOf(Point from, Point control, Point to) {
         constexpr double tolerance = 0.1;
         constexpr double maximumPieces = 500;
@@ -97,8 +97,8 @@ private:
     }
 
     /// The rows of the straight piece from `a` to `b`, with the round end at `b` but without the one at `a`: the two sides
-    /// and the two ends of the straight part each limit a row by a linear function of y. One function, although a long one: with
-    /// the limits computed in another one, thin strokes took 5 % longer.
+    /// and the two ends of the straight part each limit a row by a linear function of y. One long function: with the
+    /// limits computed in a second one, thin strokes took 5 % longer.
     template <class Span, class Rows>
     void piece(Point a, Point b, Span& span, const Rows& rows) const {
         const double dx = b.x - a.x;
@@ -156,7 +156,7 @@ private:
         }
     }
 
-    /// The first pixel whose centre lies beyond `value`. Faster than the library's rounding, which a plain x86-64 calls.
+    /// The first pixel whose centre lies beyond `value`. Faster than `std::round`, which is a function call on baseline x86-64.
     static int nearest(double value) {
         constexpr int offset = 1 << 30;
         return static_cast<int>(static_cast<long long>(value + 0.5 + offset) - offset);

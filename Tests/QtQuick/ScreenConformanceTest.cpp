@@ -1,4 +1,4 @@
-// The Qt Quick platform in a window of its own.
+// Runs the screen suites against the Qt Quick platform.
 
 #include "Testing/ScreenConformance.h"
 
