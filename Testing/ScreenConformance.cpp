@@ -10,6 +10,7 @@
 #include "VideoAnalysis/Trimming/VideoTrimmerController.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <set>
@@ -544,6 +545,61 @@ TEST_P(ScreenInputConformance, FollowsTheSizeOfTheScreen) {
         EXPECT_EQ(subject->platform().mainScreen().size(), size);
         EXPECT_EQ(ui::isLandscape(subject->platform().device().orientation()), size.width > size.height);
     }
+}
+
+/// Whether two pixels look the same: blending with an opacity next to 1 may round.
+bool isNear(std::uint32_t a, std::uint32_t b) {
+    for (const int shift : {16, 8, 0}) {
+        if (std::abs(static_cast<int>(a >> shift & 0xFFU) - static_cast<int>(b >> shift & 0xFFU)) > 2) return false;
+    }
+    return true;
+}
+
+TEST_P(ScreenInputConformance, ShowsWhatAViewHolds) {
+    const auto overlay = std::dynamic_pointer_cast<OverlayViewController>(showOverlay());
+    ASSERT_TRUE(overlay);
+    const auto button = overlay->closeButton.required();
+    using Pixels = std::vector<std::uint32_t>;
+    const auto around = [&](const Bitmap& picture) {
+        const Point middle = middleOf(*button);
+        Pixels pixels;
+        for (int y = static_cast<int>(middle.y) - 12; y < static_cast<int>(middle.y) + 12; ++y) {
+            for (int x = static_cast<int>(middle.x) - 12; x < static_cast<int>(middle.x) + 12; ++x)
+                pixels.push_back(picture.pixels[static_cast<std::size_t>(y * picture.width + x)]);
+        }
+        return pixels;
+    };
+    const auto isSeen = [&](const std::function<bool(const Pixels&)>& isRight) {
+        return wait([&] { return isRight(around(subject->picture())); });
+    };
+    const auto count = [](const Pixels& pixels, std::uint32_t color) {
+        return std::count_if(pixels.begin(), pixels.end(), [&](std::uint32_t pixel) { return isNear(pixel, color); });
+    };
+    const auto isLike = [](const Pixels& expected) {
+        return [&](const Pixels& pixels) { return std::equal(pixels.begin(), pixels.end(), expected.begin(), isNear); };
+    };
+    constexpr std::uint32_t white = 0xFFFFFFFF, green = 0xFF20A040, red = 0xFFFF0000;
+    ASSERT_TRUE(isSeen([&](const Pixels& pixels) { return count(pixels, white) > 10; })) << "the cross";
+    const Pixels shown = around(subject->picture());
+    button->setHidden(true);
+    ASSERT_TRUE(isSeen([&](const Pixels& pixels) { return count(pixels, white) == 0; }));
+    const Pixels hidden = around(subject->picture());
+    button->setHidden(false);
+    EXPECT_TRUE(isSeen(isLike(shown)));
+    button->setAlpha(0);
+    EXPECT_TRUE(isSeen(isLike(hidden))) << "what has no alpha is not seen";
+    button->animateAlpha(0.5, 0.05);
+    EXPECT_TRUE(isSeen([&](const Pixels& pixels) { return !isLike(hidden)(pixels) && count(pixels, white) == 0; }));
+    button->animateAlpha(1, 0.05);
+    EXPECT_TRUE(isSeen(isLike(shown)));
+    // A picture made in memory, and a colour for those of the resources.
+    const auto bitmap = std::make_shared<Bitmap>(40, 40, 1);
+    std::fill(bitmap->pixels.begin(), bitmap->pixels.end(), green);
+    button->setImage(Image(bitmap));
+    EXPECT_TRUE(isSeen([&](const Pixels& pixels) { return count(pixels, green) > 100; }));
+    button->setImage(Image::named("close"));
+    button->setTintColor({1, 0, 0, 1});
+    EXPECT_TRUE(isSeen([&](const Pixels& pixels) { return count(pixels, red) > 10; }));
 }
 
 }  // namespace

@@ -13,7 +13,7 @@ runPackages="qml6-module-qtquick qml6-module-qtquick-window qml6-module-qtqml-wo
     libqt6svg6 fonts-dejavu-core"
 
 testPackages="openssl pulseaudio pulseaudio-utils libgtest-dev clang-14 libc++-14-dev libc++abi-14-dev clang-format-14
-    python3"
+    python3 python3-jsonschema libpng-dev"
 
 # Players to compare with, and a display to record.
 # shellcheck disable=SC2034 # used by who sources this
