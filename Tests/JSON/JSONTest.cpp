@@ -17,7 +17,7 @@ namespace {
 
 using Kind = JSONError::Kind;
 
-/// The kind of the error that `action` throws; nothing when it throws none.
+/// The kind of the error that `action` throws; empty if it throws none.
 template <class Action>
 std::optional<Kind> errorOf(const Action& action) {
     try {
@@ -49,7 +49,7 @@ TEST(JSON, ReadsEveryTypeAndWritesItBack) {
         R"({"array":[1,-2.5,1e+300,[]],"empty":{},"false":false,"null":null,"text":"é\"\\\u000a€😀","true":true})");
     EXPECT_EQ(JSON::parse(text), value);
 
-    // An accessor of another type gives nothing, and a number is not a flag.
+    // Accessors do not convert between types, not even between numbers and booleans.
     EXPECT_FALSE(value["text"].number());
     EXPECT_FALSE(value["array"][0].boolean());
     EXPECT_FALSE(value["true"].number());
@@ -57,7 +57,7 @@ TEST(JSON, ReadsEveryTypeAndWritesItBack) {
     EXPECT_EQ(value["empty"].array(), nullptr);
 }
 
-TEST(JSON, NumbersAreShortAndReadBackAsTheSameValue) {
+TEST(JSON, NumbersRoundTripInTheShortestForm) {
     EXPECT_EQ(JSON::array({0, 4.0, 0.1, -1e-7, 1e21, 1.0 / 3}).serialized(),
               "[0,4,0.1,-1e-07,1e+21,0.3333333333333333]");
     std::mt19937_64 generator(1);
@@ -74,7 +74,7 @@ TEST(JSON, NumbersAreShortAndReadBackAsTheSameValue) {
     }
 }
 
-TEST(JSON, SubscriptsTellWhyThereIsNothing) {
+TEST(JSON, SubscriptsReportWhyAnElementIsMissing) {
     const JSON value = JSON::dictionary({{"list", JSON::array({"first"})}, {"number", 3}});
     EXPECT_EQ(*value["list"][0].string(), "first");
     EXPECT_EQ(value["list"][1].error(), Kind::indexOutOfBounds);
@@ -82,7 +82,7 @@ TEST(JSON, SubscriptsTellWhyThereIsNothing) {
     EXPECT_EQ(value["number"]["none"].error(), Kind::wrongType);
     EXPECT_EQ(value[0].error(), Kind::wrongType);
     EXPECT_EQ(value["none"].type(), JSON::Type::unknown);
-    // The first reason is carried on.
+    // Further subscripts keep the first reason.
     EXPECT_EQ(value["none"][7]["further"].error(), Kind::notExist);
     EXPECT_FALSE(value["number"].error());
 
@@ -93,7 +93,7 @@ TEST(JSON, SubscriptsTellWhyThereIsNothing) {
     for (const char* absent : {"", "key", "key100", "key55x", "zzz"}) EXPECT_EQ(large[absent].error(), Kind::notExist);
 }
 
-TEST(JSON, ErrorsHaveTheirKindsAndNames) {
+TEST(JSON, ReportsErrorKindsAndTheirNames) {
     const JSON list = JSON::array({1});
     EXPECT_EQ(errorOf([] { JSON(std::nan("")).serialized(); }), Kind::unsupportedType);
     EXPECT_EQ(errorOf([] { JSON::array({std::numeric_limits<double>::infinity()}).serialized(); }),
@@ -116,7 +116,7 @@ TEST(JSON, ErrorsHaveTheirKindsAndNames) {
     EXPECT_EQ(JSONError::name(Kind::invalidJSON), "invalidJSON");
 }
 
-TEST(JSON, AnErrorSaysWhereInOneShortLine) {
+TEST(JSON, ParseErrorIsOneShortLineWithThePosition) {
     try {
         JSON::parse("[1, 2, \"" + std::string(100'000, 'x') + "\" oops]");
         FAIL();
@@ -128,7 +128,7 @@ TEST(JSON, AnErrorSaysWhereInOneShortLine) {
     }
 }
 
-TEST(JSON, NestingIsLimitedNotFatal) {
+TEST(JSON, RejectsTextNestedTooDeeply) {
     const auto nested = [](int depth) { return std::string(depth, '[') + std::string(depth, ']'); };
     EXPECT_EQ(JSON::parse(nested(JSON::maximumDepth)).serialized(), nested(JSON::maximumDepth));
     EXPECT_EQ(errorOf([&] { JSON::parse(nested(JSON::maximumDepth + 1)); }), Kind::elementTooDeep);
@@ -144,8 +144,8 @@ TEST(JSON, NestingIsLimitedNotFatal) {
     EXPECT_EQ(tower, before);
 }
 
-TEST(JSON, ValuesOfAnyDepthAreCopiedComparedAndDestroyed) {
-    // Arrays and dictionaries in turn, each with a neighbour that has content of its own.
+TEST(JSON, CopiesComparesAndDestroysDeepValues) {
+    // Alternating arrays and dictionaries, each with a sibling that has content.
     const auto tower = [](JSON top) {
         for (int i = 0; i < 400'000; ++i) {
             JSON level = i % 2 == 0 ? JSON(JSON::Array()) : JSON(JSON::Dictionary());
@@ -169,7 +169,7 @@ TEST(JSON, ValuesOfAnyDepthAreCopiedComparedAndDestroyed) {
     EXPECT_FALSE(value == copy);
     EXPECT_EQ(value["inner"], copy["inner"]);
     EXPECT_EQ(errorOf([&] { value.serialized(); }), Kind::elementTooDeep);
-    // Destroyed on another thread as well, whose stack is smaller.
+    // Other threads have smaller stacks.
     std::thread([last = tower(4)]() mutable { last = nullptr; }).join();
 }
 
@@ -186,7 +186,7 @@ TEST(JSON, CopiesAreIndependent) {
     EXPECT_EQ(list.serialized(), R"(["one",2,3])");
     EXPECT_EQ(errorOf([&] { original.set({"name", "er"}, 1); }), Kind::wrongType);
 
-    // A value may become a part of itself.
+    // A value may be inserted into itself.
     JSON self = kept;
     self.set("self", self);
     EXPECT_EQ(self["self"], kept);
@@ -198,7 +198,7 @@ TEST(JSON, CopiesAreIndependent) {
     EXPECT_EQ(*list[4].string(), "one");
 }
 
-TEST(JSON, PartsOutliveTheWholeOnAnyThread) {
+TEST(JSON, ElementsOutliveTheirContainerOnAnyThread) {
     std::string text = "[";
     for (int i = 0; i < 5000; ++i)
         text += R"({"x":)" + std::to_string(i) + R"(,"name":"a name that is not a short one"},)";
@@ -226,7 +226,7 @@ TEST(JSON, PartsOutliveTheWholeOnAnyThread) {
     EXPECT_EQ(*parts.back().string(), "a name that is not a short one");
 }
 
-TEST(JSON, MergeTakesOverMembers) {
+TEST(JSON, MergeCombinesDictionariesAndArrays) {
     JSON value = JSON::parse(R"({"a":1,"b":{"c":[1],"d":2},"e":"text"})");
     value.merge(JSON::parse(R"({"0":null,"b":{"c":[2,3],"x":4},"e":5,"z":6})"));
     EXPECT_EQ(value.serialized(), R"({"0":null,"a":1,"b":{"c":[1,2,3],"d":2,"x":4},"e":5,"z":6})");
@@ -235,7 +235,7 @@ TEST(JSON, MergeTakesOverMembers) {
     EXPECT_EQ(number, JSON(2));
 }
 
-TEST(JSON, MembersAreEqualInAnyOrderAndTheLastOfAKeyCounts) {
+TEST(JSON, MemberOrderIsIgnoredAndTheLastDuplicateWins) {
     EXPECT_EQ(JSON::parse(R"({"a":1,"b":2})"), JSON::parse(R"({"b":2,"a":1})"));
     EXPECT_EQ(JSON::parse(R"({"b":0,"a":1,"a":2,"b":3,"a":4})").serialized(), R"({"a":4,"b":3})");
     EXPECT_NE(JSON(1), JSON("1"));
@@ -243,7 +243,7 @@ TEST(JSON, MembersAreEqualInAnyOrderAndTheLastOfAKeyCounts) {
     EXPECT_NE(JSON(), JSON(false));
     EXPECT_NE(JSON::array({1}), JSON::array({1, 2}));
 
-    // A hundred thousand members with few keys take no more than sorting them.
+    // Removing duplicates is no worse than sorting.
     std::string text = "{";
     for (int i = 0; i < 100'000; ++i) text += "\"k" + std::to_string(i % 50'000) + "\":" + std::to_string(i) + ",";
     text.back() = '}';
@@ -252,8 +252,8 @@ TEST(JSON, MembersAreEqualInAnyOrderAndTheLastOfAKeyCounts) {
     EXPECT_EQ(large["k7"].number(), 50'007);
 }
 
-TEST(JSON, TextThatIsNotUTF8IsReplacedNotWritten) {
-    // The first and the last character of every length, and those beside the surrogates.
+TEST(JSON, ReplacesMalformedUTF8WhenSerializing) {
+    // The first and last character of each encoded length, and the neighbours of the surrogates.
     for (const char* character :
          {"\x7F", "\u0080", "\u07FF", "\u0800", "\u0FFF", "\u1000", "\uCFFF", "\uD000", "\uD7FF", "\uE000", "\uFFFF",
           "\U00010000", "\U0003FFFF", "\U00040000", "\U000FFFFF", "\U00100000", "\U0010FFFF"}) {
@@ -261,23 +261,23 @@ TEST(JSON, TextThatIsNotUTF8IsReplacedNotWritten) {
         EXPECT_EQ(JSON(std::string("a") + character + "b").serialized(), text);
         EXPECT_EQ(JSON::parse(text).serialized(), text);
     }
-    // One mark stands for each byte that is no part of a character.
+    // "!" marks each byte that is replaced by U+FFFD.
     const struct {
         std::string_view bytes;
         std::string_view marks;
     } cases[] = {
-        {"\x80", "!"},  // a character cannot begin with these
+        {"\x80", "!"},  // not a lead byte
         {"\xBF", "!"},
         {"\xF5\x80\x80\x80", "!!!!"},
         {"\xFF", "!"},
-        {"\xC0\x80", "!!"},  // longer than need be
+        {"\xC0\x80", "!!"},  // overlong
         {"\xC1\xBF", "!!"},
         {"\xE0\x9F\xBF", "!!!"},
         {"\xF0\x8F\xBF\xBF", "!!!!"},
         {"\xED\xA0\x80", "!!!"},  // surrogates
         {"\xED\xBF\xBF", "!!!"},
         {"\xF4\x90\x80\x80", "!!!!"},  // beyond U+10FFFF
-        {"\xC2(", "!("},               // not continued
+        {"\xC2(", "!("},               // missing continuation byte
         {"\xC2\xC0(", "!!("},
         {"\xE1(\x80", "!(!"},
         {"\xE1\x80(", "!!("},
@@ -286,7 +286,7 @@ TEST(JSON, TextThatIsNotUTF8IsReplacedNotWritten) {
         {"\xF1\x80(\x80", "!!(!"},
         {"\xF1\x80\x80(", "!!!("},
         {"\xF1\x80\x80\xC0(", "!!!!("},
-        {"\xC2", "!"},  // cut off
+        {"\xC2", "!"},  // truncated
         {"\xE1\x80", "!!"},
         {"\xF1\x80\x80", "!!!"},
     };
@@ -297,7 +297,7 @@ TEST(JSON, TextThatIsNotUTF8IsReplacedNotWritten) {
         EXPECT_EQ(JSON(bytes).serialized(), expected);
         EXPECT_NO_THROW(JSON::parse(expected));
     }
-    // Keys are texts, too. Control characters, quotes and backslashes are escaped, nothing else.
+    // Applies to keys, too. Only control characters, quotes and backslashes are escaped.
     EXPECT_EQ(JSON::dictionary({{"k\xff\"", 1}}).serialized(), "{\"k\uFFFD\\\"\":1}");
     std::string controls;
     for (char c = 0; c < 0x20; ++c) controls += c;

@@ -57,7 +57,7 @@ protected:
     }
 };
 
-TEST_F(StoreTest, OnlyAStoreWithoutAStateAsksItsReducerForTheFirstOne) {
+TEST_F(StoreTest, DispatchesInitOnlyWithoutAnInitialState) {
     std::vector<std::string> seen;
     const Reducer<Counter> reducer = [&](const Action& action, const Counter* state) {
         seen.push_back(action.description() + (state ? " present" : " absent"));
@@ -72,7 +72,7 @@ TEST_F(StoreTest, OnlyAStoreWithoutAStateAsksItsReducerForTheFirstOne) {
     EXPECT_EQ(made->state().part.number, 7);
 }
 
-TEST_F(StoreTest, TheStateIsThereAtOnceAndSubscribersHearOfItLater) {
+TEST_F(StoreTest, StateChangesSynchronouslyAndSubscribersAreNotifiedLater) {
     const auto store = makeStore();
     const auto listener = std::make_shared<Listener<Counter>>();
     store->subscribe(listener);
@@ -85,13 +85,13 @@ TEST_F(StoreTest, TheStateIsThereAtOnceAndSubscribersHearOfItLater) {
     EXPECT_EQ(store->state().part.number, 2);
     EXPECT_EQ(listener->received.size(), 1U);
     platform->drainMainQueue();
-    // One announcement for each dispatch, each of the state as it is when it runs.
+    // One notification per dispatch, each with the state at the time it runs.
     ASSERT_EQ(listener->received.size(), 3U);
     EXPECT_EQ(listener->received[1].part.number, 2);
     EXPECT_EQ(listener->received[2].part.number, 2);
 }
 
-TEST_F(StoreTest, EveryStageOfADeliveryTakesATurnOfItsOwn) {
+TEST_F(StoreTest, EachDeliveryStageTakesOneTurn) {
     const auto store = makeStore();
     const auto listener = std::make_shared<Listener<Part>>();
     store->subscribe(listener, [](auto& whole) { return whole.select(&Counter::part); });
@@ -104,7 +104,7 @@ TEST_F(StoreTest, EveryStageOfADeliveryTakesATurnOfItsOwn) {
     EXPECT_EQ(turns, 11);
 }
 
-TEST_F(StoreTest, SelectionSkipsRepeatsOfComparablePartsByItself) {
+TEST_F(StoreTest, SelectionSkipsRepeatsOfComparableValues) {
     const auto store = makeStore();
     const auto byField = std::make_shared<Listener<Part>>();
     const auto byFunction = std::make_shared<Listener<Part>>();
@@ -118,7 +118,7 @@ TEST_F(StoreTest, SelectionSkipsRepeatsOfComparablePartsByItself) {
     EXPECT_EQ(numbers(*byField), (std::vector{0, 5}));
     EXPECT_EQ(numbers(*byFunction), (std::vector{0, 5}));
 
-    // A whole state that is comparable is no different.
+    // The same applies to a comparable whole state.
     const Reducer<Part> reducePart = [](const Action& action, const Part* part) {
         const auto* add = action.as<AddAction>();
         return Part{(part ? part->number : 0) + (add ? add->amount : 0)};
@@ -144,7 +144,7 @@ TEST_F(StoreTest, SelectionSkipsRepeatsOfComparablePartsByItself) {
     EXPECT_EQ(numbers(*everything), (std::vector{0, 0}));
 }
 
-TEST_F(StoreTest, PredicatesDecideOnOldAndNewButNeverOnTheFirstValue) {
+TEST_F(StoreTest, FiltersCompareOldAndNewValuesAndPassTheFirst) {
     const auto store = makeStore();
     const auto never = std::make_shared<Listener<Counter>>();
     const auto growing = std::make_shared<Listener<Counter>>();
@@ -168,7 +168,7 @@ TEST_F(StoreTest, PredicatesDecideOnOldAndNewButNeverOnTheFirstValue) {
     EXPECT_EQ(skipping->received[1].part.number, 1);
 }
 
-TEST_F(StoreTest, AnObjectHasOneSubscriptionAndTheNewestCounts) {
+TEST_F(StoreTest, SubscribingAgainReplacesTheSubscription) {
     const auto store = makeStore();
     const auto listener = std::make_shared<Listener<Part>>();
     store->subscribe(listener, [](auto& whole) { return whole.select([](const Counter&) { return Part{100}; }); });
@@ -189,21 +189,21 @@ TEST_F(StoreTest, AnObjectHasOneSubscriptionAndTheNewestCounts) {
     EXPECT_TRUE(listener->received.empty());
 }
 
-TEST_F(StoreTest, AReleasedSubscriberIsForgottenWithTheNextAnnouncement) {
+TEST_F(StoreTest, RemovesDestroyedSubscribersOnTheNextNotification) {
     const auto store = makeStore();
     auto listener = std::make_shared<Listener<Counter>>();
     const auto other = std::make_shared<Listener<Counter>>();
     store->subscribe(listener);
     store->subscribe(other);
     store->dispatch(AddAction(1));
-    listener.reset();  // blocks on their way to it find nobody
+    listener.reset();  // pending blocks for it do nothing
     EXPECT_EQ(store->subscriptions().size(), 2U);
     platform->drainMainQueue();
     EXPECT_EQ(store->subscriptions().size(), 1U);
     EXPECT_EQ(other->received.size(), 2U);
 }
 
-TEST_F(StoreTest, AStoreThatIsGoneAnnouncesNothing) {
+TEST_F(StoreTest, DestroyedStoreNotifiesNoSubscriber) {
     auto store = makeStore();
     const auto listener = std::make_shared<Listener<Counter>>();
     store->subscribe(listener);
@@ -213,7 +213,7 @@ TEST_F(StoreTest, AStoreThatIsGoneAnnouncesNothing) {
     EXPECT_TRUE(listener->received.empty());
 }
 
-TEST_F(StoreTest, ASubscriberMayDispatch) {
+TEST_F(StoreTest, SubscriberMayDispatch) {
     class Doubler : public Listener<Counter> {
     public:
         std::shared_ptr<Store<Counter>> store;
@@ -230,7 +230,7 @@ TEST_F(StoreTest, ASubscriberMayDispatch) {
     EXPECT_EQ(listener->received.back().part.number, 11);
 }
 
-TEST_F(StoreTest, MiddlewareSeesActionsInListOrderAndItsDispatchStartsOver) {
+TEST_F(StoreTest, MiddlewareRunsInOrderAndItsDispatchRestartsTheChain) {
     std::vector<std::string> path;
     const auto named = [&path](std::string name) -> Middleware<Counter> {
         return [&path, name](DispatchFunction dispatch, std::function<Snapshot<Counter>()> getState) {
@@ -257,7 +257,7 @@ TEST_F(StoreTest, MiddlewareSeesActionsInListOrderAndItsDispatchStartsOver) {
     store->dispatch(AddAction(1));
     EXPECT_EQ(path, std::vector<std::string>{"C3"});
 
-    // What a middleware has kept does nothing once the store is gone.
+    // Functions kept by a middleware do nothing after the store is destroyed.
     DispatchFunction kept;
     std::function<Snapshot<Counter>()> keptState;
     auto shortLived = makeStore({[&](DispatchFunction dispatch, std::function<Snapshot<Counter>()> getState) {
@@ -272,19 +272,19 @@ TEST_F(StoreTest, MiddlewareSeesActionsInListOrderAndItsDispatchStartsOver) {
     EXPECT_EQ(keptState(), nullptr);
 }
 
-TEST_F(StoreTest, MiddlewareMayReplaceTheMiddlewareWhileItRuns) {
+TEST_F(StoreTest, MiddlewareMayBeReplacedWhileItRuns) {
     std::vector<std::string> path;
     const auto link = [&path](std::string name, std::function<void()> work) -> Middleware<Counter> {
         return [=, &path](const DispatchFunction&, const std::function<Snapshot<Counter>()>&) {
             return [=, &path](DispatchFunction next) -> DispatchFunction {
                 return [=, &path, token = std::make_shared<int>(0)](const Action& action) {
-                    // What is replaced must live until it has returned; what is needed to say so lives on the stack.
-                    std::vector<std::string>& said = path;
+                    // The replaced link must live until it returns; copies on the stack report if it does not.
+                    std::vector<std::string>& log = path;
                     const std::weak_ptr<int> alive = token;
                     const DispatchFunction rest = next;
-                    said.push_back(name);
+                    log.push_back(name);
                     work();
-                    if (alive.expired()) said.push_back("gone");
+                    if (alive.expired()) log.push_back("destroyed");
                     rest(action);
                 };
             };
@@ -294,10 +294,10 @@ TEST_F(StoreTest, MiddlewareMayReplaceTheMiddlewareWhileItRuns) {
     store->setMiddleware({link("A", [&] { store->setMiddleware({link("C", [] {})}); }), link("B", [] {})});
     store->dispatch(AddAction(1));
     store->dispatch(AddAction(1));
-    EXPECT_EQ(path, (std::vector<std::string>{"A", "B", "C"})) << "it takes effect with the next dispatch";
+    EXPECT_EQ(path, (std::vector<std::string>{"A", "B", "C"})) << "takes effect on the next dispatch";
     EXPECT_EQ(store->state().part.number, 2);
 
-    // The head of the chain may be kept and called, too.
+    // A kept head of the chain stays callable.
     path.clear();
     const DispatchFunction head = store->dispatchFunction();
     store->setMiddleware({link("D", [] {})});
@@ -305,7 +305,7 @@ TEST_F(StoreTest, MiddlewareMayReplaceTheMiddlewareWhileItRuns) {
     EXPECT_EQ(path, std::vector<std::string>{"C"});
     EXPECT_EQ(store->state().part.number, 3);
 
-    // Middleware that is being made may replace itself before it has run once.
+    // A middleware factory may replace the middleware before it has run.
     path.clear();
     const Middleware<Counter> hasty = [&](const DispatchFunction&, const std::function<Snapshot<Counter>()>&) {
         store->setMiddleware({link("E", [] {})});
@@ -319,7 +319,7 @@ TEST_F(StoreTest, MiddlewareMayReplaceTheMiddlewareWhileItRuns) {
     EXPECT_EQ(store->state().part.number, 5);
 }
 
-TEST_F(StoreTest, WhatAMiddlewareKeepsBeyondTheStoreDoesNothing) {
+TEST_F(StoreTest, FunctionsKeptByMiddlewareDoNothingAfterTheStoreIsDestroyed) {
     int reductions = 0;
     const Reducer<Counter> reducer = [&](const Action&, const Counter* state) {
         ++reductions;
@@ -348,7 +348,7 @@ TEST_F(StoreTest, WhatAMiddlewareKeepsBeyondTheStoreDoesNothing) {
     EXPECT_EQ(reductions, 2);
 }
 
-TEST_F(StoreTest, AReducerThatThrowsLeavesTheStoreAsItWas) {
+TEST_F(StoreTest, ThrowingReducerLeavesTheStateUnchanged) {
     const auto store = Store<Counter>::make(
         [](const Action& action, const Counter* state) {
             if (action.as<TouchOtherAction>()) throw std::runtime_error("no");
@@ -361,28 +361,28 @@ TEST_F(StoreTest, AReducerThatThrowsLeavesTheStoreAsItWas) {
     EXPECT_THROW(store->dispatch(TouchOtherAction()), std::runtime_error);
     platform->drainMainQueue();
     EXPECT_EQ(store->state().part.number, 3);
-    EXPECT_EQ(listener->received.size(), 1U) << "nothing has changed, so nothing is announced";
+    EXPECT_EQ(listener->received.size(), 1U) << "no change, no notification";
     store->dispatch(AddAction(1));
     platform->drainMainQueue();
     EXPECT_EQ(listener->received.back().part.number, 4);
 }
 
-TEST_F(StoreTest, CopiesOfASharedValueAreEditedApart) {
+TEST_F(StoreTest, EditingASharedValueCopiesIt) {
     CopyOnWrite<std::vector<int>> first;
     CopyOnWrite<std::vector<int>> other;
     first.edit().push_back(1);
-    EXPECT_TRUE(other->empty()) << "empty values share one as well";
+    EXPECT_TRUE(other->empty()) << "editing does not affect other empty values";
     CopyOnWrite<std::vector<int>> copy = first;
-    EXPECT_EQ(&*copy, &*first) << "until one is edited";
+    EXPECT_EQ(&*copy, &*first) << "shared until one is edited";
     copy.edit().push_back(2);
     EXPECT_EQ(*first, std::vector{1});
     EXPECT_EQ(*copy, (std::vector{1, 2}));
     const std::vector<int>* const own = &*copy;
     copy.edit().push_back(3);
-    EXPECT_EQ(&*copy, own) << "its own value is not copied again";
+    EXPECT_EQ(&*copy, own) << "an unshared value is edited in place";
 }
 
-TEST_F(StoreTest, CreatorsDecideOnTheStateOfTheirMoment) {
+TEST_F(StoreTest, ActionCreatorsReceiveTheCurrentState) {
     const auto store = makeStore();
     const Store<Counter>::ActionCreator addOnce = [](const Counter& state, Store<Counter>&) -> std::unique_ptr<Action> {
         if (state.part.number > 0) return nullptr;
@@ -404,9 +404,9 @@ TEST_F(StoreTest, CreatorsDecideOnTheStateOfTheirMoment) {
     later([](const Counter& state, Store<Counter>&) { return std::make_unique<AddAction>(state.part.number); });
     EXPECT_EQ(calledBack, std::vector{10});
     later([](const Counter&, Store<Counter>&) -> std::unique_ptr<Action> { return nullptr; });
-    EXPECT_EQ(calledBack.size(), 1U) << "nothing was dispatched, so nobody is called back";
+    EXPECT_EQ(calledBack.size(), 1U) << "no callback without a dispatched action";
 
-    // The state that a creator is given is there until it returns, whatever it dispatches.
+    // The state passed to a creator lives until the creator returns, even if it dispatches.
     std::weak_ptr<const Counter> given = store->snapshot();
     store->dispatch(Store<Counter>::ActionCreator([&](const Counter&, Store<Counter>& same) -> std::unique_ptr<Action> {
         same.dispatch(AddAction(1));
@@ -419,7 +419,7 @@ TEST_F(StoreTest, CreatorsDecideOnTheStateOfTheirMoment) {
 
 using StoreDeathTest = StoreTest;
 
-TEST_F(StoreDeathTest, DispatchingFromAReducerStopsTheProgram) {
+TEST_F(StoreDeathTest, DispatchingFromAReducerIsFatal) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     std::shared_ptr<Store<Counter>> store;
     store = Store<Counter>::make(
@@ -435,7 +435,7 @@ TEST_F(StoreDeathTest, DispatchingFromAReducerStopsTheProgram) {
         "threads\\). Action: AddAction\\(amount: 12\\)\n$");
 }
 
-TEST_F(StoreTest, SynchronizedKeepsConcurrentChangesApart) {
+TEST_F(StoreTest, SynchronizedSerializesConcurrentChanges) {
     Synchronized<int> value(0);
     EXPECT_EQ(value.mutex().label().size(), 44U);
     std::vector<std::thread> threads;

@@ -14,9 +14,9 @@ protected:
     const std::shared_ptr<Throttle> throttle = Throttle::make(0.5, platform->queue);
 };
 
-TEST_F(ThrottleTest, ABurstRunsItsFirstJobAtOnceAndItsLastOnce) {
+TEST_F(ThrottleTest, BurstRunsItsFirstAndLastJob) {
     call("A");
-    EXPECT_EQ(ran, "") << "never inside the call";
+    EXPECT_EQ(ran, "") << "jobs never run inside the call";
     platform->advance(0.1);
     call("B");
     platform->advance(0.1);
@@ -34,7 +34,7 @@ TEST_F(ThrottleTest, ABurstRunsItsFirstJobAtOnceAndItsLastOnce) {
     EXPECT_EQ(ran, "ACD");
 }
 
-TEST_F(ThrottleTest, AnAbsentJobEmptiesThePendingRun) {
+TEST_F(ThrottleTest, EmptyJobClearsThePendingRun) {
     call("A");
     call("B");
     throttle->throttle(nullptr);
@@ -42,7 +42,7 @@ TEST_F(ThrottleTest, AnAbsentJobEmptiesThePendingRun) {
     EXPECT_EQ(ran, "A");
 }
 
-TEST_F(ThrottleTest, WithoutADelayEveryCallRuns) {
+TEST_F(ThrottleTest, RunsEveryCallWithoutADelay) {
     throttle->updateMinimumDelay(0);
     for (const char* name : {"A", "B", "C"}) call(name);
     platform->drainMainQueue();
@@ -50,7 +50,7 @@ TEST_F(ThrottleTest, WithoutADelayEveryCallRuns) {
     EXPECT_FALSE(throttle->lastRequestWasCanceled());
 }
 
-TEST_F(ThrottleTest, ATrailingStepThatIsStillTooSoonDropsItsJob) {
+TEST_F(ThrottleTest, TrailingRunThatIsStillTooEarlyDropsItsJob) {
     call("A");
     call("B");
     throttle->updateMinimumDelay(10);

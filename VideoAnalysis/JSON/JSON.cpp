@@ -24,7 +24,7 @@ auto lowerBound(Members& members, std::string_view key) {
 
 [[noreturn]] void throwWrongType(const char* message) { throw JSONError(JSONError::Kind::wrongType, message); }
 
-/// The number of bytes of the well-formed UTF-8 character at the start of `text`, 0 when there is none.
+/// Length in bytes of the well-formed UTF-8 character at the start of `text`; 0 if there is none.
 std::size_t characterLength(std::string_view text) {
     const auto byte = [&](std::size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U; };
     const unsigned first = byte(0);
@@ -79,9 +79,9 @@ void writeString(std::string& text, std::string_view value) {
 
 void writeNumber(std::string& text, double value) {
     if (!std::isfinite(value))
-        throw JSONError(JSONError::Kind::unsupportedType, "JSON text cannot express an infinity or not-a-number");
+        throw JSONError(JSONError::Kind::unsupportedType, "JSON text cannot represent infinity or NaN");
     if (value == 0 && std::signbit(value)) {
-        // As an integer it would lose its sign.
+        // "-0" would be read back as an integer, without the sign.
         text += "-0.0";
         return;
     }
@@ -117,7 +117,7 @@ JSON::JSON(Dictionary members) : type_(Type::dictionary) {
         Member* const first = members.mutableData();
         Member* const last = first + members.size();
         std::stable_sort(first, last, [](const Member& a, const Member& b) { return a.key < b.key; });
-        // Of equal keys the last stays.
+        // Of duplicate keys the last wins.
         Member* kept = first;
         for (Member* member = first; member != last; ++member) {
             if (member + 1 != last && member->key == (member + 1)->key) continue;
@@ -164,7 +164,7 @@ const JSON& JSON::operator[](std::size_t index) const {
 const JSON& JSON::operator[](std::string_view key) const {
     const Dictionary* members = dictionary();
     if (!members) return error() ? *this : unknown(JSONError::Kind::wrongType);
-    // A few keys are compared faster than searched.
+    // Up to `few` members a linear scan beats a binary search.
     constexpr std::size_t few = 8;
     const Member* found = members->size() > few ? lowerBound(*members, key) : members->begin();
     const Member* const last = members->size() > few ? found + (found != members->end() ? 1 : 0) : members->end();
@@ -175,7 +175,7 @@ const JSON& JSON::operator[](std::string_view key) const {
 
 JSON& JSON::member(std::string_view key) {
     if (isNull()) *this = JSON(Dictionary());
-    if (!dictionary()) throwWrongType("a member is set in a JSON value that is not a dictionary");
+    if (!dictionary()) throwWrongType("cannot set a member of a JSON value that is not a dictionary");
     Dictionary* members = &content_.dictionary;
     const auto place = lowerBound(*members, key) - members->begin();
     const bool isNew = place == static_cast<std::ptrdiff_t>(members->size()) || (*members)[place].key != key;
@@ -194,21 +194,21 @@ void JSON::set(std::initializer_list<std::string_view> path, JSON value) {
 }
 
 void JSON::set(std::size_t index, JSON value) {
-    if (!array()) throwWrongType("an element is set in a JSON value that is not an array");
+    if (!array()) throwWrongType("cannot set an element of a JSON value that is not an array");
     if (index >= size())
         throw JSONError(JSONError::Kind::indexOutOfBounds,
-                        "element " + std::to_string(index) + " of " + std::to_string(size()) + " is set");
+                        "cannot set element " + std::to_string(index) + " of an array of " + std::to_string(size()));
     content_.array.mutableData()[index] = std::move(value);
 }
 
 void JSON::append(JSON value) {
     if (isNull()) *this = JSON(Array());
-    if (!array()) throwWrongType("an element is added to a JSON value that is not an array");
+    if (!array()) throwWrongType("cannot append to a JSON value that is not an array");
     content_.array.push_back(std::move(value));
 }
 
 void JSON::merge(const JSON& other) {
-    if (type() != other.type()) throwWrongType("JSON values of different types are merged");
+    if (type() != other.type()) throwWrongType("cannot merge JSON values of different types");
     JSON result = *this;
     result.merge(other, 0);
     *this = std::move(result);
@@ -217,7 +217,7 @@ void JSON::merge(const JSON& other) {
 void JSON::merge(const JSON& other, int depth) {
     if (depth > maximumDepth) throwTooDeep();
     if (array() && other.array()) {
-        // A copy, because `other` may be this very value.
+        // Copied because `other` may alias this value.
         const Array added = *other.array();
         content_.array.reserve(size() + added.size());
         for (const JSON& element : added) content_.array.push_back(element);
@@ -250,7 +250,7 @@ void JSON::write(std::string& text, int depth) const {
         case Type::boolean: text += content_.boolean ? "true" : "false"; break;
         case Type::null: text += "null"; break;
         case Type::unknown:
-            throw JSONError(JSONError::Kind::unsupportedType, "JSON text cannot express an unknown value");
+            throw JSONError(JSONError::Kind::unsupportedType, "JSON text cannot represent an unknown value");
         case Type::array: {
             if (depth == maximumDepth) throwTooDeep();
             char separator = '[';
@@ -277,24 +277,24 @@ void JSON::write(std::string& text, int depth) const {
 }
 
 void JSON::destroyNested() noexcept {
-    // Content that lies deeper than this is put aside and destroyed from the outermost call, so that the stack stays small.
+    // Bounds the stack: content nested deeper than `maxRecursion` is deferred to the outermost call.
     struct Running {
         int depth = 0;
-        std::vector<JSON> aside;
+        std::vector<JSON> deferred;
     };
-    constexpr int maximumRecursion = 64;
+    constexpr int maxRecursion = 64;
     static constinit thread_local Running* running = nullptr;
     if (!running) {
         Running outermost;
         running = &outermost;
         destroyContainer();
-        while (!outermost.aside.empty()) {
-            const JSON next = std::move(outermost.aside.back());
-            outermost.aside.pop_back();
+        while (!outermost.deferred.empty()) {
+            const JSON next = std::move(outermost.deferred.back());
+            outermost.deferred.pop_back();
         }
         running = nullptr;
-    } else if (running->depth == maximumRecursion) {
-        running->aside.push_back(std::move(*this));
+    } else if (running->depth == maxRecursion) {
+        running->deferred.push_back(std::move(*this));
         destroyContainer();
     } else {
         ++running->depth;
@@ -304,7 +304,7 @@ void JSON::destroyNested() noexcept {
 }
 
 bool operator==(const JSON& a, const JSON& b) {
-    // Containers that are still to be compared, element by element.
+    // Pairs of containers whose elements have yet to be compared.
     std::vector<std::pair<const JSON*, const JSON*>> pending;
     const auto mayBeEqual = [&](const JSON& one, const JSON& other) {
         if (one.type_ != other.type_) return false;

@@ -1,6 +1,6 @@
 #pragma once
-// A JSON value of any type, and its text. A media item's stored drawings travel in one; the sketch view writes and reads
-// them, the state and the host only carry them.
+// A JSON value, with parsing and serialization. Holds a media item's stored drawings: the sketch view reads and writes
+// them; the state and the host only pass them on.
 
 #include "VideoAnalysis/JSON/SharedArray.h"
 
@@ -17,40 +17,39 @@
 
 namespace videoanalysis {
 
-/// What can be wrong with a value or a text.
+/// Thrown for a malformed text or an invalid operation on a value.
 class JSONError : public std::runtime_error {
 public:
     enum class Kind {
-        unsupportedType,   ///< a value that JSON text cannot express: an unknown, an infinity, not a number
-        indexOutOfBounds,  ///< an array has no element of that index
+        unsupportedType,   ///< a value that JSON text cannot represent: an unknown value, infinity or NaN
+        indexOutOfBounds,  ///< the array has no element at that index
         elementTooDeep,    ///< nested deeper than `JSON::maximumDepth`
-        wrongType,         ///< subscripting, changing or merging a value of another type
-        notExist,          ///< a dictionary has no member of that key
-        invalidJSON,       ///< a text that is not JSON
+        wrongType,         ///< subscripting, modifying or merging a value of the wrong type
+        notExist,          ///< the dictionary has no member with that key
+        invalidJSON,       ///< malformed JSON text
     };
 
     JSONError(Kind kind, const std::string& message) : std::runtime_error(message), kind_(kind) {}
     Kind kind() const { return kind_; }
-    /// The kind's name as written above.
+    /// The enumerator's name.
     static std::string_view name(Kind kind);
 
 private:
     Kind kind_;
 };
 
-/// A value: copies share their content until one of them is changed, so that copying costs the same whatever its size.
-/// Copies may be used on different threads, one value on one thread at a time. Values may be nested to any depth, only their
-/// text and merging are limited to `maximumDepth`.
+/// A copy-on-write value: copying takes constant time. Copies may be used on different threads; a single value may be used
+/// on one thread at a time. Nesting is unlimited, except for parsing, serializing and merging (`maximumDepth`).
 class JSON {
 public:
-    /// Those from string on have content that copies share.
+    /// Types from `string` on have shared content.
     enum class Type { number, boolean, null, unknown, string, array, dictionary };
     struct Member;
     using Array = SharedArray<JSON>;
-    /// In a value: sorted by key (by bytes), every key once.
+    /// Inside a value: sorted bytewise by key, without duplicates.
     using Dictionary = SharedArray<Member>;
 
-    /// How many arrays and dictionaries may lie in one another.
+    /// Max nesting of arrays and dictionaries in a text.
     static constexpr int maximumDepth = 512;
 
     /// Null.
@@ -66,12 +65,12 @@ public:
             content_.number = static_cast<double>(value);
         }
     }
-    /// UTF-8; bytes that are not are replaced when the value is written as text.
+    /// UTF-8. Malformed bytes are replaced by U+FFFD when the value is serialized.
     JSON(std::string value);
     JSON(std::string_view value) : JSON(std::string(value)) {}
     JSON(const char* value) : JSON(std::string(value)) {}
     JSON(Array elements) : type_(Type::array) { new (&content_.array) Array(std::move(elements)); }
-    /// Members in any order; of several with one key the last counts.
+    /// Members in any order; of duplicate keys the last wins.
     JSON(Dictionary members);
     static JSON array(std::initializer_list<JSON> elements) { return JSON(Array(elements)); }
     static JSON dictionary(std::initializer_list<Member> members);
@@ -80,7 +79,7 @@ public:
     JSON(JSON&& other) noexcept : type_(other.type_) { take(std::move(other)); }
     JSON& operator=(const JSON& other) { return *this = JSON(other); }
     JSON& operator=(JSON&& other) noexcept {
-        // Moved out first: the other may be a part of this value.
+        // Moved out first: `other` may be part of this value.
         JSON taken(std::move(other));
         destroy();
         type_ = taken.type_;
@@ -89,16 +88,16 @@ public:
     }
     ~JSON() { destroy(); }
 
-    /// Reads a whole text (UTF-8). Throws `invalidJSON`, with the byte position in the message, or `elementTooDeep`.
+    /// Parses a complete UTF-8 text. Throws `invalidJSON`, with the byte position in the message, or `elementTooDeep`.
     static JSON parse(std::string_view text);
-    /// The text without spaces, members sorted by key, numbers in the shortest form that reads back as the same value.
-    /// Throws `unsupportedType` or `elementTooDeep`.
+    /// Compact text: no white space, members sorted by key, numbers in the shortest form that round-trips. Throws
+    /// `unsupportedType` or `elementTooDeep`.
     std::string serialized() const;
 
     Type type() const { return type_; }
     bool isNull() const { return type_ == Type::null; }
 
-    /// The content, or nothing when the value is of another type. Pointers live until the value is changed or destroyed.
+    /// The content; empty or null if the value has another type. Pointers are valid until the value is modified or destroyed.
     std::optional<double> number() const {
         return type_ == Type::number ? std::optional(content_.number) : std::nullopt;
     }
@@ -108,36 +107,37 @@ public:
     const std::string* string() const { return type_ == Type::string ? content_.text.data() : nullptr; }
     const Array* array() const { return type_ == Type::array ? &content_.array : nullptr; }
     const Dictionary* dictionary() const { return type_ == Type::dictionary ? &content_.dictionary : nullptr; }
-    /// Elements or members; 0 for everything else.
+    /// Count of elements or members; 0 for every other type.
     std::size_t size() const;
 
-    /// Never throw: what is not there is a value of type `unknown` whose `error()` tells why (`indexOutOfBounds`, `notExist`,
-    /// `wrongType`), and subscripting that one gives it again. The reference lives as long as the value is not changed.
+    /// Never throw. A missing element is a value of type `unknown` whose `error()` gives the reason (`indexOutOfBounds`,
+    /// `notExist`, `wrongType`); subscripting it returns it again. The reference is valid until this value is modified.
     const JSON& operator[](std::size_t index) const;
     const JSON& operator[](std::string_view key) const;
-    /// Why a value is unknown; nothing for all others.
+    /// Why the value is `unknown`; empty for every other type.
     std::optional<JSONError::Kind> error() const {
         return type_ == Type::unknown ? std::optional(content_.error) : std::nullopt;
     }
 
-    /// Replaces or adds a member. Null becomes a dictionary; throws `wrongType` for anything else.
+    /// Sets a member of a dictionary or of null, which becomes one. Throws `wrongType` otherwise.
     void set(std::string_view key, JSON value);
-    /// Replaces a member of a member, making the dictionaries on the way. Throws `wrongType` when something else is there.
+    /// Sets a nested member and creates missing dictionaries along the path. Throws `wrongType` if the path crosses any
+    /// other type.
     void set(std::initializer_list<std::string_view> path, JSON value);
     /// Replaces an element. Throws `wrongType` or `indexOutOfBounds`.
     void set(std::size_t index, JSON value);
-    /// Adds an element. Null becomes an array; throws `wrongType` for anything else.
+    /// Appends to an array or to null, which becomes one. Throws `wrongType` otherwise.
     void append(JSON value);
-    /// Takes over the members of a dictionary (merging those that both have), the elements of an array (added at the end)
-    /// or a value of the same type. Throws `wrongType` when the two types differ (inside, the other's value replaces),
-    /// `elementTooDeep`; on an error nothing has changed.
+    /// Merges dictionaries recursively, appends arrays and replaces any other value of the same type; nested values of
+    /// different types are replaced. Throws `wrongType` if the two top-level types differ, or `elementTooDeep`; the value
+    /// is then unchanged.
     void merge(const JSON& other);
 
-    /// The same type and content, to any depth.
+    /// Deep comparison of type and content, at any depth.
     friend bool operator==(const JSON& a, const JSON& b);
 
 private:
-    /// Text is an array of one string: so it is shared like the others, and a value takes two words.
+    /// A string is an array of one, so that it is shared like the containers and a value takes two words.
     using Text = SharedArray<std::string>;
     union Content {
         double number;
@@ -154,7 +154,7 @@ private:
     explicit JSON(JSONError::Kind error) : type_(Type::unknown) { content_.error = error; }
     static const JSON& unknown(JSONError::Kind kind);
 
-    /// Makes the content that `type_` says from another value of this type.
+    /// Constructs the content for `type_` from another value of that type.
     template <class Other>
     void take(Other&& other) {
         switch (type_) {
@@ -184,7 +184,7 @@ private:
         else
             std::destroy_at(&content_.dictionary);
     }
-    /// The same for a container that may hold others, to any depth.
+    /// Destroys a container that may hold others, at any depth, with a bounded stack.
     void destroyNested() noexcept;
 
     JSON& member(std::string_view key);

@@ -1,7 +1,6 @@
-// Reads JSON text. The parser behind it is nlohmann-json's event parser: headers only, so that it compiles wherever the
-// component does, phone toolchains included; it keeps its nesting on the heap and checks UTF-8. A vectorised parser would
-// read faster, but it is a library to build and ship for every target, and a stack is read once for each clip. This is the
-// only file that knows of the parser.
+// Parses JSON text with nlohmann-json's event parser, which only this file includes. It is header-only, so it compiles for
+// every target including phones, keeps its nesting on the heap and validates UTF-8. A vectorized parser would be faster but
+// would have to be built and shipped for every target, and stored drawings are parsed once per clip.
 
 #include "VideoAnalysis/JSON/JSON.h"
 
@@ -13,7 +12,7 @@
 namespace videoanalysis {
 namespace {
 
-/// Builds values bottom up: what a container holds waits on `values_` until the container ends.
+/// Builds values bottom-up: the elements of an open container are on `values_` until the container ends.
 class Builder final : public nlohmann::json_sax<nlohmann::json> {
 public:
     bool null() override { return add(nullptr); }
@@ -30,7 +29,7 @@ public:
         return true;
     }
     bool end_object() override {
-        // As many keys as values wait: those of the inner objects are gone.
+        // Inner objects have removed their keys, so this object has as many keys as values.
         const std::size_t count = values_.size() - starts_.back();
         JSON* value = values_.data() + starts_.back();
         std::string* key = keys_.data() + keys_.size() - count;
@@ -51,13 +50,13 @@ public:
     }
 
     bool parse_error(std::size_t position, const std::string&, const nlohmann::json::exception& error) override {
-        // "[the parser's own code] what is wrong; where the text may be very long".
+        // The message reads "[parser code] reason"; the reason quotes the input, which may be very long.
         std::string_view message = error.what();
         if (const std::size_t code = message.find("] "); code != std::string_view::npos)
             message.remove_prefix(code + 2);
-        constexpr std::size_t longest = 200;
+        constexpr std::size_t maxLength = 200;
         throw JSONError(JSONError::Kind::invalidJSON, "invalid JSON at byte " + std::to_string(position) + ": " +
-                                                          std::string(message.substr(0, longest)));
+                                                          std::string(message.substr(0, maxLength)));
     }
 
     JSON result() { return std::move(values_.front()); }

@@ -1,6 +1,5 @@
 #pragma once
-// A growable array whose copies share one block of memory until one of them is changed. The content of JSON values is made
-// of these; a value with a few members costs one allocation.
+// A growable copy-on-write array. Holds the content of JSON values; a value with a few members costs one allocation.
 
 #include "VideoAnalysis/JSON/SharedPages.h"
 
@@ -17,7 +16,7 @@
 
 namespace videoanalysis {
 
-/// Elements are changed through `mutableData` and the operations below only. Copies may be used on different threads.
+/// Elements are modified only through `mutableData` and the operations below. Copies may be used on different threads.
 template <class T>
 class SharedArray {
 public:
@@ -36,7 +35,7 @@ public:
     }
     ~SharedArray() {
         if (!block_) return;
-        // The only owner need not tell anyone.
+        // A sole owner needs no atomic decrement.
         if (block_->references.load(std::memory_order_acquire) > 1 &&
             block_->references.fetch_sub(1, std::memory_order_acq_rel) > 1)
             return;
@@ -51,7 +50,7 @@ public:
     const T* end() const { return data() + size(); }
     const T& operator[](std::size_t index) const { return data()[index]; }
 
-    /// The elements of an array that shares them with no other: copied if they were shared.
+    /// Writable elements; copied first if they are shared.
     T* mutableData() {
         if (block_ && isShared()) reallocate(block_->size);
         return block_ ? elements(block_) : nullptr;
@@ -60,7 +59,7 @@ public:
         if (capacity > (block_ ? block_->capacity : 0)) reallocate(capacity);
     }
     void push_back(T element) { emplace_back(std::move(element)); }
-    /// `arguments` must not be parts of this array.
+    /// `arguments` must not alias elements of this array.
     template <class... Arguments>
     void emplace_back(Arguments&&... arguments) {
         if (!block_ || block_->size == block_->capacity)
@@ -70,7 +69,7 @@ public:
         new (elements(block_) + block_->size) T{std::forward<Arguments>(arguments)...};
         ++block_->size;
     }
-    /// Drops all elements from `size` on.
+    /// Removes the elements from index `size` on.
     void truncate(std::size_t size) {
         if (size >= this->size()) return;
         T* all = mutableData();
@@ -104,7 +103,7 @@ private:
     }
     bool isShared() const { return block_->references.load(std::memory_order_acquire) > 1; }
 
-    /// Moves the elements, or copies those that are shared, to a new block.
+    /// Moves the elements to a new block, or copies them if they are shared.
     void reallocate(std::size_t capacity) {
         if (capacity > std::numeric_limits<std::uint32_t>::max()) throw std::bad_array_new_length();
         const SharedPages::Memory memory = SharedPages::allocate(sizeof(Block) + capacity * sizeof(T));

@@ -1,6 +1,6 @@
 #pragma once
-// Memory for many small blocks that are made together and mostly die together. The parser of JSON text opens one, and the
-// arrays that its values are made of take their blocks from it.
+// An arena for small blocks that are allocated together and mostly freed together. The JSON parser opens one, and the
+// arrays of its values allocate from it.
 
 #include <atomic>
 #include <cstddef>
@@ -10,8 +10,8 @@
 
 namespace videoanalysis {
 
-/// While one lives, small blocks that its thread makes lie side by side in pages of 64 KB. A page goes when its last block
-/// does, on whatever thread that is.
+/// During its lifetime the small blocks that its thread allocates are packed into 64 KB pages. A page is freed with its
+/// last block, on any thread.
 class SharedPages {
 public:
     SharedPages() : outer_(std::exchange(current(), this)) {}
@@ -27,7 +27,7 @@ public:
     };
     struct Memory {
         void* start;
-        Page* page;  ///< null for memory of its own
+        Page* page;  ///< null for a separate allocation
     };
 
     static Memory allocate(std::size_t bytes) {

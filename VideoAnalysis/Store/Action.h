@@ -1,6 +1,6 @@
 #pragma once
-// An action is a small immutable record that asks a store for a change. Reducers receive it as `const Action&` and tell the
-// records apart by their type.
+// An action is a small immutable record that requests a change from a store. Reducers receive it as `const Action&` and
+// switch on its type.
 
 #include <initializer_list>
 #include <optional>
@@ -17,10 +17,10 @@ class Action {
 public:
     virtual ~Action() = default;
 
-    /// Type and fields, as in "SetHUDVisibleAction(newState: false)"; for messages to developers.
+    /// Type and fields for logs, as in "SetHUDVisibleAction(newState: false)".
     virtual std::string description() const = 0;
 
-    /// The record when it is exactly a `T`, otherwise null.
+    /// This action if its type is exactly `T`; otherwise null.
     template <class T>
     const T* as() const {
         return typeid(*this) == typeid(T) ? static_cast<const T*>(this) : nullptr;
@@ -32,12 +32,12 @@ protected:
     Action& operator=(const Action&) = default;
 };
 
-/// Dispatched once by a store that is created without a state, so that its reducer makes the first one.
+/// Dispatched once by a store that is created without a state; its reducer returns the initial state.
 struct ReSwiftInit final : Action {
     std::string description() const override { return "ReSwiftInit()"; }
 };
 
-/// How one field of an action reads in its description. Types that say more about themselves have `describeValue` beside them.
+/// One field of an action, for its description. Customized per type by a `describeValue` overload beside the type.
 template <class T>
 std::string describeField(const T& value) {
     if constexpr (std::is_same_v<T, bool>) {
@@ -58,7 +58,7 @@ std::string describeField(const std::optional<T>& value) {
     return value ? describeField(*value) : "none";
 }
 
-/// "Name(first: 1, second: true)" from the type's name and its fields' names and described values.
+/// "Name(first: 1, second: true)" from the type's name and pairs of field names and described values.
 inline std::string describeAction(std::string_view name,
                                   std::initializer_list<std::pair<std::string_view, std::string>> fields) {
     std::string text(name);

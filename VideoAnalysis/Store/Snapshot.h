@@ -1,27 +1,28 @@
 #pragma once
-// Immutable, shared values: the states that a store hands out and the large parts of a state that copies share until one of
-// them is edited. They keep a dispatch from copying what it does not change.
+// Immutable shared values: a store's states, and the large parts of a state, which are copied on write. A dispatch copies
+// only what it changes.
 
 #include <memory>
 #include <utility>
 
 namespace videoanalysis {
 
-/// A state as it was at one moment; null for an absent state. All stages of one delivery share it.
+/// An immutable state, shared by all stages of one delivery; null for an absent state.
 template <class State>
 using Snapshot = std::shared_ptr<const State>;
 
-/// A value that copies share until one of them is edited.
+/// A copy-on-write value.
 template <class Value>
 class CopyOnWrite {
 public:
     CopyOnWrite() : value_(emptyValue()) {}
-    CopyOnWrite(Value value) : value_(std::make_shared<Value>(std::move(value))) {}  // NOLINT: a value like any other
+    CopyOnWrite(Value value)
+        : value_(std::make_shared<Value>(std::move(value))) {}  // NOLINT: implicit, like a plain value
 
     const Value& operator*() const { return *value_; }
     const Value* operator->() const { return value_.get(); }
 
-    /// The value for changing; copied first when somebody shares it. The reference holds until the next copy is taken.
+    /// The writable value; copied first if it is shared. The reference is valid until this object is copied.
     Value& edit() {
         if (value_.use_count() > 1) value_ = std::make_shared<Value>(*value_);
         return *value_;

@@ -1,6 +1,6 @@
 #pragma once
-// The container of one state: it changes only by running its reducer over a dispatched action, and tells its subscribers of
-// every new state through the main queue. The analysis has one, and every player one of its own.
+// Holds one state. The state changes only when the reducer handles a dispatched action; subscribers receive every new state
+// through the main queue. The analysis has one store, and each player has one.
 //
 //     auto store = Store<Counter>::make(reduce, Counter{}, {}, true);
 //     store->subscribe(label);            // label->newState(...) follows on the main queue
@@ -24,19 +24,19 @@
 
 namespace videoanalysis {
 
-/// Makes the next state; `state` is null for an absent one.
+/// Returns the next state; `state` is null if there is none yet.
 template <class State>
 using Reducer = std::function<State(const Action& action, const State* state)>;
 
 using DispatchFunction = std::function<void(const Action& action)>;
 
-/// Wraps the rest of the chain: (dispatch, getState) -> (next -> dispatch function). `dispatch` starts at the head of the
-/// chain again, `next` goes on with it; all three do nothing, or return null, once the store is gone.
+/// Wraps the rest of the chain: (dispatch, getState) -> (next -> dispatch function). `dispatch` restarts at the head of the
+/// chain, `next` continues it. After the store is destroyed they do nothing, and `getState` returns null.
 template <class State>
 using Middleware = std::function<std::function<DispatchFunction(DispatchFunction next)>(
     DispatchFunction dispatch, std::function<Snapshot<State>()> getState)>;
 
-/// Everything on the main thread.
+/// Main thread only.
 template <class State>
 class Store : public std::enable_shared_from_this<Store<State>> {
     struct Private {};
@@ -52,7 +52,7 @@ public:
         : subscriptionsAutomaticallySkipRepeats(automaticallySkipsRepeats), reducer_(std::move(reducer)),
           middleware_(std::make_shared<const std::vector<Middleware<State>>>(std::move(middleware))) {}
 
-    /// Without a state one `ReSwiftInit` is dispatched at once. Middleware sees actions in list order, the reducer last.
+    /// Without a state, dispatches one `ReSwiftInit` before returning. Middleware runs in list order, the reducer last.
     static std::shared_ptr<Store> make(Reducer<State> reducer, std::optional<State> state,
                                        std::vector<Middleware<State>> middleware, bool automaticallySkipsRepeats) {
         auto store =
@@ -65,29 +65,28 @@ public:
         return store;
     }
 
-    /// Whether chains that end in a comparable part drop repeated values by themselves.
+    /// Whether subscriptions to an equality-comparable type skip repeated values by default.
     const bool subscriptionsAutomaticallySkipRepeats;
 
-    /// The current state; fatal while it is absent. The reference holds until the next dispatch.
+    /// The current state; fatal if there is none yet. The reference is valid until the next dispatch.
     const State& state() const { return present(state_); }
-    /// The current state, to keep; null while it is absent.
+    /// A shared snapshot of the current state; null if there is none yet.
     const Snapshot<State>& snapshot() const { return state_; }
 
-    /// Runs the chain and the reducer before it returns; subscribers hear of it later. Fatal from inside a reducer. When the
-    /// reducer throws, the state stays and the exception passes on.
+    /// Runs the middleware and the reducer synchronously; subscribers are notified later. Fatal from inside a reducer. If
+    /// the reducer throws, the state is unchanged and the exception propagates.
     void dispatch(const Action& action) {
-        // Held: a middleware may replace the chain, or drop the last owner of the store, while it runs.
+        // Keeps the chain alive: a middleware may replace it, or release the last reference to the store, while it runs.
         const std::shared_ptr<const DispatchFunction> head = chain();
         (*head)(action);
     }
 
-    /// The head of the chain; made on first use and again after a change of the middleware. It may be kept: it does nothing
-    /// once the store is gone.
+    /// The head of the current middleware chain. May be kept: it does nothing after the store is destroyed.
     DispatchFunction dispatchFunction() {
         return [head = chain()](const Action& action) { (*head)(action); };
     }
 
-    /// The end of the chain: the guard against dispatching from a reducer, then the reducer.
+    /// The end of the chain: runs the reducer; fatal if a reducer is already running.
     void _defaultDispatch(const Action& action) {
         if (isDispatching_.value()) {
             fatalError("ReSwift:ConcurrentMutationError- Action has been dispatched while a previous action is being "
@@ -100,12 +99,12 @@ public:
         setState(reduce(action));
     }
 
-    /// The creators need a state; fatal while it is absent. The state that they are given holds until they return.
+    /// Fatal if there is no state yet. The state passed to a creator is valid until the creator returns.
     void dispatch(const ActionCreator& actionCreator) {
         if (const std::unique_ptr<Action> action = create(actionCreator)) dispatch(*action);
     }
     void dispatch(const AsyncActionCreator& actionCreator) { dispatch(actionCreator, nullptr); }
-    /// `callback` (may be empty) receives the state after the action that came of it, if one came.
+    /// `callback` (may be empty) receives the state after the resulting action; not called if there was none.
     void dispatch(const AsyncActionCreator& actionCreator, DispatchCallback callback) {
         const Snapshot<State> current = state_;
         actionCreator(present(current), *this,
@@ -120,14 +119,14 @@ public:
     }
 
     const std::vector<Middleware<State>>& middleware() const { return *middleware_; }
-    /// Takes effect with the next dispatch; may be called from a middleware.
+    /// Takes effect on the next dispatch. May be called from a middleware.
     void setMiddleware(std::vector<Middleware<State>> middleware) {
         middleware_ = std::make_shared<const std::vector<Middleware<State>>>(std::move(middleware));
         chain_ = nullptr;
     }
 
-    /// Delivers whole states to `subscriber`, which is held weakly, the current one first. An object has one subscription;
-    /// a second one replaces the first.
+    /// Delivers whole states to `subscriber`, the current one first. The subscriber is held weakly and has one
+    /// subscription; a second one replaces the first.
     template <std::derived_from<StoreSubscriber<State>> Subscriber>
     void subscribe(const std::shared_ptr<Subscriber>& subscriber) {
         if constexpr (std::equality_comparable<State>) {
@@ -139,14 +138,15 @@ public:
         add(Subscription<State>::make([](auto&&) {}), std::shared_ptr<Subscription<State>>(), subscriber);
     }
 
-    /// Delivers what `transform(Subscription<State>&)` makes of the states, a stage of type `Subscription<Selected>`.
+    /// As above, through the stages that `transform(Subscription<State>&)` appends; it returns the last one, a
+    /// `std::shared_ptr<Subscription<Selected>>`.
     template <class Subscriber, class Transform>
     void subscribe(const std::shared_ptr<Subscriber>& subscriber, Transform&& transform) {
         const auto original = Subscription<State>::make([](auto&&) {});
         auto last = std::forward<Transform>(transform)(*original);
         using Selected = typename Subscriber::StoreSubscriberStateType;
         static_assert(std::same_as<decltype(last), std::shared_ptr<Subscription<Selected>>>,
-                      "the transformation must end in the subscriber's own type of state");
+                      "the transformation must end in the subscriber's state type");
         if constexpr (std::equality_comparable<Selected>) {
             if (subscriptionsAutomaticallySkipRepeats) last = last->skipRepeats();
         }
@@ -167,7 +167,7 @@ private:
 
     Snapshot<State> reduce(const Action& action) {
         isDispatching_.value([](bool& dispatching) { dispatching = true; });
-        // Also when the reducer throws.
+        // Resets the guard also if the reducer throws.
         const struct End {
             Synchronized<bool>& isDispatching;
             ~End() {
@@ -186,7 +186,7 @@ private:
         if (chain_) return chain_;
         const auto middleware = middleware_;
         auto made = std::make_shared<const DispatchFunction>(makeDispatchFunction(*middleware));
-        // Unless a middleware has replaced the middleware while it was being made.
+        // Not cached if a middleware factory has called `setMiddleware`.
         if (middleware == middleware_) chain_ = made;
         return made;
     }
@@ -229,27 +229,27 @@ private:
     void setState(Snapshot<State> newState) {
         Snapshot<State> oldState = std::exchange(state_, std::move(newState));
         dispatch::mainQueue().async([weak = this->weak_from_this(), oldState = std::move(oldState)] {
-            if (const auto store = weak.lock()) store->announce(oldState);
+            if (const auto store = weak.lock()) store->notifySubscribers(oldState);
         });
     }
 
-    /// Tells every live subscriber of the current state and forgets those that are gone.
-    void announce(const Snapshot<State>& oldState) {
-        bool someAreGone = false;
+    /// Notifies live subscribers of the current state and removes destroyed ones.
+    void notifySubscribers(const Snapshot<State>& oldState) {
+        bool someAreDestroyed = false;
         for (const auto& box : subscriptions_) {
             if (box->subscriber.expired()) {
-                someAreGone = true;
+                someAreDestroyed = true;
                 continue;
             }
             if (!state_) continue;
-            if (!oldState) fatalError("A subscriber was announced a state that has no predecessor");
+            if (!oldState) fatalError("A subscriber was notified of a state that has no predecessor");
             box->newValues(oldState, state_);
         }
-        if (someAreGone) std::erase_if(subscriptions_, [](const auto& box) { return box->subscriber.expired(); });
+        if (someAreDestroyed) std::erase_if(subscriptions_, [](const auto& box) { return box->subscriber.expired(); });
     }
 
     Snapshot<State> state_;
-    /// The chain of the middleware; null until it is needed.
+    /// The cached middleware chain; null until first used.
     std::shared_ptr<const DispatchFunction> chain_;
     Reducer<State> reducer_;
     std::vector<std::shared_ptr<SubscriptionBox<State>>> subscriptions_;

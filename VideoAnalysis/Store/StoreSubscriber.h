@@ -1,6 +1,6 @@
 #pragma once
-// What an object derives from to receive a store's states: `StoreSubscriber<Part>` and one function, `newState`. The box is
-// the store's record of one subscriber and of the chain that leads to it.
+// Base classes of objects that receive a store's states: derive from `StoreSubscriber<Part>` and implement `newState`.
+// `SubscriptionBox` is the store's record of a subscriber and the chain that leads to it.
 
 #include "VideoAnalysis/Platform/Dispatch.h"
 #include "VideoAnalysis/Store/Snapshot.h"
@@ -12,7 +12,7 @@
 
 namespace videoanalysis {
 
-/// A state of any type; a receiver takes it only when the type is its own.
+/// A type-erased state.
 class AnyState {
 public:
     template <class State>
@@ -32,7 +32,7 @@ private:
 class AnyStoreSubscriber {
 public:
     virtual ~AnyStoreSubscriber() = default;
-    /// `self` is this object; a state of another type than the subscriber's is ignored.
+    /// `self` is this object. Ignores a state whose type is not the subscriber's.
     virtual void _newState(const std::weak_ptr<AnyStoreSubscriber>& self, const AnyState& state) = 0;
 };
 
@@ -41,7 +41,7 @@ class StoreSubscriber : public AnyStoreSubscriber {
 public:
     using StoreSubscriberStateType = State;
 
-    /// A new state, on the main queue, some turns after the dispatch that made it.
+    /// Called on the main queue, some turns after the dispatch that produced the state.
     virtual void newState(const State& state) = 0;
 
     void _newState(const std::weak_ptr<AnyStoreSubscriber>& self, const AnyState& state) final {
@@ -53,7 +53,7 @@ public:
     }
 };
 
-/// One subscriber of a store. Boxes are equal when they stand for the same object.
+/// One subscriber of a store. Boxes for the same object are equal.
 template <class State>
 class SubscriptionBox : public std::enable_shared_from_this<SubscriptionBox<State>> {
 public:

@@ -1,6 +1,6 @@
 #pragma once
-// How a store's states reach an object: a chain of stages (select a part, skip repeats) that each hand on through the main
-// queue. A stage is owned by the closures of the stage before it, the first one by the store's box.
+// Delivers a store's states to a subscriber through a chain of stages (select a part, skip repeats), each of which forwards
+// through the main queue. The closures of the previous stage own a stage; the store's box owns the first one.
 
 #include "VideoAnalysis/Platform/Dispatch.h"
 #include "VideoAnalysis/Store/Snapshot.h"
@@ -13,8 +13,8 @@
 
 namespace videoanalysis {
 
-/// One stage. Made with `make`; main thread. Whoever is downstream installs itself as `observer`. An old snapshot is null
-/// when there was no state before.
+/// One stage, created by `make`. Main thread only. The next stage installs itself as `observer`. The old snapshot is null
+/// for the first value.
 template <class State>
 class Subscription : public std::enable_shared_from_this<Subscription<State>> {
     struct Private {};
@@ -22,12 +22,12 @@ class Subscription : public std::enable_shared_from_this<Subscription<State>> {
 public:
     using Forward = std::function<void(const Snapshot<State>& oldState, const Snapshot<State>& newState)>;
 
-    /// Called in a main-queue block of its own for every value that comes through; may be empty.
+    /// Called in a separate main-queue block for each forwarded value; may be empty.
     Forward observer;
 
     explicit Subscription(Private) {}
 
-    /// A new stage. `sink(forward)` is expected to keep `forward`, the function that hands values to the stage and owns it.
+    /// A new stage. `sink(forward)` must keep `forward`, which owns the stage and passes values to it.
     template <class Sink>
     static std::shared_ptr<Subscription> make(Sink&& sink) {
         auto stage = std::make_shared<Subscription>(Private{});
@@ -39,7 +39,7 @@ public:
         return stage;
     }
 
-    /// Hands the values to the observer, in a later turn, if the stage is still there then.
+    /// Posts the values to the observer; dropped if the stage is destroyed first.
     void newValues(const Snapshot<State>& oldState, const Snapshot<State>& newState) {
         dispatch::mainQueue().async([weak = this->weak_from_this(), oldState, newState] {
             const auto alive = weak.lock();
@@ -47,8 +47,8 @@ public:
         });
     }
 
-    /// A stage of `selector(state)`: a function, or a pointer to a field. A selector that returns a reference into the state
-    /// costs no copy.
+    /// Appends a stage that delivers `selector(state)`. The selector is a function or a pointer to a field; returning a
+    /// reference into the state avoids a copy.
     template <class Selector>
     auto select(Selector selector) {
         using Substate = std::decay_t<std::invoke_result_t<Selector&, const State&>>;
@@ -60,7 +60,7 @@ public:
         });
     }
 
-    /// A stage that drops a value when `isRepeat(old, new)` holds. A value without an old one always passes.
+    /// Appends a stage that drops a value if `isRepeat(old, new)`. The first value always passes.
     std::shared_ptr<Subscription> skipRepeats(std::function<bool(const State&, const State&)> isRepeat) {
         return make([&](Forward forward) {
             install([isRepeat = std::move(isRepeat), forward = std::move(forward)](const Snapshot<State>& oldState,
@@ -80,8 +80,8 @@ public:
     }
 
 private:
-    /// Makes `work` this stage's observer, run in a block of its own. The observer owns `work`; a block that is still
-    /// waiting when the stage goes away does nothing.
+    /// Makes `work` this stage's observer, run in a separate block. The observer owns `work`; destroying the stage cancels
+    /// pending blocks.
     template <class Work>
     void install(Work work) {
         observer = [shared = std::make_shared<const Work>(std::move(work))](const Snapshot<State>& oldState,

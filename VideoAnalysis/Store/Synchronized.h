@@ -1,6 +1,6 @@
 #pragma once
-// One value guarded by a reader-writer queue of its own: readers run together, a writer runs alone. The store keeps its
-// dispatch guard in one.
+// A value guarded by its own reader-writer queue: readers run concurrently, writers exclusively. Holds the store's
+// dispatch guard.
 
 #include "VideoAnalysis/Platform/Dispatch.h"
 
@@ -13,11 +13,11 @@ class Synchronized {
 public:
     explicit Synchronized(Value value) : value_(std::move(value)) {}
 
-    /// A copy of the value. Any thread; waits for a writer.
+    /// A copy of the value. Any thread; blocks while a writer runs.
     Value value() const {
         return mutex_.sync([this] { return value_; });
     }
-    /// Runs `change(value)` alone, as a barrier. Any thread; waits for readers and writers.
+    /// Runs `change(value)` exclusively, as a barrier. Any thread; blocks until it has run.
     template <class Change>
     void value(Change&& change) {
         mutex_.syncBarrier([&] { std::forward<Change>(change)(value_); });

@@ -7,7 +7,7 @@
 namespace videoanalysis {
 namespace {
 
-constexpr double margin = 0.01;  // seconds after the end of the delay
+constexpr double margin = 0.01;  // seconds added to the remaining delay
 
 }  // namespace
 
@@ -67,7 +67,7 @@ void Throttle::step(Job job, bool usesStoredJob) {
     if (std::exchange(scheduled_, true)) return;
     workingQueue_.asyncAfter(minimumDelay_ - sinceLast + margin, [self = shared_from_this()] {
         self->step({}, true);
-        // Only now: a step that still finds itself too soon must not schedule another one.
+        // Cleared after the step: a run that is still too early must not schedule another one.
         const std::lock_guard trailing(self->executeLock_);
         self->scheduled_ = false;
     });

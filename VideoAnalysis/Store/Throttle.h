@@ -1,6 +1,6 @@
 #pragma once
-// Runs a job at most once per `minimumDelay`: the first call at once, the latest of a burst when the delay has passed. A
-// player's controller keeps one for the updates of its ruler.
+// Runs at most one job per `minimumDelay`: the first one immediately, then the latest of a burst once the delay has passed.
+// Limits how often a player updates its ruler.
 
 #include "VideoAnalysis/Platform/Dispatch.h"
 
@@ -11,29 +11,29 @@
 
 namespace videoanalysis {
 
-/// Any thread. Made with `make`: a trailing run that is pending keeps the throttle alive.
+/// Any thread. Created by `make`; a pending trailing run keeps the throttle alive.
 class Throttle : public std::enable_shared_from_this<Throttle> {
     struct Private {};
 
 public:
     using Job = std::function<void()>;
 
-    /// `minimumDelay` in seconds. `queue`, on which jobs run, must outlive the throttle and what it has posted.
+    /// `minimumDelay` in seconds. Jobs run on `queue`, which must outlive the throttle and its posted blocks.
     static std::shared_ptr<Throttle> make(double minimumDelay, dispatch::Queue& queue);
     Throttle(Private, double minimumDelay, dispatch::Queue& queue)
         : minimumDelay_(minimumDelay), workingQueue_(queue) {}
 
-    /// Never runs the job before it returns. An empty job is remembered too: a trailing run then finds nothing to do.
+    /// Never runs the job before returning. An empty job clears the pending one.
     void throttle(Job job) { step(std::move(job), false); }
     void updateMinimumDelay(double interval);
 
     double minimumDelay() const;
     dispatch::Queue& workingQueue() const { return workingQueue_; }
-    /// Seconds on the platform's wall clock; absent before the first run.
+    /// Time of the latest run in seconds on the platform's wall clock; empty before the first.
     std::optional<double> lastExecute() const;
-    /// A call has been deferred at some time.
+    /// Whether any call has been deferred so far.
     bool lastRequestWasCanceled() const;
-    /// A trailing run is pending.
+    /// Whether a trailing run is pending.
     bool scheduled() const;
     /// The most recent job.
     Job assignment() const;
