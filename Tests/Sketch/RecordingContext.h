@@ -1,5 +1,5 @@
 #pragma once
-// A graphics context that only writes down what it is asked to do, for tests of what a drawing asks.
+// A graphics context that records the calls it receives.
 
 #include "VideoAnalysis/Platform/Graphics.h"
 

@@ -16,7 +16,7 @@
 namespace videoanalysis {
 namespace {
 
-/// Whether two stored forms are the same, numbers within 1e-9.
+/// Compares two stored forms, numbers within 1e-9.
 testing::AssertionResult areSame(const JSON& a, const JSON& b, const std::string& place = "stack") {
     const auto differ = [&] {
         return testing::AssertionFailure() << place << ": " << a.serialized() << " / " << b.serialized();
@@ -98,19 +98,19 @@ TEST_F(SketchStackReaderTest, ReadsWhatItWrites) {
     EXPECT_TRUE(dynamic_cast<RectTool&>(*view->pathArray[5]).isFill());
     EXPECT_FALSE(view->image().isEmpty());
 
-    // Save after save, at any size; the drawing that had no points now has those of one that was not dragged.
+    // Stable across repeated saves at any size. A drawing stored without points gets those of one that was not dragged.
     JSON written = view->stackJSON();
     EXPECT_EQ(written["drawnStack"][5]["configuration"]["points"].size(), 1U);
     for (int i = 0; i < 6; ++i) {
         if (i % 2 == 1) view->setFrame({0, 0, 77.7 * (i + 1), 3000.0 / (i + 1)});
         view->loadStack(JSON::parse(view->stackJSON().serialized()));
-        // Colour and width settle what a tool looks like; changing one and back makes the stroke say its points anew.
+        // Any change of the appearance invalidates the stroke's cached points.
         view->pathArray[0]->setLineWidth(9);
         view->pathArray[0]->setLineWidth(2);
         EXPECT_TRUE(areSame(view->stackJSON(), written));
     }
     EXPECT_EQ(platform->log, std::vector<std::string>{});
-    // Without points on the way in and out a drawing is the same as well.
+    // The same applies to drawings without points.
     for (const auto& list : {"drawnStack", "redoStack"}) {
         const auto& tools = list[0] == 'd' ? view->pathArray : view->bufferArray;
         for (std::size_t i = 0; i < tools.size(); ++i) {
@@ -124,7 +124,7 @@ TEST_F(SketchStackReaderTest, ReadsWhatItWrites) {
     }
 }
 
-TEST_F(SketchStackReaderTest, ADrawnStackComesBackAsItWasDrawn) {
+TEST_F(SketchStackReaderTest, LoadedStackDrawsTheSamePixels) {
     for (int type = 0; type <= static_cast<int>(SketchToolType::ellipseFill); ++type) {
         view->drawTool = static_cast<SketchToolType>(type);
         view->lineColor = Color::rgb255(30 * type, 255 - 30 * type, 9);
@@ -142,18 +142,18 @@ TEST_F(SketchStackReaderTest, ADrawnStackComesBackAsItWasDrawn) {
     view->redo();
     other->redo();
     EXPECT_EQ(other->image().bitmap()->pixels, view->image().bitmap()->pixels);
-    // Loading replaces what was there, the tool in progress too.
+    // Loading replaces all drawings, including the one in progress.
     other->beginDrawing({1, 1});
     other->loadStack(view->stackJSON());
     EXPECT_FALSE(other->currentTool);
     EXPECT_EQ(other->pathArray.size(), 8U);
 }
 
-TEST_F(SketchStackReaderTest, AViewWithoutBoundsKeepsTheDrawingsUntilItHasSome) {
+TEST_F(SketchStackReaderTest, ViewWithoutBoundsScalesLoadedDrawingsWhenItGetsSome) {
     SketchView early;
     early.loadStack(JSON::parse(everyTool));
     view->loadStack(JSON::parse(everyTool));
-    // The last one was never dragged, which is marked by a place in points, not in percentages.
+    // Excludes the last one: it was not dragged, which is marked by a position in points, not percentages.
     early.pathArray.pop_back();
     view->pathArray.pop_back();
     const JSON before = early.stackJSON();
@@ -163,7 +163,7 @@ TEST_F(SketchStackReaderTest, AViewWithoutBoundsKeepsTheDrawingsUntilItHasSome) 
     EXPECT_EQ(dynamic_cast<RectTool&>(*early.pathArray[4]).firstPoint(), (Point{256, 36}));
 }
 
-TEST_F(SketchStackReaderTest, OnlySixWordsNameATool) {
+TEST_F(SketchStackReaderTest, ParsesToolNames) {
     using Type = SketchToolType;
     const auto type = &SketchStackReader::toolType;
     EXPECT_EQ(type("pen"), Type::pen);
@@ -178,10 +178,10 @@ TEST_F(SketchStackReaderTest, OnlySixWordsNameATool) {
     EXPECT_EQ(type(std::string(1'000'000, 'p')), std::nullopt);
 }
 
-TEST_F(SketchStackReaderTest, WhatCannotBeReadIsSkippedAndNamed) {
+TEST_F(SketchStackReaderTest, SkipsAndLogsUnreadableMembers) {
     view->lineWidth = 6;
     view->lineColor = {0, 1, 0, 1};
-    JSON stack =
+    const JSON stack =
         JSON::parse(R"({"width": "4", "color": "#GG0000", "alpha": 1.5, "activeTool": 2.5, "ios": {"drawMode": 7},
         "drawnStack": [
             5,
@@ -213,37 +213,37 @@ TEST_F(SketchStackReaderTest, WhatCannotBeReadIsSkippedAndNamed) {
                                         drawn + "[3].configuration.ios.penType: cannot be read",
                                         drawn + "[3].configuration.points: 3 of 5 cannot be read",
                                         drawn + "[4].configuration: is missing",
-                                        drawn + "[5].configuration.points: a start and an end cannot be read",
+                                        drawn + "[5].configuration.points: start and end cannot be read",
                                         drawn + "[6].configuration.isFill: is missing",
                                         drawn + "[6].configuration.points: cannot be read",
                                         "Stored drawings: redoStack: is missing"}));
     ASSERT_EQ(view->pathArray.size(), 3U);
-    // What the drawing does not say is as for a new touch.
+    // Missing members have the values of a new touch.
     const auto& pen = dynamic_cast<PenTool&>(*view->pathArray[0]);
     EXPECT_EQ(pen.lineWidth(), 6);
     EXPECT_EQ(pen.lineColor(), (Color{0, 1, 0, 1}));
     EXPECT_EQ(pen.lineAlpha(), 1);
     EXPECT_EQ(pen.touchPoints(), (std::vector<Point>{{2, 1}, {18, 9}}));
     EXPECT_EQ(pen.id().size(), 36U);
-    // The places under "ios" say so.
-    platform->log.clear();
-    const auto other = std::make_shared<SketchView>(Rect{0, 0, 200, 100});
-    stack = JSON::parse(everyTool);
-    stack.set("ios", 7);
-    JSON oval = stack["redoStack"][0];
-    oval.set({"configuration", "ios"}, JSON::dictionary({{"eraserWidth", -1}}));
-    stack.set("redoStack", JSON::array({oval}));
-    other->loadStack(stack);
-    EXPECT_EQ(platform->log, (std::vector<std::string>{
-                                 "Stored drawings: ios.drawMode: cannot be read",
-                                 "Stored drawings: redoStack[0].configuration.ios.eraserWidth: cannot be read"}));
-    // What has been skipped is not written.
+    // Skipped members are not written.
     EXPECT_EQ(view->stackJSON()["drawnStack"][0]["configuration"]["points"].size(), 2U);
     EXPECT_EQ(dynamic_cast<TwoPointTool&>(*view->pathArray[1]).lastPoint(), (Point{-100, -100}));
     EXPECT_EQ(view->drawTool, SketchToolType::pen);
 }
 
-TEST_F(SketchStackReaderTest, OnlySixHexadecimalDigitsAreAColor) {
+TEST_F(SketchStackReaderTest, LogsUnreadableNestedMembers) {
+    JSON stack = JSON::parse(everyTool);
+    stack.set("ios", 7);
+    JSON oval = stack["redoStack"][0];
+    oval.set({"configuration", "ios"}, JSON::dictionary({{"eraserWidth", -1}}));
+    stack.set("redoStack", JSON::array({oval}));
+    view->loadStack(stack);
+    EXPECT_EQ(platform->log, (std::vector<std::string>{
+                                 "Stored drawings: ios.drawMode: cannot be read",
+                                 "Stored drawings: redoStack[0].configuration.ios.eraserWidth: cannot be read"}));
+}
+
+TEST_F(SketchStackReaderTest, AcceptsOnlySixHexadecimalDigitsAsAColor) {
     view->lineColor = {0, 1, 0, 1};
     const auto read = [&](const std::string& text) {
         JSON stack = JSON::parse(everyTool);
@@ -263,7 +263,7 @@ TEST_F(SketchStackReaderTest, OnlySixHexadecimalDigitsAreAColor) {
         EXPECT_FALSE(read(text)) << text;
 }
 
-TEST_F(SketchStackReaderTest, ADrawingWithoutAReadableTimeIsNotThereFromTheStart) {
+TEST_F(SketchStackReaderTest, DrawingWithoutAReadableTimeIsHidden) {
     const auto owner = std::make_shared<Clock>();
     view->sketchViewDelegate = owner;
     JSON drawings;
@@ -284,23 +284,23 @@ TEST_F(SketchStackReaderTest, ADrawingWithoutAReadableTimeIsNotThereFromTheStart
     ASSERT_EQ(platform->log.size(), 7U);
     EXPECT_EQ(platform->log.back(), "Stored drawings: drawnStack[6].configuration.time: is missing");
     for (int visit = 0; visit < 2; ++visit) {
-        ASSERT_EQ(view->pathArray.size(), 7U) << "none is lost";
+        ASSERT_EQ(view->pathArray.size(), 7U) << "no drawing is lost";
         for (const double time : {0.0, 3600.0}) {
             owner->time = time;
-            EXPECT_FALSE(view->canUndo()) << "no moment of the clip has reached it";
+            EXPECT_FALSE(view->canUndo()) << "the clip does not reach its time";
         }
         owner->isTimeBased = false;
         EXPECT_TRUE(view->canUndo());
         owner->isTimeBased = true;
-        // Stored and read again it is the same.
+        // Survives being stored and loaded again.
         platform->log.clear();
         view->loadStack(JSON::parse(view->stackJSON().serialized()));
         EXPECT_EQ(platform->log, std::vector<std::string>{});
     }
 }
 
-TEST_F(SketchStackReaderTest, WhateverTheViewWritesItsReaderTakes) {
-    platform = std::make_shared<HeadlessPlatform>();  // what is written does not depend on what is drawn
+TEST_F(SketchStackReaderTest, WrittenStacksAreAlwaysReadable) {
+    platform = std::make_shared<HeadlessPlatform>();  // no rasterization: it does not affect the stored form
     installPlatform(platform);
     const double infinity = std::numeric_limits<double>::infinity();
     const auto owner = std::make_shared<Clock>();
@@ -329,7 +329,7 @@ TEST_F(SketchStackReaderTest, WhateverTheViewWritesItsReaderTakes) {
         }
         view->setFrame({0, 0, 200, 100});
     }
-    // What is drawn is what is stored.
+    // Settings are clamped when drawing, not only when storing.
     view->clear();
     view->lineWidth = 20'000;
     view->lineAlpha = 1.5;
@@ -337,7 +337,7 @@ TEST_F(SketchStackReaderTest, WhateverTheViewWritesItsReaderTakes) {
     EXPECT_EQ(view->currentTool->lineWidth(), *view->stackJSON()["drawnStack"][0]["configuration"]["width"].number());
     EXPECT_EQ(view->currentTool->lineAlpha(), 1);
 
-    // Nor does a member that is foreign to a point keep a stack from being written.
+    // Unserializable unknown members of a point are not written.
     JSON stack = JSON::parse(everyTool);
     JSON drawing = stack["drawnStack"][0];
     JSON deep;
@@ -351,7 +351,7 @@ TEST_F(SketchStackReaderTest, WhateverTheViewWritesItsReaderTakes) {
     }
 }
 
-TEST_F(SketchStackReaderTest, WhatIsNoStackLeavesNothingBehind) {
+TEST_F(SketchStackReaderTest, LoadingAnythingButAStackClearsTheView) {
     for (const char* text : {"null", "[]", "7", "\"stack\"", "{}", R"({"drawnStack":{},"redoStack":null})"}) {
         view->drawTool = SketchToolType::line;
         view->beginDrawing({1, 1});
@@ -365,7 +365,7 @@ TEST_F(SketchStackReaderTest, WhatIsNoStackLeavesNothingBehind) {
     EXPECT_TRUE(view->pathArray.empty());
 }
 
-TEST_F(SketchStackReaderTest, LargeAndStrangeStacksAreBearable) {
+TEST_F(SketchStackReaderTest, AcceptsNonFiniteAndHugeStacks) {
     const double infinity = std::numeric_limits<double>::infinity();
     JSON::Array points;
     for (int i = 0; i < 1'000'000; ++i)

@@ -40,7 +40,7 @@ Tool& dragged(Tool& tool, Point first, Point last) {
     return tool;
 }
 
-TEST(SketchTool, BeginsWithItsInitialValues) {
+TEST(SketchTool, HasInitialValues) {
     PenTool pen;
     EXPECT_EQ(pen.time(), 0);
     EXPECT_TRUE(pen.path().isEmpty());
@@ -81,7 +81,7 @@ TEST(SketchTool, BeginsWithItsInitialValues) {
     EXPECT_EQ(ids.size(), 1000U);
 }
 
-TEST(SketchTool, EveryTypeHasItsTool) {
+TEST(SketchTool, MakesTheToolOfEachType) {
     EXPECT_TRUE(dynamic_cast<PenTool*>(SketchTool::make(SketchToolType::pen).get()));
     EXPECT_FALSE(dynamic_cast<EraserTool*>(SketchTool::make(SketchToolType::pen).get()));
     EXPECT_TRUE(dynamic_cast<EraserTool*>(SketchTool::make(SketchToolType::eraser).get()));
@@ -96,7 +96,7 @@ TEST(SketchTool, EveryTypeHasItsTool) {
     }
 }
 
-TEST(PenTool, SmoothsTouchesIntoCurvesBetweenTheirMiddles) {
+TEST(PenTool, SmoothsTouchesIntoQuadraticCurves) {
     PenTool pen;
     pen.setLineWidth(3);
     const Rect first = pen.addSegment({0, 0}, {0, 0}, {10, 20});
@@ -109,7 +109,7 @@ TEST(PenTool, SmoothsTouchesIntoCurvesBetweenTheirMiddles) {
     EXPECT_EQ(pen.path().points(), (std::vector<Point>{{0, 0}, {0, 0}, {5, 10}, {5, 10}, {10, 20}, {20, 10}}));
     EXPECT_EQ(pen.touchPoints(), (std::vector<Point>{{0, 0}, {10, 20}, {30, 0}}));
 
-    // Stored touches make the same path as live ones; one touch makes none that shows, but is kept.
+    // Stored touches produce the same path as live ones. A single touch is kept but draws nothing.
     PenTool rebuilt;
     rebuilt.setTouchPoints({{0, 0}, {10, 20}, {30, 0}});
     EXPECT_EQ(rebuilt.path(), pen.path());
@@ -119,7 +119,7 @@ TEST(PenTool, SmoothsTouchesIntoCurvesBetweenTheirMiddles) {
     EXPECT_TRUE(rebuilt.path().isEmpty());
 }
 
-TEST(PenTool, StylesAskForWhatTheyAre) {
+TEST(PenTool, StylesSetTheContext) {
     PenTool pen;
     prepared(pen).setTouchPoints({{0, 0}, {10, 0}, {20, 0}});
     EXPECT_EQ(commandsOf(pen), (Commands{"save", "no antialias", "path 4", "cap 1", "width 5",
@@ -128,7 +128,7 @@ TEST(PenTool, StylesAskForWhatTheyAre) {
     EXPECT_EQ(commandsOf(pen),
               (Commands{"save", "no antialias", "path 4", "cap 1", "width 5", "stroke color 0.25 0.5 0.75 1",
                         "shadow 0 0 4 0.25 0.5 0.75 1", "alpha 0.5", "stroke", "restore"}));
-    // Neon leaves the context's alpha as it is.
+    // Neon does not change the context's alpha.
     pen.setDrawingPenType(PenType::neon);
     EXPECT_EQ(commandsOf(pen), (Commands{"save", "no antialias", "path 4", "cap 1", "width 5", "stroke color 1 1 1 1",
                                          "shadow 0 0 4 0.25 0.5 0.75 0.5", "blend 2", "stroke", "restore"}));
@@ -138,7 +138,7 @@ TEST(PenTool, StylesAskForWhatTheyAre) {
               (Commands{"save", "no antialias", "path 2", "cap 1", "width 5", "blend 1", "stroke", "restore"}));
 }
 
-TEST(LineTool, EndsOnlyWhereBothCoordinatesArePositive) {
+TEST(LineTool, DrawsOnlyToNonNegativePoints) {
     LineTool line;
     dragged(prepared(line), {10, 10}, {50, 0});
     const Commands before{"save", "stroke color 0.25 0.5 0.75 1", "cap 2", "width 5", "alpha 0.5", "move 10 10"};
@@ -156,7 +156,7 @@ TEST(LineTool, EndsOnlyWhereBothCoordinatesArePositive) {
     ArrowTool arrow;
     dragged(prepared(arrow), {10, 10}, {-1, 50});
     EXPECT_EQ(commandsOf(arrow), with({}));
-    // The head of a width of 5: barbs of 20 at 135 degrees from the shaft, the tip 5 beyond the end.
+    // The head for width 5: barbs of length 20 at 135 degrees from the shaft, the tip 5 beyond the end.
     EXPECT_EQ(commandsOf(dragged(arrow, {10, 10}, {110, 10})),
               with({"line 110 10", "move 95.86 24.14", "line 115 10", "line 95.86 -4.142"}));
     EXPECT_EQ(commandsOf(dragged(arrow, {10, 10}, {10, 110})),
@@ -165,7 +165,7 @@ TEST(LineTool, EndsOnlyWhereBothCoordinatesArePositive) {
               with({"line 10 10", "move -4.142 24.14", "line 15 10", "line -4.142 -4.142"}));
 }
 
-TEST(RectTool, DrawsItsRectangleInEveryDirection) {
+TEST(RectTool, DrawsRectanglesDraggedInAnyDirection) {
     RectTool rectangle;
     dragged(prepared(rectangle), {60, 40}, {10, 15});
     EXPECT_EQ(commandsOf(rectangle), (Commands{"save", "alpha 0.5", "stroke color 0.25 0.5 0.75 1", "width 5",
@@ -181,13 +181,13 @@ TEST(RectTool, DrawsItsRectangleInEveryDirection) {
                                              "fill ellipse 0 0 10 20", "restore"}));
     ellipse.setFill(false);
     EXPECT_EQ(commandsOf(ellipse)[4], "stroke ellipse 0 0 10 20");
-    // The picture's edge belongs to it.
+    // The right and bottom edges are inside.
     EXPECT_EQ(commandsOf(dragged(ellipse, {60, 40}, {0, 0})).at(4), "stroke ellipse 60 40 -60 -40");
     EXPECT_EQ(commandsOf(dragged(rectangle, {60, 40}, {0, 0})).at(3), "fill rect 60 40 -60 -40");
     EXPECT_EQ(commandsOf(dragged(ellipse, {60, 40}, {5, -1})), (Commands{"save", "alpha 0.5", "width 5", "restore"}));
 }
 
-TEST(SketchTool, WithoutAContextNothingHappens) {
+TEST(SketchTool, DrawingWithoutAContextDoesNothing) {
     ASSERT_EQ(graphics::currentContext(), nullptr);
     for (int type = 0; type <= static_cast<int>(SketchToolType::ellipseFill); ++type) {
         const auto tool = SketchTool::make(static_cast<SketchToolType>(type));
@@ -211,7 +211,7 @@ TEST(SketchTool, RescalesWithItsView) {
     dragged(arrow, {10, 10}, {20, 30}).updatePath({0, 0, 100, 100}, {0, 0, 200, 50});
     EXPECT_EQ(arrow.firstPoint(), (Point{20, 5}));
     EXPECT_EQ(arrow.lastPoint(), (Point{40, 15}));
-    // From or to nothing there is no scale.
+    // Empty rectangles define no scale.
     for (const Rect& nothing : {Rect{}, Rect{0, 0, 100, 0}, Rect{0, 0, std::nan(""), 10}}) {
         arrow.updatePath(nothing, {0, 0, 10, 10});
         arrow.updatePath({0, 0, 10, 10}, nothing);
@@ -222,7 +222,7 @@ TEST(SketchTool, RescalesWithItsView) {
     EXPECT_EQ(pen.touchPoints().back(), (Point{100, 30}));
 }
 
-TEST(SketchTool, StampsTellPicturesApart) {
+TEST(SketchTool, StampsChangeWithTheAppearance) {
     PenTool pen;
     PenTool other;
     EXPECT_NE(pen.stamp(), other.stamp());
@@ -266,7 +266,7 @@ TEST(SketchTool, StoredFormOfEveryTool) {
                   R"("time":2.5,"width":3},"type":"pen"})");
     EXPECT_EQ(stored(pen, false),
               R"({"configuration":{)" + common + R"("ios":{"penType":2},"time":2.5,"width":3},"type":"pen"})");
-    // For another view size the percentages are others; the earlier ones are not remembered by mistake.
+    // Percentages depend on the view size; cached ones are not reused for another size.
     EXPECT_EQ(pen.jsonValue({400, 100}, true)["configuration"]["points"].serialized(),
               R"([{"x":5,"y":5},{"x":12.5,"y":25},{"x":50,"y":50}])");
     pen.addSegment({50, 25}, {200, 50}, {100, 50});
@@ -296,7 +296,7 @@ TEST(SketchTool, StoredFormOfEveryTool) {
                   R"("ios":{"eraserWidth":7},"isFill":false,"time":2.5,"width":3},"type":"oval"})");
 }
 
-TEST(SketchTool, WhatJSONCannotSayIsStillStored) {
+TEST(SketchTool, StoresNonFiniteValues) {
     const Color noColor{std::nan(""), 0, 0, 1};
     for (int type = 0; type <= static_cast<int>(SketchToolType::ellipseFill); ++type) {
         const auto tool = SketchTool::make(static_cast<SketchToolType>(type));

@@ -21,11 +21,11 @@
 namespace videoanalysis {
 namespace {
 
-/// Counts the contexts that are asked for on the main thread: each is a bitmap drawn into. Drawing in the background waits
-/// until the test lets it go on, or until it is cancelled.
-class CountingEngine final : public graphics::Engine {
+/// Counts the contexts created on the main thread, one per bitmap drawn into. Blocks background drawing while
+/// `isBackgroundHeld`, until it is cancelled.
+class InstrumentedEngine final : public graphics::Engine {
 public:
-    CountingEngine(int& count, std::atomic<bool>& isHeld) : count_(count), isHeld_(isHeld) {}
+    InstrumentedEngine(int& count, std::atomic<bool>& isBackgroundHeld) : count_(count), isHeld_(isBackgroundHeld) {}
     std::unique_ptr<graphics::Context> makeContext(Bitmap& bitmap) override {
         if (std::this_thread::get_id() == mainThread_)
             ++count_;
@@ -46,7 +46,7 @@ public:
     double time = 0;
     bool isTimeBased = true;
     std::vector<std::string> calls;
-    /// Asked at the end of a stroke.
+    /// Called at the end of a stroke; may be empty.
     std::function<void(SketchView&)> didEnd;
 
     double currentTime() const override { return time; }
@@ -88,7 +88,7 @@ protected:
         drag({{10, y}, {90, y}});
         return view->pathArray.back();
     }
-    /// What a person sees: the view drawn into its own transparent layer.
+    /// The view drawn into a transparent layer.
     std::vector<std::uint32_t> picture(SketchView& shown) {
         Bitmap layer(static_cast<int>(shown.bounds().size.width), static_cast<int>(shown.bounds().size.height), 1);
         const auto context = graphics::CairoEngine().makeContext(layer);
@@ -103,7 +103,7 @@ protected:
     }
     bool isSeen(int y) { return seen(50, y) != 0; }
 
-    /// A scribble that takes longer than the main thread may be held up.
+    /// A scribble that exceeds the main thread's drawing budget.
     static std::shared_ptr<SketchTool> scribble(const Color& color) {
         std::mt19937 generator(3);
         std::uniform_real_distribution<double> coordinate(0, 100);
@@ -117,13 +117,13 @@ protected:
         return pen;
     }
     void finishBackground() {
-        isHeld = false;
+        isBackgroundHeld = false;
         while (view->isRebuilding()) {
             platform->drainMainQueue();
             std::this_thread::yield();
         }
     }
-    /// Whether the bitmap holds all of the drawings, drawn from the ground up.
+    /// Whether the bitmap equals a full redraw of all drawings.
     bool isComplete() {
         Bitmap expected(static_cast<int>(view->bounds().size.width), static_cast<int>(view->bounds().size.height), 1);
         const auto context = graphics::CairoEngine().makeContext(expected);
@@ -134,14 +134,14 @@ protected:
     }
 
     int contexts = 0;
-    std::atomic<bool> isHeld = false;
+    std::atomic<bool> isBackgroundHeld = false;
     std::shared_ptr<HeadlessPlatform> platform =
-        std::make_shared<HeadlessPlatform>(std::make_unique<CountingEngine>(contexts, isHeld));
+        std::make_shared<HeadlessPlatform>(std::make_unique<InstrumentedEngine>(contexts, isBackgroundHeld));
     std::shared_ptr<Owner> owner = std::make_shared<Owner>();
     std::shared_ptr<SketchView> view = std::make_shared<SketchView>(Rect{0, 0, 100, 100});
 };
 
-TEST_F(SketchViewTest, BeginsEmpty) {
+TEST_F(SketchViewTest, IsInitiallyEmpty) {
     EXPECT_EQ(view->lineAlpha, 1);
     EXPECT_EQ(view->lineWidth, 4);
     EXPECT_EQ(view->lineColor, Color::black());
@@ -159,7 +159,7 @@ TEST_F(SketchViewTest, BeginsEmpty) {
     EXPECT_FALSE(view->currentPoint);
 }
 
-TEST_F(SketchViewTest, ATouchSequenceBecomesADrawing) {
+TEST_F(SketchViewTest, TouchSequenceBecomesADrawing) {
     view->lineWidth = 6;
     view->lineColor = {1, 0, 0, 1};
     view->lineAlpha = 0.5;
@@ -177,7 +177,7 @@ TEST_F(SketchViewTest, ATouchSequenceBecomesADrawing) {
     EXPECT_EQ(pen->lineAlpha(), 0.5);
     EXPECT_EQ(pen->drawingPenType(), PenType::blur);
 
-    // A change of the selected tool is for the next sequence.
+    // Selecting another tool affects the next sequence.
     view->drawTool = SketchToolType::arrow;
     view->continueDrawing({10, 10}, {20, 10});
     EXPECT_EQ(*view->previousPoint2, (Point{10, 10}));
@@ -191,7 +191,7 @@ TEST_F(SketchViewTest, ATouchSequenceBecomesADrawing) {
     EXPECT_FALSE(view->currentTool);
     EXPECT_EQ(owner->calls.back(), "end 1 current");
 
-    // A sequence that never ended is ended by the next one.
+    // Beginning a sequence ends the previous one.
     view->beginDrawing({1, 1});
     view->continueDrawing({1, 1}, {50, 60});
     owner->time = 3;
@@ -204,13 +204,13 @@ TEST_F(SketchViewTest, ATouchSequenceBecomesADrawing) {
     EXPECT_EQ(arrow.lastPoint(), (Point{50, 60}));
 }
 
-TEST_F(SketchViewTest, WithoutADelegateStrokesCarryTheWallClock) {
+TEST_F(SketchViewTest, StrokesHaveWallClockTimesWithoutADelegate) {
     view->sketchViewDelegate.reset();
     const double time = line(50)->time();
     EXPECT_NEAR(time, platform->wallClock(), 1);
     EXPECT_GT(time, 1e8);
     EXPECT_TRUE(isSeen(50));
-    // With a player that reaches no such time it is hidden.
+    // Hidden with a player that never reaches that time.
     view->sketchViewDelegate = owner;
     owner->time = 100'000;
     EXPECT_TRUE(view->updateCacheImage(true));
@@ -219,7 +219,7 @@ TEST_F(SketchViewTest, WithoutADelegateStrokesCarryTheWallClock) {
     EXPECT_TRUE(view->canUndoAll());
 }
 
-TEST_F(SketchViewTest, ATranslucentStrokeCountsOnceWhileItIsDrawnAndAfter) {
+TEST_F(SketchViewTest, AppliesAlphaOncePerStroke) {
     view->lineColor = {1, 0, 0, 1};
     view->lineAlpha = 0.5;
     view->lineWidth = 10;
@@ -227,18 +227,18 @@ TEST_F(SketchViewTest, ATranslucentStrokeCountsOnceWhileItIsDrawnAndAfter) {
     for (const double x : {50.0, 90.0, 50.0, 10.0, 50.0, 90.0}) view->continueDrawing(*view->currentPoint, {x, 50});
     const std::uint32_t live = seen(50, 50);
     EXPECT_NEAR(static_cast<int>(live >> 24U), 128, 1);
-    // Rebuilding with every frame in the middle of the stroke does not bake it in.
+    // Rebuilding during the stroke does not add it to the bitmap.
     view->updateCacheImage(true);
     view->continueDrawing({90, 50}, {50, 50});
     view->updateCacheImage(true);
     EXPECT_EQ(seen(50, 50), live);
-    // The owner sees it once too, although it is in the list and current.
+    // Drawn once although it is both in the list and current.
     owner->didEnd = [&](SketchView& ended) { EXPECT_EQ(ended.image().bitmap()->pixels[50 * 100 + 50], live); };
     view->endDrawing();
     EXPECT_EQ(seen(50, 50), live);
     EXPECT_EQ(owner->calls.size(), 2U);
 
-    // Without redraw the tool in progress is added to what is there; the next rebuild takes it out again.
+    // Without `redraw` the tool in progress is added to the bitmap; the next rebuild removes it.
     view->beginDrawing({10, 20});
     view->continueDrawing({10, 20}, {90, 20});
     view->continueDrawing({90, 20}, {10, 20});
@@ -249,7 +249,7 @@ TEST_F(SketchViewTest, ATranslucentStrokeCountsOnceWhileItIsDrawnAndAfter) {
     EXPECT_EQ(view->image().bitmap()->pixels[20 * 100 + 30], 0U);
 }
 
-TEST_F(SketchViewTest, TheEraserMakesHolesLiveAndFinished) {
+TEST_F(SketchViewTest, EraserCutsHolesDuringAndAfterTheStroke) {
     view->lineColor = {0, 0, 1, 1};
     view->drawTool = SketchToolType::rectangleFill;
     drag({{80, 80}, {20, 20}});
@@ -267,7 +267,7 @@ TEST_F(SketchViewTest, TheEraserMakesHolesLiveAndFinished) {
     EXPECT_EQ(seen(50, 50), 0xFF0000FFU);
 }
 
-TEST_F(SketchViewTest, OneDrawingLeavesNothingForTheNext) {
+TEST_F(SketchViewTest, DrawingsDoNotLeakContextState) {
     view->drawingPenType = PenType::neon;
     view->lineAlpha = 0.3;
     view->lineColor = {0, 1, 0, 1};
@@ -277,7 +277,7 @@ TEST_F(SketchViewTest, OneDrawingLeavesNothingForTheNext) {
     view->lineColor = {1, 0, 0, 1};
     line(70);
     EXPECT_EQ(seen(50, 70), 0xFFFF0000U);
-    // No glow, and not half a colour over another.
+    // Neither the glow nor the alpha carries over.
     EXPECT_EQ(seen(50, 75), 0U);
 }
 
@@ -295,7 +295,7 @@ TEST_F(SketchViewTest, UndoAndRedoFollowTheTime) {
     view->undo();
     EXPECT_EQ(view->pathArray.size(), 3U);
 
-    // Visible from its very moment on: at 2 seconds the second is, and is the one to undo.
+    // Visible from exactly its time on: at 2 seconds the second one is shown and is the one to undo.
     owner->time = 2;
     view->updateCacheImage(true);
     EXPECT_TRUE(isSeen(20) && isSeen(40) && !isSeen(60));
@@ -313,7 +313,7 @@ TEST_F(SketchViewTest, UndoAndRedoFollowTheTime) {
     view->updateCacheImage(true);
     EXPECT_TRUE(isSeen(60));
 
-    // A new drawing leaves the undone one redoable, and redo puts it on top.
+    // A new drawing keeps the redo list; redo adds on top.
     line(80);
     view->redo();
     EXPECT_EQ(view->pathArray.back(), second);
@@ -325,7 +325,7 @@ TEST_F(SketchViewTest, UndoAndRedoFollowTheTime) {
     EXPECT_FALSE(isSeen(20));
 }
 
-TEST_F(SketchViewTest, DrawingsOfOneIdGoTogether) {
+TEST_F(SketchViewTest, UndoAndRedoMoveAllDrawingsWithTheSameId) {
     line(20)->setId("same");
     const auto other = line(40);
     line(60)->setId("same");
@@ -336,7 +336,7 @@ TEST_F(SketchViewTest, DrawingsOfOneIdGoTogether) {
     EXPECT_FALSE(isSeen(60));
 }
 
-TEST_F(SketchViewTest, EverythingThatStartsAnewDropsTheToolInProgress) {
+TEST_F(SketchViewTest, LoadingAndClearingDiscardTheToolInProgress) {
     const auto begin = [&] {
         view->beginDrawing({10, 10});
         view->continueDrawing({10, 10}, {90, 90});
@@ -345,7 +345,7 @@ TEST_F(SketchViewTest, EverythingThatStartsAnewDropsTheToolInProgress) {
     view->undo();
     EXPECT_FALSE(view->currentTool);
     EXPECT_TRUE(view->pathArray.empty());
-    // The rest of the touch sequence draws nothing, and nobody is told of an end.
+    // The rest of the touch sequence draws nothing, and the delegate is not notified of its end.
     view->continueDrawing({90, 90}, {10, 90});
     view->endDrawing();
     EXPECT_EQ(owner->calls, std::vector<std::string>{"begin 0 current"});
@@ -361,7 +361,7 @@ TEST_F(SketchViewTest, EverythingThatStartsAnewDropsTheToolInProgress) {
     EXPECT_TRUE(view->pathArray.empty());
 }
 
-TEST_F(SketchViewTest, DrawingsKeepTheirPlaceWhenTheBoundsChange) {
+TEST_F(SketchViewTest, DrawingsScaleWithTheBounds) {
     view->drawTool = SketchToolType::rectangleStroke;
     drag({{20, 20}, {60, 80}});
     view->drawTool = SketchToolType::pen;
@@ -376,7 +376,7 @@ TEST_F(SketchViewTest, DrawingsKeepTheirPlaceWhenTheBoundsChange) {
     EXPECT_EQ(view->image().size(), (Size{200, 50}));
     EXPECT_NE(seen(40, 20), 0U);
 
-    // A view that was folded away for a moment goes on from its last real bounds.
+    // Empty bounds in between do not affect the geometry.
     view->setFrame({0, 0, 0, 50});
     EXPECT_TRUE(view->image().isEmpty());
     EXPECT_FALSE(view->updateCacheImage(true));
@@ -386,13 +386,13 @@ TEST_F(SketchViewTest, DrawingsKeepTheirPlaceWhenTheBoundsChange) {
     EXPECT_EQ(rectangle.lastPoint(), (Point{60, 80}));
     EXPECT_EQ(*view->lastKnownBounds, (Rect{0, 0, 100, 100}));
     EXPECT_NE(seen(20, 50), 0U);
-    // A move alone changes nothing.
+    // Moving the view without resizing changes nothing.
     const int before = contexts;
     view->setFrame({0, 0, 100, 100});
     EXPECT_EQ(contexts, before);
 }
 
-TEST_F(SketchViewTest, ABackgroundLiesUnderTheDrawings) {
+TEST_F(SketchViewTest, BackgroundIsDrawnBelowTheDrawings) {
     auto background = std::make_shared<Bitmap>(50, 50, 1);
     std::fill(background->pixels.begin(), background->pixels.end(), 0xFF00FF00U);
     line(90);
@@ -408,7 +408,7 @@ TEST_F(SketchViewTest, ABackgroundLiesUnderTheDrawings) {
     EXPECT_EQ(seen(30, 25), 0xFF00FF00U);
 }
 
-TEST_F(SketchViewTest, OnlyTheRegionOfANewSegmentIsDisplayed) {
+TEST_F(SketchViewTest, InvalidatesOnlyTheRegionOfANewSegment) {
     DirtyRegions dirty;
     view->setObserver(&dirty);
     view->beginDrawing({50, 50});
@@ -425,7 +425,7 @@ TEST_F(SketchViewTest, OnlyTheRegionOfANewSegmentIsDisplayed) {
     view->setObserver(nullptr);
 }
 
-TEST_F(SketchViewTest, RegionByRegionAStrokeLooksLikeItsWhole) {
+TEST_F(SketchViewTest, DrawingByRegionsMatchesDrawingTheWholeStroke) {
     std::mt19937 generator(11);
     std::uniform_real_distribution<double> step(-9, 9);
     for (const PenType type : {PenType::normal, PenType::blur, PenType::neon}) {
@@ -459,7 +459,7 @@ TEST_F(SketchViewTest, RegionByRegionAStrokeLooksLikeItsWhole) {
     }
 }
 
-TEST_F(SketchViewTest, ARebuildThatChangesNothingDrawsNothing) {
+TEST_F(SketchViewTest, UnchangedRebuildDrawsNothing) {
     for (const double time : {1.0, 2.0, 3.0}) {
         owner->time = time;
         line(time * 20);
@@ -487,7 +487,7 @@ TEST_F(SketchViewTest, ARebuildThatChangesNothingDrawsNothing) {
     EXPECT_TRUE(draws());
     EXPECT_EQ(view->image().bitmap()->width, 200);
     EXPECT_FALSE(draws());
-    // Whoever keeps an earlier picture keeps it as it was.
+    // An image obtained earlier keeps its content.
     const std::shared_ptr<const Bitmap> kept = view->image().bitmap();
     const std::vector<std::uint32_t> pixels = kept->pixels;
     owner->time = 3;
@@ -496,7 +496,7 @@ TEST_F(SketchViewTest, ARebuildThatChangesNothingDrawsNothing) {
     EXPECT_NE(view->image().bitmap()->pixels, pixels);
 }
 
-TEST_F(SketchViewTest, WhatIsShownIsAlwaysAFullRebuild) {
+TEST_F(SketchViewTest, IncrementalUpdatesMatchAFullRebuild) {
     std::mt19937 generator(17);
     const auto random = [&](int count) { return static_cast<int>(generator() % static_cast<unsigned>(count)); };
     const auto point = [&] { return Point{random(1000) / 10.0, random(1000) / 10.0}; };
@@ -538,7 +538,7 @@ TEST_F(SketchViewTest, WhatIsShownIsAlwaysAFullRebuild) {
         }
         if (!view->updateCacheImage(true)) ++skipped;
 
-        // The same drawings in a view that has never drawn before. The two share the tools.
+        // The same tools in a new view, which draws all of them.
         SketchView fresh;
         fresh.sketchViewDelegate = owner;
         fresh.backgroundImage = view->backgroundImage;
@@ -552,19 +552,19 @@ TEST_F(SketchViewTest, WhatIsShownIsAlwaysAFullRebuild) {
     EXPECT_GT(skipped, 200);
 }
 
-TEST_F(SketchViewTest, DrawingsThatTakeLongAreDrawnInTheBackground) {
+TEST_F(SketchViewTest, DrawsSlowDrawingsInTheBackground) {
     const auto old = line(90);
     const auto heavy = scribble({0, 0, 1, 1});
-    isHeld = true;
+    isBackgroundHeld = true;
     view->pathArray.insert(view->pathArray.begin(), heavy);
     const int before = contexts;
     EXPECT_FALSE(view->updateCacheImage(true));
     EXPECT_TRUE(view->isRebuilding());
     EXPECT_EQ(contexts, before);
-    EXPECT_TRUE(isSeen(90)) << "the old picture stays";
+    EXPECT_TRUE(isSeen(90)) << "the old bitmap is still shown";
     EXPECT_FALSE(isSeen(25));
 
-    // A finger draws over it at once, before and after the stroke's end; what it does is undone and redone at once.
+    // New strokes are shown, undone and redone without waiting for the rebuild.
     view->beginDrawing({10, 70});
     view->continueDrawing({10, 70}, {90, 70});
     EXPECT_TRUE(isSeen(70));
@@ -580,7 +580,7 @@ TEST_F(SketchViewTest, DrawingsThatTakeLongAreDrawnInTheBackground) {
     EXPECT_FALSE(isSeen(25));
     EXPECT_EQ(contexts, before);
 
-    // The heavy one is there as it was when its drawing began, until it is drawn as it has become.
+    // The result is shown when the rebuild finishes.
     DirtyRegions dirty;
     view->setObserver(&dirty);
     finishBackground();
@@ -590,15 +590,20 @@ TEST_F(SketchViewTest, DrawingsThatTakeLongAreDrawnInTheBackground) {
     EXPECT_TRUE(isComplete());
     EXPECT_FALSE(view->updateCacheImage(true));
 
-    // A finger's stroke, however long, needs no background.
+    // A stroke just finished is drawn on the main thread.
     line(60);
     EXPECT_FALSE(view->isRebuilding());
     EXPECT_TRUE(isComplete());
     view->updateCacheImage(true);
     EXPECT_FALSE(view->isRebuilding());
+}
 
-    // While another size is being drawn the old picture is stretched into it.
-    isHeld = true;
+TEST_F(SketchViewTest, StretchesTheOldBitmapDuringARebuildForANewSize) {
+    line(90);
+    view->pathArray.insert(view->pathArray.begin(), scribble({0, 0, 1, 1}));
+    view->updateCacheImage(true);
+    finishBackground();
+    isBackgroundHeld = true;
     view->setFrame({0, 0, 200, 100});
     EXPECT_TRUE(view->isRebuilding());
     EXPECT_NE(picture(*view)[90 * 200 + 100], 0U);
@@ -606,8 +611,8 @@ TEST_F(SketchViewTest, DrawingsThatTakeLongAreDrawnInTheBackground) {
     EXPECT_TRUE(isComplete());
 }
 
-TEST_F(SketchViewTest, ANewerRebuildOvertakesARunningOne) {
-    isHeld = true;
+TEST_F(SketchViewTest, NewerRebuildCancelsARunningOne) {
+    isBackgroundHeld = true;
     view->pathArray = {scribble({1, 0, 0, 1})};
     view->updateCacheImage(true);
     view->pathArray[0]->setLineColor({0, 1, 0, 1});
@@ -617,9 +622,9 @@ TEST_F(SketchViewTest, ANewerRebuildOvertakesARunningOne) {
     EXPECT_TRUE(isComplete());
     EXPECT_EQ(view->image().bitmap()->pixels[25 * 100 + 50], 0xFF00FF00U);
 
-    // What is on the screen already needs none, and an empty view none either.
+    // A rebuild whose result is already on the screen, or is empty, is cancelled.
     const auto heavy = view->pathArray[0];
-    isHeld = true;
+    isBackgroundHeld = true;
     view->pathArray.insert(view->pathArray.begin(), scribble({1, 0, 0, 1}));
     view->updateCacheImage(true);
     EXPECT_TRUE(view->isRebuilding());
@@ -632,12 +637,12 @@ TEST_F(SketchViewTest, ANewerRebuildOvertakesARunningOne) {
     view->clear();
     EXPECT_FALSE(view->isRebuilding());
     EXPECT_FALSE(isSeen(25));
-    isHeld = false;
+    isBackgroundHeld = false;
     platform->drainMainQueue();
     EXPECT_FALSE(isSeen(25));
 
-    // A view that goes cancels its own: this would hang otherwise.
-    isHeld = true;
+    // Destroying the view cancels its rebuild; otherwise this would hang.
+    isBackgroundHeld = true;
     view->pathArray = {heavy};
     view->updateCacheImage(true);
     EXPECT_TRUE(view->isRebuilding());
@@ -645,13 +650,13 @@ TEST_F(SketchViewTest, ANewerRebuildOvertakesARunningOne) {
     platform->drainMainQueue();
 }
 
-TEST_F(SketchViewTest, WhatAppearsWhileDrawingInTheBackgroundIsShownInTheEnd) {
+TEST_F(SketchViewTest, ChangesDuringABackgroundRebuildAreShownWhenItFinishes) {
     std::mt19937 generator(23);
     const auto random = [&](int count) { return static_cast<int>(generator() % static_cast<unsigned>(count)); };
     view->pathArray = {scribble({1, 0, 0, 1}), scribble({0, 0, 1, 1})};
     view->pathArray[1]->setTime(20);
     for (int step = 0; step < 160; ++step) {
-        isHeld = random(3) > 0;
+        isBackgroundHeld = random(3) > 0;
         switch (random(8)) {
             case 0: line(random(100)); break;
             case 1: view->undo(); break;

@@ -1,4 +1,4 @@
-// What the component stores is what Documentation/stored-drawings.schema.json describes.
+// Validates stored drawings against Documentation/stored-drawings.schema.json.
 
 #include "Platforms/Cairo/CairoEngine.h"
 #include "Platforms/Headless/HeadlessPlatform.h"
@@ -39,7 +39,7 @@ protected:
     }
 
     void add(const std::string& name, const JSON& value) const { std::ofstream(folder / name) << value.serialized(); }
-    /// Validates everything that was added: names with "" for valid ones, otherwise the reason.
+    /// Validates all added stacks. Maps each name to the reason why it is invalid, or "" if it is valid.
     std::map<std::string, std::string> validate() const {
         const std::string command = "'" VIDEOANALYSIS_JSONSCHEMA_PYTHON "' '" VIDEOANALYSIS_SOURCE_DIR
                                     "/tools/validate-json.py' '" VIDEOANALYSIS_SOURCE_DIR
@@ -71,14 +71,14 @@ protected:
         view.continueDrawing({number, 50}, {70, number});
         view.endDrawing();
     }
-    /// A valid stack with one drawing of each tool; its drawings are in the order of the tools.
+    /// A valid stack with one drawing per tool, in the order of the tools.
     static JSON everyTool() {
         SketchView view(Rect{0, 0, 200, 100});
         for (int type = 0; type <= static_cast<int>(SketchToolType::ellipseFill); ++type)
             stroke(view, static_cast<SketchToolType>(type));
         return view.stackJSON();
     }
-    /// `stack` with the drawing at `index` changed.
+    /// A copy of `stack` with a modified drawing at `index`.
     static JSON withDrawing(const JSON& stack, std::size_t index, const std::function<void(JSON&)>& change) {
         JSON::Array drawings;
         for (const JSON& drawing : *stack["drawnStack"].array()) {
@@ -102,7 +102,7 @@ protected:
     const files::path folder = files::temp_directory_path() / ("stored-drawings-" + std::to_string(getpid()));
 };
 
-TEST_F(StoredDrawingsSchemaTest, EverythingThatIsWrittenIsValid) {
+TEST_F(StoredDrawingsSchemaTest, WrittenStacksAreValid) {
     add("fresh", SketchView(Rect{0, 0, 200, 100}).stackJSON());
     add("without-bounds", SketchView(Rect{}).stackJSON());
     add("every-tool", everyTool());
@@ -129,7 +129,7 @@ TEST_F(StoredDrawingsSchemaTest, EverythingThatIsWrittenIsValid) {
         ++expected;
     }
 
-    // Whatever a host hands over, what is stored after it has been read is valid.
+    // Stacks are valid when stored again, even if the loaded ones were not.
     for (const auto& entry : files::directory_iterator(VIDEOANALYSIS_SOURCE_DIR "/Fuzz/Corpus/SketchStackFuzzer")) {
         std::ifstream stream(entry.path());
         const std::string text((std::istreambuf_iterator<char>(stream)), {});
@@ -151,10 +151,10 @@ TEST_F(StoredDrawingsSchemaTest, EverythingThatIsWrittenIsValid) {
             validInputs.push_back(name);
     }
     EXPECT_EQ(validInputs, (std::vector<std::string>{"given-every-tool", "given-without-bounds"}))
-        << "the others lack members or hold what a reader skips";
+        << "the others lack members or contain unreadable ones";
 }
 
-TEST_F(StoredDrawingsSchemaTest, AStackWithOneMistakeIsInvalid) {
+TEST_F(StoredDrawingsSchemaTest, StackWithOneErrorIsInvalid) {
     const JSON valid = everyTool();
     constexpr std::size_t pen = 0, line = 2, rectangle = 4, oval = 6;
     const auto configured = [&](std::size_t index, const std::string& key, const JSON& value) {

@@ -1,4 +1,4 @@
-// Drawings of a stored clip on a running screen: they come with the player's time, or all at once.
+// Stored drawings on a running screen: they appear at their times, or are all visible from the start.
 
 #include "Support/ComponentTest.h"
 #include "VideoAnalysis/Sketch/SketchView.h"
@@ -27,7 +27,7 @@ protected:
     }
 };
 
-TEST_F(TimedDrawingsTest, ComeWhenThePlayerReachesTheirTime) {
+TEST_F(TimedDrawingsTest, AppearWhenThePlayerReachesTheirTime) {
     showClip(true);
     EXPECT_FALSE(sketchOf(0).canUndo());
     EXPECT_TRUE(sketchOf(0).canUndoAll());
@@ -44,7 +44,7 @@ TEST_F(TimedDrawingsTest, ComeWhenThePlayerReachesTheirTime) {
     sketchOf(0).setObserver(nullptr);
 }
 
-TEST_F(TimedDrawingsTest, AreThereFromTheBeginningWhenTimeDoesNotCount) {
+TEST_F(TimedDrawingsTest, AreVisibleFromTheStartUnlessTimeBased) {
     showClip(false);
     EXPECT_EQ(playerOf(0).currentTime().seconds(), 0);
     EXPECT_TRUE(sketchOf(0).canUndo());

@@ -1,5 +1,5 @@
 #pragma once
-// A straight line whose end is an open "V". Made by the sketch view for the arrow tool.
+// A straight line with an open "V" head. Created by the sketch view for the arrow tool.
 
 #include "VideoAnalysis/Sketch/TwoPointTool.h"
 

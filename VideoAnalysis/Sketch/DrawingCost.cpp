@@ -11,11 +11,11 @@
 namespace videoanalysis {
 namespace {
 
-/// Nanoseconds, measured on a two-core machine of 2.5 GHz with the Cairo backend.
+/// Nanoseconds, measured on two 2.5 GHz cores with the Cairo backend.
 struct Costs {
     double drawing = 5'000;  ///< setting up a stroke, a fill or an image
-    double piece = 60;       ///< a straight piece of a freehand stroke
-    double row = 15;         ///< a row of pixels of such a piece
+    double piece = 60;       ///< a straight segment of a freehand stroke
+    double row = 15;         ///< a row of pixels of that segment
     double opaquePixel = 0.5;
     double blendedPixel = 2;
     double glowPixel = 6;
@@ -24,7 +24,7 @@ struct Costs {
 };
 constexpr Costs costs;
 
-/// Adds up what the drawing commands cost instead of drawing.
+/// Adds up the cost of the drawing commands instead of drawing.
 class CostContext final : public graphics::Context {
 public:
     CostContext(Size size, double scale)
@@ -70,7 +70,7 @@ private:
     static constexpr double maximumLength = 1e6;
 
     static double limited(double value, double high) { return value > 0 ? std::min(value, high) : 0; }
-    /// What of `area` can lie in the picture.
+    /// The part of `area` inside the bitmap.
     double visible(double area) const { return limited(area, width_ * height_); }
     void fill(const Rect& rect) {
         const double area =
@@ -117,7 +117,7 @@ void CostContext::strokePath() {
         const double high = limited(std::abs(to.y - from.y) * scale_, height_);
         length += limited(std::hypot(to.x - from.x, to.y - from.y) * scale_, 2 * (width_ + height_));
         pieces += count + 1;
-        // Each piece and the round start of the first.
+        // Each segment, and the round cap of the first.
         rows += high + (count + 1) * std::min(state_.lineWidth + 2, height_);
         from = to;
     }
@@ -129,7 +129,7 @@ void CostContext::strokePath() {
     sum_ += costs.drawing + pieces * costs.piece + rows * costs.row +
             area * (state_.isBlended ? costs.blendedPixel : costs.opaquePixel);
     if (state_.blur > 0) {
-        // The glow reaches one and a half times the blur from the edge.
+        // The glow extends one and a half blur radii beyond the edge.
         const double glowing = state_.lineWidth + 3 * state_.blur + 8;
         sum_ += costs.drawing + visible(length * glowing + glowing * glowing) * costs.glowPixel;
     }

@@ -1,5 +1,5 @@
 #pragma once
-// An ellipse, as an outline or filled. Made by the sketch view for the two ellipse tools.
+// An ellipse, outlined or filled. Created by the sketch view for the two ellipse tools.
 
 #include "VideoAnalysis/Sketch/TwoPointTool.h"
 
@@ -11,7 +11,7 @@ public:
 
     bool isFill() const { return isFill_; }
     void setFill(bool fill) { change(isFill_, fill); }
-    /// Points, limited to `StoredRange::widths`; stored with the drawing, drawing does not use it.
+    /// Points, clamped to `StoredRange::widths`. Stored with the drawing but not used when drawing.
     double eraserWidth() const { return eraserWidth_; }
     void setEraserWidth(double width) { eraserWidth_ = storableNumber(width, StoredRange::widths); }
 

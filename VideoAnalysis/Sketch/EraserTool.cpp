@@ -6,7 +6,7 @@ void EraserTool::draw() const {
     graphics::Context* context = graphics::currentContext();
     if (!context) return;
     context->saveState();
-    // An antialiased eraser would leave a ghost of the stroke that it retraces.
+    // An antialiased eraser would leave the edges of the stroke that it retraces.
     context->setShouldAntialias(false);
     addPathTo(*context);
     context->setLineCap(graphics::LineCap::round);

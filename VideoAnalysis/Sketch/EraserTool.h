@@ -1,6 +1,6 @@
 #pragma once
-// A freehand stroke that makes holes in the drawings under it. Made by the sketch view for the eraser; colour, alpha and
-// pen style play no part.
+// A freehand stroke that clears the drawings below it. Created by the sketch view for the eraser; ignores colour, alpha and
+// pen style.
 
 #include "VideoAnalysis/Sketch/PenTool.h"
 
@@ -10,7 +10,7 @@ class EraserTool : public PenTool {
 public:
     void draw() const override;
     std::unique_ptr<const SketchTool> snapshot() const override { return std::make_unique<EraserTool>(*this); }
-    /// A "pen" that is marked as an eraser under "ios".
+    /// Stored as a "pen" with an eraser flag under "ios".
     JSON jsonValue(Size size, bool withPoints) const override;
 };
 

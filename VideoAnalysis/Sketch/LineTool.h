@@ -1,5 +1,5 @@
 #pragma once
-// A straight line with square ends. Made by the sketch view for the line tool.
+// A straight line with square caps. Created by the sketch view for the line tool.
 
 #include "VideoAnalysis/Sketch/TwoPointTool.h"
 

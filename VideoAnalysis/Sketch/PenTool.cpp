@@ -8,7 +8,7 @@ namespace {
 
 using graphics::Path;
 
-/// A segment is a move and a curve: two elements and three points of the path.
+/// A segment is a move and a quadratic curve: two path elements and three points.
 constexpr std::size_t elementsPerSegment = 2;
 constexpr std::size_t pointsPerSegment = 3;
 constexpr std::size_t segmentsPerBlock = 16;
@@ -29,7 +29,7 @@ Rect boxAround(const Point* first, const Point* last) {
     return {left->x, top->y, right->x - left->x, bottom->y - top->y};
 }
 
-/// Unlike `Rect::intersects`, true for a box without width or height as well.
+/// Unlike `Rect::intersects`, also true for boxes of zero width or height.
 bool meets(const Rect& box, const Rect& region) {
     return box.minX() <= region.maxX() && region.minX() <= box.maxX() && box.minY() <= region.maxY() &&
            region.minY() <= box.maxY();
@@ -56,7 +56,7 @@ std::vector<Point> PenTool::touchPoints() const {
         touches = points;
         return touches;
     }
-    // Each touch but the last is the control point of a curve; the last curve ends in the middle of the last two.
+    // Every touch but the last is the control point of a curve; the last curve ends midway between the last two touches.
     touches.reserve(points.size() / pointsPerSegment + 1);
     for (std::size_t i = 1; i < points.size(); i += pointsPerSegment) touches.push_back(points[i]);
     const Point control = touches.back();
@@ -67,7 +67,7 @@ std::vector<Point> PenTool::touchPoints() const {
 
 void PenTool::setTouchPoints(const std::vector<Point>& points) {
     Path path;
-    // A single touch draws nothing, but it is kept.
+    // A single touch is kept although it draws nothing.
     if (points.size() == 1) path.move(points.front());
     path.reserve(points.size() * elementsPerSegment, points.size() * pointsPerSegment);
     for (std::size_t i = 1; i < points.size(); ++i) {
@@ -101,7 +101,7 @@ void PenTool::setStoredPoints(JSON points, Size size) const {
 void PenTool::addPathTo(graphics::Context& context) const {
     const std::vector<Point>& points = path().points();
     const std::size_t segments = points.size() / pointsPerSegment;
-    // A glow reaches 1.7 line widths from the curve; a little more for what is left of it in the last pixels.
+    // The glow extends 1.7 line widths from the curve, plus a margin for its faint outermost pixels.
     const double margin = 2 * lineWidth() + 4;
     const Rect region = context.clipBoundingBox().insetBy(-margin, -margin);
     if (!isMadeOfSegments_ || segments < 2 * segmentsPerBlock) {

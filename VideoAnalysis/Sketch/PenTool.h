@@ -1,5 +1,5 @@
 #pragma once
-// A freehand stroke: smoothed touches, drawn with one of three pen styles. Made by the sketch view for the pen, and by the
+// A freehand stroke: smoothed touches in one of three pen styles. Created by the sketch view for the pen tool and by the
 // reader of stored drawings.
 
 #include "VideoAnalysis/Sketch/SketchTool.h"
@@ -15,19 +15,19 @@ public:
     PenType drawingPenType() const { return drawingPenType_; }
     void setDrawingPenType(PenType type) { change(drawingPenType_, type); }
 
-    /// Adds one smoothed segment for a touch that moves from `previous1` to `current`: a quadratic curve between the
-    /// middles of the two pairs of points, with `previous1` as its control point. Returns the region to repaint.
+    /// Appends a smoothed segment for a touch that moves from `previous1` to `current`: a quadratic curve between the
+    /// midpoints of the two pairs of points, with control point `previous1`. Returns the region to repaint.
     Rect addSegment(Point previous2, Point previous1, Point current);
-    /// The touches of which the stroke is made, in order.
+    /// The touches of the stroke, in order.
     std::vector<Point> touchPoints() const;
-    /// Replaces the stroke by one through these touches, built segment by segment as if they had just been made.
+    /// Replaces the stroke by one built from these touches, segment by segment as if they were live.
     void setTouchPoints(const std::vector<Point>& points);
-    /// Tells that `points` is the stored form, for a view of `size`, of the stroke as it is now.
+    /// Caches `points` as the stored form of the current stroke for a view of `size`.
     void setStoredPoints(JSON points, Size size) const;
 
     void setPath(graphics::Path path) override;
     void updatePath(const Rect& from, const Rect& to) override;
-    /// Freehand strokes grow by `addSegment` only.
+    /// No effect: freehand strokes grow only through `addSegment`.
     void setInitialPoint(Point) override {}
     void moveFromPoint(Point, Point) override {}
     void draw() const override;
@@ -35,19 +35,19 @@ public:
     JSON jsonValue(Size size, bool withPoints) const override;
 
 protected:
-    /// Adds the stroke to the context; when the context is clipped to a part of it, only the segments that can show there.
+    /// Adds the stroke to the context's path, omitting segments outside the clip.
     void addPathTo(graphics::Context& context) const;
-    /// The form of a freehand stroke with these members under "ios".
+    /// The stored form of a freehand stroke with these members under "ios".
     JSON jsonValue(Size size, bool withPoints, JSON systemMembers) const;
 
 private:
     PenType drawingPenType_ = PenType::normal;
-    /// False when a path of another kind was set from outside.
+    /// False if a path that is not a sequence of segments has been set.
     bool isMadeOfSegments_ = true;
-    /// The boxes of runs of segments, from the first on, for finding those near a region quickly. Filled when needed.
+    /// Bounding boxes of runs of segments, in order, to find those near a region quickly. Filled on demand.
     mutable std::vector<Rect> blocks_;
-    /// The stored points of the stroke as it was at `storedStamp_`. Kept, and shared with every stored stack that holds them,
-    /// because a stack is written with each new drawing.
+    /// The stored points of the stroke as of `storedStamp_`. Cached, and shared with every stack that contains them, because
+    /// the stack is written after each new drawing.
     mutable JSON storedPoints_;
     mutable Size storedSize_;
     mutable std::uint64_t storedStamp_ = 0;

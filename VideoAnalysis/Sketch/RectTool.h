@@ -1,5 +1,5 @@
 #pragma once
-// A rectangle, as an outline or filled. Made by the sketch view for the two rectangle tools.
+// A rectangle, outlined or filled. Created by the sketch view for the two rectangle tools.
 
 #include "VideoAnalysis/Sketch/TwoPointTool.h"
 

@@ -13,7 +13,7 @@
 namespace videoanalysis {
 namespace {
 
-constexpr std::size_t maximumNotes = 100;
+constexpr std::size_t maxNotes = 100;
 
 std::optional<double> numberIn(const JSON& value, StoredRange range) {
     const std::optional<double> number = value.number();
@@ -45,7 +45,7 @@ void SketchStackReader::readNumber(const JSON& object, std::string_view key, Sto
 
 void SketchStackReader::readColor(const JSON& object, std::string_view key, Color& value) {
     const std::string* text = object[key].string();
-    // Digits only: the conversion would take a sign as well.
+    // Digits only: the conversion would also accept a sign.
     if (!text || text->size() != 7 || text->front() != '#' ||
         !std::all_of(text->begin() + 1, text->end(), isHexadecimalDigit)) {
         noteUnreadable(object[key], key);
@@ -68,7 +68,7 @@ std::optional<Point> SketchStackReader::readPoint(const JSON& object, std::strin
     if (!members) return std::nullopt;
     std::optional<double> percentX;
     std::optional<double> percentY;
-    // One way through the members: there are two or four, and this is done for every point of a stack.
+    // One pass over the two or four members, because this runs for every point of a stack.
     for (const JSON::Member& member : *members) {
         if (member.key == x) percentX = numberIn(member.value, StoredRange::coordinates);
         if (member.key == y) percentY = numberIn(member.value, StoredRange::coordinates);
@@ -124,7 +124,7 @@ void SketchStackReader::readConfiguration(const JSON& configuration, SketchTool&
     double alpha = tool.lineAlpha();
     readNumber(configuration, "alpha", StoredRange::alphas, alpha);
     tool.setLineAlpha(alpha);
-    // A drawing whose moment is unknown is not there from the start: it has no moment that a clip reaches.
+    // A drawing without a readable time is hidden: its time is one that no clip reaches.
     double time = std::numeric_limits<double>::quiet_NaN();
     readNumber(configuration, "time", StoredRange::times, time);
     tool.setTime(time);
@@ -155,7 +155,7 @@ void SketchStackReader::readConfiguration(const JSON& configuration, SketchTool&
         readFill(*rectangle);
     }
 
-    // Drawings may be stored without points.
+    // Points are optional in the stored form.
     if (const JSON& points = configuration["points"]; points.error() != JSONError::Kind::notExist)
         readPoints(points, tool);
 }
@@ -177,13 +177,13 @@ void SketchStackReader::readPoints(const JSON& points, SketchTool& tool) {
         pen->setTouchPoints(touches);
         if (const std::size_t lost = elements->size() - touches.size(); lost > 0)
             note("points", std::to_string(lost) + " of " + std::to_string(elements->size()) + " cannot be read");
-        else if (areCoordinatesOnly)  // what else a point holds might not be expressible as text
+        else if (areCoordinatesOnly)  // other members might not be serializable
             pen->setStoredPoints(points, size_);
     } else if (auto* shape = dynamic_cast<TwoPointTool*>(&tool)) {
         const std::optional<Point> start = readPoint(points[0], "startX", "startY");
         const std::optional<Point> end = readPoint(points[0], "endX", "endY");
         if (!start || !end) {
-            note("points", "a start and an end cannot be read");
+            note("points", "start and end cannot be read");
             return;
         }
         shape->setFirstPoint(*start);
@@ -192,7 +192,7 @@ void SketchStackReader::readPoints(const JSON& points, SketchTool& tool) {
 }
 
 void SketchStackReader::note(std::string_view key, std::string_view problem) {
-    if (++noteCount_ > maximumNotes) return;
+    if (++noteCount_ > maxNotes) return;
     std::string line = place_;
     if (!line.empty() && !key.empty()) line += '.';
     line.append(key).append(": ").append(problem);

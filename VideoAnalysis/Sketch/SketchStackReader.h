@@ -1,6 +1,6 @@
 #pragma once
-// Reads stored drawings, whatever they hold: what is readable is taken, the rest is skipped and noted with its place. Used
-// by the sketch view when it loads a stack.
+// Reads stored drawings leniently: unreadable parts are skipped and logged with their place. Used by the sketch view to load
+// a stack.
 
 #include "VideoAnalysis/JSON/JSON.h"
 #include "VideoAnalysis/Platform/Geometry.h"
@@ -16,26 +16,27 @@
 
 namespace videoanalysis {
 
-/// Main thread.
+/// Main thread only.
 class SketchStackReader {
 public:
-    /// The tool of a type word in any case; nothing for an unknown word. Fill shapes and the eraser have no word of their own.
+    /// The tool for a case-insensitive type word; empty for an unknown word. Filled shapes and the eraser are stored as
+    /// variants of another type.
     static std::optional<SketchToolType> toolType(std::string_view word);
 
-    /// `size`: what percentages refer to, in points, not empty.
+    /// `size`: the view size in points that percentages refer to; not empty.
     explicit SketchStackReader(Size size) : size_(size) {}
 
-    /// Each reads a member of `object` into `value`, or leaves `value` alone and notes why. Numbers outside of `range` and
-    /// colors other than "#" with six hexadecimal digits count as unreadable.
+    /// Each reads a member of `object` into `value`, or leaves `value` unchanged and logs the reason. Numbers outside of
+    /// `range` and colours other than "#" with six hexadecimal digits are unreadable.
     void readNumber(const JSON& object, std::string_view key, StoredRange range, double& value);
     void readColor(const JSON& object, std::string_view key, Color& value);
-    /// `last`: the highest of the enumeration's numbers, which begin at 0.
+    /// `last`: the max enumerator; the first one is 0.
     template <class Enumeration>
     void readEnumeration(const JSON& object, std::string_view key, Enumeration last, Enumeration& value) {
         value = static_cast<Enumeration>(readInteger(object, key, static_cast<int>(last), static_cast<int>(value)));
     }
 
-    /// Calls `read(members)` for the members that only this system writes, those under "ios"; not at all where there are none.
+    /// Calls `read(members)` with the system-specific members under "ios", if there are any.
     template <class Read>
     void readSystemMembers(const JSON& object, Read&& read) {
         const JSON& members = object["ios"];
@@ -44,17 +45,16 @@ public:
         std::forward<Read>(read)(members);
     }
 
-    /// The drawings of a member of `stack`. `makeTool` makes a tool as for a new touch; what a drawing does not say stays as
-    /// it was made.
+    /// The drawings in a member of `stack`. `makeTool` creates a tool as for a new touch; missing members keep its defaults.
     std::vector<std::shared_ptr<SketchTool>>
     readDrawings(const JSON& stack, std::string_view key,
                  const std::function<std::shared_ptr<SketchTool>(SketchToolType)>& makeTool);
 
-    /// Writes what has been noted to the debug log, a line for each place; after 100 places only their number.
+    /// Writes one line per problem to the debug log, at most 100, then the count of the others.
     void log() const;
 
 private:
-    /// While one lives, reading is at a member of the place before, for the notes.
+    /// Appends a member to the current place for its lifetime.
     class Place {
     public:
         Place(SketchStackReader& reader, std::string_view name) : reader_(reader), length_(reader.place_.size()) {
@@ -78,7 +78,7 @@ private:
     void noteUnreadable(const JSON& value, std::string_view key);
 
     Size size_;
-    /// Where reading is at the moment: "drawnStack[3].configuration".
+    /// The place being read, as in "drawnStack[3].configuration".
     std::string place_;
     std::vector<std::string> notes_;
     std::size_t noteCount_ = 0;

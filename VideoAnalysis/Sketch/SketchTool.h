@@ -1,6 +1,6 @@
 #pragma once
-// One drawing on a player, finished or in progress. The sketch view makes one per touch sequence, feeds it the touches, asks
-// it to draw itself and keeps it in its lists; the stored form of a drawing is written here too.
+// One drawing on a player, finished or in progress. The sketch view creates one per touch sequence, passes it the touches,
+// draws it and keeps it in its lists. Also writes the stored form of a drawing.
 
 #include "VideoAnalysis/JSON/JSON.h"
 #include "VideoAnalysis/Platform/Color.h"
@@ -14,15 +14,15 @@
 
 namespace videoanalysis {
 
-/// What the numbers of the stored form may be. Tools keep within it, so that whatever is drawn can be stored and read again;
-/// the reader takes nothing else.
+/// Ranges of the numbers in the stored form. Tools clamp to them, so that every drawing can be stored and read again; the
+/// reader rejects other values.
 struct StoredRange {
     double low;
     double high;
 
     static const StoredRange widths;
     static const StoredRange alphas;
-    /// Percentages of the view size.
+    /// Coordinates as percentages of the view size.
     static const StoredRange coordinates;
     static const StoredRange times;
 };
@@ -31,57 +31,56 @@ inline constexpr StoredRange StoredRange::alphas{0, 1};
 inline constexpr StoredRange StoredRange::coordinates{-10'000, 10'000};
 inline constexpr StoredRange StoredRange::times{-1e15, 1e15};
 
-/// The number of the range that is nearest to `value`; for what is not a number, that nearest to 0.
+/// `value` clamped to the range; for NaN, the number of the range nearest to 0.
 double storableNumber(double value, StoredRange range);
 
-/// Main thread. Points are view points; times are seconds of video time.
+/// Main thread only. Points are view points; times are seconds of video time.
 class SketchTool {
 public:
-    /// A new tool with its initial values: a `RectTool` or `EllipseTool` knows whether it is filled, nothing else is set.
+    /// A new tool with default values; only the fill of a `RectTool` or `EllipseTool` depends on the type.
     static std::shared_ptr<SketchTool> make(SketchToolType type);
 
     virtual ~SketchTool() = default;
     SketchTool& operator=(const SketchTool&) = delete;
 
-    /// A UUID in upper case, unless it was read from a stored drawing.
+    /// An upper-case UUID, unless it was read from a stored drawing.
     const std::string& id() const { return id_; }
     void setId(std::string id) { id_ = std::move(id); }
-    /// Limited to `StoredRange::widths`.
+    /// Points, clamped to `StoredRange::widths`.
     double lineWidth() const { return lineWidth_; }
     void setLineWidth(double width) { change(lineWidth_, storableNumber(width, StoredRange::widths)); }
     const Color& lineColor() const { return lineColor_; }
     void setLineColor(const Color& color) { change(lineColor_, color); }
-    /// Limited to 0...1; multiplies the whole drawing once.
+    /// Clamped to 0...1; applied once to the whole drawing.
     double lineAlpha() const { return lineAlpha_; }
     void setLineAlpha(double alpha) { change(lineAlpha_, storableNumber(alpha, StoredRange::alphas)); }
-    /// The freehand stroke; empty for all other tools.
+    /// The freehand stroke; empty for every other tool.
     const graphics::Path& path() const { return path_; }
     virtual void setPath(graphics::Path path) {
         path_ = std::move(path);
         didChange();
     }
-    /// When the drawing was finished; 0 until then.
+    /// The time when the drawing was finished; 0 until then.
     double time() const { return time_; }
-    /// Limited to `StoredRange::times`. What is not a number becomes the last of them: a moment that no clip reaches.
+    /// Clamped to `StoredRange::times`. NaN becomes its max, which no clip reaches.
     void setTime(double time);
 
-    /// Rescales the geometry, so that it keeps its place when a view's bounds change. Nothing happens when either is empty.
+    /// Scales the geometry with the view's bounds. No effect if either rectangle is empty.
     virtual void updatePath(const Rect& from, const Rect& to) = 0;
     virtual void setInitialPoint(Point point) = 0;
     virtual void moveFromPoint(Point from, Point to) = 0;
-    /// Draws into the current graphics context, if there is one, and leaves the context's state as it was.
+    /// Draws into the current graphics context, if any, and restores its state.
     virtual void draw() const = 0;
-    /// Called for every drawn tool before a full redraw: flushes the current graphics context.
+    /// Called for every drawn tool before a full redraw. Flushes the current graphics context.
     void remove() const;
-    /// The stored form: "type" and "configuration". Coordinates, written if `withPoints` is set, are percentages of
-    /// `size` (points, not empty). Always serialisable.
+    /// The stored form: "type" and "configuration". Coordinates are written if `withPoints`, as percentages of `size`
+    /// (points, not empty). Always serializable.
     virtual JSON jsonValue(Size size, bool withPoints) const = 0;
 
-    /// A copy with the same id and stamp, to be drawn on another thread while this one changes.
+    /// A copy with the same id and stamp that another thread may draw while this one changes.
     virtual std::unique_ptr<const SketchTool> snapshot() const = 0;
 
-    /// A number that no other drawing has, and this one only until something about its picture changes: equal stamps mean
-    /// equal pictures.
+    /// Unique per drawing and appearance: equal stamps mean equal pixels.
     std::uint64_t stamp() const { return stamp_; }
 
 protected:
@@ -97,7 +96,7 @@ protected:
     }
     graphics::Path& mutablePath() { return path_; }
 
-    /// The members that every tool has: width, colour, alpha, time and id.
+    /// The members common to all tools: width, colour, alpha, time and id.
     JSON commonConfiguration(const char* defaultColor) const;
 
 private:
@@ -110,8 +109,8 @@ private:
     std::uint64_t stamp_ = 0;
 };
 
-/// "#" and six upper-case hexadecimal digits, alpha dropped, components rounded to the nearest of 0...255; `defaultColor`
-/// when a component is not a number.
+/// "#" and six upper-case hexadecimal digits, without alpha, components rounded to 0...255; `defaultColor` if a component is
+/// NaN.
 std::string hexadecimalColor(const Color& color, const char* defaultColor);
 
 }  // namespace videoanalysis

@@ -1,6 +1,6 @@
 #pragma once
-// The drawing tools and the pen styles by their numbers. The analysis state keeps the selected tool and a colour for each,
-// the sketch view makes drawings of them, and the numbers are part of the stored form.
+// The drawing tools and the pen styles. Their numbers are part of the stored form. The analysis state holds the selected
+// tool and a colour for each.
 
 namespace videoanalysis {
 

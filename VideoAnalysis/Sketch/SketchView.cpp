@@ -17,8 +17,8 @@
 namespace videoanalysis {
 namespace {
 
-/// Milliseconds, estimated, that drawings may take on the main thread. The estimates may be three times too low on a slow
-/// machine before anyone sees the screen stop.
+/// Estimated milliseconds that drawings may take on the main thread. Leaves room for a machine three times slower than the
+/// estimates before the screen visibly stalls.
 constexpr double mainThreadBudget = 30;
 
 }  // namespace
@@ -33,21 +33,32 @@ struct SketchView::Filter {
     }
 };
 
-/// Made and destroyed on the main thread; in between the background draws `result`.
+/// The drawings that the bitmap is to show. Stays valid during one call of `rebuild`.
+struct SketchView::Selection {
+    Filter filter;
+    const SketchTool* inProgress = nullptr;    ///< left out: `draw` shows it
+    const SketchTool* justFinished = nullptr;  ///< included at any time
+
+    bool operator()(const std::shared_ptr<SketchTool>& tool) const {
+        return tool.get() != inProgress && (filter.shows(*tool) || tool.get() == justFinished);
+    }
+};
+
+/// Created and destroyed on the main thread; `draw` runs on the background queue.
 struct SketchView::Rebuild {
-    /// Null once cancelled. Main thread.
+    /// Null once cancelled. Main thread only.
     SketchView* view = nullptr;
     std::atomic<bool> isCancelled = false;
     Ground ground;
-    /// What the result shows, in order.
+    /// Stamps of the drawings in the result, in order.
     std::vector<std::uint64_t> stamps;
-    /// The picture that holds the first of them already; null for none.
+    /// A bitmap that already contains the first of them; null to start from the background image.
     std::shared_ptr<const Bitmap> base;
-    /// The others.
+    /// The drawings to add.
     std::vector<std::unique_ptr<const SketchTool>> tools;
     std::shared_ptr<Bitmap> result;
 
-    /// Background.
+    /// Background queue only.
     void draw(graphics::Engine& engine) {
         const graphics::DrawingCancellationScope cancellation(isCancelled);
         if (isCancelled) return;
@@ -126,7 +137,7 @@ void SketchView::endDrawing() {
     rebuild(nullptr, tool.get());
     setNeedsDisplay();
     if (tool && delegate) delegate->drawViewDidEndDraw(*this, *tool);
-    // Unless the delegate has begun another.
+    // The delegate may have begun another one.
     if (currentTool == tool) currentTool.reset();
 }
 
@@ -190,7 +201,7 @@ bool SketchView::updateCacheImage(bool redraw) {
 
 template <class Draw>
 void SketchView::drawIntoBitmap(Draw&& draw) {
-    // Whoever still holds the picture keeps what it shows.
+    // Images and rebuilds that share the bitmap keep its current content.
     if (isBitmapShared_ || bitmap_.use_count() > 1) bitmap_ = std::make_shared<Bitmap>(*bitmap_);
     isBitmapShared_ = false;
     const std::unique_ptr<graphics::Context> context = platform().graphics().makeContext(*bitmap_);
@@ -199,84 +210,69 @@ void SketchView::drawIntoBitmap(Draw&& draw) {
     context->flush();
 }
 
-bool SketchView::rebuild(const SketchTool* inProgress, const SketchTool* justFinished) {
-    const Filter visible = filter();
-    const auto isShown = [&](const std::shared_ptr<SketchTool>& tool) {
-        return tool.get() != inProgress && (visible.shows(*tool) || tool.get() == justFinished);
-    };
-    const Ground ground{bounds().size, platform().mainScreen().scale() * contentScale_, backgroundImage, drawMode};
-
-    // The first drawing to be shown that a picture of the drawings `stamps` lacks; nothing when it is not what all of the
-    // others are to be drawn on, in this order and as they are now.
-    using Position = Tools::const_iterator;
-    const Tools& tools = pathArray;
-    const auto after = [&](const std::vector<std::uint64_t>& stamps) -> std::optional<Position> {
-        auto tool = tools.begin();
-        for (std::size_t held = 0; held < stamps.size(); ++tool) {
-            if (tool == tools.end()) return std::nullopt;
-            if (!isShown(*tool)) continue;
-            if ((*tool)->stamp() != stamps[held]) return std::nullopt;
-            ++held;
-        }
-        return std::find_if(tool, tools.end(), isShown);
-    };
-    const bool isKnownGround = isBitmapKnown_ && ground == ground_;
-    const std::optional<Position> further = isKnownGround ? after(drawn_) : std::nullopt;
-    if (further == tools.end()) {
-        cancelRebuild();
-        return !std::exchange(ahead_, {}).empty();
+auto SketchView::firstMissing(const std::vector<std::uint64_t>& stamps, const Selection& isShown) const
+    -> std::optional<Position> {
+    auto tool = pathArray.begin();
+    for (std::size_t matched = 0; matched < stamps.size(); ++tool) {
+        if (tool == pathArray.end()) return std::nullopt;
+        if (!isShown(*tool)) continue;
+        if ((*tool)->stamp() != stamps[matched]) return std::nullopt;
+        ++matched;
     }
+    return std::find_if(tool, pathArray.end(), isShown);
+}
 
-    // Draws over the old picture what need not wait for the running rebuild.
-    const auto showAhead = [&](Position next) {
-        Tools ahead;
-        double cost = 0;
-        for (auto tool = tools.begin(); tool != tools.end(); ++tool) {
-            const bool isAhead =
-                tool->get() == justFinished || std::find(ahead_.begin(), ahead_.end(), *tool) != ahead_.end();
-            if ((!isAhead && tool < next) || !isShown(*tool)) continue;
-            if (isKnownGround && std::find(drawn_.begin(), drawn_.end(), (*tool)->stamp()) != drawn_.end()) continue;
-            if (!isAhead && cost <= mainThreadBudget) cost += drawingCost(**tool, ground.size, ground.scale);
-            if (isAhead || cost <= mainThreadBudget) ahead.push_back(*tool);
-        }
-        std::swap(ahead_, ahead);
-        return ahead_ != ahead;
-    };
+bool SketchView::updateOverlay(Position next, const Selection& isShown, const Ground& ground) {
+    const bool isKnownGround = isBitmapKnown_ && ground == ground_;
+    Tools overlay;
+    double cost = 0;
+    for (auto tool = pathArray.begin(); tool != pathArray.end(); ++tool) {
+        const bool isKept =
+            tool->get() == isShown.justFinished || std::find(overlay_.begin(), overlay_.end(), *tool) != overlay_.end();
+        if ((!isKept && tool < next) || !isShown(*tool)) continue;
+        if (isKnownGround && std::find(drawn_.begin(), drawn_.end(), (*tool)->stamp()) != drawn_.end()) continue;
+        if (!isKept && cost <= mainThreadBudget) cost += drawingCost(**tool, ground.size, ground.scale);
+        if (isKept || cost <= mainThreadBudget) overlay.push_back(*tool);
+    }
+    std::swap(overlay_, overlay);
+    return overlay_ != overlay;
+}
+
+bool SketchView::rebuild(const SketchTool* inProgress, const SketchTool* justFinished) {
+    const Selection isShown{filter(), inProgress, justFinished};
+    const Ground ground{bounds().size, platform().mainScreen().scale() * contentScale_, backgroundImage, drawMode};
+    const bool isKnownGround = isBitmapKnown_ && ground == ground_;
+    const std::optional<Position> further = isKnownGround ? firstMissing(drawn_, isShown) : std::nullopt;
+    if (further == pathArray.end()) {
+        cancelRebuild();
+        return !std::exchange(overlay_, {}).empty();
+    }
     if (running_) {
         if (running_->ground == ground)
-            if (const std::optional<Position> next = after(running_->stamps)) return showAhead(*next);
+            if (const std::optional<Position> next = firstMissing(running_->stamps, isShown))
+                return updateOverlay(*next, isShown, ground);
         cancelRebuild();
     }
 
-    const auto first = further ? *further : std::find_if(tools.begin(), tools.end(), isShown);
+    const Position end = pathArray.end();
+    const Position first = further ? *further : std::find_if(pathArray.cbegin(), end, isShown);
     double cost = 0;
-    for (auto tool = first; tool != tools.end() && cost <= mainThreadBudget; ++tool)
+    for (auto tool = first; tool != end && cost <= mainThreadBudget; ++tool)
         if (isShown(*tool) && !(further && tool->get() == justFinished))
             cost += drawingCost(**tool, ground.size, ground.scale);
     if (cost > mainThreadBudget) {
-        const auto rebuild = std::make_shared<Rebuild>();
-        rebuild->ground = ground;
-        if (further) {
-            rebuild->stamps = drawn_;
-            rebuild->base = bitmap_;
-        }
-        for (auto tool = first; tool != tools.end(); ++tool) {
-            if (!isShown(*tool)) continue;
-            rebuild->stamps.push_back((*tool)->stamp());
-            rebuild->tools.push_back((*tool)->snapshot());
-        }
-        startRebuild(rebuild);
-        return showAhead(tools.end());
+        startRebuild(ground, first, further.has_value(), isShown);
+        return updateOverlay(end, isShown, ground);
     }
 
-    ahead_.clear();
+    overlay_.clear();
     if (!further) {
         drawn_.clear();
         drawGround(ground);
     }
-    if (first == tools.end() || !bitmap_) return !further;
+    if (first == end || !bitmap_) return !further;
     drawIntoBitmap([&] {
-        for (auto tool = first; tool != tools.end(); ++tool) {
+        for (auto tool = first; tool != end; ++tool) {
             if (!isShown(*tool)) continue;
             (*tool)->draw();
             drawn_.push_back((*tool)->stamp());
@@ -285,12 +281,23 @@ bool SketchView::rebuild(const SketchTool* inProgress, const SketchTool* justFin
     return true;
 }
 
-void SketchView::startRebuild(std::shared_ptr<Rebuild> rebuild) {
+void SketchView::startRebuild(const Ground& ground, Position first, bool isIncremental, const Selection& isShown) {
+    auto rebuild = std::make_shared<Rebuild>();
     rebuild->view = this;
+    rebuild->ground = ground;
+    if (isIncremental) {
+        rebuild->stamps = drawn_;
+        rebuild->base = bitmap_;
+    }
+    for (auto tool = first; tool != pathArray.end(); ++tool) {
+        if (!isShown(*tool)) continue;
+        rebuild->stamps.push_back((*tool)->stamp());
+        rebuild->tools.push_back((*tool)->snapshot());
+    }
     running_ = rebuild;
     isBitmapShared_ = true;
     if (!background_) background_ = std::make_unique<dispatch::BackgroundQueue>();
-    // The engine outlives the view, and the view waits for its queue.
+    // Safe: the engine outlives the view, and destroying the view waits for the queue.
     background_->async(
         [rebuild = std::move(rebuild), &engine = platform().graphics(), inbox = dispatch::mainQueue().inbox()] {
             rebuild->draw(engine);
@@ -345,7 +352,7 @@ void SketchView::draw(const Rect& rect) {
     context->saveState();
     context->clipToRect(rect);
     if (const Image picture = image(); !picture.isEmpty()) context->drawImage(picture, place(picture));
-    for (const auto& tool : ahead_) tool->draw();
+    for (const auto& tool : overlay_) tool->draw();
     if (currentTool) currentTool->draw();
     context->restoreState();
 }
@@ -422,7 +429,7 @@ void SketchView::loadStack(const JSON& stack) {
 }
 
 void SketchView::loadStackBelow(const JSON& stack) {
-    // Without a size of its own the view keeps the percentages as points, until its first bounds rescale them.
+    // Before the first bounds, percentages are kept as points of a 100 by 100 view, which the first bounds rescale.
     if (!lastKnownBounds) lastKnownBounds = Rect{0, 0, 100, 100};
     SketchStackReader reader(lastKnownBounds->size);
     reader.readNumber(stack, "width", StoredRange::widths, lineWidth);

@@ -1,6 +1,5 @@
 #pragma once
-// What the line, arrow, rectangle and ellipse tools share: a drawing that is stretched from the first touch to the last.
-// Used through those four only.
+// Base class of the line, arrow, rectangle and ellipse tools: a drawing that extends from the first touch to the last.
 
 #include "VideoAnalysis/Sketch/SketchTool.h"
 
@@ -10,7 +9,7 @@ class TwoPointTool : public SketchTool {
 public:
     Point firstPoint() const { return firstPoint_; }
     void setFirstPoint(Point point) { change(firstPoint_, point); }
-    /// (-100, -100) until the drawing has been dragged.
+    /// (-100, -100) until the touch has moved.
     Point lastPoint() const { return lastPoint_; }
     void setLastPoint(Point point) { change(lastPoint_, point); }
 
@@ -19,11 +18,11 @@ public:
     void moveFromPoint(Point, Point to) override { setLastPoint(to); }
 
 protected:
-    /// False while either coordinate of the last point is negative: then there is nothing to draw.
+    /// False while either coordinate of the last point is negative; nothing is drawn then.
     bool hasLastPoint() const { return lastPoint_.x >= 0 && lastPoint_.y >= 0; }
-    /// From the first point to the last; its sizes are negative when it was dragged up or to the left.
+    /// From the first point to the last; width or height is negative if dragged left or up.
     Rect rect() const { return {firstPoint_, {lastPoint_.x - firstPoint_.x, lastPoint_.y - firstPoint_.y}}; }
-    /// A drawing of this type and configuration, to which the points are added.
+    /// The stored form with this type and configuration, plus the points.
     JSON storedForm(const char* type, JSON configuration, Size size, bool withPoints) const;
 
 private:
