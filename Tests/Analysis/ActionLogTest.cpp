@@ -13,7 +13,7 @@ protected:
     ~ActionLogTest() override { unsetenv("VIDEOANALYSIS_LOG_ACTIONS"); }
 };
 
-TEST_F(ActionLogTest, WritesEachActionWithWhatItChanged) {
+TEST_F(ActionLogTest, LogsEachActionWithItsStateChange) {
     setenv("VIDEOANALYSIS_LOG_ACTIONS", "1", 1);
     const auto analysis = Store<State>::make(reduceMain, State(), debuggingMiddleware<State>("analysis"), true);
     analysis->dispatch(SetDrawingToolTypeAction(SketchToolType::line, true));
@@ -29,7 +29,7 @@ TEST_F(ActionLogTest, WritesEachActionWithWhatItChanged) {
                   "player 2: SetCellVideoPlaybackRateAction(newRate: 0.5) | playbackRate: 1 -> 0.5"}));
 }
 
-TEST_F(ActionLogTest, IsNotThereUnlessTheEnvironmentAsksForIt) {
+TEST_F(ActionLogTest, IsInstalledOnlyIfTheEnvironmentVariableIsSet) {
     EXPECT_TRUE(debuggingMiddleware<State>("analysis").empty());
     setenv("VIDEOANALYSIS_LOG_ACTIONS", "0", 1);
     EXPECT_TRUE(debuggingMiddleware<State>("analysis").empty());

@@ -111,7 +111,7 @@ protected:
     std::unique_ptr<State> state;
 };
 
-TEST_F(AnalysisScreenCallsTest, ClipsComeGoAndAreReplacedInOrder) {
+TEST_F(AnalysisScreenCallsTest, InsertsRemovesAndReplacesPlayersInOrder) {
     EXPECT_EQ(reduce(ClearStateAction()), Lines{"clear"});
     const Lines settings = {"0 SetHUDVisibleStateAction(newState: true)",
                             "0 SetScrubbingDirectionStateAction(newState: true)",
@@ -135,7 +135,7 @@ TEST_F(AnalysisScreenCallsTest, ClipsComeGoAndAreReplacedInOrder) {
     EXPECT_EQ(reduce(RemoveMediaAction(1)), Lines());
 }
 
-TEST_F(AnalysisScreenCallsTest, StepsAndSeeksPauseFirstAndReachTheAddressedPlayersOnly) {
+TEST_F(AnalysisScreenCallsTest, StepsAndSeeksPauseFirstAndAffectOnlyTheAddressedPlayers) {
     (void)add("a");
     (void)add("b");
     EXPECT_EQ(reduce(PerformCellVideoSeekBackwardAction(1, -2)),
@@ -146,7 +146,7 @@ TEST_F(AnalysisScreenCallsTest, StepsAndSeeksPauseFirstAndReachTheAddressedPlaye
     EXPECT_EQ(reduce(SetPlayerRate(2, 0.5F)), Lines());
 }
 
-TEST_F(AnalysisScreenCallsTest, AnAnalysisThatIsClearedLeavesItsScreenFirst) {
+TEST_F(AnalysisScreenCallsTest, ClearingTheAnalysisDismissesItsScreenFirst) {
     (void)add("a");
     const std::shared_ptr<WrittenScreen> first = platform->written->screen;
     EXPECT_EQ(reduce(SetPresentationConfigurationAction(std::make_shared<ui::ViewController>(),

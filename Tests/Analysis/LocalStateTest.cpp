@@ -32,7 +32,7 @@ TEST_F(LocalStateTest, EachActionSetsItsOwnField) {
     EXPECT_TRUE(!state.canUndo && state.canRedo);
 }
 
-TEST_F(LocalStateTest, FillModesCycleAndComeBackFromAnywhere) {
+TEST_F(LocalStateTest, FillModeCyclesFromAnyIndex) {
     LocalState state;
     std::vector<std::int64_t> indices;
     for (int i = 0; i < 4; ++i) {
@@ -48,7 +48,7 @@ TEST_F(LocalStateTest, FillModesCycleAndComeBackFromAnywhere) {
     EXPECT_DEATH((void)reduce(ChangeCellVideoFillModeAction(), &state), "overflows");
 }
 
-TEST_F(LocalStateTest, AnAbsentStateBecomesTheInitialOneAndForeignActionsPass) {
+TEST_F(LocalStateTest, AbsentStateBecomesTheInitialOneAndUnknownActionsAreIgnored) {
     const LocalState state = reduce(ReSwiftInit(), nullptr);
     EXPECT_TRUE(state.isHUDVisible && state.useOriginalPlaybackRate && state.enableTimeBasedDrawings);
     EXPECT_EQ(state.playbackRate, 1.0F);

@@ -27,7 +27,7 @@ protected:
     }
 };
 
-TEST_F(ReducersTest, AClearedAnalysisHasTheDefaultsAndReadsTheRecorderAnew) {
+TEST_F(ReducersTest, ClearingRestoresTheDefaultsAndReadsTheRecorder) {
     platform->recorder.available = false;
     platform->recorder.microphone = true;
     store().dispatch(SetDrawingToolTypeAction(SketchToolType::arrow, false));
@@ -53,7 +53,7 @@ TEST_F(ReducersTest, AClearedAnalysisHasTheDefaultsAndReadsTheRecorderAnew) {
     EXPECT_TRUE(players().empty());
 }
 
-TEST_F(ReducersTest, CopiesOfAStateShareOneScreenAndAMissingStoryboardMeansNone) {
+TEST_F(ReducersTest, CopiesOfAStateShareOneScreen) {
     const State state;
     const State copy = state;
     EXPECT_NE(state.mainViewController(), nullptr);
@@ -64,7 +64,7 @@ TEST_F(ReducersTest, CopiesOfAStateShareOneScreenAndAMissingStoryboardMeansNone)
     EXPECT_EQ(State().mainViewController(), nullptr);
 }
 
-TEST_F(ReducersTest, MediaDecideWhatIsAllowed) {
+TEST_F(ReducersTest, MediaCountEnablesActions) {
     add("a");
     EXPECT_TRUE(screenState().shouldAllowAddingMedia);
     EXPECT_FALSE(screenState().shouldAllowDeletingMedia);
@@ -100,7 +100,7 @@ TEST_F(ReducersTest, MediaDecideWhatIsAllowed) {
     EXPECT_EQ(shownItems(), 0);
 }
 
-TEST_F(ReducersTest, APlayersActionsReachTheOthersInTheirOrder) {
+TEST_F(ReducersTest, LocalActionsAreDispatchedToEveryPlayerInOrder) {
     store().dispatch(SetConfigurationAction({false, false, {}, {}, nullptr}));
     add("a");
     add("b");
@@ -115,7 +115,7 @@ TEST_F(ReducersTest, APlayersActionsReachTheOthersInTheirOrder) {
     EXPECT_TRUE(players()[1]->localStore->state().defaultScrubbingDirection);
 }
 
-TEST_F(ReducersTest, RemovalRenumbersThePlayersThatRemain) {
+TEST_F(ReducersTest, RemovalRenumbersTheRemainingPlayers) {
     add("a");
     add("b");
     show();
@@ -136,7 +136,7 @@ TEST_F(ReducersTest, RemovalRenumbersThePlayersThatRemain) {
     EXPECT_EQ(frameOf(0), 3) << "the remaining player answers to its new index";
 }
 
-TEST_F(ReducersTest, AnUpdateReplacesThePlayerAndItsDrawings) {
+TEST_F(ReducersTest, UpdatingMediaReplacesThePlayerAndItsDrawings) {
     add("a");
     add("b");
     show();
@@ -159,7 +159,7 @@ TEST_F(ReducersTest, AnUpdateReplacesThePlayerAndItsDrawings) {
 }
 
 // The first layout has not run, so that the collections have not asked for their counts.
-TEST_F(ReducersTest, AClipCanBeRemovedBeforeTheFirstLayout) {
+TEST_F(ReducersTest, ClipCanBeRemovedBeforeTheFirstLayout) {
     screen()->playersCollectionView.lock()->setFrame({});
     screen()->overlayViewController()->playersCollectionView.lock()->setFrame({});
     add("a");
@@ -173,7 +173,7 @@ TEST_F(ReducersTest, AClipCanBeRemovedBeforeTheFirstLayout) {
 }
 
 // What a player shows depends on the other players: each renders again, hidden controls stay hidden.
-TEST_F(ReducersTest, TheLastPlayerLosesItsDeleteButton) {
+TEST_F(ReducersTest, LastPlayerHasNoDeleteButton) {
     add("a");
     add("b");
     show();
@@ -186,7 +186,7 @@ TEST_F(ReducersTest, TheLastPlayerLosesItsDeleteButton) {
     EXPECT_FALSE(players()[0]->localStore->state().isHUDVisible);
 }
 
-TEST_F(ReducersTest, AReplacedClipKeepsTheControlsHidden) {
+TEST_F(ReducersTest, ReplacingAClipKeepsTheControlsHidden) {
     add("a");
     show();
     store().dispatch(SetHUDVisibleAction(false));
@@ -200,7 +200,7 @@ TEST_F(ReducersTest, AReplacedClipKeepsTheControlsHidden) {
     EXPECT_FALSE(hudOf(0).shadowViews[0].lock()->isHidden());
 }
 
-TEST_F(ReducersTest, TheLockHidesTheControlsOfAllButTheLast) {
+TEST_F(ReducersTest, LockingHidesTheControlsOfAllButTheLastPlayer) {
     add("a");
     add("b");
     store().dispatch(SetPlaybackLockStateAction(true));
@@ -216,7 +216,7 @@ TEST_F(ReducersTest, TheLockHidesTheControlsOfAllButTheLast) {
     EXPECT_EQ(hiddenControls(), (std::vector{false, false}));
 }
 
-TEST_F(ReducersTest, TheControlsCannotBeHiddenWithoutMedia) {
+TEST_F(ReducersTest, ControlsCannotBeHiddenWithoutMedia) {
     store().dispatch(SetHUDVisibleAction(false));
     EXPECT_TRUE(screenState().isHUDVisible);
     add("a");
@@ -228,7 +228,7 @@ TEST_F(ReducersTest, TheControlsCannotBeHiddenWithoutMedia) {
     EXPECT_FALSE(players()[0]->localStore->state().isHUDVisible) << "re-sent as it was";
 }
 
-TEST_F(ReducersTest, ToolsColoursAndThePicker) {
+TEST_F(ReducersTest, SelectsToolsAndColoursAndOpensThePicker) {
     store().dispatch(SetDrawingToolTypeAction(SketchToolType::pen, true));
     EXPECT_TRUE(screenState().isColorPickerOpened);
     store().dispatch(SetDrawingToolTypeAction(SketchToolType::pen, false));
@@ -257,7 +257,7 @@ TEST_F(ReducersTest, ToolsColoursAndThePicker) {
     EXPECT_TRUE(screenState().isDrawingToolsCollapsed);
 }
 
-TEST_F(ReducersTest, RecordingFlagsNeedARecorder) {
+TEST_F(ReducersTest, RecordingFlagsRequireARecorder) {
     store().dispatch(HasRecordingPermissionAction(true));
     EXPECT_TRUE(screenState().hasStartedRecording);
     store().dispatch(SetMicRecordingStateAction(true));
@@ -269,7 +269,7 @@ TEST_F(ReducersTest, RecordingFlagsNeedARecorder) {
     EXPECT_FALSE(screenState().isMicrophoneEnabled);
 }
 
-TEST_F(ReducersTest, StepsFollowTheSignOfTheirCount) {
+TEST_F(ReducersTest, StepDirectionFollowsTheSignOfTheCount) {
     add("a");
     add("b");
     show();
@@ -292,7 +292,7 @@ TEST_F(ReducersTest, StepsFollowTheSignOfTheirCount) {
     EXPECT_EQ(frameOf(0), 99);
 }
 
-TEST_F(ReducersTest, SeeksAndRatesReachTheAddressedPlayers) {
+TEST_F(ReducersTest, SeeksAndRatesAffectTheAddressedPlayers) {
     add("a");
     add("b");
     show();
@@ -309,7 +309,7 @@ TEST_F(ReducersTest, SeeksAndRatesReachTheAddressedPlayers) {
     EXPECT_TRUE(players()[0]->localStore->state().isMediaPlaying && players()[1]->localStore->state().isMediaPlaying);
 }
 
-TEST_F(ReducersTest, UnknownActionsPassWithALine) {
+TEST_F(ReducersTest, UnknownActionsAreLoggedAndIgnored) {
     add("a");
     store().dispatch(player::UndoAction(true));
     EXPECT_EQ(logged("Unknown action"), 1U);
@@ -334,7 +334,7 @@ TEST_F(ReducersTest, DescriptionsShowTypeAndFields) {
 
 using EntryTest = ReducersTest;
 
-TEST_F(EntryTest, ItDispatchesInItsOrderAndPresents) {
+TEST_F(EntryTest, DispatchesItsActionsInOrderAndPresents) {
     add("old");
     std::vector<std::string> dispatched;
     store().setMiddleware({[&](DispatchFunction, std::function<Snapshot<State>()>) {
@@ -371,7 +371,7 @@ TEST_F(EntryTest, ItDispatchesInItsOrderAndPresents) {
     store().setMiddleware({});
 }
 
-TEST_F(EntryTest, AnEmptyAnalysisHasTheDefaultState) {
+TEST_F(EntryTest, EmptyAnalysisHasTheDefaultState) {
     add("old");
     VideoAnalysisController controller({});
     EXPECT_TRUE(store().state().media->empty());
@@ -379,7 +379,7 @@ TEST_F(EntryTest, AnEmptyAnalysisHasTheDefaultState) {
     EXPECT_TRUE(screenState().shouldAllowAddingMedia);
 }
 
-TEST_F(EntryTest, AHostAddsReplacesAndRemovesClipsAndStopsARecording) {
+TEST_F(EntryTest, HostCanChangeClipsAndStopTheRecording) {
     store();
     VideoAnalysisController analysis({clip("a")});
     show();
@@ -413,7 +413,7 @@ TEST_F(EntryTest, AHostAddsReplacesAndRemovesClipsAndStopsARecording) {
     platform->drainMainQueue();
 }
 
-TEST_F(EntryTest, AHostCanAskForTheDrawingsAtAnyTime) {
+TEST_F(EntryTest, HostCanReadTheDrawingsAtAnyTime) {
     store();
     const VideoAnalysisController controller({clip("a"), clip("b")});
     show();

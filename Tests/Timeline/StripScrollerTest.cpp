@@ -37,14 +37,15 @@ protected:
         strip.setDelegate(target);
     }
     double offset() const { return strip.contentOffset().x; }
-    /// One pointer along `path` of (seconds, position), released at `end`. Returns the velocity that the strip's delegate hears.
+    /// Drags one pointer along `path` of (seconds, position) and releases it at `end`. Returns the velocity reported to the
+    /// delegate.
     double stroke(const std::vector<std::pair<double, double>>& path, double end) {
         press(scroller, 1, path.front().second, path.front().first);
         for (const auto& [seconds, position] : path) move(scroller, 1, position, seconds);
         release(scroller, 1, path.back().second, end);
         return target->velocity;
     }
-    /// A throw of 1,000 points a second that is still at its beginning, at offset 50,000.
+    /// Starts a throw of 1,000 points per second at offset 50,000.
     void throwStrip() {
         press(scroller, 1, 0, 0);
         for (int i = 1; i <= 10; ++i) move(scroller, 1, -10 * i, 0.01 * i);
@@ -59,7 +60,7 @@ protected:
     StripScroller scroller{strip};
 };
 
-TEST_F(StripScrollerTest, AThrowFollowsItsClosedFormToRest) {
+TEST_F(StripScrollerTest, ThrowFollowsTheClosedFormUntilItRests) {
     throwStrip();
     EXPECT_NEAR(target->velocity, 1000, 1e-6);
     // The speed falls by exp(-2 t) and ends at 5 points per second: 497.5 points in ln(200) / 2 seconds.
@@ -73,10 +74,10 @@ TEST_F(StripScrollerTest, AThrowFollowsItsClosedFormToRest) {
     EXPECT_NEAR(offset() - 50000, 497.5, 1e-6);
     EXPECT_EQ(target->calls, (std::vector<std::string>{"rest"}));
     scroller.continueThrow(3);
-    EXPECT_NEAR(offset() - 50000, 497.5, 1e-6) << "a late frame changes nothing";
+    EXPECT_NEAR(offset() - 50000, 497.5, 1e-6) << "a late frame does not move it further";
 }
 
-TEST_F(StripScrollerTest, APointerAStopAndTheOwnerEndAThrowWhereItIs) {
+TEST_F(StripScrollerTest, PointersAndStopEndAThrowAtItsPosition) {
     const std::vector<std::function<void()>> ends{
         [&] { press(scroller, 2, 300, 1); },
         [&] { scroller.wheel(0); },
@@ -96,14 +97,14 @@ TEST_F(StripScrollerTest, APointerAStopAndTheOwnerEndAThrowWhereItIs) {
     }
 }
 
-TEST_F(StripScrollerTest, TheLastMomentsBeforeTheReleaseDecideAboutTheThrow) {
+TEST_F(StripScrollerTest, ThrowVelocityIsMeasuredJustBeforeTheRelease) {
     using Path = std::vector<std::pair<double, double>>;
     Path fast;
     for (int i = 0; i <= 10; ++i) fast.push_back({0.01 * i, -10.0 * i});
     EXPECT_NEAR(stroke(fast, 0.1), 1000, 1e-6);
     EXPECT_TRUE(scroller.isThrown());
-    EXPECT_NEAR(stroke(fast, 0.12), 600, 1e-6) << "a rest at the end counts";
-    EXPECT_EQ(stroke(fast, 0.18), 0) << "a finger that rests throws nowhere";
+    EXPECT_NEAR(stroke(fast, 0.12), 600, 1e-6) << "a short pause lowers the velocity";
+    EXPECT_EQ(stroke(fast, 0.18), 0) << "a pointer at rest does not throw";
     EXPECT_FALSE(scroller.isThrown());
 
     Path slowing = fast;
@@ -113,17 +114,17 @@ TEST_F(StripScrollerTest, TheLastMomentsBeforeTheReleaseDecideAboutTheThrow) {
 
     Path turning = fast;
     turning.push_back({0.11, -95});
-    EXPECT_NEAR(stroke(turning, 0.11), -500, 1e-6) << "a finger that turns back throws back";
+    EXPECT_NEAR(stroke(turning, 0.11), -500, 1e-6) << "after a reversal the throw goes back";
     Path slipping = fast;
     slipping.push_back({0.105, -99});
-    EXPECT_GT(stroke(slipping, 0.105), 800) << "a finger that slips as it leaves still throws";
+    EXPECT_GT(stroke(slipping, 0.105), 800) << "slipping back on release still throws";
 
-    // 60 events a second, and the release carries the last position.
+    // 60 Hz events; the release has the last position.
     press(scroller, 1, 0, 10);
     move(scroller, 1, -16, 10.016);
     release(scroller, 1, -32, 10.032);
     EXPECT_NEAR(target->velocity, 1000, 1e-6);
-    // No time has passed, or none that is known.
+    // Zero or non-finite elapsed time.
     EXPECT_EQ(stroke({{5, 0}, {5, -40}}, 5), 0);
     EXPECT_EQ(stroke({{5, 0}, {4, -40}}, 3), 0);
     press(scroller, 1, 0, 1);
@@ -134,12 +135,12 @@ TEST_F(StripScrollerTest, TheLastMomentsBeforeTheReleaseDecideAboutTheThrow) {
     EXPECT_EQ(target->velocity, 0);
 }
 
-TEST_F(StripScrollerTest, TheFingerThatCameLastDragsAndTheLastToLeaveThrows) {
+TEST_F(StripScrollerTest, LatestPointerDragsAndLastReleasedPointerThrows) {
     press(scroller, 1, 100, 0);
     move(scroller, 1, 90, 0.01);
     EXPECT_EQ(offset(), 50010);
     press(scroller, 2, 300, 0.02);
-    EXPECT_EQ(offset(), 50010) << "taking over moves nothing";
+    EXPECT_EQ(offset(), 50010) << "taking over does not move the strip";
     move(scroller, 1, 50, 0.03);
     EXPECT_EQ(offset(), 50010);
     move(scroller, 2, 295, 0.04);
@@ -147,19 +148,19 @@ TEST_F(StripScrollerTest, TheFingerThatCameLastDragsAndTheLastToLeaveThrows) {
     release(scroller, 2, 295, 0.05);
     EXPECT_TRUE(scroller.isDragging()) << "the other finger is still down";
     move(scroller, 1, 48, 0.06);
-    EXPECT_EQ(offset(), 50017) << "from where it is by now";
+    EXPECT_EQ(offset(), 50017) << "continues from the pointer's current position";
     press(scroller, 2, 0, 0.07);
     release(scroller, 1, 48, 0.08);
     move(scroller, 2, -10, 0.08);
     EXPECT_EQ(offset(), 50027);
     move(scroller, 2, -20, 0.09);
     release(scroller, 2, -20, 0.09);
-    EXPECT_NEAR(target->velocity, 1000, 1e-6) << "of that finger alone";
+    EXPECT_NEAR(target->velocity, 1000, 1e-6) << "only the released pointer counts";
     EXPECT_TRUE(scroller.isThrown());
-    EXPECT_EQ(target->calls, (std::vector<std::string>{"begin", "thrown"})) << "one drag for all";
+    EXPECT_EQ(target->calls, (std::vector<std::string>{"begin", "thrown"})) << "one drag for all pointers";
 }
 
-TEST_F(StripScrollerTest, ATargetThatTheDelegateAdjustsIsReached) {
+TEST_F(StripScrollerTest, ThrowReachesTheTargetAdjustedByTheDelegate) {
     for (const double adjusted : {50400.0, 49900.0, 50101.0}) {
         strip.setContentOffset({50000, 0});
         target->adjusted = adjusted;
@@ -174,7 +175,7 @@ TEST_F(StripScrollerTest, ATargetThatTheDelegateAdjustsIsReached) {
         }
         EXPECT_NEAR(offset(), adjusted, 1e-6);
     }
-    // Even a finger that rested, or a wheel, lets go into a movement.
+    // Also without velocity, and for the wheel.
     target->adjusted = 50003;
     strip.setContentOffset({50000, 0});
     target->calls.clear();
@@ -185,7 +186,7 @@ TEST_F(StripScrollerTest, ATargetThatTheDelegateAdjustsIsReached) {
     EXPECT_NEAR(offset(), 50003, 1e-6);
 }
 
-TEST_F(StripScrollerTest, ReducedMotionLeavesOutTheThrowAndJumpsToAnAdjustedTarget) {
+TEST_F(StripScrollerTest, ReducedMotionSkipsTheThrowAndJumpsToAnAdjustedTarget) {
     scroller.isMotionReduced = true;
     stroke({{0, 0}, {0.01, -10}, {0.02, -20}}, 0.02);
     EXPECT_FALSE(scroller.isThrown());
@@ -197,16 +198,16 @@ TEST_F(StripScrollerTest, ReducedMotionLeavesOutTheThrowAndJumpsToAnAdjustedTarg
     EXPECT_NEAR(offset(), 50064, 1e-9);
 }
 
-TEST_F(StripScrollerTest, AStripStopsAtItsEnds) {
+TEST_F(StripScrollerTest, StripStopsAtItsEnds) {
     strip.setContentOffset({5, 0});
     press(scroller, 1, 0, 0);
     move(scroller, 1, 50, 0.01);
     EXPECT_EQ(offset(), 0);
     release(scroller, 1, 50, 0.01);
-    EXPECT_FALSE(scroller.isThrown()) << "there is nowhere to go";
+    EXPECT_FALSE(scroller.isThrown()) << "already at the end";
     strip.setContentOffset({99500, 0});
     stroke({{0, 0}, {0.01, -10}, {0.02, -20}}, 0.02);
-    EXPECT_NEAR(target->proposed, 99600, 1e-9) << "the delegate is asked about a place that exists";
+    EXPECT_NEAR(target->proposed, 99600, 1e-9) << "the proposed target is clamped";
     scroller.continueThrow(20);
     EXPECT_EQ(offset(), 99600);
     EXPECT_FALSE(strip.isDecelerating());
@@ -217,7 +218,7 @@ TEST_F(StripScrollerTest, AStripStopsAtItsEnds) {
     scroller.continueThrow(20);
     EXPECT_EQ(offset(), 99600);
 
-    strip.setContentSize({300, 44});  // shorter than what is in sight
+    strip.setContentSize({300, 44});  // shorter than the visible width
     target->adjusted.reset();
     stroke({{0, 0}, {0.01, -10}, {0.02, -20}}, 0.02);
     EXPECT_EQ(offset(), 0);
@@ -246,7 +247,7 @@ protected:
         platform->drainMainQueue();
         ASSERT_TRUE(ruler(index).canDrag());
     }
-    /// The throw of a ruler is over, and a later frame of it steps nothing.
+    /// Whether the ruler's throw has ended and a later display frame does not step.
     testing::AssertionResult isOver(std::size_t index) {
         platform->drainMainQueue();
         const std::int64_t frame = frameOf(index);
@@ -259,18 +260,18 @@ protected:
     }
 };
 
-TEST_F(ThrownRulerTest, AThrowStepsOnUntilAnotherCommandComes) {
+TEST_F(ThrownRulerTest, ThrowStepsUntilAnotherCommand) {
     throwRuler(0);
     const std::int64_t before = frameOf(0);
     ruler(0).scroller().continueThrow(0.4);
     platform->drainMainQueue();
-    EXPECT_GT(frameOf(0), before) << "its own steps do not end it";
+    EXPECT_GT(frameOf(0), before) << "the ruler's own steps do not end the throw";
 
     tap(hudOf(1).forwardButton);
-    EXPECT_TRUE(ruler(0).scroller().isThrown()) << "a command for the other player";
+    EXPECT_TRUE(ruler(0).scroller().isThrown()) << "the command was for the other player";
     tap(hudOf(0).playPauseButton);
     EXPECT_TRUE(isOver(0));
-    EXPECT_TRUE(playerOf(0).rate() > 0) << "what has been started plays on";
+    EXPECT_TRUE(playerOf(0).rate() > 0) << "playback continues";
     tap(hudOf(0).playPauseButton);
 
     throwRuler(0);
@@ -282,10 +283,10 @@ TEST_F(ThrownRulerTest, AThrowStepsOnUntilAnotherCommandComes) {
     seekbar->setValue(0.5F);
     seekbar->sendActions(ui::ControlEvent::valueChanged);
     EXPECT_TRUE(isOver(0));
-    EXPECT_NEAR(seekbar->value(), 0.5, 0.02) << "the seek bar stays where it was put";
+    EXPECT_NEAR(seekbar->value(), 0.5, 0.02) << "the seek bar keeps its position";
 }
 
-TEST_F(ThrownRulerTest, LockingEndsTheThrowsOfAllAndLockedCommandsThatOfTheRulerLeft) {
+TEST_F(ThrownRulerTest, LockingAndLockedCommandsEndThrows) {
     throwRuler(0);
     throwRuler(1);
     store().dispatch(SetPlaybackLockStateAction(true));
@@ -301,7 +302,7 @@ TEST_F(ThrownRulerTest, LockingEndsTheThrowsOfAllAndLockedCommandsThatOfTheRuler
     EXPECT_TRUE(isOver(1));
 }
 
-TEST_F(ThrownRulerTest, AHiddenOrReplacedRulerScrubsNoMore) {
+TEST_F(ThrownRulerTest, HiddenOrReplacedRulerStopsScrubbing) {
     throwRuler(0);
     store().dispatch(SetHUDVisibleAction(false));
     EXPECT_TRUE(isOver(0));
@@ -314,7 +315,7 @@ TEST_F(ThrownRulerTest, AHiddenOrReplacedRulerScrubsNoMore) {
     platform->drainMainQueue();
     const std::int64_t frame = frameOf(0);
     move(scroller, 1, -80, 0.1);
-    EXPECT_FALSE(ruler(0).canDrag()) << "a drag ends as well";
+    EXPECT_FALSE(ruler(0).canDrag()) << "the drag ends, too";
     platform->drainMainQueue();
     EXPECT_EQ(frameOf(0), frame);
     release(scroller, 1, -80, 0.1);
@@ -324,7 +325,7 @@ TEST_F(ThrownRulerTest, AHiddenOrReplacedRulerScrubsNoMore) {
     throwRuler(0);
     const auto thrown = hudOf(0).timelineView.lock();
     store().dispatch(UpdateMediaAction(0, clip("c")));
-    EXPECT_FALSE(thrown->canDrag()) << "at once";
+    EXPECT_FALSE(thrown->canDrag()) << "ends immediately";
     platform->advance(1);
     EXPECT_EQ(frameOf(0), 0);
     thrown->scroller().continueThrow(1);

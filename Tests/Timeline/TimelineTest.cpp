@@ -1,4 +1,4 @@
-// The endless strip and the ruler made of it.
+// The endless strip, and the ruler built on it.
 
 #include "Tests/Support/ComponentTest.h"
 #include "Tests/Support/Pointers.h"
@@ -43,7 +43,7 @@ protected:
         for (int i = 0; i < events; ++i) strip().setContentOffset({strip().contentOffset().x + points / events, 0});
     }
 
-    /// The tick at the mark, as an item of the content.
+    /// The content item of the tick at the mark.
     std::int64_t centeredTick() { return centeredTick(*ruler); }
     static std::int64_t centeredTick(TimelineView& view) {
         InfiniteCollectionView& collection = *view.collectionView();
@@ -58,7 +58,7 @@ protected:
         }
         return nullptr;
     }
-    /// How far the mark is right of the nearest tick that is in sight, in points.
+    /// Distance of the mark to the right of the nearest visible tick, in points.
     double distanceOfNearestTick() { return distanceOfNearestTick(*ruler); }
     static double distanceOfNearestTick(TimelineView& view) {
         const double mark = view.collectionView()->contentOffset().x + view.bounds().size.width / 2;
@@ -74,17 +74,17 @@ protected:
     const std::shared_ptr<Scrubs> scrubs = std::make_shared<Scrubs>();
 };
 
-TEST_F(TimelineTest, TheContentIsRepeatedUntilItIsLongEnoughToLoop) {
+TEST_F(TimelineTest, RepeatsShortContentUntilItCanLoop) {
     // 100 + 400 / 8 items, repeated Int(4 * 700 / 8) times
     EXPECT_EQ(strip().numberOfItemsInSection(0), 150 * 350);
     EXPECT_EQ(InfiniteDataSources::originCount, 150);
     EXPECT_TRUE(layout().hasValidLayout());
     EXPECT_EQ(layout().contentSize(), (Size{150 * 350 * 8, 44}));
     EXPECT_EQ(strip().contentSize().width, 150.0 * 350 * 8 * 500);
-    EXPECT_EQ(layout().page(strip().contentOffset()), 250) << "it begins in the middle";
+    EXPECT_EQ(layout().page(strip().contentOffset()), 250) << "starts in the middle";
 }
 
-TEST_F(TimelineTest, LoopingCanBeSwitchedOffAndOn) {
+TEST_F(TimelineTest, LoopingCanBeToggled) {
     press(ruler->scroller(), 1, 0, 0);
     move(ruler->scroller(), 1, -63 * 8, 1);
     release(ruler->scroller(), 1, -63 * 8, 2);
@@ -94,11 +94,11 @@ TEST_F(TimelineTest, LoopingCanBeSwitchedOffAndOn) {
     EXPECT_EQ(strip().numberOfItemsInSection(0), 150);
     EXPECT_FALSE(layout().hasValidLayout()) << "short content does not loop";
     EXPECT_EQ(strip().contentSize().width, 150 * 8);
-    EXPECT_EQ(centeredTick(), 63) << "what stood at the mark stays there";
+    EXPECT_EQ(centeredTick(), 63) << "the tick at the mark stays there";
     EXPECT_GE(strip().visibleCells().size(), 50U);
     EXPECT_EQ(scrubs->total(), 63);
 
-    // It has ends now, for fingers and for throws.
+    // Drags and throws now stop at the ends.
     press(ruler->scroller(), 1, 0, 3);
     move(ruler->scroller(), 1, 2000, 3.01);
     EXPECT_EQ(strip().contentOffset().x, 0);
@@ -119,12 +119,12 @@ TEST_F(TimelineTest, LoopingCanBeSwitchedOffAndOn) {
     EXPECT_EQ(centeredTick(), 124);
 }
 
-TEST_F(TimelineTest, ATickStandsAtTheMarkBeforeTheFirstTouch) {
+TEST_F(TimelineTest, TickIsAtTheMarkBeforeTheFirstTouch) {
     EXPECT_EQ(centeredTick(), 0);
     EXPECT_EQ(distanceOfNearestTick(), 0);
     strip().beginDragging();
     drag(3.9);
-    EXPECT_EQ(scrubs->total(), 0) << "half a tick on either side belongs to it";
+    EXPECT_EQ(scrubs->total(), 0) << "less than half a tick does not step";
     drag(-7.8);
     EXPECT_EQ(scrubs->total(), 0);
     drag(-0.2);
@@ -133,7 +133,7 @@ TEST_F(TimelineTest, ATickStandsAtTheMarkBeforeTheFirstTouch) {
     const auto other = std::make_shared<TimelineView>();
     other->setContent(1, 100);
     other->collectionView()->preferredCenteredIndexPath = ui::IndexPath{42, 0};
-    for (const double width : {120.0, 333.0, 400.5}) {  // a screen finds its size in several steps
+    for (const double width : {120.0, 333.0, 400.5}) {  // a screen may be laid out several times
         other->setFrame({0, 0, width, 44});
         platform->drainMainQueue();
         EXPECT_EQ(centeredTick(*other), 42) << width;
@@ -141,7 +141,7 @@ TEST_F(TimelineTest, ATickStandsAtTheMarkBeforeTheFirstTouch) {
     }
 }
 
-TEST_F(TimelineTest, TicksAreLongShortAndRed) {
+TEST_F(TimelineTest, TicksHaveLengthsAndColours) {
     for (const auto& visible : strip().visibleCells()) {
         const auto& tick = dynamic_cast<TimelineCollectionViewCell&>(*visible.cell);
         const std::int64_t index = visible.indexPath.item % 150;
@@ -153,7 +153,7 @@ TEST_F(TimelineTest, TicksAreLongShortAndRed) {
     EXPECT_GE(strip().visibleCells().size(), 50U);
 }
 
-TEST_F(TimelineTest, OnlyAFingerAndItsFlingScrub) {
+TEST_F(TimelineTest, OnlyDragsAndTheirFlingsScrub) {
     drag(80);
     EXPECT_TRUE(scrubs->steps.empty());
     strip().beginDragging();
@@ -176,10 +176,10 @@ TEST_F(TimelineTest, OnlyAFingerAndItsFlingScrub) {
     EXPECT_FALSE(ruler->canDrag());
 }
 
-TEST_F(TimelineTest, AnyWayIsCountedExactlyAcrossCopiesAndReCentrings) {
+TEST_F(TimelineTest, CountsStepsExactlyAcrossCopiesAndRecentring) {
     strip().beginDragging();
     const double copy = layout().copyLength();
-    // 300 copies in each direction, in strides longer than the strip: every end is passed and moved back from.
+    // 300 copies in each direction, in strides longer than the strip, so that it re-centres at both ends.
     for (const double stride : {copy * 0.37, -copy * 0.61}) {
         scrubs->steps.clear();
         const int strides = static_cast<int>(300 * copy / std::abs(stride));
@@ -193,7 +193,7 @@ TEST_F(TimelineTest, AnyWayIsCountedExactlyAcrossCopiesAndReCentrings) {
     }
 }
 
-TEST_F(TimelineTest, ReCentringKeepsThePlaceAndTheCells) {
+TEST_F(TimelineTest, RecentringKeepsThePositionAndTheCells) {
     const double copy = layout().copyLength();
     const Point near{copy * 250 + 1234.5, 0};
     strip().setContentOffset(near);
@@ -208,7 +208,7 @@ TEST_F(TimelineTest, ReCentringKeepsThePlaceAndTheCells) {
                 1e-3);
 }
 
-TEST_F(TimelineTest, ResizingWhileItMovesStepsNowhereAndKeepsWhatStandsAtTheMark) {
+TEST_F(TimelineTest, ResizingDuringMotionKeepsTheTickAtTheMark) {
     StripScroller& scroller = ruler->scroller();
     press(scroller, 1, 0, 0);
     for (int i = 1; i <= 5; ++i) move(scroller, 1, -10 * i, 0.01 * i);
@@ -218,7 +218,7 @@ TEST_F(TimelineTest, ResizingWhileItMovesStepsNowhereAndKeepsWhatStandsAtTheMark
     double way = 50;
     for (const double width : {700.0, 399.0, 400.0, 403.0, 1280.0, 16.0, 640.5}) {
         ruler->setFrame({0, 0, width, 44});
-        // Frames of the throw before the new layout and after it.
+        // Throw frames before and after the new layout.
         for (int i = 0; i < 3; ++i) {
             if (i == 1) platform->drainMainQueue();
             scroller.continueThrow(seconds += 0.016);
@@ -227,7 +227,7 @@ TEST_F(TimelineTest, ResizingWhileItMovesStepsNowhereAndKeepsWhatStandsAtTheMark
         EXPECT_NEAR(scrubs->total(), way / 8, 0.51) << width;
         EXPECT_NEAR(distanceOfNearestTick(), way - 8 * scrubs->total(), 1e-3) << width;
     }
-    // Without room the strip waits for its layout.
+    // The layout is deferred while the strip has no size.
     ruler->setFrame({0, 0, 0, 0});
     scroller.continueThrow(seconds += 0.016);
     platform->drainMainQueue();
@@ -243,9 +243,9 @@ TEST_F(TimelineTest, ResizingWhileItMovesStepsNowhereAndKeepsWhatStandsAtTheMark
     scrubs->steps.clear();
     ruler->setFrame({0, 0, 700, 44});
     platform->drainMainQueue();
-    EXPECT_TRUE(scrubs->steps.empty()) << "under a finger at rest";
+    EXPECT_TRUE(scrubs->steps.empty()) << "the finger is at rest";
     ruler->setFrame({0, 0, 400, 44});
-    ruler->setContent(1, 0);  // an empty length still has a screen of cells to drag
+    ruler->setContent(1, 0);  // empty content still has a screen of ticks to drag
     ruler->reload();
     platform->drainMainQueue();
     EXPECT_EQ(InfiniteDataSources::originCount, 50);
@@ -254,18 +254,18 @@ TEST_F(TimelineTest, ResizingWhileItMovesStepsNowhereAndKeepsWhatStandsAtTheMark
     EXPECT_EQ(scrubs->total(), 3);
 }
 
-TEST_F(TimelineTest, PagingStopsOnAnItem) {
+TEST_F(TimelineTest, PagingStopsAtAnItem) {
     strip().isItemPagingEnabled = true;
     strip().setVelocityMultiplier(2);
     EXPECT_EQ(layout().velocityMultiplier, 2);
     strip().beginDragging();
     const double copy = layout().copyLength();
     const Point target = strip().endDragging({}, {250 * copy + 3, 0}, true);
-    EXPECT_NEAR(std::fmod(target.x + 200, 8), 4, 1e-6) << "an item's centre stands in the middle";
+    EXPECT_NEAR(std::fmod(target.x + 200, 8), 4, 1e-6) << "an item is centred";
     EXPECT_NEAR(target.x, 250 * copy + 3, 8);
     EXPECT_NEAR(strip().endDragging({400, 0}, {250 * copy + 3, 0}, true).x, target.x + 80, 1e-6);
 
-    // A finger that lets go between two ticks, and one that throws: a tick comes to rest at the mark.
+    // A tick comes to rest at the mark, after a release between two ticks and after a throw.
     strip().setVelocityMultiplier(1);
     for (const double speed : {0.0, -313.0, 700.0}) {
         press(ruler->scroller(), 1, 0, 0);
@@ -278,8 +278,8 @@ TEST_F(TimelineTest, PagingStopsOnAnItem) {
     }
 }
 
-TEST_F(TimelineTest, TheCellsOfEveryRepetitionShowTheContent) {
-    // Three times the content on, item by item, the raw numbers go on and the content's begin again.
+TEST_F(TimelineTest, CellsOfEveryRepetitionShowTheContent) {
+    // Across three repetitions, raw item numbers continue and content item numbers restart.
     strip().beginDragging();
     std::set<std::int64_t> raw;
     for (int item = 0; item < 450; ++item) {
@@ -295,7 +295,7 @@ TEST_F(TimelineTest, TheCellsOfEveryRepetitionShowTheContent) {
     EXPECT_EQ(*raw.rbegin() - *raw.begin(), 449);
 }
 
-/// Answers everything, and remembers with which index paths it was asked.
+/// Implements every callback and records the index paths it receives.
 class Outside : public ui::CollectionViewDataSource, public ui::CollectionViewDelegate {
 public:
     std::vector<std::string> calls;
@@ -348,7 +348,7 @@ private:
     }
 };
 
-TEST_F(TimelineTest, TheProxiesForwardEveryCallWithPathsOfTheContent) {
+TEST_F(TimelineTest, ProxiesForwardCallsWithContentPaths) {
     const auto view = std::make_shared<InfiniteCollectionView>();
     const auto outside = std::make_shared<Outside>();
     const auto silent = std::make_shared<Outside>();
@@ -379,13 +379,13 @@ TEST_F(TimelineTest, TheProxiesForwardEveryCallWithPathsOfTheContent) {
     delegate.willDisplay(*view, cell, far);
     delegate.didEndDisplaying(*view, cell, far);
     delegate.didSelectItemAt(*view, far);
-    EXPECT_EQ(target.x, 3) << "each may change it";
+    EXPECT_EQ(target.x, 3) << "each target may adjust it";
     const std::vector<std::string> forwarded{"scroll", "begin",    "target",  "thrown",
                                              "rest",   "will 2.2", "did 2.2", "select 2.2"};
     EXPECT_EQ(std::exchange(silent->calls, {}), forwarded);
     EXPECT_EQ(std::exchange(outside->calls, {}), forwarded);
 
-    // Of the questions the first answer counts.
+    // The first result is used.
     EXPECT_EQ(delegate.viewForZooming(*view), outside->zoomed);
     EXPECT_EQ(delegate.sizeForItemAt(*view, flow, far), (Size{7, 7}));
     EXPECT_EQ(silent->calls, std::vector<std::string>{"size 2.2"});
@@ -398,7 +398,7 @@ TEST_F(TimelineTest, TheProxiesForwardEveryCallWithPathsOfTheContent) {
     EXPECT_EQ(delegate.uniformItemSize(*view, flow), std::nullopt);
 }
 
-TEST_F(TimelineTest, SectionsAndItemsAreMappedByModulo) {
+TEST_F(TimelineTest, MapsSectionsAndItemsByModulo) {
     EXPECT_EQ(InfiniteDataSources::section(5, 3), 2);
     EXPECT_EQ(InfiniteDataSources::indexPath({12, 4}, 3, 5), (ui::IndexPath{2, 1}));
     EXPECT_EQ(InfiniteDataSources::numberOfSections(1, 9), 1);
@@ -411,7 +411,7 @@ TEST_F(TimelineTest, SectionsAndItemsAreMappedByModulo) {
 
 using TimelineDeathTest = TimelineTest;
 
-TEST_F(TimelineDeathTest, ProgrammingErrorsStopTheProgramWithTheirMessage) {
+TEST_F(TimelineDeathTest, ProgrammingErrorsAreFatal) {
     const auto lonely = std::make_shared<InfiniteCollectionView>();
     EXPECT_DEATH((void)lonely->dataSourceProxy()->numberOfItemsInSection(*lonely, 0),
                  "collectionView dataSource is required");

@@ -57,7 +57,7 @@ void InfiniteCollectionView::loopCollectionViewIfNeeded() {
     const Point wrapped = layout->wrappedOffset(contentOffset());
     if (wrapped == contentOffset()) return;
     const double moved = layout->along(wrapped) - layout->along(contentOffset());
-    // The same item in another copy: its number moves with the offset, and the delegate hears nothing.
+    // The centred item is now in another copy: shift its path with the offset and do not notify the delegate.
     if (centeredIndexPath_)
         centeredIndexPath_ = inCopy(*centeredIndexPath_, std::llround(moved / layout->copyLength()));
     setContentOffset(wrapped);
@@ -66,7 +66,7 @@ void InfiniteCollectionView::loopCollectionViewIfNeeded() {
 
 void InfiniteCollectionView::updateCenteredIndexPath() {
     const InfiniteLayout* layout = infiniteLayout();
-    // Until the layout is up to date its items, their count and the bounds do not belong together.
+    // An invalid layout does not match the item count and the bounds.
     if (layout && !isLayoutValid()) return;
     const std::optional<ui::LayoutAttributes> nearest =
         layout ? layout->preferredVisibleAttributes(contentOffset()) : std::nullopt;
@@ -92,7 +92,7 @@ void InfiniteCollectionView::center(const ui::IndexPath& item, double distance) 
     const std::int64_t count = dataSourceProxy()->first()->numberOfItemsInSection(*this, path.section);
     if (count <= 0) return;
     path.item = item.item % count;
-    // The middle one of its repetitions, so that no end of a copy is in sight.
+    // The middle repetition, so that no end of a copy is visible.
     path.item += numberOfItemsInSection(path.section) / count / 2 * count;
     const std::optional<ui::LayoutAttributes> attributes = layout.layoutAttributesForItem(path);
     if (!attributes) return;
@@ -103,7 +103,7 @@ void InfiniteCollectionView::center(const ui::IndexPath& item, double distance) 
     } else {
         offset = std::clamp(offset, 0.0, std::max(0.0, layout.copyLength() - visible));
     }
-    centeredIndexPath_.reset();  // of another layout: no steps lead from there
+    centeredIndexPath_.reset();  // belongs to the previous layout; do not report steps from it
     setContentOffset(layout.withAlong(contentOffset(), offset));
 }
 
@@ -121,7 +121,7 @@ void InfiniteCollectionView::layoutSubviews() {
         if (const auto preferred = hasItems ? std::exchange(preferredCenteredIndexPath, std::nullopt) : std::nullopt) {
             center(*preferred, 0);
         } else if (hasItems && !isFirst) {
-            // What stood in the centre stays there; what was scrolled since the last layout is made up for.
+            // Keep the centred item, then apply the scrolling since the last layout.
             center(anchor_.item, anchor_.distance);
             updateCenteredIndexPath();
             if (scrolled != 0)
@@ -220,7 +220,7 @@ void InfiniteCollectionViewDelegateProxy::willDisplay(ui::CollectionView& view, 
 
 void InfiniteCollectionViewDelegateProxy::didEndDisplaying(ui::CollectionView& view, ui::CollectionViewCell& cell,
                                                            const ui::IndexPath& at) {
-    if (!view_.dataSourceProxy()->first()) return;  // the content went first
+    if (!view_.dataSourceProxy()->first()) return;  // the content was destroyed first
     const ui::IndexPath mapped = indexPath(at);
     forward([&](auto& target) { target.didEndDisplaying(view, cell, mapped); });
 }

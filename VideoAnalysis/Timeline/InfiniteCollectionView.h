@@ -1,6 +1,6 @@
 #pragma once
-// A collection that never ends: it repeats its content, moves the offset back to the middle before an end comes near, and
-// tells its delegate which item is in the centre. The ruler is one.
+// An endless collection: repeats its content, re-centres the offset before it reaches an end, and notifies its delegate of
+// the centred item. Used by the ruler.
 
 #include "VideoAnalysis/Platform/UI/CollectionView.h"
 #include "VideoAnalysis/Platform/UI/ViewController.h"
@@ -16,7 +16,7 @@ class InfiniteLayout;
 class InfiniteCollectionViewDelegate {
 public:
     virtual ~InfiniteCollectionViewDelegate() = default;
-    /// Raw paths: their items are numbered on through all copies, so that their difference is the number of items passed.
+    /// Raw paths: items are numbered across all copies, so that their difference is the count of items passed.
     virtual void didChangeCenteredIndexPath(InfiniteCollectionView&, const std::optional<ui::IndexPath>& /*from*/,
                                             const std::optional<ui::IndexPath>& /*to*/) {}
 };
@@ -26,27 +26,27 @@ public:
     using ui::CollectionView::CollectionView;
 
     std::weak_ptr<InfiniteCollectionViewDelegate> infiniteDelegate;
-    /// The item nearest the centre, as a raw path; absent before the first layout.
+    /// Raw path of the item nearest the centre; empty before the first layout.
     const std::optional<ui::IndexPath>& centeredIndexPath() const { return centeredIndexPath_; }
-    /// The item to be centred in the next layout that finds items, and only then. Later layouts keep what stands in the centre.
+    /// The item to centre in the next layout that has items. Later layouts keep the centred item.
     std::optional<ui::IndexPath> preferredCenteredIndexPath;
     bool isItemPagingEnabled = false;
     double velocityMultiplier() const { return velocityMultiplier_; }
-    /// Also the layout's.
+    /// Also set on the layout.
     void setVelocityMultiplier(double multiplier);
 
-    /// Made on first use; the collection's own data source and delegate.
+    /// The collection's actual data source and delegate. Created on first use.
     const std::shared_ptr<InfiniteCollectionViewDataSourceProxy>& dataSourceProxy();
     const std::shared_ptr<InfiniteCollectionViewDelegateProxy>& delegateProxy();
 
-    /// The outside objects; held weakly behind the proxies.
+    /// The external objects behind the proxies. Held weakly.
     void setDataSource(std::weak_ptr<ui::CollectionViewDataSource> dataSource) override;
     void setCollectionViewDelegate(std::weak_ptr<ui::CollectionViewDelegate> delegate) override;
 
-    /// Null unless the layout is an endless one.
+    /// The layout if it is an `InfiniteLayout`; otherwise null.
     InfiniteLayout* infiniteLayout() const;
 
-    /// Moves the content to the same place of its middle copy when an end is near. Called on every scroll event.
+    /// Re-centres the offset to the same place in the middle copy if an end is near. Called on every scroll event.
     void loopCollectionViewIfNeeded();
     void updateCenteredIndexPath();
 
@@ -54,16 +54,16 @@ protected:
     void layoutSubviews() override;
 
 private:
-    /// What stood in the centre when the layout was last up to date.
+    /// The centred item when the layout was last valid.
     struct Anchor {
         ui::IndexPath item;   ///< of the content, not of its repetitions
         double distance = 0;  ///< of the centre from the item's middle, points
         double offset = 0;    ///< of the content, points
     };
 
-    /// The same item `copy` copies further.
+    /// The same item, `copy` copies further.
     ui::IndexPath inCopy(ui::IndexPath path, std::int64_t copy);
-    /// Moves the middle copy's `item` so that its middle is `distance` before the centre, as far as the ends allow.
+    /// Scrolls so that the middle of `item` in the middle copy is `distance` before the centre, clamped to the ends.
     void center(const ui::IndexPath& item, double distance);
 
     std::shared_ptr<InfiniteCollectionViewDataSourceProxy> dataSourceProxy_;
@@ -75,7 +75,7 @@ private:
     double velocityMultiplier_ = 1.0;
 };
 
-/// A controller whose view is an endless collection; fatal when it is another one.
+/// A controller whose view is an endless collection; fatal if it is any other view.
 class InfiniteCollectionViewController : public ui::ViewController {
 public:
     std::shared_ptr<InfiniteCollectionView> infiniteCollectionView();

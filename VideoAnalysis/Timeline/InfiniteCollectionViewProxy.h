@@ -1,6 +1,6 @@
 #pragma once
-// What stands between an endless collection and the outside objects that feed it: calls are passed on with index paths of the
-// content instead of its repetitions, and counts are multiplied on the way back.
+// Proxies between an endless collection and its external data source and delegate: they map index paths of repetitions to
+// those of the content, and multiply the counts in the other direction.
 
 #include "VideoAnalysis/Platform/UI/CollectionView.h"
 
@@ -13,14 +13,14 @@ namespace videoanalysis {
 
 class InfiniteCollectionView;
 
-/// Passes calls on to every target that still lives (and that the filter lets through), in list order. Targets are held weakly.
+/// Forwards calls to every live target that passes the filter, in list order. Targets are held weakly.
 template <class Target>
 class CocoaProxy {
 public:
     std::vector<std::weak_ptr<Target>> proxies;
     std::function<bool(const Target&)> proxyFilter;
 
-    /// The first target that calls reach; null when there is none.
+    /// The first live target that passes the filter; null if there is none.
     std::shared_ptr<Target> first() const {
         for (const auto& weak : proxies) {
             auto target = weak.lock();
@@ -28,7 +28,7 @@ public:
         }
         return nullptr;
     }
-    /// The first answer that is one: neither null nor absent. Targets after it are not asked.
+    /// The first result that is neither null nor empty. Later targets are not called.
     template <class Call>
     auto firstAnswer(Call&& call) const {
         decltype(call(std::declval<Target&>())) answer{};
@@ -47,7 +47,7 @@ public:
     }
 };
 
-/// Maps repeated sections and items to those of the outside data source.
+/// Maps repeated sections and items to those of the external data source.
 class InfiniteCollectionViewProxy {
 public:
     explicit InfiniteCollectionViewProxy(InfiniteCollectionView& view) : view_(view) {}
@@ -57,7 +57,7 @@ public:
 
 protected:
     ~InfiniteCollectionViewProxy() = default;
-    /// Fatal when there is none.
+    /// Fatal if there is none.
     std::shared_ptr<ui::CollectionViewDataSource> requiredDataSource() const;
 
     InfiniteCollectionView& view_;
@@ -81,10 +81,10 @@ class InfiniteCollectionViewDelegateProxy final : public InfiniteCollectionViewP
 public:
     using InfiniteCollectionViewProxy::InfiniteCollectionViewProxy;
 
-    /// Passed on first; then the content loops and the centred item is looked for.
+    /// Forwards the call, then re-centres the content and updates the centred item.
     void scrollViewDidScroll(ui::ScrollView& view) override;
     void scrollViewWillBeginDragging(ui::ScrollView& view) override;
-    /// With paging the target is first moved to centre an item.
+    /// With paging, first adjusts the target to centre an item.
     void scrollViewWillEndDragging(ui::ScrollView& view, Point velocity, Point& target) override;
     void scrollViewDidEndDragging(ui::ScrollView& view, bool willDecelerate) override;
     void scrollViewDidEndDecelerating(ui::ScrollView& view) override;

@@ -1,6 +1,6 @@
 #pragma once
-// The counts and index paths of a content that is repeated: how often it must be, and which item of the content a repeated one
-// stands for. The proxies of the endless collection use them.
+// Counts and index paths of repeated content: how often to repeat it, and which item of the content a repeated item shows.
+// Used by the proxies of the endless collection.
 
 #include "VideoAnalysis/Platform/Geometry.h"
 #include "VideoAnalysis/Platform/UI/IndexPath.h"
@@ -10,24 +10,24 @@
 namespace videoanalysis {
 
 struct InfiniteDataSources {
-    /// The item count of the content, as it was asked last.
+    /// The latest known item count of the content.
     static inline std::int64_t originCount = 0;
 
-    /// Enough repetitions to cover four screen lengths of items; 1 when not enabled. Fatal when the item has no size.
+    /// Repetitions that cover four screen lengths; 1 if looping is disabled. Fatal if the item has no size.
     static std::int64_t multiplier(Size estimatedItemSize, bool enabled);
-    /// Several sections are repeated, one is not. Fatal on overflow.
+    /// Repeats several sections but not a single one. Fatal on overflow.
     static std::int64_t numberOfSections(std::int64_t numberOfSections, std::int64_t multiplier);
-    /// Remembers the count. The items of a single section are repeated. Fatal on overflow.
+    /// Stores the count. Repeats the items of a single section. Fatal on overflow.
     static std::int64_t numberOfItemsInSection(std::int64_t numberOfItemsInSection, std::int64_t numberOfSections,
                                                std::int64_t multiplier);
 
-    /// Modulo; fatal for a content of none.
+    /// Modulo the content's count; fatal if that is 0.
     static std::int64_t section(std::int64_t from, std::int64_t numberOfSections);
     static ui::IndexPath indexPath(const ui::IndexPath& from, std::int64_t numberOfSections,
                                    std::int64_t numberOfItems);
 };
 
-/// `value` without its fraction; fatal, naming `what`, when it is not finite or does not fit.
+/// `value` truncated to an integer; fatal, naming `what`, if it is not finite or out of range.
 std::int64_t truncated(double value, const char* what);
 
 }  // namespace videoanalysis

@@ -12,7 +12,7 @@ namespace videoanalysis {
 void InfiniteLayout::setEnabled(bool enabled) {
     if (isEnabled_ == enabled) return;
     isEnabled_ = enabled;
-    if (collectionView()) collectionView()->reloadData();  // how often the content is repeated depends on it
+    if (collectionView()) collectionView()->reloadData();  // the count of repetitions depends on it
 }
 
 void InfiniteLayout::prepareLayout() {

@@ -6,11 +6,11 @@
 namespace videoanalysis {
 namespace {
 
-constexpr double velocityWindow = 0.05;  // seconds before the release that decide about the throw
-constexpr std::size_t maxSamples = 128;  // a mouse of 1,000 events a second fills less than half
-constexpr double jitter = 2;             // points by which a finger may slip back without having turned
+constexpr double velocityWindow = 0.05;  // seconds before the release over which the throw is measured
+constexpr std::size_t maxSamples = 128;  // a 1,000 Hz mouse needs less than half
+constexpr double jitter = 2;             // points by which a finger may slip back without reversing
 constexpr double wheelRestTime = 0.15;   // seconds
-constexpr double minThrowSpeed = 60;     // points per second; slower releases stand still
+constexpr double minThrowSpeed = 60;     // points per second; slower releases do not throw
 
 }  // namespace
 
@@ -53,7 +53,7 @@ void StripScroller::move(std::int64_t pointer, double position, double seconds) 
     down->position = position;
     if (&*down != &pointers_.back()) return;
     samples_.push_back({position, std::max(seconds, samples_.back().seconds)});
-    // One sample from before the window is kept: where the pointer was when the window began lies between it and the next.
+    // Keeps one sample from before the window, to interpolate the position at its start.
     while (samples_.size() > maxSamples || (samples_.size() > 2 && seconds - samples_[1].seconds > velocityWindow)) {
         samples_.erase(samples_.begin());
     }
@@ -104,16 +104,16 @@ void StripScroller::stop() {
 
 void StripScroller::beginSamples(double seconds) { samples_ = {{pointers_.back().position, seconds}}; }
 
-/// Over the window before the release, a rest at its end included. A pointer that has turned counts from where it turned.
+/// Average over the window before the release, including a pause at its end. After a reversal, only the motion since then.
 double StripScroller::velocity(double seconds) const {
     const double begin = seconds - velocityWindow;
     const Sample& last = samples_.back();
     Sample first{last.position, seconds};
-    double farthest = 0;  // from the first sample to the last, points
+    double farthest = 0;  // max distance from the first sample, points
     for (std::size_t i = samples_.size() - 1; i > 0; --i) {
         const Sample& next = samples_[i];
         Sample sample = samples_[i - 1];
-        // Nothing heard for a whole window: the pointer rested.
+        // No event for a whole window: the pointer was at rest.
         if (next.seconds <= begin || next.seconds - sample.seconds > velocityWindow) break;
         if (sample.seconds < begin) {
             const double share = (begin - sample.seconds) / (next.seconds - sample.seconds);

@@ -1,6 +1,6 @@
 #pragma once
-// Turns fingers, the mouse and the wheel into drags and throws of a horizontal strip. The ruler passes on what the screen sends it:
-// pointers, the wheel and, while a throw lasts, the frames of the display.
+// Turns touch, mouse and wheel input into drags and throws of a horizontal strip. Fed by the ruler with pointer and wheel
+// events and, during a throw, with display frames.
 
 #include "VideoAnalysis/Platform/OneShotTimer.h"
 #include "VideoAnalysis/Platform/UI/PointerEvent.h"
@@ -15,31 +15,30 @@
 
 namespace videoanalysis {
 
-/// Main thread. Of a pointer event, `windowPosition.x` and `time` count; events with values that are not finite are ignored.
+/// Main thread only. Uses `windowPosition.x` and `time` of pointer events; ignores events with non-finite values.
 class StripScroller {
 public:
     /// `strip` must outlive the scroller.
     explicit StripScroller(ui::ScrollView& strip) : strip_(strip) {}
 
-    /// Without motion a release never throws, and a target that the strip's delegate asks for is reached at once.
+    /// With reduced motion, a release does not throw, and the strip jumps to a target adjusted by its delegate.
     bool isMotionReduced = false;
 
-    /// Called when a throw has begun: the frames of the display are needed from now on. May be empty.
+    /// Called when a throw begins and needs display frames. May be empty.
     std::function<void()> didBeginThrow;
 
-    /// A pointer that comes down stops a throw and begins a drag, or takes over the drag of another one: only the one that came
-    /// last drags. The last one to leave throws the strip with the velocity of its last moments. A cancellation ends the drag
-    /// where the strip is.
+    /// A press stops a throw and begins a drag, or takes it over: only the latest pointer drags. The last release throws the
+    /// strip with the pointer's recent velocity. Cancelling ends the drag without a throw.
     void handle(std::span<const ui::PointerEvent> events);
-    /// The wheel or a touch pad moves by `points` of content. The drag lasts until it has rested for a moment or a pointer
-    /// comes down; nothing while one is down.
+    /// Drags by `points` of content with the wheel or a touch pad. The drag ends after a pause or when a pointer is pressed.
+    /// Ignored while a pointer is down.
     void wheel(double points);
 
     bool isDragging() const { return !pointers_.empty() && strip_.isDragging(); }
     bool isThrown() const { return throw_ && strip_.isDecelerating(); }
-    /// A frame of the display, `seconds` after the release. Nothing unless thrown.
+    /// Advances a throw to `seconds` after the release. No effect unless thrown.
     void continueThrow(double seconds);
-    /// Ends what is in progress where the strip is; pointers that are down no longer count.
+    /// Ends a drag or throw at the current position; pointers that are down are ignored from then on.
     void stop();
 
 private:
@@ -53,7 +52,7 @@ private:
     };
     struct Throw {
         Deceleration deceleration;
-        double distance;       ///< from the release to the rest, points
+        double distance;       ///< total, points
         double travelled = 0;  ///< points so far
     };
 
@@ -61,18 +60,18 @@ private:
     void move(std::int64_t pointer, double position, double seconds);
     void release(std::int64_t pointer, double position, double seconds);
     void endWheel();
-    /// The pointer that drags from now on is the last one.
+    /// Lets the latest pointer drag.
     void beginSamples(double seconds);
-    /// Points per second of the pointer that drags.
+    /// Velocity of the dragging pointer, points per second.
     double velocity(double seconds) const;
     void endDrag(double velocity);
-    /// As far as the ends allow; false when an end is reached.
+    /// Scrolls up to the ends; false if an end is reached.
     bool scrollBy(double points);
     double clamped(double offset) const;
 
     ui::ScrollView& strip_;
-    std::vector<Pointer> pointers_;  ///< in the order in which they came down
-    std::vector<Sample> samples_;    ///< of the pointer that drags, its last moments
+    std::vector<Pointer> pointers_;  ///< in the order in which they were pressed
+    std::vector<Sample> samples_;    ///< recent samples of the dragging pointer
     std::optional<Throw> throw_;
     dispatch::OneShotTimer wheelRest_;
 };

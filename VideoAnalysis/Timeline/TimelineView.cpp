@@ -23,7 +23,7 @@ void TimelineCollectionViewCell::configure(bool isLong, const Color& color) {
     notify(ui::Property::other);
 }
 
-/// Feeds the strip and hears of its movement on the view's behalf.
+/// The strip's data source and delegate, on behalf of the view.
 class TimelineView::Content final : public ui::CollectionViewDataSource,
                                     public ui::CollectionViewDelegate,
                                     public InfiniteCollectionViewDelegate {
@@ -80,7 +80,7 @@ TimelineView::TimelineView()
     collectionView_->setDataSource(content_);
     collectionView_->setCollectionViewDelegate(content_);
     collectionView_->infiniteDelegate = content_;
-    collectionView_->preferredCenteredIndexPath = ui::IndexPath{0, 0};  // the mark begins on a tick
+    collectionView_->preferredCenteredIndexPath = ui::IndexPath{0, 0};  // initially a tick is at the mark
     scroller_.didBeginThrow = [this] { notify(ui::Property::isDecelerating); };
 }
 
@@ -109,7 +109,7 @@ void TimelineView::boundsDidChange(const Rect&) {
     auto& layout = static_cast<InfiniteLayout&>(*collectionView_->collectionViewLayout());
     layout.setItemSize({cellWidth, bounds().size.height});
     collectionView_->setFrame(bounds());
-    collectionView_->reloadData();  // how many ticks there are depends on the width
+    collectionView_->reloadData();  // the count of ticks depends on the width
 }
 
 std::int64_t TimelineView::numberOfItems() const {

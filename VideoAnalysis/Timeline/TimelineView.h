@@ -1,6 +1,6 @@
 #pragma once
-// The ruler under a player: an endless row of ticks that a person drags to go through the video frame by frame. It turns the
-// way of its centre into signed steps for its delegate, the player's controller, and knows nothing of video time.
+// The ruler below a player: an endless row of ticks that the user drags to scrub through the video frame by frame. Reports
+// its motion as signed steps to its delegate, the player's controller; independent of video time.
 
 #include "VideoAnalysis/Platform/UI/CollectionView.h"
 #include "VideoAnalysis/Platform/UI/View.h"
@@ -15,9 +15,9 @@ namespace videoanalysis {
 class TimelineViewDelegate {
 public:
     virtual ~TimelineViewDelegate() = default;
-    /// `steps` is a whole number, negative for backward; `isDragging` says that a finger or its fling moves the ruler.
+    /// `steps` is a whole number, negative for backward; `isDragging` is true while a drag or its fling moves the ruler.
     virtual void timelineViewDidScrollBy(double steps, bool isDragging) = 0;
-    /// True when ticks further right are later frames.
+    /// Whether ticks further right are later frames.
     virtual bool defaultScrubbingDirection() const = 0;
     /// The colour of ordinary ticks.
     virtual Color tickColor() const { return Color::white(); }
@@ -31,7 +31,7 @@ public:
 
     void configure(bool isLong, const Color& color);
     bool isLong() const { return !lineView->isHidden(); }
-    /// Of the line that is visible.
+    /// Colour of the visible line.
     const Color& color() const { return (isLong() ? lineView : shortLineView)->backgroundColor(); }
 };
 
@@ -43,31 +43,30 @@ public:
     ~TimelineView() override;
 
     std::weak_ptr<TimelineViewDelegate> delegate;
-    /// Set by the owner to ignore one programmatic update.
+    /// Set by the owner to skip one programmatic update.
     bool skipNextUpdate = false;
 
     bool handlePointers(std::span<const ui::PointerEvent> events) override;
-    /// A drag like any other: one notch is one tick, a touch pad moves the strip by its own points.
+    /// Drags the strip: one wheel notch is one tick, a touch pad moves it by points.
     bool handleWheel(const ui::WheelEvent& event) override;
-    /// Drags and throws. Its beginning throw notifies `isDecelerating`; the screen then calls `continueThrow` with every frame
-    /// of the display for as long as it is thrown.
+    /// Drags and throws. The start of a throw notifies `isDecelerating`; the platform then calls `continueThrow` for every
+    /// display frame until the throw ends.
     StripScroller& scroller() { return scroller_; }
-    /// Something else than the ruler takes over the playback: a throw ends where it is. The steps of the ruler itself, in the
-    /// middle of a call to the delegate, do not count.
+    /// Ends a throw because another control takes over playback. Ignored during the ruler's own calls to its delegate.
     void endThrow();
-    /// Ends a drag or throw: the ruler is hidden or gets another owner.
+    /// Ends a drag or throw because the ruler is hidden or gets another owner.
     void stopScrolling() { scroller_.stop(); }
 
     const std::shared_ptr<InfiniteCollectionView>& collectionView() const { return collectionView_; }
-    /// True while the user's finger or the following deceleration moves the strip. Only then it scrubs.
+    /// Whether a drag or the following deceleration moves the strip. It scrubs only then.
     bool canDrag() const { return canDrag_; }
     /// Cells per unit of length.
     double multiplier() const { return multiplier_; }
     /// The length of the content in units.
     double length() const { return length_; }
-    /// Takes effect with the next `reload`. Finite values; others are fatal when the cells are counted.
+    /// Takes effect on the next `reload`, which is fatal for non-finite values.
     void setContent(double multiplier, double length);
-    /// Counts and makes the cells anew.
+    /// Recounts and recreates the cells.
     void reload();
 
 protected:
