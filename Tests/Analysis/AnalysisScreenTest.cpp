@@ -1,4 +1,4 @@
-// What the reducers ask of the screen, and in which order, with a screen that only writes it down.
+// The calls from the reducers to the screen, recorded in order by a fake screen.
 
 #include "VideoAnalysis/Analysis/AnalysisScreen.h"
 
@@ -19,7 +19,7 @@ class WrittenScreen final : public ui::ViewController, public AnalysisScreen, pu
 public:
     Lines lines;
 
-    /// What has been asked for since the last call.
+    /// The calls since the last call of this function.
     Lines take() { return std::exchange(lines, {}); }
 
     std::shared_ptr<AnalysisPlayers> players() override {

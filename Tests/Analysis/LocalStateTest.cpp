@@ -52,7 +52,7 @@ TEST_F(LocalStateTest, AbsentStateBecomesTheInitialOneAndUnknownActionsAreIgnore
     const LocalState state = reduce(ReSwiftInit(), nullptr);
     EXPECT_TRUE(state.isHUDVisible && state.useOriginalPlaybackRate && state.enableTimeBasedDrawings);
     EXPECT_EQ(state.playbackRate, 1.0F);
-    // The analysis' action of the same simple name is another one.
+    // The analysis action of the same name is a different type.
     LocalState playing;
     playing.isMediaPlaying = true;
     EXPECT_TRUE(reduce(videoanalysis::SetCellVideoPlayingStateAction(false, {}), &playing).isMediaPlaying);

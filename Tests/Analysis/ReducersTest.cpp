@@ -1,4 +1,4 @@
-// The analysis as a whole, headless: actions go in, states, players and collections come out.
+// The whole analysis on the headless platform: actions in, states, players and collections out.
 
 #include "VideoAnalysis/Analysis/Reducers.h"
 #include "Tests/Support/ComponentTest.h"
@@ -109,7 +109,8 @@ TEST_F(ReducersTest, LocalActionsAreDispatchedToEveryPlayerInOrder) {
         EXPECT_FALSE(player->localStore->state().defaultScrubbingDirection);
     }
     store().dispatch(UpdateMediaAction(1, clip("c")));
-    EXPECT_FALSE(players()[1]->localStore->state().enableTimeBasedDrawings) << "like a controller made by an add";
+    EXPECT_FALSE(players()[1]->localStore->state().enableTimeBasedDrawings)
+        << "as for a controller created by adding a clip";
     store().dispatch(SetConfigurationAction({true, true, {}, {}, nullptr}));
     EXPECT_TRUE(players()[0]->localStore->state().enableTimeBasedDrawings);
     EXPECT_TRUE(players()[1]->localStore->state().defaultScrubbingDirection);
@@ -128,12 +129,12 @@ TEST_F(ReducersTest, RemovalRenumbersTheRemainingPlayers) {
     ASSERT_EQ(players().size(), 1U);
     EXPECT_EQ(players()[0]->index, 0);
     EXPECT_EQ(store().state().media->at(0).url, URL("file:///b"));
-    EXPECT_TRUE(watched.expired()) << "a removed clip's player is gone";
+    EXPECT_TRUE(watched.expired()) << "a removed clip's player is destroyed";
     EXPECT_EQ(first->cell(), nullptr);
 
     store().dispatch(PerformCellVideoSeekForwardAction(0, 3));
     platform->drainMainQueue();
-    EXPECT_EQ(frameOf(0), 3) << "the remaining player answers to its new index";
+    EXPECT_EQ(frameOf(0), 3) << "the remaining player has a new index";
 }
 
 TEST_F(ReducersTest, UpdatingMediaReplacesThePlayerAndItsDrawings) {
@@ -158,7 +159,7 @@ TEST_F(ReducersTest, UpdatingMediaReplacesThePlayerAndItsDrawings) {
     EXPECT_EQ(store().state().media->at(1).url, URL("file:///c"));
 }
 
-// The first layout has not run, so that the collections have not asked for their counts.
+// Before the first layout the collections have not requested their counts.
 TEST_F(ReducersTest, ClipCanBeRemovedBeforeTheFirstLayout) {
     screen()->playersCollectionView.lock()->setFrame({});
     screen()->overlayViewController()->playersCollectionView.lock()->setFrame({});
@@ -172,7 +173,7 @@ TEST_F(ReducersTest, ClipCanBeRemovedBeforeTheFirstLayout) {
     EXPECT_EQ(store().state().media->at(0).url, URL("file:///b"));
 }
 
-// What a player shows depends on the other players: each renders again, hidden controls stay hidden.
+// Players render again because their appearance depends on each other; hidden controls stay hidden.
 TEST_F(ReducersTest, LastPlayerHasNoDeleteButton) {
     add("a");
     add("b");
@@ -224,8 +225,8 @@ TEST_F(ReducersTest, ControlsCannotBeHiddenWithoutMedia) {
     EXPECT_FALSE(screenState().isHUDVisible);
     EXPECT_FALSE(players()[0]->localStore->state().isHUDVisible);
     add("b");
-    EXPECT_TRUE(screenState().isHUDVisible) << "a new player brings the controls back";
-    EXPECT_FALSE(players()[0]->localStore->state().isHUDVisible) << "re-sent as it was";
+    EXPECT_TRUE(screenState().isHUDVisible) << "adding a player shows the controls";
+    EXPECT_FALSE(players()[0]->localStore->state().isHUDVisible) << "sent again unchanged";
 }
 
 TEST_F(ReducersTest, SelectsToolsAndColoursAndOpensThePicker) {
@@ -236,9 +237,9 @@ TEST_F(ReducersTest, SelectsToolsAndColoursAndOpensThePicker) {
     store().dispatch(SetDrawingToolTypeAction(SketchToolType::pen, true));
     EXPECT_FALSE(screenState().isColorPickerOpened);
     store().dispatch(SetColorPickerCollapseStateAction(true));
-    EXPECT_TRUE(screenState().isColorPickerOpened) << "stored as it is";
+    EXPECT_TRUE(screenState().isColorPickerOpened) << "stored unchanged";
     store().dispatch(SetDrawingToolTypeAction(SketchToolType::eraser, true));
-    EXPECT_FALSE(screenState().isColorPickerOpened) << "another tool always closes it";
+    EXPECT_FALSE(screenState().isColorPickerOpened) << "selecting another tool closes it";
 
     store().dispatch(SetColorPickerCollapseStateAction(true));
     const ToolColorMap before = screenState().toolColorMap;
@@ -285,7 +286,7 @@ TEST_F(ReducersTest, StepDirectionFollowsTheSignOfTheCount) {
     store().dispatch(PerformCellVideoSeekForwardAction(0, -4));
     EXPECT_EQ(frameOf(0), 1);
     store().dispatch(PerformCellVideoSeekBackwardAction(0, 4));
-    EXPECT_EQ(frameOf(0), 5) << "the name says nothing about the direction";
+    EXPECT_EQ(frameOf(0), 5) << "the sign gives the direction, not the name";
     store().dispatch(PerformCellVideoSeekForwardAction(0, 1000));
     EXPECT_EQ(frameOf(0), 99);
     store().dispatch(PerformCellVideoSeekForwardAction(7, 1));
@@ -330,7 +331,7 @@ TEST_F(ReducersTest, DescriptionsShowTypeAndFields) {
               "AddMediaAction(media: Object(url: file:///a, stack: none))");
 }
 
-// ---- The entry object
+// ---- VideoAnalysisController
 
 using EntryTest = ReducersTest;
 
@@ -384,7 +385,7 @@ TEST_F(EntryTest, HostCanChangeClipsAndStopTheRecording) {
     VideoAnalysisController analysis({clip("a")});
     show();
     EXPECT_EQ(analysis.mediaCount(), 1);
-    EXPECT_TRUE(analysis.replaceMedia(1, clip("b"))) << "the count as an index adds";
+    EXPECT_TRUE(analysis.replaceMedia(1, clip("b"))) << "an index equal to the count appends";
     EXPECT_FALSE(analysis.addMedia(clip("c")));
     EXPECT_FALSE(analysis.replaceMedia(2, clip("c")));
     EXPECT_FALSE(analysis.replaceMedia(-1, clip("c")));
@@ -425,9 +426,9 @@ TEST_F(EntryTest, HostCanReadTheDrawingsAtAnyTime) {
     ASSERT_TRUE(media[0].stack && media[1].stack);
     EXPECT_NE(media[0].stack->serialized(), media[1].stack->serialized());
 
-    // Handed back, the drawings are there again.
+    // The saved drawings can be loaded again.
     const VideoAnalysisController again(media);
-    EXPECT_EQ(again.currentMedia(), media) << "a stack that was not loaded yet is handed back as it was given";
+    EXPECT_EQ(again.currentMedia(), media) << "a stack that is not loaded yet is returned unchanged";
     show();
     EXPECT_TRUE(sketchOf(0).canUndoAll());
     EXPECT_FALSE(sketchOf(1).canUndoAll());

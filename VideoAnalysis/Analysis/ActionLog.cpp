@@ -8,7 +8,7 @@
 namespace videoanalysis {
 namespace {
 
-/// "name: before -> after" of the fields that differ, with commas between them.
+/// Comma-separated "name: before -> after" of the fields that differ.
 std::string describeChanges(const DescribedFields& before, const DescribedFields& after) {
     std::string text;
     for (std::size_t i = 0; i < before.size(); ++i) {

@@ -1,10 +1,10 @@
 #pragma once
-// A debugging aid: with VIDEOANALYSIS_LOG_ACTIONS=1 in the environment, every action is written to the debug log together with
-// what it changed, as in
+// A debugging aid: with VIDEOANALYSIS_LOG_ACTIONS=1 in the environment, every action is written to the debug log with its
+// state change, as in
 //
 //     analysis: SetHUDVisibleAction(newState: false) | isHUDVisible: true -> false
 //
-// The stores of the analysis and of its players install it when they are made; without the variable there is no middleware.
+// Installed by the stores of the analysis and of its players, only if the variable is set.
 
 #include "VideoAnalysis/Analysis/LocalState.h"
 #include "VideoAnalysis/Analysis/State.h"
@@ -15,16 +15,16 @@
 
 namespace videoanalysis {
 
-/// The fields of a state by name, each as a person reads it. Drawings and media are counted, not written out.
+/// The fields of a state by name, as readable text. Drawings and media are only counted.
 using DescribedFields = std::vector<std::pair<std::string, std::string>>;
 DescribedFields describeFields(const State& state);
 DescribedFields describeFields(const player::LocalState& state);
 
-/// Writes each action that reaches the store called `name`; the time of playback alone is left out. Main thread only.
+/// Logs each action of the store called `name`, except changes of only the playback time. Main thread only.
 template <class State>
 Middleware<State> actionLog(std::string name);
 
-/// `actionLog(name)` alone if the environment asks for it, else nothing.
+/// `actionLog(name)` if the environment variable is set; otherwise empty.
 template <class State>
 std::vector<Middleware<State>> debuggingMiddleware(const std::string& name);
 

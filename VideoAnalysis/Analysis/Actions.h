@@ -1,6 +1,6 @@
 #pragma once
-// Every action of the analysis, dispatched to `mainStore` on the main thread. An optional `index` is a player's position in
-// the list of media; an absent one addresses every player.
+// The actions of the analysis, dispatched to `mainStore` on the main thread. An optional `index` is a player's position in
+// the list of media; an empty one addresses every player.
 
 #include "VideoAnalysis/Analysis/State.h"
 #include "VideoAnalysis/Platform/Media.h"
@@ -14,12 +14,12 @@
 
 namespace videoanalysis {
 
-// An action says itself what it changes, so that none can be without a reduction. Which of these an action derives from decides
-// which reducer applies it; the reductions stand together in Reducers.cpp.
+// Each action has its own reduction, so that the compiler rejects an action without one. The base class selects the reducer
+// that applies it. All reductions are in Reducers.cpp.
 
 /// Clips, configuration, presentation and controls; may act on the screen.
 struct MainAction : Action {
-    /// Applies the action to `next`, a copy of the state so far.
+    /// Applies the action to `next`, a copy of the current state.
     virtual void reduce(State& next) const = 0;
 };
 /// Recording, tools and colour picker.
@@ -39,7 +39,7 @@ struct AddMediaAction final : MainAction {
     void reduce(State& next) const override;
 };
 
-/// Returns the whole state to its defaults.
+/// Resets the whole state to its defaults.
 struct ClearStateAction final : MainAction {
     std::string description() const override;
     void reduce(State& next) const override;
@@ -75,7 +75,7 @@ struct SetConfigurationAction final : MainAction {
     void reduce(State& next) const override;
 };
 
-/// The recorder has answered a start.
+/// Reports the recorder's answer to a start.
 struct HasRecordingPermissionAction final : ScreenAction {
     bool newState;
     explicit HasRecordingPermissionAction(bool newState) : newState(newState) {}
@@ -83,7 +83,7 @@ struct HasRecordingPermissionAction final : ScreenAction {
     void reduce(MainViewControllerState& next) const override;
 };
 
-/// Asks for recording to start or stop.
+/// Requests that recording start or stop.
 struct SetScreenRecordingStateAction final : ScreenAction {
     bool newState;
     explicit SetScreenRecordingStateAction(bool newState) : newState(newState) {}
@@ -127,7 +127,7 @@ struct PerformCellVideoSeekForwardAction final : PlayersAction {
     void reduce(State& next) const override;
 };
 
-/// Moves by `steps` frames; its sign gives the direction, so senders pass a negative count.
+/// Moves by `steps` frames; its sign gives the direction, so callers pass a negative count.
 struct PerformCellVideoSeekBackwardAction final : PlayersAction {
     std::optional<std::int64_t> index;
     std::int64_t steps;
@@ -155,7 +155,7 @@ struct RemoveMediaAction final : MainAction {
     void reduce(State& next) const override;
 };
 
-/// Colours the current tool.
+/// Sets the colour of the current tool.
 struct SetDrawingToolColorAction final : PlayersAction {
     Color selectedColor;
     explicit SetDrawingToolColorAction(Color selectedColor) : selectedColor(selectedColor) {}
@@ -163,7 +163,7 @@ struct SetDrawingToolColorAction final : PlayersAction {
     void reduce(State& next) const override;
 };
 
-/// True opens the colour picker: the value is stored as it is.
+/// True opens the colour picker. The value is stored unchanged.
 struct SetColorPickerCollapseStateAction final : ScreenAction {
     bool isCollapsed;
     explicit SetColorPickerCollapseStateAction(bool isCollapsed) : isCollapsed(isCollapsed) {}
@@ -171,7 +171,7 @@ struct SetColorPickerCollapseStateAction final : ScreenAction {
     void reduce(MainViewControllerState& next) const override;
 };
 
-/// Chooses a tool; choosing the current one again may open or close the colour picker.
+/// Selects a tool; selecting the current one again may open or close the colour picker.
 struct SetDrawingToolTypeAction final : PlayersAction {
     SketchToolType selectedTool;
     bool toggleColorPicker;
@@ -181,7 +181,7 @@ struct SetDrawingToolTypeAction final : PlayersAction {
     void reduce(State& next) const override;
 };
 
-/// Locks the playback of all players together, or unlocks it.
+/// Locks or unlocks the playback of all players together.
 struct SetPlaybackLockStateAction final : ScreenAction {
     bool newState;
     explicit SetPlaybackLockStateAction(bool newState) : newState(newState) {}
@@ -210,7 +210,7 @@ struct SetMicRecordingStateAction final : ScreenAction {
     void reduce(MainViewControllerState& next) const override;
 };
 
-/// Pauses and seeks to `time`; `delta` (seconds) and `percentage` (0...1) say how the sender came by it.
+/// Pauses and seeks to `time`; `delta` (seconds) and `percentage` (0...1) are what the sender derived it from.
 struct CellVideoSeekToTimeAction final : PlayersAction {
     std::optional<double> delta;
     std::optional<double> percentage;

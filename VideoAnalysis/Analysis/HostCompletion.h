@@ -1,6 +1,6 @@
 #pragma once
-// The completions that a host is handed together with a question. A host may keep one for as long as it likes and call it more
-// than once: what it asks for happens at most once, and only where it still makes sense.
+// Completions that a host receives with a request. A host may keep one indefinitely and call it repeatedly: it takes effect
+// at most once, and only while it is still valid.
 
 #include "VideoAnalysis/Platform/Platform.h"
 
@@ -12,8 +12,8 @@
 
 namespace videoanalysis {
 
-/// A completion whose first call runs `act` if `isCurrent()` holds then. Every other call is ignored with a line in the debug
-/// log that names the `request`. Main thread.
+/// A completion whose first call runs `act` if `isCurrent()`. Any other call is ignored and logged with the name of the
+/// `request`. Main thread only.
 template <class... Arguments>
 std::function<void(Arguments...)> hostCompletion(std::string request, std::function<bool()> isCurrent,
                                                  std::type_identity_t<std::function<void(Arguments...)>> act) {

@@ -17,7 +17,7 @@ LocalState reduce(const Action& action, const LocalState* state) {
     return next;
 }
 
-// ---- What each action changes
+// ---- Reductions
 
 void UndoAction::reduce(LocalState& next) const { next.canUndo = newState; }
 void RedoAction::reduce(LocalState& next) const { next.canRedo = newState; }

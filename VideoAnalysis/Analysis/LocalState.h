@@ -1,6 +1,6 @@
 #pragma once
-// What belongs to one player only: its state record, the actions that change it and their reducer. Each player controller
-// keeps a store of it; the reducers of the analysis dispatch to those stores through `AnalysisPlayers`.
+// The state of one player, its actions and their reducer. Each player controller has a store of it; the reducers of the
+// analysis dispatch to those stores through `AnalysisPlayers`.
 
 #include "VideoAnalysis/Platform/UI/View.h"
 #include "VideoAnalysis/Store/Action.h"
@@ -15,7 +15,7 @@ namespace videoanalysis {
 
 class InfiniteCollectionView;
 
-/// Everything that concerns one player only. An action of the analysis may have the same name; it is another record.
+/// The local state and actions of one player. An action of the analysis may have the same name but is a different type.
 namespace player {
 
 struct LocalState {
@@ -35,17 +35,17 @@ struct LocalState {
     std::shared_ptr<InfiniteCollectionView> collectionView;  ///< not set by any action
 };
 
-/// The fill modes that a player cycles through, in order.
+/// The fill modes that a player cycles through.
 inline constexpr std::array<ui::ContentMode, 3> supportedContentModes = {
     ui::ContentMode::scaleAspectFit, ui::ContentMode::scaleAspectFill, ui::ContentMode::scaleToFill};
 
-/// An action for the store of one player. It says itself what it changes, so that none can be without a reduction.
+/// An action for the store of one player. Has its own reduction, so that the compiler rejects an action without one.
 struct LocalAction : Action {
-    /// Applies the action to `next`, a copy of the state so far.
+    /// Applies the action to `next`, a copy of the current state.
     virtual void reduce(LocalState& next) const = 0;
 };
 
-/// Publishes whether undo is possible; undoes nothing itself.
+/// Reports whether undo is possible; does not undo.
 struct UndoAction final : LocalAction {
     bool newState;
     explicit UndoAction(bool newState) : newState(newState) {}
@@ -53,7 +53,7 @@ struct UndoAction final : LocalAction {
     void reduce(LocalState& next) const override;
 };
 
-/// Publishes whether redo is possible; redoes nothing itself.
+/// Reports whether redo is possible; does not redo.
 struct RedoAction final : LocalAction {
     bool newState;
     explicit RedoAction(bool newState) : newState(newState) {}
@@ -61,7 +61,7 @@ struct RedoAction final : LocalAction {
     void reduce(LocalState& next) const override;
 };
 
-/// Takes the next fill mode.
+/// Switches to the next fill mode.
 struct ChangeCellVideoFillModeAction final : LocalAction {
     std::string description() const override;
     void reduce(LocalState& next) const override;
@@ -123,8 +123,8 @@ struct SetEditingStateAction final : LocalAction {
     void reduce(LocalState& next) const override;
 };
 
-/// The reducer of a player's store; `state` is null for an absent one. Never dispatches. An action of another kind changes
-/// nothing and leaves a line in the debug log.
+/// The reducer of a player's store; `state` is null if there is none yet. Never dispatches. Any other action is ignored and
+/// logged.
 LocalState reduce(const Action& action, const LocalState* state);
 
 }  // namespace player

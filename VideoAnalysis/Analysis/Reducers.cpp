@@ -18,7 +18,7 @@ AnalysisScreen& requiredScreen(const State& state) {
     return *screen;
 }
 
-/// Null when the screen has no place for players; the reduction then ends with the state as changed so far.
+/// Null while the screen cannot show players; the reduction then stops with the changes so far.
 std::shared_ptr<AnalysisPlayers> playersOf(const State& state) { return requiredScreen(state).players(); }
 
 void updateMediaDependentFlags(State& state) {
@@ -33,7 +33,7 @@ void updateMediaDependentFlags(State& state) {
     screen.isDrawingToolsDrawerCollapsed = count > 1;
 }
 
-/// While playback is locked every player but the last hides its media controls.
+/// While playback is locked, every player but the last hides its media controls.
 void applyLockRule(AnalysisPlayers& players, bool isLocked) {
     const std::size_t count = players.count();
     for (std::size_t i = 0; i < count; ++i) {
@@ -42,14 +42,14 @@ void applyLockRule(AnalysisPlayers& players, bool isLocked) {
     }
 }
 
-/// The three actions that give a player the settings of the analysis.
+/// Dispatches the settings of the analysis to a player.
 void configure(AnalysisPlayers& players, std::size_t position, const State& state, bool isHUDVisible) {
     players.dispatch(position, player::SetHUDVisibleStateAction(isHUDVisible));
     players.dispatch(position, player::SetScrubbingDirectionStateAction(state.defaultScrubbingDirection));
     players.dispatch(position, player::SetTimeBasedDrawingsStateAction(state.enableTimeBasedDrawings));
 }
 
-/// Sends each player its own value again: it renders, and what it shows depends on how many players there are.
+/// Sends each player its own value again to make it render, because its appearance depends on the count of players.
 void renderAgain(AnalysisPlayers& players) {
     for (std::size_t i = 0; i < players.count(); ++i) {
         players.dispatch(i, player::SetHUDVisibleStateAction(players.localState(i).isHUDVisible));
@@ -60,7 +60,7 @@ bool hasClip(const State& state, std::int64_t index) {
     return index >= 0 && index < static_cast<std::int64_t>(state.media->size());
 }
 
-/// Calls `work` with the players and each position that `index` addresses: all of them when it is absent.
+/// Calls `work` with the players and each position that `index` addresses: all of them if it is empty.
 template <class Work>
 void forAddressed(const State& state, std::optional<std::int64_t> index, Work&& work) {
     const std::shared_ptr<AnalysisPlayers> players = playersOf(state);
@@ -126,7 +126,7 @@ State reducePlayers(const Action& action, const State& state) {
 // ---- Clips, configuration, presentation, controls
 
 void ClearStateAction::reduce(State& next) const {
-    // An analysis ends together with its screen, whose recording is stopped before the new state reads the recorder.
+    // Dismissing the screen stops its recording, which must precede reading the recorder into the new state.
     const std::shared_ptr<AnalysisScreen> screen = next.existingMainViewController();
     if (screen && screen->isPresented()) screen->dismiss(false, {});
     next = State();
@@ -217,7 +217,7 @@ void SetDrawingToolsCollapseStateAction::reduce(MainViewControllerState& next) c
 }
 
 void SetColorPickerCollapseStateAction::reduce(MainViewControllerState& next) const {
-    next.isColorPickerOpened = isCollapsed;  // unchanged on purpose: senders pass true to open
+    next.isColorPickerOpened = isCollapsed;  // despite the name: callers pass true to open
 }
 
 void SetToolColorMapAction::reduce(MainViewControllerState& next) const { next.toolColorMap = newMap; }

@@ -1,12 +1,12 @@
 #pragma once
-// The reducers of the analysis. Besides making the next state they carry out its consequences on the screen: players come and
-// go, collections follow, players step and seek, and each player's own store hears what concerns it.
+// The reducers of the analysis. Besides returning the next state they apply its consequences to the screen: they insert and
+// remove players, update the collections, step and seek, and dispatch to the players' local stores.
 
 #include "VideoAnalysis/Analysis/State.h"
 
 namespace videoanalysis {
 
-/// The reducer of `mainStore`; `state` is null for an absent one. Main thread.
+/// The reducer of `mainStore`; `state` is null if there is none yet. Main thread only.
 State reduceMain(const Action& action, const State* state);
 
 /// Recording, tools and colour picker.

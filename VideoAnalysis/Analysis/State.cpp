@@ -45,7 +45,7 @@ bool State::hasPlayer(const Store<player::LocalState>& localStore) const {
 }
 
 Store<State>& mainStore() {
-    // Never destroyed: it lives as long as the process, and what it holds must not outlive the platform's own statics.
+    // Never destroyed: its content must not be destroyed after the platform's statics.
     static const auto* store = new std::shared_ptr<Store<State>>(
         Store<State>::make(reduceMain, State(), debuggingMiddleware<State>("analysis"), true));
     return **store;

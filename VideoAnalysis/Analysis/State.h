@@ -1,6 +1,6 @@
 #pragma once
-// The data of one analysis: what `mainStore` holds and the screen's controllers render. Plain values; made by the default
-// constructors and changed only by the reducers.
+// The state of one analysis, held by `mainStore` and rendered by the screen's controllers. Plain values; changed only by the
+// reducers.
 
 #include "VideoAnalysis/Analysis/VideoAnalysisController.h"
 #include "VideoAnalysis/Sketch/SketchToolType.h"
@@ -19,14 +19,14 @@ namespace player {
 struct LocalState;
 }
 
-/// A colour for each tool that has one.
+/// The colours of the tools.
 class ToolColorMap {
 public:
-    /// Absent when the tool has no entry.
+    /// Empty if the tool has no colour.
     std::optional<Color> operator[](SketchToolType tool) const { return colors_.at(static_cast<std::size_t>(tool)); }
     void set(SketchToolType tool, const Color& color) { colors_.at(static_cast<std::size_t>(tool)) = color; }
 
-    /// The tools' own colours; the eraser has none.
+    /// The standard colours; the eraser has none.
     static ToolColorMap standard();
 
     friend bool operator==(const ToolColorMap&, const ToolColorMap&) = default;
@@ -35,7 +35,7 @@ private:
     std::array<std::optional<Color>, 8> colors_;
 };
 
-/// What the analysis screen shows.
+/// The state of the analysis screen.
 struct MainViewControllerState {
     bool isHUDVisible = true;
     SketchToolType toolType = SketchToolType::pen;
@@ -58,13 +58,12 @@ struct MainViewControllerState {
 };
 
 struct State {
-    /// The analysis screen. Made on the first read from the storyboard "Main", once for this state and all its copies; null when
-    /// the storyboard or its main screen is missing.
+    /// The analysis screen, shared by this state and its copies. Created from the storyboard "Main" on first use; null if the
+    /// storyboard or its main screen is missing.
     const std::shared_ptr<AnalysisScreen>& mainViewController() const;
-    /// The screen if it has been made already, else null.
+    /// The screen if it has been created; otherwise null.
     const std::shared_ptr<AnalysisScreen>& existingMainViewController() const { return screen_->controller; }
-    /// Whether `localStore` belongs to a player of one of the clips, not to one that has been removed or replaced, or of an
-    /// analysis that has ended.
+    /// Whether `localStore` belongs to a current player, rather than to one that has been removed or replaced.
     bool hasPlayer(const Store<player::LocalState>& localStore) const;
 
 private:
@@ -75,9 +74,9 @@ private:
     std::shared_ptr<Screen> screen_ = std::make_shared<Screen>();
 
 public:
-    /// One player each, in display order.
+    /// One per player, in display order.
     CopyOnWrite<std::vector<VideoAnalysisController::Object>> media;
-    /// The host's controller over which the screen is presented; null before that.
+    /// The host's controller that presents the screen; null before `present`.
     std::shared_ptr<ui::ViewController> presenterViewController;
     std::weak_ptr<VideoAnalysisControllerDelegate> delegate;
     Theme theme;
@@ -87,7 +86,7 @@ public:
     MainViewControllerState mainViewControllerState;
 };
 
-/// The store of the analysis, made with the default state on first use; one per process.
+/// The store of the analysis, one per process. Created with the default state on first use.
 Store<State>& mainStore();
 
 }  // namespace videoanalysis

@@ -1,5 +1,5 @@
 #pragma once
-// What a host hands over when it creates an analysis: colours, icons, two options and its delegate. Plain values.
+// A host's settings for an analysis: colours, icons, two options and its delegate. Plain values.
 
 #include "VideoAnalysis/Platform/Color.h"
 #include "VideoAnalysis/Platform/Image.h"
@@ -21,7 +21,7 @@ struct Theme {
     friend bool operator==(const Theme&, const Theme&) = default;
 };
 
-/// Custom icons; the screen's own picture stands in for an absent one.
+/// Custom icons; an empty one falls back to the built-in icon.
 struct VideoAnalysisIconsConfiguration {
     std::optional<Image> closeButtonIcon;
     std::optional<Image> recordButtonIcon;
@@ -35,12 +35,12 @@ struct VideoAnalysisIconsConfiguration {
 
 struct VideoAnalysisConfiguration {
     Theme themeConfiguration;
-    /// Drawings are tied to the video time at which they were made.
+    /// Whether a drawing is shown only from the video time at which it was made.
     bool enableTimeBasedDrawings;
-    /// The ruler's direction in every player: true when later frames lie to the right.
+    /// The ruler's direction in every player: true if later frames are to the right.
     bool defaultScrubbingDirection;
     VideoAnalysisIconsConfiguration iconsConfiguration;
-    /// Held strongly here; the analysis itself holds it weakly, so the host keeps its delegate alive.
+    /// Strong here, but held weakly by the analysis: the host must keep its delegate alive.
     std::shared_ptr<VideoAnalysisControllerDelegate> delegate;
 
     VideoAnalysisConfiguration(bool enableTimeBasedDrawings, bool defaultScrubbingDirection,

@@ -1,7 +1,7 @@
 #pragma once
-// The public face of the component: a host makes one from its clips and a configuration, presents it over a screen of its own
-// and hears back through its delegate. It holds no state; everything goes into `mainStore`, so one analysis runs at a time, and
-// each operation below is about the analysis that was made last.
+// The component's public interface. A host creates a controller from its clips and a configuration, presents it over one of
+// its screens and receives callbacks through its delegate. All state is in `mainStore`, so there is one analysis at a time,
+// and every operation applies to the analysis created last.
 
 #include "VideoAnalysis/Analysis/VideoAnalysisConfiguration.h"
 #include "VideoAnalysis/JSON/JSON.h"
@@ -18,92 +18,91 @@
 
 namespace videoanalysis {
 
-/// Main thread. May be released after `present`.
+/// Main thread only. May be released after `present`.
 class VideoAnalysisController {
 public:
     /// One clip.
     struct Object {
         URL url;
-        /// The drawings that belong to the clip, as they were stored; opaque to a host.
+        /// The clip's stored drawings; opaque to a host.
         std::optional<JSON> stack;
 
         friend bool operator==(const Object&, const Object&) = default;
     };
 
-    /// Makes one player for each item, in order, and discards what an earlier analysis left: a screen that is still there is
-    /// dismissed at once, without animation, and its recording stopped and delivered to the delegate of that analysis.
+    /// Creates one player per item, in order, and discards an earlier analysis: a screen still presented is dismissed without
+    /// animation, its recording stopped and delivered to the delegate of that analysis.
     explicit VideoAnalysisController(const std::vector<Object>& media,
                                      const std::optional<VideoAnalysisConfiguration>& configuration = {});
 
-    /// Shows the analysis screen over `viewController`. Ignored, with a line in the debug log, while it is shown already or
+    /// Presents the analysis screen over `viewController`. Ignored and logged while it is already presented or
     /// `viewController` presents another screen.
     void present(const std::shared_ptr<ui::ViewController>& viewController,
                  ui::ModalPresentationStyle presentationStyle);
-    /// Removes the screen and ends the analysis; `completion` (may be empty) runs when the screen is gone.
+    /// Dismisses the screen and ends the analysis; `completion` (may be empty) runs after the screen has disappeared.
     void dismiss(bool animated, std::function<void()> completion);
 
-    /// Whether the screen of the analysis is presented: from `present` until it is dismissed, be it by `dismiss`, by its close
-    /// button or by a press beside a popover. After the last the clips are still there, and `present` shows them again.
+    /// Whether the analysis screen is presented: from `present` until it is dismissed by `dismiss`, its close button or a
+    /// press outside a popover. The latter keeps the clips, and `present` shows them again.
     bool isOpen() const;
 
-    /// How many clips there are: 0 to 2, or as many as it was made with.
+    /// The count of clips: 0 to 2, or more if it was created with more.
     std::int64_t mediaCount() const;
-    /// Appends a clip. False, and nothing happens, when there are two clips or more already.
+    /// Appends a clip. False, without effect, if there are already two or more clips.
     bool addMedia(const Object& media);
-    /// Puts a clip in the place of the one at `index`, whose drawings go with it; `index` equal to `mediaCount()` adds it.
-    /// False, and nothing happens, when `index` is none of these or there is no room for one more.
+    /// Replaces the clip at `index` and its drawings, or appends it if `index` is `mediaCount()`. False, without effect, if
+    /// `index` is out of range or the max count is reached.
     bool replaceMedia(std::int64_t index, const Object& media);
-    /// Removes the clip at `index` with its drawings; those behind it move up. False when there is no such clip.
+    /// Removes the clip at `index` and its drawings; later clips move up. False if there is no such clip.
     bool removeMedia(std::int64_t index);
 
-    /// Opens the trim screen for the clip at `index` over the analysis; nothing when there is no such clip, or no screen yet.
+    /// Opens the trim screen for the clip at `index` over the analysis. No effect without such a clip or a presented screen.
     void editMedia(std::int64_t index);
 
-    /// Whether the user, or the host, wants the screen recorded now.
+    /// Whether recording is currently requested, by the user or the host.
     bool isRecording() const;
-    /// Ends a recording as the button does; it is delivered by `videoAnalysisDidFinish`. Nothing when none is running.
+    /// Stops a recording like the button does; it is delivered by `videoAnalysisDidFinish`. No effect if none is running.
     void stopRecording();
 
-    /// The clips as they stand now, drawings included, for a host that saves without recording.
+    /// The clips with their current drawings, for a host that saves without recording.
     std::vector<Object> currentMedia() const;
 
-    /// Tells the recorder that the host needs a recording it was given through `videoAnalysisDidFinish` no longer, because it
-    /// has copied it or wants to discard it: its file is removed. Not needed for a recording that the host has moved. Needs
-    /// no analysis to be open.
+    /// Removes the file of a recording from `videoAnalysisDidFinish` that the host has copied or wants to discard. Not needed
+    /// for a recording that the host has moved. May be called when no analysis is open.
     static void recordingTaken(const URL& recording);
 };
 
-/// For messages to developers: the location.
+/// The location, for logs.
 std::string describeValue(const VideoAnalysisController::Object& media);
 
-/// Implemented by the host. All calls on the main thread, where a host may run an event loop of its own in them, such as a
-/// modal dialog's: the analysis goes on.
-/// A completion may be called during the call or later, on the main thread, or never. It acts once, and only while the clip or
-/// the analysis that it was asked for is still there; every other call of it is ignored with a line in the debug log.
+/// Implemented by the host. Main thread only. An implementation may run a nested event loop, for example in a modal dialog;
+/// the analysis continues.
+/// A completion may be called during the call, later on the main thread, or never. It takes effect once, and only while the
+/// clip or analysis that it refers to exists; any other call is ignored and logged.
 class VideoAnalysisControllerDelegate {
 public:
     using Object = VideoAnalysisController::Object;
 
     virtual ~VideoAnalysisControllerDelegate() = default;
-    /// How the screen should be held when it appears.
+    /// The preferred orientation when the screen appears.
     virtual ui::DeviceOrientation preferredOrientation() const = 0;
-    /// The analysis has finished: the recording first, then each clip with its drawings; absent after a preview. The
-    /// recording's file belongs to the host from now on: move it, or copy it and call `recordingTaken`. Until then it stays
-    /// where it is, also when the program ends; the platform's ring says how to find it at the next start.
+    /// The analysis has finished. `media` is the recording followed by each clip with its drawings; empty after a preview.
+    /// The host owns the recording's file: move it, or copy it and call `recordingTaken`. The file is kept even after the
+    /// program exits; the platform documents how to find it at the next start.
     virtual void videoAnalysisDidFinish(const std::optional<std::vector<Object>>& output) = 0;
-    /// A running recording broke off by itself for `reason`, one line: the disk is full, the encoder failed. It is stopped
-    /// now; what was recorded until then comes through `videoAnalysisDidFinish`, if it can be played.
+    /// A running recording failed for `reason` (one line, such as a full disk or a failed encoder) and has been stopped. If
+    /// the recorded part is playable, it is delivered by `videoAnalysisDidFinish`.
     virtual void videoAnalysisRecordingDidBreakOff(const std::string& /*reason*/) {}
-    /// The user wants to delete a clip; calling `completion` deletes it.
+    /// The user wants to delete a clip. Call `completion` to delete it.
     virtual void
     videoAnalysisControllerDidRequestToDeleteMedia(const std::shared_ptr<ui::ViewController>& viewController,
                                                    std::function<void()> completion) = 0;
-    /// The user wants to close; calling `completion` closes.
+    /// The user wants to close the analysis. Call `completion` to close it.
     virtual void
     videoAnalysisControllerDidRequestDiscardAndClose(const std::shared_ptr<ui::ViewController>& viewController,
                                                      std::function<void()> completion) = 0;
-    /// The user wants a clip; calling `completion` hands it over. `index` is the player whose clip it replaces, or, when it
-    /// equals the number of clips, the place of one to add.
+    /// The user wants to choose a clip. Call `completion` with it. `index` is the player whose clip it replaces, or the count
+    /// of clips to append one.
     virtual void videoAnalysisControllerDidRequestMedia(const std::shared_ptr<ui::ViewController>& viewController,
                                                         std::int64_t index, std::function<void(Object)> completion) = 0;
 };
