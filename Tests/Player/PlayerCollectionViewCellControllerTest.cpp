@@ -26,7 +26,7 @@ protected:
     static std::string image(const std::weak_ptr<ui::Button>& button) { return button.lock()->image().name(); }
 };
 
-TEST_F(PlayerControllerTest, ButtonsWorkThroughTheStores) {
+TEST_F(PlayerControllerTest, ButtonsDispatchToTheStores) {
     tap(hudOf(0).playPauseButton);
     platform->advance(0.55);
     EXPECT_TRUE(local(0).isMediaPlaying);
@@ -41,7 +41,7 @@ TEST_F(PlayerControllerTest, ButtonsWorkThroughTheStores) {
     EXPECT_EQ(frameOf(0), 6);
     EXPECT_EQ(image(hudOf(0).playPauseButton), "play.fill");
     platform->advance(1);
-    EXPECT_EQ(frameOf(0), 6) << "paused it stays";
+    EXPECT_EQ(frameOf(0), 6) << "does not advance while paused";
     tap(hudOf(0).rewindButton);
     tap(hudOf(0).rewindButton);
     platform->drainMainQueue();
@@ -49,7 +49,7 @@ TEST_F(PlayerControllerTest, ButtonsWorkThroughTheStores) {
     EXPECT_EQ(hudOf(0).positionLabel.lock()->text(), "0:00.40 · 4");
 }
 
-TEST_F(PlayerControllerTest, TheLockAddressesEveryPlayer) {
+TEST_F(PlayerControllerTest, LockAddressesEveryPlayer) {
     store().dispatch(SetPlaybackLockStateAction(true));
     platform->drainMainQueue();
     EXPECT_TRUE(hudOf(0).mediaControlView.lock()->isHidden());
@@ -59,7 +59,7 @@ TEST_F(PlayerControllerTest, TheLockAddressesEveryPlayer) {
     EXPECT_EQ(frameOf(0), 1);
     EXPECT_EQ(frameOf(1), 1);
 
-    // The end of one stops all.
+    // All players stop when one reaches its end.
     playerOf(0).currentItem()->step(45);
     tap(hudOf(1).playPauseButton);
     platform->advance(0.65);
@@ -68,7 +68,7 @@ TEST_F(PlayerControllerTest, TheLockAddressesEveryPlayer) {
     EXPECT_EQ(playerOf(1).rate(), 0.0F);
 }
 
-TEST_F(PlayerControllerTest, LockedEveryControlAndKeyAddressesEveryPlayer) {
+TEST_F(PlayerControllerTest, EveryControlAndKeyAddressesEveryPlayerWhileLocked) {
     for (std::size_t i : {0U, 1U}) playerOf(i).currentItem()->step(20);
     store().dispatch(SetPlaybackLockStateAction(true));
     platform->drainMainQueue();
@@ -97,16 +97,16 @@ TEST_F(PlayerControllerTest, LockedEveryControlAndKeyAddressesEveryPlayer) {
     store().dispatch(SetPlaybackLockStateAction(false));
     screen()->keyPressed({ui::Key::leftBracket, false, false});
     platform->drainMainQueue();
-    EXPECT_EQ(local(0).playbackRate, 0.5F) << "unlocked, only the one touched last";
+    EXPECT_EQ(local(0).playbackRate, 0.5F) << "when unlocked, only the player touched last";
     EXPECT_EQ(local(1).playbackRate, 0.25F);
 }
 
-TEST_F(PlayerControllerTest, ASeekPausesAndShowsExactlyItsFrame) {
+TEST_F(PlayerControllerTest, SeekPausesAndShowsTheExactFrame) {
     tap(hudOf(0).playPauseButton);
     platform->advance(0.35);
     ASSERT_EQ(playerOf(0).rate(), 1.0F);
     store().dispatch(CellVideoSeekToTimeAction({}, {}, media::Time(25, 10), 0));
-    EXPECT_EQ(playerOf(0).rate(), 0.0F) << "at once";
+    EXPECT_EQ(playerOf(0).rate(), 0.0F) << "paused without waiting for the state";
     platform->drainMainQueue();
     EXPECT_FALSE(local(0).isMediaPlaying);
     EXPECT_EQ(image(hudOf(0).playPauseButton), "play.fill");
@@ -114,14 +114,14 @@ TEST_F(PlayerControllerTest, ASeekPausesAndShowsExactlyItsFrame) {
     EXPECT_EQ(frameOf(0), 25);
 }
 
-TEST_F(PlayerControllerTest, AClipThatBreaksOffStaysPausedWhereItIs) {
+TEST_F(PlayerControllerTest, FailedPlaybackStaysPausedAtItsPosition) {
     tap(hudOf(0).playPauseButton);
     platform->advance(0.55);
     HeadlessPlayer& player = playerOf(0);
     auto& item = dynamic_cast<HeadlessItem&>(*player.currentItem());
     int starts = 0;
     const auto token = player.observeRate([&] { starts += player.rate() > 0 ? 1 : 0; });
-    // The engine has stopped; a state that comes before it says why does not start it again.
+    // The engine has stopped; a state delivered before its error does not restart it.
     player.pause();
     players()[0]->localStore->dispatch(player::UndoAction(!local(0).canUndo));
     platform->drainMainQueue();
@@ -130,9 +130,9 @@ TEST_F(PlayerControllerTest, AClipThatBreaksOffStaysPausedWhereItIs) {
     EXPECT_EQ(starts, 0);
     EXPECT_FALSE(local(0).isMediaPlaying);
     EXPECT_EQ(image(hudOf(0).playPauseButton), "play.fill");
-    EXPECT_EQ(frameOf(0), 5) << "it seeks nowhere";
+    EXPECT_EQ(frameOf(0), 5) << "keeps its position";
 
-    // Elsewhere it plays on, and what stops it again is heard again.
+    // Plays from elsewhere, and the next failure is handled, too.
     tap(hudOf(0).playPauseButton);
     platform->advance(0.35);
     EXPECT_GE(frameOf(0), 8);
@@ -140,14 +140,14 @@ TEST_F(PlayerControllerTest, AClipThatBreaksOffStaysPausedWhereItIs) {
     platform->advance(0.5);
     EXPECT_FALSE(local(0).isMediaPlaying);
     EXPECT_EQ(player.rate(), 0.0F);
-    // Pressed twice before the states have arrived, play is play.
+    // Play pressed twice before the states are delivered still plays.
     tap(hudOf(0).playPauseButton);
     tap(hudOf(0).forwardButton);
     tap(hudOf(0).playPauseButton);
     platform->drainMainQueue();
     EXPECT_EQ(player.rate(), 1.0F);
 
-    // As an end does, it stops all locked players.
+    // Like reaching the end, it stops all locked players.
     store().dispatch(SetPlaybackLockStateAction(true));
     store().dispatch(SetCellVideoPlayingStateAction(true, {}));
     platform->drainMainQueue();
@@ -156,7 +156,7 @@ TEST_F(PlayerControllerTest, AClipThatBreaksOffStaysPausedWhereItIs) {
     EXPECT_EQ(playerOf(1).rate(), 0.0F);
 }
 
-TEST_F(PlayerControllerTest, AFailedClipTakesNoStrokesAndDoesNotPlay) {
+TEST_F(PlayerControllerTest, UnreadableClipNeitherPlaysNorAcceptsStrokes) {
     store().dispatch(UpdateMediaAction(0, {URL("file:///folder/lost%20clip.mp4"), {}}));
     platform->drainMainQueue();
     tap(hudOf(0).playPauseButton);
@@ -164,7 +164,7 @@ TEST_F(PlayerControllerTest, AFailedClipTakesNoStrokesAndDoesNotPlay) {
     const auto video = players()[0]->cell()->playerView.lock();
     EXPECT_EQ(video->clipName(), "lost clip.mp4");
     EXPECT_FALSE(video->failureReason().empty());
-    EXPECT_FALSE(local(0).isMediaPlaying) << "pressed before the failure was known or after it";
+    EXPECT_FALSE(local(0).isMediaPlaying) << "play does not work before or after the failure is reported";
     tap(hudOf(0).playPauseButton);
     screen()->keyPressed({ui::Key::space, false, false});
     platform->drainMainQueue();
@@ -174,7 +174,7 @@ TEST_F(PlayerControllerTest, AFailedClipTakesNoStrokesAndDoesNotPlay) {
     drag(0, {whole.center(), {whole.midX() + 50, whole.midY()}});
     EXPECT_FALSE(sketchOf(0).canUndoAll());
 
-    // Locked, the last player's button is that of all players, whatever has become of its own clip.
+    // While locked, the last player's button controls all players even if its own clip has failed.
     store().dispatch(UpdateMediaAction(0, clip("c", {50, {1, 10}, {640, 360}})));
     store().dispatch(UpdateMediaAction(1, {URL("file:///lost.mp4"), {}}));
     store().dispatch(SetPlaybackLockStateAction(true));
@@ -188,7 +188,7 @@ TEST_F(PlayerControllerTest, AFailedClipTakesNoStrokesAndDoesNotPlay) {
     EXPECT_EQ(playerOf(0).rate(), 0.0F);
 }
 
-TEST_F(PlayerControllerTest, ThePanelOfRatesClosesWithTheControlsEscapeAndATouchElsewhere) {
+TEST_F(PlayerControllerTest, RatePanelClosesOnEscapeHiddenControlsAndTouchesElsewhere) {
     const auto panel = [&](std::size_t index) { return hudOf(index).playbackRateSelectorContainerView.lock(); };
     const auto open = [&] {
         for (std::size_t i : {0U, 1U}) tap(hudOf(i).videoPlayRateSelectorButton);
@@ -205,20 +205,20 @@ TEST_F(PlayerControllerTest, ThePanelOfRatesClosesWithTheControlsEscapeAndATouch
     open();
     EXPECT_TRUE(screen()->keyPressed({ui::Key::escape, false, false}));
     EXPECT_EQ(panel(0)->alpha() + panel(1)->alpha(), 0);
-    EXPECT_FALSE(screen()->keyPressed({ui::Key::escape, false, false})) << "there is nothing to close";
+    EXPECT_FALSE(screen()->keyPressed({ui::Key::escape, false, false})) << "nothing to close";
 
     open();
     hudOf(0).didTouchBesideRates();
     EXPECT_EQ(panel(0)->alpha(), 0);
     EXPECT_EQ(panel(1)->alpha(), 1);
-    // The lock takes the button of the first one away.
+    // Locking hides the first player's button.
     tap(hudOf(0).videoPlayRateSelectorButton);
     store().dispatch(SetPlaybackLockStateAction(true));
     platform->drainMainQueue();
     EXPECT_EQ(panel(0)->alpha(), 0);
 }
 
-TEST_F(PlayerControllerTest, ALongPressAndARateAreTouches) {
+TEST_F(PlayerControllerTest, LongPressesAndRatesCountAsTouches) {
     const auto pressF = [&] {
         const auto before = std::pair(local(0).contentModeIndex, local(1).contentModeIndex);
         screen()->keyPressed({ui::Key::f, false, false});
@@ -234,10 +234,10 @@ TEST_F(PlayerControllerTest, ALongPressAndARateAreTouches) {
     EXPECT_EQ(pressF(), 0);
     tap(hudOf(1).forwardButton);
     press->update(ui::GestureState::ended, {});
-    EXPECT_EQ(pressF(), 1) << "its end is no new touch";
+    EXPECT_EQ(pressF(), 1) << "the end of a long press is not a touch";
 }
 
-TEST_F(PlayerControllerTest, ALongPressRepeatsUntilItEnds) {
+TEST_F(PlayerControllerTest, LongPressRepeatsUntilItEnds) {
     const auto press = hudOf(0).forwardButton.lock()->longPressGestureRecognizer;
     press->update(ui::GestureState::began, {});
     press->update(ui::GestureState::began, {});
@@ -247,14 +247,14 @@ TEST_F(PlayerControllerTest, ALongPressRepeatsUntilItEnds) {
     EXPECT_EQ(frameOf(0), 20);
     press->update(ui::GestureState::cancelled, {});
     platform->advance(0.25);
-    EXPECT_EQ(frameOf(0), 30) << "a cancelled press goes on";
+    EXPECT_EQ(frameOf(0), 30) << "a cancelled press continues";
     press->update(ui::GestureState::ended, {});
     platform->advance(1);
     EXPECT_EQ(frameOf(0), 30);
 
     const auto back = hudOf(0).rewindButton.lock()->longPressGestureRecognizer;
     back->update(ui::GestureState::began, {});
-    store().dispatch(SetPlaybackLockStateAction(true));  // read again at each tick
+    store().dispatch(SetPlaybackLockStateAction(true));  // read at each repetition
     playerOf(1).currentItem()->step(30);
     platform->advance(0.25);
     EXPECT_EQ(frameOf(0), 20);
@@ -262,7 +262,7 @@ TEST_F(PlayerControllerTest, ALongPressRepeatsUntilItEnds) {
     back->update(ui::GestureState::ended, {});
 }
 
-TEST_F(PlayerControllerTest, RatesAreReadFromTitlesAndWrittenAsTitles) {
+TEST_F(PlayerControllerTest, ParsesAndFormatsRates) {
     EXPECT_EQ(rateFromTitle("1.5x"), 1.5F);
     EXPECT_EQ(rateFromTitle("x 0.25 x"), 0.25F);
     EXPECT_EQ(rateFromTitle("fast"), 1.0F);
@@ -287,14 +287,14 @@ TEST_F(PlayerControllerTest, RatesAreReadFromTitlesAndWrittenAsTitles) {
     EXPECT_EQ(playerOf(0).rate(), 0.5F);
 }
 
-TEST_F(PlayerControllerTest, TheSeekBarFollowsPlaybackAndNeverFightsTheFinger) {
+TEST_F(PlayerControllerTest, SeekBarFollowsPlaybackExceptDuringADrag) {
     const auto slider = hudOf(0).seekbar.lock();
     slider->sendActions(ui::ControlEvent::touchDown);
     slider->setValue(0.5F);
     slider->sendActions(ui::ControlEvent::valueChanged);
     platform->drainMainQueue();
     EXPECT_EQ(frameOf(0), 25);
-    slider->setValue(0.52F);  // the finger moves on while ticks arrive
+    slider->setValue(0.52F);  // the drag continues during playback
     playerOf(0).currentItem()->step(1);
     platform->drainMainQueue();
     EXPECT_EQ(slider->value(), 0.52F);
@@ -306,13 +306,13 @@ TEST_F(PlayerControllerTest, TheSeekBarFollowsPlaybackAndNeverFightsTheFinger) {
     slider->sendActions(ui::ControlEvent::touchUpOutside);
     playerOf(0).currentItem()->step(1);
     platform->drainMainQueue();
-    EXPECT_FLOAT_EQ(slider->value(), 0.62F) << "a finger that leaves the bar lets go of it as well";
+    EXPECT_FLOAT_EQ(slider->value(), 0.62F) << "releasing outside of the bar ends the drag";
     slider->setValue(1);
     slider->sendActions(ui::ControlEvent::valueChanged);
-    EXPECT_EQ(frameOf(0), 49) << "the end of the bar is the last frame";
+    EXPECT_EQ(frameOf(0), 49) << "the max value is the last frame";
 }
 
-TEST_F(PlayerControllerTest, FillModesMoveThePictureAndTheSketchCoversIt) {
+TEST_F(PlayerControllerTest, SketchCoversThePictureInEveryFillMode) {
     const auto video = players()[0]->cell()->playerView.lock();
     const Rect bounds = video->bounds();
     EXPECT_EQ(sketchOf(0).frame(), video->pictureRect());
@@ -327,7 +327,7 @@ TEST_F(PlayerControllerTest, FillModesMoveThePictureAndTheSketchCoversIt) {
     EXPECT_EQ(sketchOf(0).frame(), bounds);
 }
 
-TEST_F(PlayerControllerTest, DrawingsBelongToTheFrameTheyWereMadeOn) {
+TEST_F(PlayerControllerTest, DrawingsHaveTheTimeOfTheirFrame) {
     store().dispatch(SetDrawingToolTypeAction(SketchToolType::line, false));
     store().dispatch(CellVideoSeekToTimeAction({}, {}, media::Time(7, 10), 0));
     platform->drainMainQueue();
@@ -342,7 +342,7 @@ TEST_F(PlayerControllerTest, DrawingsBelongToTheFrameTheyWereMadeOn) {
 
     tap(hudOf(0).rewindButton);
     platform->drainMainQueue();
-    EXPECT_FALSE(hudOf(0).undoButton.lock()->isEnabled()) << "one frame earlier it is not there";
+    EXPECT_FALSE(hudOf(0).undoButton.lock()->isEnabled()) << "not visible one frame earlier";
     EXPECT_TRUE(hudOf(0).clearButton.lock()->isEnabled());
     tap(hudOf(0).forwardButton);
     platform->drainMainQueue();
@@ -357,10 +357,10 @@ TEST_F(PlayerControllerTest, DrawingsBelongToTheFrameTheyWereMadeOn) {
     EXPECT_FALSE(hudOf(0).clearButton.lock()->isEnabled());
 }
 
-TEST_F(PlayerControllerTest, OnlyAMovementInsideThePictureDraws) {
+TEST_F(PlayerControllerTest, OnlyDragsInsideThePictureDraw) {
     const Rect picture = sketchOf(0).frame();
     drag(0, {picture.center()});
-    EXPECT_FALSE(sketchOf(0).canUndoAll()) << "a still touch leaves nothing";
+    EXPECT_FALSE(sketchOf(0).canUndoAll()) << "a tap does not draw";
     ASSERT_GT(picture.origin.y, 4);
     drag(0, {{picture.midX(), picture.origin.y - 2}, picture.center()});
     EXPECT_FALSE(sketchOf(0).canUndoAll());
@@ -373,7 +373,7 @@ TEST_F(PlayerControllerTest, OnlyAMovementInsideThePictureDraws) {
     EXPECT_TRUE(hudOf(1).shadowViews[0].lock()->isHidden());
 }
 
-TEST_F(PlayerControllerTest, AStrokeTakenBackLeavesNeitherInkNorHistory) {
+TEST_F(PlayerControllerTest, CancelledStrokeLeavesNoDrawingAndNoHistory) {
     drag(0, {{100, 150}, {150, 150}});
     platform->drainMainQueue();
     const auto& pan = players()[0]->cell()->playerScrollView.lock()->customPanGestureRecognizer();
@@ -390,7 +390,7 @@ TEST_F(PlayerControllerTest, AStrokeTakenBackLeavesNeitherInkNorHistory) {
     EXPECT_FALSE(local(0).canUndo);
 }
 
-TEST_F(PlayerControllerTest, ZoomingKeepsThePointUnderTheFingersAndTheEdgesOutside) {
+TEST_F(PlayerControllerTest, ZoomKeepsThePinchedPointAndTheEdgesOutside) {
     GesturedScrollView& scroll = *players()[0]->cell()->playerScrollView.lock();
     const Size size = scroll.bounds().size;
     const Point anchor{size.width * 0.25, size.height * 0.5};
@@ -398,7 +398,7 @@ TEST_F(PlayerControllerTest, ZoomingKeepsThePointUnderTheFingersAndTheEdgesOutsi
     EXPECT_EQ(scroll.zoomScale(), 3);
     EXPECT_NEAR((scroll.contentOffset().x + anchor.x) / 3, anchor.x, 1e-9);
     EXPECT_NEAR((scroll.contentOffset().y + anchor.y) / 3, anchor.y, 1e-9);
-    EXPECT_EQ(sketchOf(0).contentScale(), 1) << "as long as the fingers are at it";
+    EXPECT_EQ(sketchOf(0).contentScale(), 1) << "unchanged during the pinch";
     scroll.zoomDidEnd();
     EXPECT_EQ(sketchOf(0).contentScale(), 3);
 
@@ -409,7 +409,7 @@ TEST_F(PlayerControllerTest, ZoomingKeepsThePointUnderTheFingersAndTheEdgesOutsi
     for (const double nonsense : {0.0, -1.0, std::nan("")}) scroll.zoom(nonsense, anchor);
     EXPECT_EQ(scroll.zoomScale(), 8);
 
-    // A stroke lands where the enlarged picture is touched.
+    // Strokes are in the coordinates of the zoomed picture.
     scroll.resetZoom();
     scroll.zoom(2, {0, 0});
     const Point start{sketchOf(0).frame().origin.x * 2 + 40, sketchOf(0).frame().origin.y * 2 + 40};
@@ -421,7 +421,7 @@ TEST_F(PlayerControllerTest, ZoomingKeepsThePointUnderTheFingersAndTheEdgesOutsi
     EXPECT_EQ(scroll.contentOffset(), Point());
 }
 
-TEST_F(PlayerControllerTest, KeysReachTheRightPlayersAndNothingElse) {
+TEST_F(PlayerControllerTest, KeysControlTheAddressedPlayers) {
     const auto press = [&](ui::Key key, bool isControlDown = false) {
         return screen()->keyPressed({key, false, isControlDown});
     };
@@ -429,7 +429,7 @@ TEST_F(PlayerControllerTest, KeysReachTheRightPlayersAndNothingElse) {
     platform->drainMainQueue();
     EXPECT_EQ(local(0).contentModeIndex, 1);
     EXPECT_EQ(local(1).contentModeIndex, 0);
-    EXPECT_FALSE(press(ui::Key::f, true)) << "belongs to the host";
+    EXPECT_FALSE(press(ui::Key::f, true)) << "left to the host";
     EXPECT_FALSE(press(ui::Key::z));
 
     tap(hudOf(1).forwardButton);
@@ -438,7 +438,7 @@ TEST_F(PlayerControllerTest, KeysReachTheRightPlayersAndNothingElse) {
     EXPECT_EQ(frameOf(0), 0);
     EXPECT_EQ(frameOf(1), 2);
 
-    // Locked, all play and all change.
+    // While locked, keys control all players.
     store().dispatch(SetPlaybackLockStateAction(true));
     press(ui::Key::f);
     press(ui::Key::right);
@@ -454,11 +454,11 @@ TEST_F(PlayerControllerTest, KeysReachTheRightPlayersAndNothingElse) {
     EXPECT_FALSE(press(ui::Key::space));
 }
 
-TEST_F(PlayerControllerTest, TheObserverTicksOncePerFrameOrOncePerSecond) {
+TEST_F(PlayerControllerTest, TimeObserverFiresOncePerFrameOrOncePerSecond) {
     EXPECT_EQ(playerOf(0).timeObserverIntervals(), std::vector{media::Time(1, 10)});
     dynamic_cast<HeadlessItem&>(*playerOf(0).currentItem()).post(media::PlayerItem::Event::statusChanged);
     platform->drainMainQueue();
-    EXPECT_EQ(playerOf(0).timeObserverCount(), 1U) << "ready again, the first observer goes";
+    EXPECT_EQ(playerOf(0).timeObserverCount(), 1U) << "becoming ready again replaces the observer";
     const auto former = players()[0]->cell()->playerView.lock()->player();
     store().dispatch(UpdateMediaAction(0, {URL("file:///missing"), {}}));
     platform->advance(1);
@@ -467,13 +467,13 @@ TEST_F(PlayerControllerTest, TheObserverTicksOncePerFrameOrOncePerSecond) {
     EXPECT_EQ(hudOf(0).positionLabel.lock()->text(), "");
     tap(hudOf(0).forwardButton);
     tap(hudOf(1).forwardButton);
-    EXPECT_EQ(frameOf(1), 1) << "the other player goes on";
+    EXPECT_EQ(frameOf(1), 1) << "the other player continues";
 }
 
-TEST_F(PlayerControllerTest, DeletingAndReplacingAreTheHostsDecision) {
+TEST_F(PlayerControllerTest, HostDecidesAboutDeletingAndReplacing) {
     tap(hudOf(0).deleteButton);
     tap(hudOf(0).replaceButton);
-    EXPECT_EQ(store().state().media->size(), 2U) << "without a host nothing happens";
+    EXPECT_EQ(store().state().media->size(), 2U) << "no effect without a host";
     const auto delegate = std::make_shared<RecordingDelegate>();
     store().dispatch(SetConfigurationAction({true, true, {}, {}, delegate}));
     tap(hudOf(1).replaceButton);
@@ -485,15 +485,15 @@ TEST_F(PlayerControllerTest, DeletingAndReplacingAreTheHostsDecision) {
     EXPECT_EQ(store().state().media->size(), 1U);
 }
 
-TEST_F(PlayerControllerTest, ALateFirstLoadOfARemovedPlayerFindsNothingToDo) {
+TEST_F(PlayerControllerTest, PendingFirstLoadOfARemovedPlayerDoesNothing) {
     store().dispatch(UpdateMediaAction(1, clip("c")));
-    platform->advance(0.1);  // displayed, its first load is still to come
+    platform->advance(0.1);  // displayed, but its first load is pending
     store().dispatch(RemoveMediaAction(1));
     platform->advance(1);
     EXPECT_EQ(players().size(), 1U);
 }
 
-TEST_F(PlayerControllerTest, TheRulersStepsBecomeFrameSteps) {
+TEST_F(PlayerControllerTest, RulerStepsBecomeFrameSteps) {
     const auto ruler = hudOf(0).timelineView.lock();
     ruler->setFrame({0, 0, 300, 44});
     platform->drainMainQueue();
@@ -513,11 +513,11 @@ TEST_F(PlayerControllerTest, TheRulersStepsBecomeFrameSteps) {
     EXPECT_EQ(frameOf(1), 1);
     players()[0]->localStore->dispatch(player::SetScrubbingDirectionStateAction(false));
     scroll(8);
-    EXPECT_EQ(frameOf(0), 10) << "the other direction";
+    EXPECT_EQ(frameOf(0), 10) << "with the direction reversed";
     EXPECT_DEATH(players()[0]->commands.timelineViewDidScrollBy(std::nan(""), true), "not finite");
 }
 
-// ---- The video view alone
+// ---- VideoView
 
 class VideoViewTest : public ComponentTest {
 protected:
@@ -541,7 +541,7 @@ protected:
     const std::shared_ptr<VideoView> view = std::make_shared<VideoView>(Rect(0, 0, 200, 100));
 };
 
-TEST_F(VideoViewTest, OncePlaysToTheEndAndReports) {
+TEST_F(VideoViewTest, PlaysOnceAndReportsTheEnd) {
     open(VideoView::Repeat::once);
     EXPECT_EQ(listener->ready, 1);
     EXPECT_EQ(view->pictureRect(), Rect(50, 0, 100, 100));
@@ -552,7 +552,7 @@ TEST_F(VideoViewTest, OncePlaysToTheEndAndReports) {
     EXPECT_EQ(player().currentFrame()->index(), 0);
 }
 
-TEST_F(VideoViewTest, ALoopGoesOnAndResumesAfterAStall) {
+TEST_F(VideoViewTest, LoopContinuesAndResumesAfterAStall) {
     open(VideoView::Repeat::loop);
     view->player()->play();
     platform->advance(2);
@@ -564,10 +564,10 @@ TEST_F(VideoViewTest, ALoopGoesOnAndResumesAfterAStall) {
     dynamic_cast<HeadlessItem&>(*player().currentItem()).isBufferEmpty = true;
     player().pause();
     platform->drainMainQueue();
-    EXPECT_EQ(player().rate(), 0.0F) << "but not while there is nothing to play";
+    EXPECT_EQ(player().rate(), 0.0F) << "but not without data to play";
 }
 
-TEST_F(VideoViewTest, AFailureAndANewClipEndTheObservations) {
+TEST_F(VideoViewTest, FailureAndNewClipEndTheObservations) {
     open(VideoView::Repeat::loop);
     view->player()->play();
     platform->advance(0.25);

@@ -1,5 +1,4 @@
-// The drawings of a clip between the host's stored stack and the sketch view: when they are loaded, what is handed back, and
-// when they are seen.
+// A clip's stored drawings: when they are loaded into the sketch view, what the host gets back, and when they are visible.
 
 #include "Tests/Support/ComponentTest.h"
 
@@ -28,7 +27,7 @@ protected:
                                 {"points", JSON::array({JSON::dictionary(
                                                {{"startX", 10}, {"startY", 10}, {"endX", 90}, {"endY", 10}})})}})}});
     }
-    /// Two drawn lines, "a" and "b", and an undone one, "c"; settings that differ from those of a new view.
+    /// A stack with two lines, "a" and "b", an undone one, "c", and settings that differ from the defaults.
     static JSON stack() {
         return JSON::dictionary({{"width", 9},
                                  {"color", "#0000FF"},
@@ -41,7 +40,7 @@ protected:
     VideoAnalysisController::Object storedClip(const std::string& name) {
         return {clip(name, {50, {1, 10}, {640, 360}}).url, stack()};
     }
-    /// Presents the clips and stops where they can be drawn on but their drawings are not loaded yet.
+    /// Presents the clips until they can be drawn on, but before their drawings are loaded.
     void showBeforeLoad(const std::vector<VideoAnalysisController::Object>& media) {
         for (const auto& object : media) store().dispatch(AddMediaAction(object));
         store().dispatch(SetPresentationConfigurationAction(host, ui::ModalPresentationStyle::fullScreen));
@@ -66,24 +65,24 @@ protected:
         for (std::size_t i = 0; i < list.size(); ++i) result.push_back(*list[i]["configuration"]["id"].string());
         return result;
     }
-    JSON handedBack(std::size_t index) { return players().at(index)->media().stack.value_or(nullptr); }
+    JSON savedStack(std::size_t index) { return players().at(index)->media().stack.value_or(nullptr); }
     using Names = std::vector<std::string>;
 };
 
-TEST_F(StoredDrawingsTest, StrokesMadeBeforeTheLoadStayOnTopOfTheStoredDrawings) {
+TEST_F(StoredDrawingsTest, StrokesBeforeTheLoadStayOnTopOfStoredDrawings) {
     showBeforeLoad({storedClip("a")});
-    EXPECT_EQ(handedBack(0), stack()) << "as it was given";
+    EXPECT_EQ(savedStack(0), stack()) << "unchanged";
     stroke(0, "x");
     stroke(0, "y");
     tap(hudOf(0).undoButton);
-    // Handed back before the load: all of both, and what the host stored is not touched.
-    const JSON early = handedBack(0);
+    // Before the load, the host gets its unchanged stack plus the new drawings.
+    const JSON early = savedStack(0);
     EXPECT_EQ(ids(early["drawnStack"]), (Names{"a", "b", "x"}));
     EXPECT_EQ(ids(early["redoStack"]), (Names{"c", "y"}));
     EXPECT_EQ(early["drawnStack"][1], line("b", 0));
     EXPECT_EQ(early["width"].number(), 9);
 
-    // A stroke goes on through the load.
+    // A stroke in progress continues through the load.
     SketchView& sketch = sketchOf(0);
     sketch.beginDrawing({10, 40});
     sketch.currentTool->setId("z");
@@ -98,35 +97,35 @@ TEST_F(StoredDrawingsTest, StrokesMadeBeforeTheLoadStayOnTopOfTheStoredDrawings)
     EXPECT_EQ(ids(sketch.bufferArray), (Names{"c", "y"}));
     EXPECT_EQ(sketch.pathArray[3]->lineWidth(), 4);
     EXPECT_TRUE(players()[0]->localStore->state().canRedo);
-    EXPECT_EQ(ids(handedBack(0)["drawnStack"]), (Names{"a", "b", "x", "z"}));
+    EXPECT_EQ(ids(savedStack(0)["drawnStack"]), (Names{"a", "b", "x", "z"}));
 
     platform->advance(5);
     EXPECT_EQ(sketch.pathArray.size(), 4U) << "loaded once";
 }
 
-TEST_F(StoredDrawingsTest, WhatTheHostGaveIsHandedBackWhateverItIs) {
+TEST_F(StoredDrawingsTest, UnloadedStackIsReturnedUnchanged) {
     for (const JSON& strange : {JSON("text"), JSON::array({1}), JSON::dictionary({{"drawnStack", 7}, {"own", true}})}) {
         store().dispatch(ClearStateAction());
         showBeforeLoad({{clip("a").url, strange}});
-        EXPECT_EQ(handedBack(0), strange);
+        EXPECT_EQ(savedStack(0), strange);
         stroke(0, "x");
-        EXPECT_EQ(ids(handedBack(0)["drawnStack"]), Names{"x"});
+        EXPECT_EQ(ids(savedStack(0)["drawnStack"]), Names{"x"});
         if (strange.dictionary()) {
-            EXPECT_EQ(handedBack(0)["own"], strange["own"]);
+            EXPECT_EQ(savedStack(0)["own"], strange["own"]);
         }
         platform->advance(1);
-        EXPECT_EQ(ids(handedBack(0)["drawnStack"]), Names{"x"});
+        EXPECT_EQ(ids(savedStack(0)["drawnStack"]), Names{"x"});
     }
     store().dispatch(ClearStateAction());
     showBeforeLoad({clip("a")});
     EXPECT_FALSE(players()[0]->media().stack);
     stroke(0, "x");
-    EXPECT_EQ(ids(handedBack(0)["drawnStack"]), Names{"x"});
+    EXPECT_EQ(ids(savedStack(0)["drawnStack"]), Names{"x"});
     platform->advance(1);
-    EXPECT_EQ(ids(handedBack(0)["drawnStack"]), Names{"x"});
+    EXPECT_EQ(ids(savedStack(0)["drawnStack"]), Names{"x"});
 }
 
-TEST_F(StoredDrawingsTest, TheLoadBelongsToTheItemItWasAskedFor) {
+TEST_F(StoredDrawingsTest, PendingLoadAppliesToItsOwnItem) {
     showBeforeLoad({clip("a")});
     platform->advance(1);
     store().dispatch(AddMediaAction(storedClip("b")));
@@ -135,7 +134,7 @@ TEST_F(StoredDrawingsTest, TheLoadBelongsToTheItemItWasAskedFor) {
     platform->advance(1);
     EXPECT_EQ(ids(sketchOf(0).pathArray), (Names{"a", "b"}));
 
-    // Added and replaced in the same half second, each clip has its own drawings.
+    // Clips added and replaced within the load delay get their own drawings.
     store().dispatch(AddMediaAction(storedClip("c")));
     platform->advance(0.2);
     store().dispatch(UpdateMediaAction(1, clip("d")));
@@ -146,7 +145,7 @@ TEST_F(StoredDrawingsTest, TheLoadBelongsToTheItemItWasAskedFor) {
     EXPECT_EQ(sketchOf(1).lineWidth, 4);
 }
 
-TEST_F(StoredDrawingsTest, AViewWhoseSizeComesLateLoadsThen) {
+TEST_F(StoredDrawingsTest, LoadsWhenTheViewGetsASize) {
     showBeforeLoad({storedClip("a")});
     const auto cell = players()[0]->cell();
     const Rect frame = cell->frame();
@@ -154,17 +153,17 @@ TEST_F(StoredDrawingsTest, AViewWhoseSizeComesLateLoadsThen) {
     platform->advance(2);
     ASSERT_TRUE(sketchOf(0).bounds().isEmpty());
     EXPECT_FALSE(sketchOf(0).canUndoAll());
-    EXPECT_EQ(handedBack(0), stack());
+    EXPECT_EQ(savedStack(0), stack());
     cell->setFrame(frame);
     platform->drainMainQueue();
     ASSERT_EQ(ids(sketchOf(0).pathArray), (Names{"a", "b"}));
     EXPECT_TRUE(players()[0]->localStore->state().canUndo);
-    // The percentages are those of the size that it has.
+    // Percentages refer to the new size.
     const auto& a = dynamic_cast<TwoPointTool&>(*sketchOf(0).pathArray[0]);
     EXPECT_NEAR(a.lastPoint().x, sketchOf(0).bounds().size.width * 0.9, 1e-9);
 }
 
-TEST_F(StoredDrawingsTest, NothingOfAClipStaysInItsCellForTheNext) {
+TEST_F(StoredDrawingsTest, ReusedCellKeepsNothingOfItsPreviousClip) {
     showBeforeLoad({storedClip("a")});
     platform->advance(1);
     SketchView* const reused = &sketchOf(0);
@@ -175,7 +174,7 @@ TEST_F(StoredDrawingsTest, NothingOfAClipStaysInItsCellForTheNext) {
     reused->beginDrawing({1, 1});
     store().dispatch(UpdateMediaAction(0, clip("b")));
     platform->advance(1);
-    ASSERT_EQ(&sketchOf(0), reused) << "the cell is used again";
+    ASSERT_EQ(&sketchOf(0), reused) << "the cell is reused";
     const SketchView fresh;
     EXPECT_EQ(reused->lineWidth, fresh.lineWidth);
     EXPECT_EQ(reused->lineAlpha, fresh.lineAlpha);
@@ -190,11 +189,11 @@ TEST_F(StoredDrawingsTest, NothingOfAClipStaysInItsCellForTheNext) {
     EXPECT_TRUE(std::all_of(pixels.begin(), pixels.end(), [](auto pixel) { return pixel == 0; }));
 }
 
-// ---- What is seen as the clip plays
+// ---- Visibility during playback
 
 class VisibleDrawingsTest : public StoredDrawingsTest {
 protected:
-    /// One clip with a stored line, to be seen from frame 7 on.
+    /// One clip with a stored line that is visible from frame 7 on.
     void showWithLineAtFrame7(bool isTimeBased) {
         store().dispatch(SetConfigurationAction({isTimeBased, true, {}, {}, {}}));
         JSON stored = stack();
@@ -203,12 +202,12 @@ protected:
         stored.set("redoStack", JSON::array({}));
         store().dispatch(AddMediaAction({clip("a", {50, {1, 10}, {640, 360}}).url, stored}));
         show();
-        sketchOf(0).setObserver(&screenOfSketch);
+        sketchOf(0).setObserver(&sketchPeer);
     }
     ~VisibleDrawingsTest() override {
         if (!players().empty() && players()[0]->cell()) sketchOf(0).setObserver(nullptr);
     }
-    /// Whether the picture holds any ink.
+    /// Whether any drawing is visible.
     bool isInked() {
         const auto& pixels = sketchOf(0).image().bitmap()->pixels;
         return std::any_of(pixels.begin(), pixels.end(), [](auto pixel) { return pixel != 0; });
@@ -217,10 +216,10 @@ protected:
         int paints = 0;
         void viewDidChange(ui::View&, ui::Property) override {}
         void viewNeedsDisplay(ui::View&, const Rect&) override { ++paints; }
-    } screenOfSketch;
+    } sketchPeer;
 };
 
-TEST_F(VisibleDrawingsTest, ADrawingAppearsWhenPlaybackReachesItAndGoesWhenItIsLeft) {
+TEST_F(VisibleDrawingsTest, DrawingIsVisibleOnlyFromItsTimeOn) {
     showWithLineAtFrame7(true);
     EXPECT_FALSE(isInked());
     tap(hudOf(0).playPauseButton);
@@ -228,11 +227,11 @@ TEST_F(VisibleDrawingsTest, ADrawingAppearsWhenPlaybackReachesItAndGoesWhenItIsL
     ASSERT_EQ(frameOf(0), 6);
     EXPECT_FALSE(isInked());
     EXPECT_FALSE(hudOf(0).undoButton.lock()->isEnabled());
-    EXPECT_EQ(screenOfSketch.paints, 0) << "frames that uncover nothing cost nothing";
+    EXPECT_EQ(sketchPeer.paints, 0) << "no repaint for frames that reveal no drawing";
     platform->advance(0.1);
     ASSERT_EQ(frameOf(0), 7);
     EXPECT_TRUE(isInked());
-    EXPECT_EQ(screenOfSketch.paints, 1);
+    EXPECT_EQ(sketchPeer.paints, 1);
     EXPECT_TRUE(players()[0]->localStore->state().canUndo);
     EXPECT_TRUE(hudOf(0).undoButton.lock()->isEnabled());
 
@@ -245,7 +244,7 @@ TEST_F(VisibleDrawingsTest, ADrawingAppearsWhenPlaybackReachesItAndGoesWhenItIsL
     EXPECT_TRUE(isInked());
 }
 
-TEST_F(VisibleDrawingsTest, WithoutTimeBasedDrawingsAllAreThereAtEveryMoment) {
+TEST_F(VisibleDrawingsTest, AllDrawingsAreVisibleUnlessTimeBased) {
     showWithLineAtFrame7(false);
     EXPECT_TRUE(isInked());
     EXPECT_TRUE(hudOf(0).undoButton.lock()->isEnabled());
@@ -253,7 +252,7 @@ TEST_F(VisibleDrawingsTest, WithoutTimeBasedDrawingsAllAreThereAtEveryMoment) {
     platform->drainMainQueue();
     EXPECT_FALSE(isInked());
     tap(hudOf(0).redoButton);
-    // Switched on while the clip is shown, the drawings follow the time from then on.
+    // Can be enabled while the clip is shown.
     store().dispatch(SetConfigurationAction({true, true, {}, {}, {}}));
     tap(hudOf(0).forwardButton);
     platform->drainMainQueue();

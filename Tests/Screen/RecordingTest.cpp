@@ -1,4 +1,4 @@
-// Recording the screen, headless: what the state asks of the recorder, and what its answers come to.
+// Screen recording on the headless platform: requests from the state to the recorder, and the handling of its answers.
 
 #include "Tests/Support/ComponentTest.h"
 #include "VideoAnalysis/Video/GesturedScrollView.h"
@@ -10,7 +10,7 @@
 namespace videoanalysis {
 namespace {
 
-/// A host that keeps what it is given at the end.
+/// A host that stores the outputs it receives.
 class FinishedDelegate final : public RecordingDelegate {
 public:
     std::vector<std::optional<std::vector<Object>>> outputs;
@@ -71,8 +71,8 @@ protected:
     const std::shared_ptr<FinishedDelegate> delegate = std::make_shared<FinishedDelegate>();
 };
 
-TEST_F(RecordingTest, AStoppedRecordingIsDeliveredWithTheClipsAndTheirDrawingsOfThatMoment) {
-    EXPECT_TRUE(recorder.microphone) << "switched on when the screen took the recorder";
+TEST_F(RecordingTest, StoppedRecordingIsDeliveredWithTheCurrentClipsAndDrawings) {
+    EXPECT_TRUE(recorder.microphone) << "enabled by the first use of the recorder";
     record();
     EXPECT_TRUE(screenState().hasStartedRecording);
 
@@ -82,7 +82,7 @@ TEST_F(RecordingTest, AStoppedRecordingIsDeliveredWithTheClipsAndTheirDrawingsOf
     EXPECT_TRUE(std::regex_match(
         path, std::regex("/tmp/[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}\\.mp4")))
         << path;
-    draw(1);  // while the video is being finished
+    draw(1);  // while the file is being finalized
     answerStop();
     ASSERT_EQ(delegate->outputs.size(), 1U);
     const auto& output = *delegate->outputs[0];
@@ -92,7 +92,7 @@ TEST_F(RecordingTest, AStoppedRecordingIsDeliveredWithTheClipsAndTheirDrawingsOf
     EXPECT_EQ((*output[1].stack)["drawnStack"].size(), 0U);
     EXPECT_EQ((*output[2].stack)["drawnStack"].size(), 1U);
 
-    // The second recording of the same analysis turns the flag back, and has a file of its own.
+    // A second recording of the same analysis resets the flag and has a separate file.
     const URL first = recorder.output;
     record();
     EXPECT_FALSE(screenState().hasStartedRecording);
@@ -103,9 +103,9 @@ TEST_F(RecordingTest, AStoppedRecordingIsDeliveredWithTheClipsAndTheirDrawingsOf
     EXPECT_TRUE(platform->log.empty());
 }
 
-TEST_F(RecordingTest, OneRequestIsServedAtATimeWhateverTheUserTaps) {
+TEST_F(RecordingTest, ServesOneRequestAtATime) {
     ask(true);
-    ask(false);  // before the recorder has begun
+    ask(false);  // before the recorder has started
     ask(true);
     EXPECT_EQ(recorder.starts, 1);
     answerStart();
@@ -115,7 +115,7 @@ TEST_F(RecordingTest, OneRequestIsServedAtATimeWhateverTheUserTaps) {
     platform->drainMainQueue();
     EXPECT_EQ(recorder.stops, 1);
 
-    ask(true);  // while the video is being finalized
+    ask(true);  // while the file is being finalized
     EXPECT_EQ(recorder.starts, 1);
     answerStop();
     EXPECT_EQ(delegate->outputs.size(), 1U);
@@ -124,14 +124,14 @@ TEST_F(RecordingTest, OneRequestIsServedAtATimeWhateverTheUserTaps) {
     platform->drainMainQueue();
     store().dispatch(SetHUDVisibleAction(true));
     platform->drainMainQueue();
-    EXPECT_EQ(recorder.starts, 2) << "it records already";
+    EXPECT_EQ(recorder.starts, 2) << "already recording";
 }
 
-TEST_F(RecordingTest, FailuresAreOneLineEachAndAFailedStopEndsTheRequest) {
+TEST_F(RecordingTest, LogsFailuresAndEndsTheRequestOnAFailedStop) {
     ask(true);
     recorder.answerStart("no permission");
     platform->drainMainQueue();
-    EXPECT_TRUE(screenState().isScreenRecording) << "the request stands";
+    EXPECT_TRUE(screenState().isScreenRecording) << "the request remains";
     EXPECT_FALSE(screenState().hasStartedRecording);
     EXPECT_EQ(platform->log, std::vector<std::string>{"no permission"});
     ask(false);
@@ -147,7 +147,7 @@ TEST_F(RecordingTest, FailuresAreOneLineEachAndAFailedStopEndsTheRequest) {
     EXPECT_TRUE(delegate->outputs.empty());
 }
 
-TEST_F(RecordingTest, WithoutATemporaryDirectoryTheRecordingGoesOn) {
+TEST_F(RecordingTest, RecordingContinuesWithoutATemporaryDirectory) {
     record();
     platform->directory.clear();
     ask(false);
@@ -159,7 +159,7 @@ TEST_F(RecordingTest, WithoutATemporaryDirectoryTheRecordingGoesOn) {
     EXPECT_EQ(recorder.stops, 1) << "the next state stops it";
 }
 
-TEST_F(RecordingTest, AnswersFromAnotherThreadAndAfterTheAnalysisWasClosedStillArrive) {
+TEST_F(RecordingTest, HandlesAnswersFromOtherThreadsAndAfterClosing) {
     record();
     ask(false);
     const auto old = screen();
@@ -172,11 +172,11 @@ TEST_F(RecordingTest, AnswersFromAnotherThreadAndAfterTheAnalysisWasClosedStillA
     EXPECT_EQ(delegate->outputs[0]->size(), 3U);
 }
 
-TEST_F(RecordingTest, ARecordingEndsWithItsScreenAndIsDelivered) {
+TEST_F(RecordingTest, DismissingTheScreenStopsAndDeliversTheRecording) {
     const auto dismissals = {
-        std::function<void()>([&] { screen()->dismiss(true, {}); }),  // a press beside a popover
+        std::function<void()>([&] { screen()->dismiss(true, {}); }),  // a press outside a popover
         std::function<void()>([&] { closeAnalysis(); }),
-        std::function<void()>([&] { platform->headlessPresenter.dismiss(screen(), true, {}); }),  // with its presenter
+        std::function<void()>([&] { platform->headlessPresenter.dismiss(screen(), true, {}); }),  // by its presenter
     };
     int count = 0;
     for (const auto& dismiss : dismissals) {
@@ -195,15 +195,15 @@ TEST_F(RecordingTest, ARecordingEndsWithItsScreenAndIsDelivered) {
         ASSERT_EQ(delegate->outputs.size(), static_cast<std::size_t>(count));
         EXPECT_EQ(delegate->outputs.back()->size(), 3U);
         show();
-        EXPECT_EQ(recorder.starts, count) << "a screen that appears again does not record by itself";
+        EXPECT_EQ(recorder.starts, count) << "presenting again does not start a recording";
         closeAnalysis();
     }
 }
 
-TEST_F(RecordingTest, AnotherAnalysisDoesNotRecordBecauseTheLastOneDid) {
+TEST_F(RecordingTest, NewAnalysisDoesNotInheritTheRecordingRequest) {
     record();
     ask(false);
-    EXPECT_FALSE(recorder.isRecording()) << "from the moment the stop is asked for";
+    EXPECT_FALSE(recorder.isRecording()) << "as soon as the stop is requested";
     closeAnalysis();
     openAnalysis();
     EXPECT_FALSE(screenState().isScreenRecording);
@@ -211,7 +211,7 @@ TEST_F(RecordingTest, AnotherAnalysisDoesNotRecordBecauseTheLastOneDid) {
     EXPECT_EQ(delegate->outputs.size(), 1U);
     EXPECT_EQ(recorder.starts, 1);
 
-    // One that wants to record while the last one's recording is finalized does so as soon as it can.
+    // A start requested while the previous recording is being finalized is served afterwards.
     record();
     closeAnalysis();
     openAnalysis();
@@ -222,7 +222,7 @@ TEST_F(RecordingTest, AnotherAnalysisDoesNotRecordBecauseTheLastOneDid) {
     EXPECT_EQ(recorder.starts, 3);
 }
 
-TEST_F(RecordingTest, AStartThatNothingAsksForAnyLongerIsDiscarded) {
+TEST_F(RecordingTest, StartThatIsNoLongerRequestedIsDiscarded) {
     for (const int version : {16, 13}) {
         platform->headlessDevice.version = version;
         recorder.taken.clear();
@@ -240,7 +240,7 @@ TEST_F(RecordingTest, AStartThatNothingAsksForAnyLongerIsDiscarded) {
         answerStart();
         EXPECT_EQ(recorder.stops, stops + 2);
         openAnalysis();
-        ask(true);  // has to wait
+        ask(true);  // pending
         const int starts = recorder.starts;
         answerStop();
         EXPECT_EQ(recorder.taken.size(), 2U);
@@ -256,7 +256,7 @@ TEST_F(RecordingTest, AStartThatNothingAsksForAnyLongerIsDiscarded) {
     }
 }
 
-TEST_F(RecordingTest, ABreakOffIsReportedAtOnceAndWhatThereIsIsDelivered) {
+TEST_F(RecordingTest, FailedRecordingIsReportedAndItsPlayablePartDelivered) {
     record();
     recorder.breakOff("disk full");
     platform->drainMainQueue();
@@ -268,7 +268,7 @@ TEST_F(RecordingTest, ABreakOffIsReportedAtOnceAndWhatThereIsIsDelivered) {
     EXPECT_EQ(delegate->outputs.size(), 1U);
 }
 
-TEST_F(RecordingTest, TheClockCountsOneRecordingAndStartsAgainWithTheNext) {
+TEST_F(RecordingTest, ClockRestartsWithEachRecording) {
     OverlayViewController& overlay = *screen()->overlayViewController();
     record();
     const auto timer = overlay.recordingTimer;
@@ -283,7 +283,7 @@ TEST_F(RecordingTest, TheClockCountsOneRecordingAndStartsAgainWithTheNext) {
     answerStop();
 }
 
-TEST_F(RecordingTest, OlderSystemsShowAPreviewAndReportItsEnd) {
+TEST_F(RecordingTest, OlderSystemsShowAPreviewAndReportItsDismissal) {
     platform->headlessDevice.version = 13;
     platform->headlessDevice.idiom = ui::InterfaceIdiom::pad;
     for (const bool isPad : {true, false}) {

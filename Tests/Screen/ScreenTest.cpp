@@ -1,4 +1,4 @@
-// The players manager, the overlay and the main screen, headless.
+// The players manager, the overlay and the main screen on the headless platform.
 
 #include "Tests/Support/ComponentTest.h"
 #include "VideoAnalysis/Platform/Dispatch.h"
@@ -40,7 +40,7 @@ protected:
     }
 };
 
-TEST_F(ScreenTest, PlayersShareTheScreenAlongTheDevicesOrientation) {
+TEST_F(ScreenTest, PlayersShareTheScreenByDeviceOrientation) {
     EXPECT_EQ(collection().numberOfItemsInSection(0), 0);
     addAndShow(1);
     EXPECT_NEAR(itemSize().height, 699.3, 1e-9);
@@ -68,7 +68,7 @@ TEST_F(ScreenTest, PlayersShareTheScreenAlongTheDevicesOrientation) {
     EXPECT_EQ(screen()->playersManager()->sizeForItemAt(collection(), foreign, {0, 0}), Size());
 }
 
-TEST_F(ScreenTest, ALayoutIsComputedAgainWheneverTheBoundsChange) {
+TEST_F(ScreenTest, LayoutIsInvalidatedWhenTheBoundsChange) {
     addAndShow(1);
     EXPECT_FALSE(layout().shouldInvalidateLayoutForBoundsChange(collection().visibleRect()));
     EXPECT_TRUE(layout().shouldInvalidateLayoutForBoundsChange({1, 0, 390, 700}));
@@ -78,7 +78,7 @@ TEST_F(ScreenTest, ALayoutIsComputedAgainWheneverTheBoundsChange) {
     EXPECT_EQ(collection().visibleCells()[0].cell->frame(), Rect(0, 0, 200, 399.6));
 }
 
-TEST_F(ScreenTest, ACellIsBoundOnceAndStays) {
+TEST_F(ScreenTest, CellIsBoundOnce) {
     addAndShow(2);
     const auto bound = players()[1]->cell();
     ASSERT_EQ(collection().visibleCells()[1].cell, bound);
@@ -91,13 +91,13 @@ TEST_F(ScreenTest, ACellIsBoundOnceAndStays) {
                                         "New generated cell address: " + fresh->description()}));
     EXPECT_DEATH((void)screen()->playersManager()->cellForItemAt(collection(), {2, 0}), "No player at index 2");
 
-    // A reload gives every player its own cell again.
+    // A reload binds every player to its cell again.
     collection().reloadData();
     platform->drainMainQueue();
     EXPECT_EQ(collection().visibleCells()[1].cell, bound);
 }
 
-TEST_F(ScreenTest, BindingSaysWhatItDoesAndTakesNoForeignCell) {
+TEST_F(ScreenTest, BindingIsLoggedAndRejectsCellsOfAnotherType) {
     addAndShow(1);
     const std::string player = players()[0]->cell()->description();
     const std::string controls = players()[0]->overlayCell()->description();
@@ -112,7 +112,7 @@ TEST_F(ScreenTest, BindingSaysWhatItDoesAndTakesNoForeignCell) {
                            "New updated overlay cell address: " + controls}));
     EXPECT_FALSE(collection().isPrefetchingEnabled());
 
-    // A template of another kind gives an empty cell, and nothing is bound.
+    // A template with another root type yields an empty, unbound cell.
     collection().registerClass([] { return std::make_shared<ui::CollectionViewCell>(); }, "PlayerCollectionViewCell");
     platform->log.clear();
     const auto foreign = screen()->playersManager()->cellForItemAt(collection(), {0, 0});
@@ -122,7 +122,7 @@ TEST_F(ScreenTest, BindingSaysWhatItDoesAndTakesNoForeignCell) {
     EXPECT_TRUE(platform->log.empty());
 }
 
-TEST_F(ScreenTest, TheOverlayShowsWhatTheStateAllows) {
+TEST_F(ScreenTest, OverlayShowsTheControlsAllowedByTheState) {
     addAndShow(1);
     EXPECT_FALSE(overlay().addButton.lock()->isHidden());
     EXPECT_TRUE(overlay().lockPlaybackButton.lock()->isHidden());
@@ -134,7 +134,7 @@ TEST_F(ScreenTest, TheOverlayShowsWhatTheStateAllows) {
     overlay().tapOnLine(*overlay().addButton.lock());
     platform->drainMainQueue();
     EXPECT_TRUE(overlay().addButton.lock()->isHidden());
-    EXPECT_EQ(visibleTools(), std::vector{2}) << "a collapsed strip shows the selected tool only";
+    EXPECT_EQ(visibleTools(), std::vector{2}) << "the collapsed strip shows only the selected tool";
     EXPECT_TRUE(overlay().collapseToolbarButton.lock()->isHidden());
     const auto arrow = overlay().arrowImage.lock();
     EXPECT_EQ(arrow->center().y, overlay().drawingToolButtons[1].lock()->center().y);
@@ -159,7 +159,7 @@ TEST_F(ScreenTest, TheOverlayShowsWhatTheStateAllows) {
     EXPECT_FALSE(overlay().drawingToolsStackView.lock()->isHidden());
 }
 
-TEST_F(ScreenTest, ToolButtonsShowTheirOwnColours) {
+TEST_F(ScreenTest, ToolButtonsHaveTheirToolColours) {
     ToolColorMap map;
     EXPECT_EQ(OverlayViewController::toolColor(0, map), Color::rgb255(0, 229, 255));
     EXPECT_EQ(OverlayViewController::toolColor(1, map), Color::white());
@@ -171,10 +171,10 @@ TEST_F(ScreenTest, ToolButtonsShowTheirOwnColours) {
     EXPECT_EQ(OverlayViewController::toolColor(7, map), Color::white());
 }
 
-// Which buttons show, what they look like and what they allow, state by state.
-TEST_F(ScreenTest, EveryControlIsRenderedFromTheState) {
+// Visibility, appearance and enablement of the buttons for each state.
+TEST_F(ScreenTest, RendersEveryControlFromTheState) {
     show();
-    EXPECT_FALSE(overlay().recordButton.lock()->isEnabled()) << "nothing to record, though recording is allowed";
+    EXPECT_FALSE(overlay().recordButton.lock()->isEnabled()) << "no clips to record";
     EXPECT_TRUE(overlay().drawingToolsStackView.lock()->isHidden());
     EXPECT_TRUE(overlay().colorPickerView.lock()->isHidden());
     store().dispatch(AddMediaAction(clip("a")));
@@ -182,7 +182,7 @@ TEST_F(ScreenTest, EveryControlIsRenderedFromTheState) {
     EXPECT_TRUE(overlay().recordButton.lock()->isEnabled());
     EXPECT_FALSE(overlay().drawingToolsStackView.lock()->isHidden());
 
-    // A button of the tag that the screen leaves alone.
+    // A button with the tag that opts out of rendering.
     const auto untouched = overlay().drawingToolButtons[4].lock();
     untouched->setTag(5);
     untouched->setTintColor(Color::systemBlue());
@@ -194,10 +194,11 @@ TEST_F(ScreenTest, EveryControlIsRenderedFromTheState) {
     EXPECT_EQ(untouched->tintColor(), Color::systemBlue());
     EXPECT_EQ(visibleTools(), (std::vector{0, 5}));
     EXPECT_EQ(overlay().drawingToolButtons[1].lock()->tintColor(), Color::black());
-    EXPECT_EQ(overlay().drawingToolButtons[2].lock()->tintColor(), Color::rgb255(255, 23, 68)) << "no entry: its own";
+    EXPECT_EQ(overlay().drawingToolButtons[2].lock()->tintColor(), Color::rgb255(255, 23, 68))
+        << "falls back to the tool's standard colour";
     untouched->setTag(6);
 
-    // The marker keeps its column, follows the tool and turns with the picker.
+    // The marker keeps its column, follows the tool and rotates with the picker.
     const auto arrow = overlay().arrowImage.lock();
     arrow->setFrame({60, 0, 16, 16});
     overlay().tapOnCircle(*untouched);
@@ -212,7 +213,7 @@ TEST_F(ScreenTest, EveryControlIsRenderedFromTheState) {
     EXPECT_FALSE(overlay().colorPickerView.lock()->isHidden());
     store().dispatch(SetDrawingToolTypeAction(SketchToolType::eraser, false));
     platform->drainMainQueue();
-    EXPECT_EQ(arrow->tintColor(), Color::rgb255(255, 234, 0)) << "a tool without a button leaves the marker";
+    EXPECT_EQ(arrow->tintColor(), Color::rgb255(255, 234, 0)) << "a tool without a button does not change the marker";
 
     store().dispatch(SetHUDVisibleAction(false));
     platform->drainMainQueue();
@@ -222,7 +223,7 @@ TEST_F(ScreenTest, EveryControlIsRenderedFromTheState) {
     for (const auto& view : overlay().visibleViews) EXPECT_FALSE(view.lock()->isHidden());
 }
 
-TEST_F(ScreenTest, APickedColourIsThatOfTheChosenToolAlone) {
+TEST_F(ScreenTest, PickedColourAppliesOnlyToTheSelectedTool) {
     addAndShow(1);
     ColorPickerView& picker = *overlay().colorPickerView.lock();
     const auto indexOf = [&](const Color& color) {
@@ -231,12 +232,12 @@ TEST_F(ScreenTest, APickedColourIsThatOfTheChosenToolAlone) {
     EXPECT_EQ(picker.selectionStyle(), ColorPickerViewSelectStyle::check);
     picker.setFrame({0, 0, 145, 100});
     EXPECT_EQ(picker.frameOfItem(0), Rect(5, 5, 30, 30));
-    EXPECT_EQ(picker.frameOfItem(5), Rect(40, 40, 30, 30)) << "four in a line";
-    EXPECT_EQ(picker.preselectedIndex(), indexOf(Color::rgb255(0, 229, 255))) << "the pen's own colour";
+    EXPECT_EQ(picker.frameOfItem(5), Rect(40, 40, 30, 30)) << "four per line";
+    EXPECT_EQ(picker.preselectedIndex(), indexOf(Color::rgb255(0, 229, 255))) << "the pen's standard colour";
 
     overlay().tapOnLine(*overlay().addButton.lock());
     overlay().tapOnLine(*overlay().addButton.lock());
-    EXPECT_TRUE(screenState().isColorPickerOpened) << "the chosen tool again opens the picker";
+    EXPECT_TRUE(screenState().isColorPickerOpened) << "selecting the current tool again opens the picker";
     picker.selectItem(indexOf(Color::black()));
     platform->drainMainQueue();
     EXPECT_TRUE(picker.isHidden());
@@ -245,7 +246,7 @@ TEST_F(ScreenTest, APickedColourIsThatOfTheChosenToolAlone) {
     EXPECT_EQ(overlay().drawingToolButtons[1].lock()->tintColor(), Color::black());
     EXPECT_EQ(picker.preselectedIndex(), indexOf(Color::black()));
 
-    // A colour that the palette does not have leaves the mark where it was; so does a tool without a colour.
+    // A colour outside of the palette and a tool without a colour keep the preselected index.
     store().dispatch(SetDrawingToolColorAction(Color::rgb255(1, 2, 3)));
     platform->drainMainQueue();
     EXPECT_EQ(picker.preselectedIndex(), indexOf(Color::black()));
@@ -261,8 +262,8 @@ TEST_F(ScreenTest, APickedColourIsThatOfTheChosenToolAlone) {
     EXPECT_DEATH(overlay().didSelectItemAt(picker, {24, 0}), "No colour at index 24");
 }
 
-// The four rows of request and answer, the unlike ones as well.
-TEST_F(ScreenTest, TheRecordingLooksAndTheTimerFollowRequestAndAnswerRowByRow) {
+// All four combinations of request and answer.
+TEST_F(ScreenTest, RecordButtonAndTimerFollowRequestAndAnswer) {
     VideoAnalysisIconsConfiguration icons;
     icons.recordButtonIcon = Image::named("my record");
     store().dispatch(SetConfigurationAction({true, true, icons, {}, nullptr}));
@@ -276,7 +277,7 @@ TEST_F(ScreenTest, TheRecordingLooksAndTheTimerFollowRequestAndAnswerRowByRow) {
     EXPECT_TRUE(looksIdle());
     EXPECT_TRUE(label->isHidden());
 
-    // Asked for, not answered.
+    // Requested, not answered.
     overlay().handleScreenRecording(*record);
     platform->drainMainQueue();
     EXPECT_TRUE(looksIdle());
@@ -294,10 +295,10 @@ TEST_F(ScreenTest, TheRecordingLooksAndTheTimerFollowRequestAndAnswerRowByRow) {
     EXPECT_EQ(label->text(), "00:00:02");
     store().dispatch(SetDrawingToolTypeAction(SketchToolType::line, false));
     platform->drainMainQueue();
-    EXPECT_EQ(overlay().recordingTimer, timer) << "not begun anew";
+    EXPECT_EQ(overlay().recordingTimer, timer) << "not restarted";
     EXPECT_EQ(overlay().seconds, 2);
 
-    // No longer asked for: idle, the clock begins anew and ticks on until the answer is taken back.
+    // No longer requested: idle; the clock restarts and runs until the answer is reset.
     overlay().handleScreenRecording(*record);
     platform->drainMainQueue();
     EXPECT_TRUE(looksIdle());
@@ -309,10 +310,10 @@ TEST_F(ScreenTest, TheRecordingLooksAndTheTimerFollowRequestAndAnswerRowByRow) {
     store().dispatch(HasRecordingPermissionAction(false));
     platform->drainMainQueue();
     EXPECT_TRUE(looksIdle());
-    EXPECT_TRUE(isTicking()) << "only a state with a started recording stops it";
+    EXPECT_TRUE(isTicking()) << "stops only in a state with a started recording";
 }
 
-TEST_F(ScreenTest, TheClockShowsHoursMinutesAndSecondsWithoutAnUpperLimit) {
+TEST_F(ScreenTest, ClockShowsHoursMinutesAndSecondsWithoutLimit) {
     addAndShow(1);
     for (const auto& [seconds, text] : {std::pair<std::int64_t, const char*>{59, "00:00:59"},
                                         {60, "00:01:00"},
@@ -327,7 +328,7 @@ TEST_F(ScreenTest, TheClockShowsHoursMinutesAndSecondsWithoutAnUpperLimit) {
     EXPECT_DEATH(overlay().recordingWithTimer(), "run over");
 }
 
-TEST_F(ScreenTest, ThemeAndIconsOfTheHostTakeEffect) {
+TEST_F(ScreenTest, AppliesTheHostsThemeAndIcons) {
     Theme theme;
     theme.secondaryColor = Color::systemBlue();
     theme.buttonsTintColor = Color::systemRed();
@@ -361,7 +362,7 @@ TEST_F(ScreenTest, ThemeAndIconsOfTheHostTakeEffect) {
     EXPECT_EQ(screen()->view()->backgroundColor(), Color::systemBlue());
 }
 
-TEST_F(ScreenTest, TheHostDecidesAboutAddingAndClosing) {
+TEST_F(ScreenTest, HostDecidesAboutAddingAndClosing) {
     const auto delegate = std::make_shared<RecordingDelegate>();
     addAndShow(1);
     overlay().handleMediaAddition(*overlay().addButton.lock());
@@ -376,7 +377,7 @@ TEST_F(ScreenTest, TheHostDecidesAboutAddingAndClosing) {
     store().dispatch(DismissAction(false, {}));
     show();
     EXPECT_EQ(platform->headlessPresenter.preferredOrientation, ui::DeviceOrientation::portrait)
-        << "asked on appearing";
+        << "requested on appearance";
 
     const auto old = screen();
     overlay().handleDiscardAndClose(*overlay().closeButton.lock());
@@ -388,8 +389,8 @@ TEST_F(ScreenTest, TheHostDecidesAboutAddingAndClosing) {
     EXPECT_NE(screen(), old);
 }
 
-// Several questions at once, answers late and twice: each acts once, on what it was asked for.
-TEST_F(ScreenTest, AnAnswerOfTheHostActsOnceAndOnlyOnWhatItWasAskedFor) {
+// Concurrent requests with late and repeated answers.
+TEST_F(ScreenTest, HostAnswersTakeEffectOnceAndOnlyOnTheirSubject) {
     const auto delegate = std::make_shared<RecordingDelegate>();
     store().dispatch(SetConfigurationAction({true, true, {}, {}, delegate}));
     const auto ignored = [&] {
@@ -404,10 +405,10 @@ TEST_F(ScreenTest, AnAnswerOfTheHostActsOnceAndOnlyOnWhatItWasAskedFor) {
     add(clip("c"));
     delegate->mediaCompletion(clip("d"));
     platform->advance(1);
-    EXPECT_EQ(store().state().media->size(), 2U) << "there is no room for a third clip";
+    EXPECT_EQ(store().state().media->size(), 2U) << "two clips are the max";
     EXPECT_EQ(ignored(), 2);
 
-    // The second clip takes the place of the first one: what was asked for the first does not reach it.
+    // The second clip moves to the first position; pending answers for the first clip do not apply to it.
     tap(hudOf(0).replaceButton);
     const auto replaceFirst = delegate->mediaCompletion;
     tap(hudOf(1).replaceButton);
@@ -426,7 +427,7 @@ TEST_F(ScreenTest, AnAnswerOfTheHostActsOnceAndOnlyOnWhatItWasAskedFor) {
     EXPECT_EQ(ignored(), 5);
     platform->advance(1);
 
-    // A second analysis: the answers to the first one's questions are for nothing.
+    // A second analysis invalidates pending answers of the first one.
     overlay().handleDiscardAndClose(*overlay().closeButton.lock());
     overlay().handleMediaAddition(*overlay().addButton.lock());
     tap(hudOf(0).replaceButton);
@@ -442,7 +443,7 @@ TEST_F(ScreenTest, AnAnswerOfTheHostActsOnceAndOnlyOnWhatItWasAskedFor) {
     EXPECT_EQ(ignored(), 7);
 }
 
-TEST_F(ScreenTest, ASecondAnalysisTakesThePlaceOfTheFirstScreen) {
+TEST_F(ScreenTest, SecondAnalysisReplacesTheFirstScreen) {
     store();
     VideoAnalysisController first({clip("a")});
     EXPECT_FALSE(first.isOpen());
@@ -463,7 +464,7 @@ TEST_F(ScreenTest, ASecondAnalysisTakesThePlaceOfTheFirstScreen) {
     platform->advance(1);
     EXPECT_EQ(host->presentedViewController(), screen());
     EXPECT_NE(screen(), old);
-    EXPECT_EQ(store().subscriptions().size(), 2U) << "those of the second screen only";
+    EXPECT_EQ(store().subscriptions().size(), 2U) << "only those of the second screen";
     EXPECT_EQ(platform->headlessPresenter.overlays(),
               std::vector<std::shared_ptr<ui::ViewController>>{screen()->overlayViewController()});
     bool isGone = false;
@@ -475,7 +476,7 @@ TEST_F(ScreenTest, ASecondAnalysisTakesThePlaceOfTheFirstScreen) {
     EXPECT_TRUE(store().subscriptions().empty());
 }
 
-TEST_F(ScreenTest, ASecondAnalysisLeavesTheFirstOnesRecordingToItsDelegate) {
+TEST_F(ScreenTest, FirstAnalysisRecordingIsDeliveredToItsOwnDelegate) {
     store();
     const auto firstHost = std::make_shared<RecordingDelegate>();
     const auto secondHost = std::make_shared<RecordingDelegate>();
@@ -496,11 +497,11 @@ TEST_F(ScreenTest, ASecondAnalysisLeavesTheFirstOnesRecordingToItsDelegate) {
     platform->advance(1);
     EXPECT_EQ(firstHost->calls, std::vector<std::string>{"finish"});
     EXPECT_TRUE(secondHost->calls.empty());
-    EXPECT_EQ(platform->recorder.starts, 1) << "the second analysis records nothing";
-    EXPECT_TRUE(overlay().timerLabel.lock()->isHidden()) << "nor does it say so";
+    EXPECT_EQ(platform->recorder.starts, 1) << "the second analysis does not record";
+    EXPECT_TRUE(overlay().timerLabel.lock()->isHidden()) << "and shows no clock";
 }
 
-TEST_F(ScreenTest, AScreenShownAgainWhileItLeavesKeepsItsSubscriptions) {
+TEST_F(ScreenTest, ScreenPresentedAgainWhileDisappearingKeepsItsSubscriptions) {
     addAndShow(1);
     store().dispatch(DismissAction(true, {}));
     store().dispatch(SetPresentationConfigurationAction(host, ui::ModalPresentationStyle::fullScreen));
@@ -512,7 +513,7 @@ TEST_F(ScreenTest, AScreenShownAgainWhileItLeavesKeepsItsSubscriptions) {
     EXPECT_TRUE(overlay().drawingToolButtons[1].lock()->isSelected()) << "the screen still follows the state";
 }
 
-TEST_F(ScreenTest, EveryAppearanceBeginsWithThePen) {
+TEST_F(ScreenTest, SelectsThePenOnEveryAppearance) {
     addAndShow(1);
     store().dispatch(SetDrawingToolTypeAction(SketchToolType::line, false));
     store().dispatch(DismissAction(true, {}));
@@ -524,8 +525,8 @@ TEST_F(ScreenTest, EveryAppearanceBeginsWithThePen) {
     EXPECT_TRUE(overlay().drawingToolButtons[0].lock()->isSelected());
 }
 
-// What is presented over a screen goes with it.
-TEST_F(ScreenTest, ADismissedScreenTakesTheTrimScreenAlong) {
+// Dismissing a screen dismisses the screens presented over it.
+TEST_F(ScreenTest, DismissingTheScreenDismissesTheTrimScreen) {
     addAndShow(1);
     VideoAnalysisController analysis({clip("a")});
     show();
@@ -538,7 +539,7 @@ TEST_F(ScreenTest, ADismissedScreenTakesTheTrimScreenAlong) {
     EXPECT_EQ(trimmer->presentingViewController(), nullptr);
 }
 
-TEST_F(ScreenTest, OneOverlayWindowIsThereWhileTheScreenIs) {
+TEST_F(ScreenTest, OverlayWindowExistsOnlyWhileTheScreenIsPresented) {
     addAndShow(1);
     ui::Window* window = screen()->overlayWindow();
     ASSERT_NE(window, nullptr);
@@ -557,16 +558,16 @@ TEST_F(ScreenTest, OneOverlayWindowIsThereWhileTheScreenIs) {
     EXPECT_TRUE(store().subscriptions().empty());
 }
 
-TEST_F(ScreenTest, AScreenWithoutItsOverlayShowsNoControlsAndManagesNothing) {
+TEST_F(ScreenTest, ScreenWithoutItsOverlayManagesNoPlayers) {
     platform->headlessBundle.missing = {"OverlayViewController"};
     store().dispatch(ClearStateAction());
     EXPECT_EQ(screen()->overlayWindow(), nullptr);
     EXPECT_EQ(screen()->playersManager(), nullptr);
     store().dispatch(AddMediaAction(clip("a")));
-    EXPECT_EQ(store().state().media->size(), 1U) << "the reduction ends with the state as changed so far";
+    EXPECT_EQ(store().state().media->size(), 1U) << "the reduction keeps its changes so far";
     show();
     platform->headlessBundle.missing.clear();
-    EXPECT_NE(screen()->playersManager(), nullptr) << "tried again";
+    EXPECT_NE(screen()->playersManager(), nullptr) << "created on the next attempt";
 }
 
 }  // namespace

@@ -1,15 +1,15 @@
 #pragma once
-// Playback rates as text: the buttons that offer rates carry them as titles, and the rate in use is shown in the same form.
+// Conversion between playback rates and text: the titles of the rate buttons, and the display of the current rate.
 
 #include <string>
 
 namespace videoanalysis {
 
-/// The rate that a button's title stands for: the title without what is not a digit at both ends, with a point for the
-/// fraction in every locale; 1 when that is no number.
+/// Parses a button's title: strips everything but digits from both ends and accepts a point as decimal separator in every
+/// locale. Returns 1 if the rest is not a number.
 float rateFromTitle(const std::string& title);
 
-/// At most two fraction digits and an x, as in "1x", "0.25x".
+/// The rate with at most two fraction digits and an x, as in "1x" or "0.25x".
 std::string titleForRate(float rate);
 
 }  // namespace videoanalysis

@@ -1,6 +1,6 @@
 #pragma once
-// The cell of one player: the video, the drawing surface over it and the scroll view that zooms both. Made from the template
-// "PlayerCollectionViewCell".
+// The cell of one player: the video, the drawing surface over it and the scroll view that zooms both. Created from the
+// template "PlayerCollectionViewCell".
 
 #include "VideoAnalysis/Platform/UI/CollectionView.h"
 #include "VideoAnalysis/Platform/UI/ScrollView.h"
@@ -22,10 +22,10 @@ public:
     std::string description() const override;
     void awakeFromNib() override;
 
-    /// The video; the drawings over it go with it.
+    /// The zoomed view: the video, with the drawings over it.
     std::shared_ptr<ui::View> viewForZooming(ui::ScrollView& scrollView) override;
 
-    /// Makes the sketch view cover exactly the picture.
+    /// Fits the sketch view to the displayed picture.
     void layOutSketchView();
 
 protected:

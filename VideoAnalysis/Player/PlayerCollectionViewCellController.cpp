@@ -107,7 +107,7 @@ void PlayerCollectionViewCellController::unbind() {
     const std::shared_ptr<PlayerCollectionViewCell> cell = cell_.lock();
     if (!cell) return;
     media_ = media();
-    isFirstLoad = true;  // the drawings are back in the item
+    isFirstLoad = true;  // the item has the drawings again
     if (const auto sketch = cell->sketchView.lock()) {
         sketch->sketchViewDelegate.reset();
         sketch->reset();
@@ -193,7 +193,7 @@ void PlayerCollectionViewCellController::setUpTool() {
 }
 
 double PlayerCollectionViewCellController::currentTime() const {
-    // Of the picture that is shown, so that a drawing belongs to the frame that it was made on.
+    // The time of the displayed frame, so that a drawing belongs to the frame on which it was made.
     const std::shared_ptr<media::Player> current = player();
     if (!current) return 0;
     const std::shared_ptr<const media::VideoFrame> frame = current->currentFrame();
@@ -228,7 +228,7 @@ void PlayerCollectionViewCellController::playbackDidBreakOffFor(VideoView&) {
 }
 
 void PlayerCollectionViewCellController::playerDidFailFor(VideoView&) {
-    // Play may have been pressed before this was known.
+    // Play may have been pressed before the clip failed.
     if (!canPlay()) localStore->dispatch(player::SetCellVideoPlayingStateAction(false));
 }
 

@@ -1,7 +1,6 @@
 #pragma once
-// The controller of one player: it owns the player's local store, binds the player to its cells and follows its video and its
-// drawings. What the controls do is `PlayerCommands`, what they show is `PlayerRenderer`. The players manager makes one for
-// every clip.
+// The controller of one player: owns its local store, binds it to its cells, and observes its video and drawings.
+// `PlayerCommands` handles the controls, `PlayerRenderer` displays the state. Created by the players manager, one per clip.
 
 #include "VideoAnalysis/Analysis/LocalState.h"
 #include "VideoAnalysis/Analysis/VideoAnalysisController.h"
@@ -33,7 +32,7 @@ class PlayerCollectionViewCellController : public std::enable_shared_from_this<P
 public:
     using LocalState = player::LocalState;
 
-    /// A controller for `media`, the item at `index`; its renderer is subscribed to its store.
+    /// A controller for `media`, the item at `index`, with its renderer subscribed to its store.
     static std::shared_ptr<PlayerCollectionViewCellController> make(VideoAnalysisController::Object media,
                                                                     std::int64_t index);
 
@@ -41,37 +40,37 @@ public:
     ~PlayerCollectionViewCellController() override;
 
     std::int64_t index;
-    /// The user is dragging the seek bar; every new local state resets it.
+    /// Whether the user is dragging the seek bar. Reset by every new local state.
     bool dragging = false;
-    /// The stored drawings are not on the sketch view yet.
+    /// Whether the stored drawings have yet to be loaded into the sketch view.
     bool isFirstLoad = true;
     bool shouldObserveSeekBarChanges = true;
-    /// The screen over which this player presents.
+    /// The screen that presents other screens for this player.
     std::weak_ptr<ui::ViewController> presenteeViewController;
     const std::shared_ptr<Store<LocalState>> localStore;
-    /// Reserved for updates of the ruler; nothing passes through it.
+    /// Reserved for updates of the ruler; currently unused.
     const std::shared_ptr<Throttle> timelineViewThrottler;
-    /// Reserved for the ruler.
+    /// Reserved for the ruler; currently unused.
     static constexpr float timelineViewScalingFactor = 1000.0F;
     PlayerCommands commands{*this};
 
-    /// The item with its drawings as they are now: those on the sketch view once they have been loaded; until then the stack
-    /// that was given, with what has been drawn since on top.
+    /// The item with its current drawings: those of the sketch view, or until they are loaded, the item's stack with new
+    /// drawings on top.
     VideoAnalysisController::Object media() const;
     const URL& url() const { return media_.url; }
 
     // ---- Cells
 
     std::shared_ptr<PlayerCollectionViewCell> cell() const { return cell_.lock(); }
-    /// Binds the cell: its video opens the item, its sketch view reports here.
+    /// Binds the cell: opens the item in its video and becomes the delegate of its sketch view.
     void setCell(const std::shared_ptr<PlayerCollectionViewCell>& cell);
     std::shared_ptr<OverlayCollectionViewCell> overlayCell() const { return overlayCell_.lock(); }
     /// Binds the controls to the commands.
     void setOverlayCell(const std::shared_ptr<OverlayCollectionViewCell>& overlayCell);
-    /// Releases both cells: the player stops, and nothing of this clip is seen or heard any longer.
+    /// Releases both cells and stops the player.
     void unbind();
 
-    /// Each is null while its cell is not bound.
+    /// Null while the cell is not bound.
     std::shared_ptr<SketchView> sketchView() const;
     std::shared_ptr<VideoView> videoView() const;
     std::shared_ptr<PlayerCollectionViewCellHUDView> hud() const;
@@ -80,19 +79,18 @@ public:
 
     // ---- State
 
-    /// The index that an action for this player carries: absent, which means every player, while playback is locked.
+    /// The index for this player's actions: empty, which addresses every player, while playback is locked.
     std::optional<std::int64_t> addressedIndex() const;
-    /// False for a clip that cannot be read, unless playback is locked: then the others play.
+    /// False if the clip cannot be read, unless playback is locked, which plays the others.
     bool canPlay() const;
 
-    /// Loads the item's stored drawings below what has been drawn since, as soon as the sketch view has a size; later calls do
-    /// nothing.
+    /// Loads the item's stored drawings below newer ones once the sketch view has a size. Further calls have no effect.
     void performFirstLoad();
-    /// Tells the local store whether undo and redo are possible now.
+    /// Updates the local store with whether undo and redo are possible.
     void publishHistory();
     /// Unregisters the periodic time observer.
     void removePeriodicTimeObserver();
-    /// Stops the ruler's throw, unless this is called in consequence of the ruler's own step.
+    /// Ends the ruler's throw, unless called as a result of the ruler's own step.
     void endRulerThrow();
 
     double currentTime() const override;
@@ -102,7 +100,7 @@ public:
 
     void playerReadyToPlayFor(VideoView& videoView) override;
     void playbackDidFinishFor(VideoView& videoView) override;
-    /// As at the end, but the picture stays where it is.
+    /// Like reaching the end, but keeps the position.
     void playbackDidBreakOffFor(VideoView& videoView) override;
     void playerDidFailFor(VideoView& videoView) override;
 
@@ -114,7 +112,7 @@ private:
     void setUpPeriodicTimeObserver();
     void timeDidChange();
     void refreshDrawing();
-    /// The new views render the state so far.
+    /// Renders the current state into newly bound views.
     void renderState();
 
     VideoAnalysisController::Object media_;
@@ -123,7 +121,7 @@ private:
     std::weak_ptr<OverlayCollectionViewCell> overlayCell_;
     std::shared_ptr<void> timeObserver_;
     std::weak_ptr<media::Player> observedPlayer_;
-    bool isFirstLoadPending_ = false;  ///< asked for before the sketch view had a size
+    bool isFirstLoadPending_ = false;  ///< requested before the sketch view had a size
 };
 
 }  // namespace videoanalysis

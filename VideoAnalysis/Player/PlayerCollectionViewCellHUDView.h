@@ -1,6 +1,6 @@
 #pragma once
-// The controls of one player, as outlets: transport, seek bar, ruler, rates, drawing history. Its player's controller renders
-// and handles all of them.
+// The outlets of one player's controls: transport, seek bar, ruler, rates, drawing history. The player's controller renders
+// and handles them.
 
 #include "VideoAnalysis/Platform/UI/Bundle.h"
 #include "VideoAnalysis/Platform/UI/CollectionView.h"
@@ -34,23 +34,23 @@ public:
     ui::OutletCollection<ui::Button> videoPlaybackSpeedButtons{outlets, "videoPlaybackSpeedButtons"};
     ui::Outlet<ui::Button> videoPlayRateSelectorButton{outlets, "videoPlayRateSelectorButton"};
     ui::Outlet<ui::View> playbackRateSelectorContainerView{outlets, "playbackRateSelectorContainerView"};
-    /// Time and frame number of what is shown; an addition to the controls proper.
+    /// Time and number of the displayed frame.
     ui::Outlet<ui::Label> positionLabel{outlets, "positionLabel"};
 
-    /// For the platform to call when a finger or mouse button comes down anywhere but on the panel of rates and the button
-    /// that opens it. May be empty.
+    /// Called by the platform when a pointer is pressed anywhere but on the rate panel and the button that opens it. May be
+    /// empty.
     std::function<void()> didTouchBesideRates;
 
     /// Detaches all actions, gestures and the ruler's delegate from the controls.
     void removeAllActions();
 
-    /// Fades the panel of rates in or out.
+    /// Fades the rate panel in or out.
     void toggleRates();
-    /// Fades the panel of rates out. Returns whether it was open.
+    /// Fades the rate panel out. Returns whether it was open.
     bool closeRates();
 };
 
-/// The cell that holds a player's controls, above its picture. Made from the template "OverlayCollectionViewCell".
+/// The cell of a player's controls, above its video. Created from the template "OverlayCollectionViewCell".
 class OverlayCollectionViewCell : public ui::CollectionViewCell {
 public:
     ui::Outlet<PlayerCollectionViewCellHUDView> hudView{outlets, "hudView"};

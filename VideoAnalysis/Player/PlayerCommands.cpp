@@ -272,7 +272,7 @@ void PlayerCommands::edit() {
     trimmer->setModalPresentationStyle(ui::ModalPresentationStyle::formSheet);
     const auto presenter = controller_.presenteeViewController.lock();
     if (!presenter) return;
-    // The players below are covered: neither seen nor meant to be heard.
+    // The trim screen covers the players, so all of them pause.
     mainStore().dispatch(SetCellVideoPlayingStateAction(false, {}));
     presenter->present(trimmer, true, {});
 }

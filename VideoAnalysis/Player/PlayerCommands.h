@@ -1,6 +1,6 @@
 #pragma once
-// What the controls of one player do: its buttons, seek bar, ruler, rates and keys become actions, and the host's or the trim
-// screen's answers come back here. It shows nothing itself; see `PlayerRenderer`.
+// Handles the input of one player: turns its buttons, seek bar, ruler, rates and keys into actions, and receives the results
+// from the host and the trim screen. `PlayerRenderer` displays the state.
 
 #include "VideoAnalysis/Platform/UI/Control.h"
 #include "VideoAnalysis/Platform/UI/GestureRecognizer.h"
@@ -25,9 +25,9 @@ public:
     explicit PlayerCommands(PlayerCollectionViewCellController& controller) : controller_(controller) {}
     ~PlayerCommands() override;
 
-    /// Gives every control of `hud` its operation.
+    /// Connects every control of `hud` to its command.
     void bind(PlayerCollectionViewCellHUDView& hud);
-    /// Ends a long press that is still going on.
+    /// Ends a long press in progress.
     void stop();
 
     void togglePlayingState();
@@ -40,35 +40,35 @@ public:
     void undo();
     void redo();
     void clear();
-    /// Asks the host whether the clip may be deleted, or for another one; nothing without a host or a presenting screen.
+    /// Asks the host to delete or replace the clip. No effect without a host or a presenting screen.
     void deleteMedia();
     void replaceMedia();
-    /// Opens the trim screen for this clip; nothing without one in the storyboard.
+    /// Opens the trim screen for this clip. No effect if the storyboard has none.
     void edit();
     void userDidRequestToChangePlaybackRate();
     void userDidChangePlaybackRate(ui::Button& sender);
     void handleHUDTap();
-    /// A key does what its control does. Returns whether it has one.
+    /// Performs the command of a key. Returns whether it has one.
     bool keyPressed(const ui::KeyPress& press);
 
-    /// A finger or the mouse came down on this player.
+    /// Records that a pointer was pressed on this player.
     void touched();
-    /// Grows with every touch of any player; 0 before the first one of this player.
+    /// Increases with every touch of any player; 0 before this player's first one.
     std::uint64_t latestTouch() const { return latestTouch_; }
 
-    /// The ruler's steps become frame steps. Fatal for a count that is not finite or does not fit.
+    /// Steps by frames for the ruler's steps. Fatal for a non-finite or out-of-range count.
     void timelineViewDidScrollBy(double steps, bool isDragging) override;
     bool defaultScrubbingDirection() const override;
     Color tickColor() const override;
 
-    /// Clears the drawings; once the editor is gone the file at `path` replaces the clip.
+    /// Clears the drawings; once the editor has disappeared, replaces the clip by the file at `path`.
     void videoEditorControllerDidSaveEditedVideoToPath(ui::ViewController& editor, const std::string& path) override;
     void videoEditorControllerDidCancel(ui::ViewController& editor) override;
-    /// Says so on the standard output.
+    /// Prints a line to the standard output.
     void videoEditorControllerDidFailWithError(ui::ViewController& editor, const std::string& error) override;
 
 private:
-    /// `operation` as an action of a control; it counts as a touch and does nothing once the controller is gone.
+    /// Wraps `operation` as a control action that counts as a touch. Does nothing after the controller is destroyed.
     template <class Operation>
     ui::Control::Action touching(Operation operation);
     void bindTransport(PlayerCollectionViewCellHUDView& hud);
@@ -77,9 +77,9 @@ private:
     template <class SeekAction>
     void handleLongPress(ui::GestureRecognizer& recognizer, std::int64_t steps);
     void step(std::int64_t steps);
-    /// `fraction` of the clip's duration, 0...1.
+    /// Seeks to `fraction` (0...1) of the clip's duration.
     void seekTo(double fraction);
-    /// The next rate that a button offers: the next higher one for 1, the next lower one for -1.
+    /// Switches to the next rate offered by a button: the next higher one for 1, the next lower one for -1.
     void changeRate(int direction);
 
     PlayerCollectionViewCellController& controller_;

@@ -17,7 +17,7 @@
 namespace videoanalysis {
 namespace {
 
-/// "0:03.47 · 104": minutes, seconds and hundredths, then the frame's number.
+/// "0:03.47 · 104": minutes, seconds and hundredths, then the frame number.
 std::string positionText(double seconds, std::int64_t frame) {
     const auto hundredths = static_cast<long long>(std::floor(seconds * 100 + 1e-6));
     char text[64];
@@ -69,14 +69,14 @@ void PlayerRenderer::applyRate(VideoView& video, const player::LocalState& state
     const std::shared_ptr<media::Player>& player = video.player();
     if (!player) return;
     if (!state.isMediaPlaying) appliedRate_ = 0;
-    // A newer state may already be on its way: the player follows that one, so that a pause stays a pause.
+    // Applies the latest state rather than the delivered one, so that a pending pause is not undone.
     const player::LocalState& newest = controller_.localStore->state();
     if (!newest.isMediaPlaying) {
         appliedRate_ = 0;
         player->pause();
         return;
     }
-    // A player that has stopped by itself is not started again: the event that says why is on its way.
+    // Does not restart a player that stopped by itself: the event with the reason is pending.
     const bool hasStopped = player->rate() == 0 && appliedRate_ == newest.playbackRate;
     if (hasStopped) return;
     appliedRate_ = newest.playbackRate;

@@ -1,6 +1,6 @@
 #pragma once
-// Shows one player's state: applies each new local state to the video and to the controls, and lets the seek bar and the
-// position follow playback. It changes no state except the time it reports.
+// Renders one player's state: applies each new local state to the video and the controls, and updates the seek bar and the
+// position during playback. Changes no state except the reported time.
 
 #include "VideoAnalysis/Analysis/LocalState.h"
 #include "VideoAnalysis/Store/StoreSubscriber.h"
@@ -18,11 +18,11 @@ public:
 
     void newState(const player::LocalState& state) override;
 
-    /// Another clip is in the video view: the next state that plays starts it.
+    /// Called after the video view's clip has changed: the next state that plays starts it.
     void videoDidChange() { appliedRate_ = 0; }
-    /// Publishes the time of playback and shows it on the seek bar and as the position.
+    /// Reports the playback time and shows it on the seek bar and as the position.
     void showTime();
-    /// The time and the number of the frame that is shown; empty without one.
+    /// The time and number of the displayed frame; empty without one.
     void showPosition();
 
 private:
@@ -32,7 +32,7 @@ private:
     void renderHistory(PlayerCollectionViewCellHUDView& hud);
 
     PlayerCollectionViewCellController& controller_;
-    float appliedRate_ = 0;  ///< the rate that the player was last started with; 0 while it is paused
+    float appliedRate_ = 0;  ///< the rate of the latest start; 0 while paused
 };
 
 }  // namespace videoanalysis

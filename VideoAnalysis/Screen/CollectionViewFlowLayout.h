@@ -1,5 +1,5 @@
 #pragma once
-// The flow layout of the players and of their overlays: it lays out again whenever the bounds change.
+// The flow layout of the players and their overlays, invalidated by every change of the bounds.
 
 #include "VideoAnalysis/Platform/UI/CollectionViewLayout.h"
 
@@ -7,7 +7,7 @@ namespace videoanalysis {
 
 class CollectionViewFlowLayout : public ui::FlowLayout {
 public:
-    /// True exactly when `newBounds` differs from the collection's current bounds.
+    /// Whether `newBounds` differs from the collection's current bounds.
     bool shouldInvalidateLayoutForBoundsChange(const Rect& newBounds) const override;
 };
 

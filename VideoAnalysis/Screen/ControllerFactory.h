@@ -1,5 +1,5 @@
 #pragma once
-// Makes the component's controllers by the names that a storyboard gives them. A platform calls it when it loads a scene.
+// Creates the component's controllers by their names in a storyboard. Called by a platform when it loads a scene.
 
 #include <memory>
 #include <string_view>

@@ -23,14 +23,14 @@ namespace {
 constexpr int overlayWindowTag = 99;
 constexpr int firstSystemWithoutPreview = 14;
 
-/// Where a recording goes; an empty URL without a directory for it.
+/// The file for a recording; empty if there is no directory for it.
 URL makeOutputURL(const recording::ScreenRecorder& recorder) {
     std::string directory = recorder.outputDirectory();
     if (directory.empty()) directory = platform().temporaryDirectory();
     return directory.empty() ? URL() : URL::fileURL(directory + "/" + newUUID() + ".mp4");
 }
 
-/// What a failed stop leaves.
+/// Logs a failed stop and ends the request.
 void abandonRecording(const std::string& error) {
     debugLog(error);
     mainStore().dispatch(SetScreenRecordingStateAction(false));
@@ -90,8 +90,9 @@ void MainViewController::viewDidLoad() {
 }
 
 void MainViewController::viewWillAppear(bool) {
-    isGone_ = false;
-    view()->setBackgroundColor(mainStore().state().theme.secondaryColor);  // loaded before the configuration arrived
+    isDismissed_ = false;
+    view()->setBackgroundColor(
+        mainStore().state().theme.secondaryColor);  // the view was loaded before the configuration was set
     if (const auto delegate = mainStore().state().delegate.lock()) {
         platform().presenter().setPreferredOrientation(delegate->preferredOrientation());
     }
@@ -137,20 +138,20 @@ void MainViewController::dismiss(bool animated, Completion completion) {
 }
 
 void MainViewController::newState(const MainViewControllerState& state) {
-    if (state.isScreenRecording && !isGone_) {
+    if (state.isScreenRecording && !isDismissed_) {
         if (!recorder().isRecording()) startRecording();
     } else {
         stopRecording();
     }
 }
 
-// The recorder's handlers may come on any thread: each continues on the main queue. They ask the state again, because another
-// analysis may be on the screen by then.
+// The recorder may call its handlers on any thread; each continues on the main queue. They read the state again, because
+// another analysis may have started by then.
 
 bool MainViewController::isRecordingWanted() {
     const State& state = mainStore().state();
     const auto screen = of(state);
-    return state.mainViewControllerState.isScreenRecording && screen && !screen->isGone_;
+    return state.mainViewControllerState.isScreenRecording && screen && !screen->isDismissed_;
 }
 
 void MainViewController::serveRequests() {
@@ -197,13 +198,13 @@ void MainViewController::discardRecording() {
 }
 
 void MainViewController::endRecording() {
-    isGone_ = true;
+    isDismissed_ = true;
     stopRecording();
-    // Later, because a reduction may be what removes the screen.
+    // Posted, because a reduction may be removing the screen.
     dispatch::mainQueue().async([weak = weak_from_this()] {
         const State& state = mainStore().state();
         const auto screen = of(state);
-        if (!screen || screen != weak.lock() || !screen->isGone_) return;
+        if (!screen || screen != weak.lock() || !screen->isDismissed_) return;
         if (state.mainViewControllerState.isScreenRecording) mainStore().dispatch(SetScreenRecordingStateAction(false));
     });
 }
@@ -214,7 +215,7 @@ void MainViewController::stopRecording() {
     if (output == URL()) return;
     const auto self = std::static_pointer_cast<MainViewController>(shared_from_this());
     if (platform().device().systemVersion() >= firstSystemWithoutPreview) {
-        // The recording may be ready only after the analysis has been closed, when the state knows no delegate any more.
+        // The recording may be finished after the analysis has been closed and the state has lost its delegate.
         const auto delegate = mainStore().state().delegate;
         recorder().stopRecording(output, [self, output, delegate](const recording::Error& error) {
             dispatch::mainQueue().async(
@@ -237,7 +238,7 @@ void MainViewController::recordingDidStop(const recording::Error& error, const U
     if (const auto manager = playersManager()) {
         for (VideoAnalysisController::Object& media : manager->currentMedia()) list.push_back(std::move(media));
     }
-    // An analysis that has come in the place of this one has a delegate of its own.
+    // A newer analysis has its own delegate.
     const bool isCurrent = mainStore().state().existingMainViewController().get() == this;
     auto host = isCurrent ? mainStore().state().delegate.lock() : nullptr;
     if (!host) host = delegate.lock();

@@ -1,6 +1,6 @@
 #pragma once
-// The analysis screen that is presented over the host's: it holds the players' collection and the overlay window above it, owns
-// the players manager, and starts and stops the screen recorder when the state asks for it.
+// The analysis screen, presented over the host's: holds the players' collection and the overlay window above it, owns the
+// players manager, and starts and stops the screen recorder as the state requests.
 
 #include "VideoAnalysis/Analysis/AnalysisScreen.h"
 #include "VideoAnalysis/Analysis/State.h"
@@ -22,18 +22,18 @@ class MainViewController : public ui::ViewController,
 public:
     ~MainViewController() override;
 
-    /// The screen of `state`, made on first use; null when it cannot be made.
+    /// The screen of `state`, created on first use; null if it cannot be created.
     static std::shared_ptr<MainViewController> of(const State& state);
 
     ui::Outlet<ui::CollectionView> playersCollectionView{outlets, "playersCollectionView"};
 
-    /// Made on first use; null when the overlay cannot be loaded.
+    /// Created on first use; null if the overlay cannot be loaded.
     ui::Window* overlayWindow();
-    /// The overlay window's root; null when there is none.
+    /// The overlay window's root; null if there is none.
     std::shared_ptr<OverlayViewController> overlayViewController();
-    /// Made on first use; null while the players' or the overlay's collection is missing.
+    /// Created on first use; null while the players' or the overlay's collection is missing.
     std::shared_ptr<PlayersManager> playersManager();
-    /// The platform's, taken on first use, when its microphone is switched on.
+    /// The platform's recorder; the first use enables its microphone.
     recording::ScreenRecorder& recorder();
 
     void viewDidLoad() override;
@@ -52,17 +52,17 @@ public:
     void previewControllerDidFinish(recording::PreviewViewController& previewController) override;
 
 private:
-    // These concern the analysis that is open when they are called, not the screen that began the recording.
+    // Apply to the analysis that is open when they are called, not to the screen that started the recording.
     static bool isRecordingWanted();
     static void recordingDidBreakOff(const std::string& reason);
-    /// Serves what was asked for while the recorder was busy.
+    /// Serves requests made while the recorder was busy.
     static void serveRequests();
 
     void startRecording();
     void stopRecording();
-    /// Stops a recording that nothing asks for and removes it.
+    /// Stops and removes a recording that is no longer requested.
     static void discardRecording();
-    /// The screen disappears for good: a running recording is stopped and delivered, and the request ends.
+    /// Called when the screen is dismissed: stops and delivers a running recording and clears the request.
     void endRecording();
     void recordingDidStop(const recording::Error& error, const URL& output,
                           const std::weak_ptr<VideoAnalysisControllerDelegate>& delegate);
@@ -72,7 +72,7 @@ private:
     std::unique_ptr<ui::Window> overlayWindow_;
     std::shared_ptr<PlayersManager> playersManager_;
     recording::ScreenRecorder* recorder_ = nullptr;
-    bool isGone_ = false;  ///< dismissed, and not presented again
+    bool isDismissed_ = false;  ///< dismissed and not presented again
 };
 
 }  // namespace videoanalysis

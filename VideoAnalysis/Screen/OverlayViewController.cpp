@@ -18,7 +18,7 @@
 namespace videoanalysis {
 namespace {
 
-constexpr int untouchedTag = 5;  // buttons of this tag are left as the layout has them
+constexpr int untouchedTag = 5;  // buttons with this tag keep the appearance of the layout
 
 void layOutSuperview(const std::shared_ptr<ui::View>& view) {
     if (const std::shared_ptr<ui::View> above = view->superview()) above->layoutIfNeeded();
@@ -26,13 +26,13 @@ void layOutSuperview(const std::shared_ptr<ui::View>& view) {
 
 void chooseTool(SketchToolType tool) { mainStore().dispatch(SetDrawingToolTypeAction(tool, true)); }
 
-/// Whether `overlay` belongs to the analysis that is there now, not to one that has ended.
+/// Whether `overlay` belongs to the current analysis.
 bool isOfTheAnalysis(const ui::ViewController& overlay) {
     const auto screen = std::dynamic_pointer_cast<MainViewController>(mainStore().state().existingMainViewController());
     return screen && screen->overlayViewController().get() == &overlay;
 }
 
-/// Hours, minutes and seconds of at least two digits each.
+/// Hours, minutes and seconds, at least two digits each.
 std::string clockText(std::int64_t seconds) {
     char text[40];
     std::snprintf(text, sizeof text, "%02lld:%02lld:%02lld", static_cast<long long>(seconds / 3600),
@@ -62,7 +62,7 @@ void OverlayViewController::connectOutlets(ui::Outlets& layout) {
     layout.action("handleDiscardAndClose:", [this](ui::Control& sender) { handleDiscardAndClose(sender); });
 }
 
-// ---- Life cycle
+// ---- Lifecycle
 
 void OverlayViewController::viewDidLoad() {
     applyTheme();
@@ -74,7 +74,7 @@ void OverlayViewController::viewDidLoad() {
 }
 
 void OverlayViewController::viewWillAppear(bool) {
-    applyTheme();  // the screen is loaded before the configuration arrives
+    applyTheme();  // the screen is loaded before the configuration is set
     mainStore().subscribe(std::static_pointer_cast<OverlayViewController>(shared_from_this()),
                           [](auto& whole) { return whole.select(&State::mainViewControllerState); });
 }
@@ -85,7 +85,7 @@ void OverlayViewController::viewDidAppear(bool) {
 
 void OverlayViewController::viewDidDisappear(bool) {
     mainStore().unsubscribe(*this);
-    if (recordingTimer) recordingTimer->invalidate();  // the next appearance starts it again where the state wants it
+    if (recordingTimer) recordingTimer->invalidate();  // restarted by the next appearance if the state requires it
 }
 
 void OverlayViewController::viewWillTransition(Size) {
@@ -98,7 +98,7 @@ void OverlayViewController::viewWillTransition(Size) {
     handleToolbarCollapse();
 }
 
-/// The root itself stays clear over the players, whatever the theme.
+/// Keeps the root itself transparent over the players.
 void OverlayViewController::applyTheme() {
     const Theme& theme = mainStore().state().theme;
     addButton->setTitleColor(theme.buttonsTintColor);
@@ -163,8 +163,8 @@ void OverlayViewController::newState(const MainViewControllerState& screen) {
     toolsStack->setHidden(screen.isHUDVisible && !screen.isDrawingToolsVisible);
 }
 
-/// The looks and the timer follow the request and the recorder's answer in this order, row by row: the timer begins with the
-/// answer, and the idle look stops it only when the current state says that a recording had been started.
+/// The button and the timer follow the request first, then the recorder's answer: the timer starts with the answer, and the
+/// idle appearance stops it only if the current state has a started recording.
 void OverlayViewController::renderRecording(const MainViewControllerState& screen) {
     if (screen.isScreenRecording) {
         applyRecordingLook();
@@ -213,7 +213,7 @@ void OverlayViewController::recordingWithTimer() {
     timerLabel->setText(clockText(seconds));
 }
 
-/// The marker stands beside the selected tool, and the picker shows that tool's colour.
+/// Moves the marker beside the selected tool and preselects its colour in the picker.
 void OverlayViewController::renderSelectedTool(const MainViewControllerState& screen, int selectedTool) {
     const auto arrow = arrowImage.required();
     arrow->setAlpha(0);
@@ -243,7 +243,7 @@ Color OverlayViewController::toolColor(int tool, const ToolColorMap& map) {
     return ToolColorMap::standard()[type].value_or(Color::white());
 }
 
-// ---- What the controls do
+// ---- Control actions
 
 void OverlayViewController::tapOnPen(ui::Control&) { chooseTool(SketchToolType::pen); }
 void OverlayViewController::tapOnLine(ui::Control&) { chooseTool(SketchToolType::line); }
@@ -299,7 +299,7 @@ void OverlayViewController::handleDiscardAndClose(ui::Control&) {
     }
 }
 
-// ---- The colour picker
+// ---- Colour picker
 
 void OverlayViewController::didSelectItemAt(ColorPickerView& picker, const ui::IndexPath& indexPath) {
     if (indexPath.item < 0 || indexPath.item >= static_cast<std::int64_t>(picker.colors().size())) {

@@ -1,6 +1,6 @@
 #pragma once
 // The transparent screen over the players: top bar, tool strip, arrow marker, colour picker and the collection of the players'
-// controls. It changes nothing itself: every control dispatches an action, every property is rendered from the state.
+// controls. Controls dispatch actions; all properties are rendered from the state.
 
 #include "VideoAnalysis/Analysis/State.h"
 #include "VideoAnalysis/Controls/ColorPickerView.h"
@@ -25,7 +25,7 @@ class OverlayViewController : public ui::ViewController,
 public:
     ~OverlayViewController() override;
 
-    /// Shown only while the controls are.
+    /// Visible only while the controls are.
     ui::OutletCollection<ui::View> visibleViews{outlets, "visibleViews"};
     ui::Outlet<ui::View> topBarView{outlets, "topBarView"};
     ui::Outlet<ui::Label> timerLabel{outlets, "timerLabel"};
@@ -43,11 +43,11 @@ public:
     ui::Outlet<ui::StackView> drawingToolsStackView{outlets, "drawingToolsStackView"};
     ui::Outlet<ui::CollectionView> playersCollectionView{outlets, "playersCollectionView"};
 
-    /// How long the recording has been running, in whole seconds.
+    /// Duration of the recording, in whole seconds.
     std::int64_t seconds = 0;
-    /// Null or invalid while it does not tick.
+    /// Null or invalid while stopped.
     std::shared_ptr<dispatch::Timer> recordingTimer;
-    /// From one tick to the next, in seconds.
+    /// Interval of the timer, in seconds.
     static constexpr double delayDuration = 1.0;
 
     void connectOutlets(ui::Outlets& layout) override;
@@ -59,7 +59,7 @@ public:
 
     void newState(const MainViewControllerState& state) override;
 
-    // What the controls do.
+    // ---- Control actions
     void tapOnPen(ui::Control& sender);
     void tapOnLine(ui::Control& sender);
     void tapOnArrow(ui::Control& sender);
@@ -73,17 +73,17 @@ public:
     void handleMediaAddition(ui::Control& sender);
     void handleDiscardAndClose(ui::Control& sender);
 
-    /// Fatal when the picker has no such colour.
+    /// Fatal if the picker has no such colour.
     void didSelectItemAt(ColorPickerView& picker, const ui::IndexPath& indexPath) override;
     Size sizeForItemAt(ColorPickerView& picker, const ui::IndexPath& indexPath) override;
     double minimumLineSpacingForSectionAt(ColorPickerView& picker, std::int64_t section) override;
     double minimumInteritemSpacingForSectionAt(ColorPickerView& picker, std::int64_t section) override;
     EdgeInsets insetForSectionAt(ColorPickerView& picker, std::int64_t section) override;
 
-    /// A second more has been recorded.
+    /// Advances the clock by one second.
     void recordingWithTimer();
 
-    /// The colour in which a tool's button shows: its own colour in `map`, or else its standard one; white for those without.
+    /// The tint of a tool's button: its colour in `map`, or its standard colour, or white if it has neither.
     static Color toolColor(int tool, const ToolColorMap& map);
 
 private:

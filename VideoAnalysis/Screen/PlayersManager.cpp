@@ -61,8 +61,8 @@ bool PlayersManager::keyPressed(const ui::KeyPress& press) {
             return a->commands.latestTouch() < b->commands.latestTouch();
         });
     if (latest == cellControllers.end()) return false;
-    // What a locked player dispatches for playback reaches all of them; the rest is each one's own.
-    // Escape closes what is open anywhere.
+    // While locked, playback keys of one player already address all of them, but undo and fill mode must go to each player.
+    // Escape closes the panels of any player.
     const bool isOwn = press.key == ui::Key::z || press.key == ui::Key::f;
     const bool isLocked = mainStore().state().mainViewControllerState.isMediaPlaybackLocked;
     if (press.key != ui::Key::escape && !(isOwn && isLocked)) return (*latest)->commands.keyPressed(press);
@@ -71,7 +71,7 @@ bool PlayersManager::keyPressed(const ui::KeyPress& press) {
     return isUsed;
 }
 
-// ---- What the reducers ask for
+// ---- AnalysisPlayers
 
 template <class Change>
 void PlayersManager::changeCollections(Change&& change) {
@@ -135,7 +135,7 @@ void PlayersManager::endRulerThrow(std::size_t position) { cellControllers.at(po
 
 std::shared_ptr<media::Player> PlayersManager::pausedPlayer(std::size_t position) const {
     std::shared_ptr<media::Player> player = cellControllers.at(position)->player();
-    // The pause of the local state reaches the player some turns later; a step or a seek starts from a still picture.
+    // The local state pauses the player only some turns later, but a step or seek needs it paused now.
     if (player) player->pause();
     return player;
 }
@@ -182,7 +182,7 @@ std::shared_ptr<ui::CollectionViewCell> PlayersManager::cellForItemAt(ui::Collec
     const std::shared_ptr<ui::CollectionViewCell> dequeued =
         view.dequeueReusableCell(isOverlay ? overlayCell : playerCell, indexPath);
 
-    // The two branches differ in the cell's kind and in the words of the log only.
+    // The two branches differ only in the type of the cell and the log text.
     const auto bind = [&](const auto& cell, const auto& boundCell, const auto& setBoundCell, const std::string& kind,
                           const char* index) {
         if (!cell) return std::make_shared<ui::CollectionViewCell>();
@@ -221,7 +221,7 @@ void PlayersManager::willDisplay(ui::CollectionView& view, ui::CollectionViewCel
     if (&view != collectionView.lock().get()) return;
     const auto item = static_cast<std::size_t>(indexPath.item);
     if (item >= cellControllers.size()) return;
-    // The controller, not its number: items may be removed and replaced until then.
+    // Holds the controller, not its index: items may be removed or replaced until then.
     dispatch::mainQueue().asyncAfter(firstLoadDelay, [weak = std::weak_ptr(cellControllers[item])] {
         if (const auto controller = weak.lock()) controller->performFirstLoad();
     });

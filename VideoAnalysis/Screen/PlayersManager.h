@@ -1,7 +1,6 @@
 #pragma once
-// Feeds the two collections that lie over each other, the players and their controls, from one list of player controllers. The
-// reducers change the list through `AnalysisPlayers`; the manager sizes the items so that all players share the screen and
-// binds each cell.
+// The data source of the two stacked collections, the players and their controls, from one list of player controllers. The
+// reducers change the list through `AnalysisPlayers`; the manager sizes the items to share the screen and binds the cells.
 
 #include "VideoAnalysis/Analysis/AnalysisScreen.h"
 #include "VideoAnalysis/Platform/UI/CollectionView.h"
@@ -21,7 +20,7 @@ class PlayersManager : public AnalysisPlayers,
     struct Private {};
 
 public:
-    /// Registers the cell templates with both views and becomes their data source and delegate; fatal when one is missing.
+    /// Registers the cell templates with both views and becomes their data source and delegate; fatal if one is missing.
     static std::shared_ptr<PlayersManager> make(const std::shared_ptr<ui::CollectionView>& collectionView,
                                                 const std::shared_ptr<ui::CollectionView>& overlayCollectionView);
 
@@ -31,15 +30,15 @@ public:
 
     const std::weak_ptr<ui::CollectionView> collectionView;
     const std::weak_ptr<ui::CollectionView> overlayCollectionView;
-    /// One for each item of media, in the same order.
+    /// One per item of media, in the same order.
     std::vector<std::shared_ptr<PlayerCollectionViewCellController>> cellControllers;
     const std::shared_ptr<ui::CellTemplate> nib;
     const std::shared_ptr<ui::CellTemplate> overlayNib;
-    /// Handed to each controller whose overlay cell is bound: the screen that presents what the controller asks for.
+    /// The presenting screen, passed to each controller whose overlay cell is bound.
     std::weak_ptr<ui::ViewController> presenteeViewController;
 
-    /// A key goes to the player that was touched last, the first one before any touch; to all when playback is locked.
-    /// Returns whether there is a use for it.
+    /// Sends a key to the player touched last, initially the first one, or to all while playback is locked. Returns whether
+    /// it was handled.
     bool keyPressed(const ui::KeyPress& press);
 
     std::size_t count() const override { return cellControllers.size(); }

@@ -1,5 +1,5 @@
 #pragma once
-// The colours in which a platform draws the screen: those of the theme, and the colour of the selected tool.
+// The colours for a platform's screen: those of the theme, and the colour of the selected tool.
 
 #include "VideoAnalysis/Analysis/VideoAnalysisConfiguration.h"
 
@@ -10,13 +10,13 @@ namespace videoanalysis {
 
 struct ScreenColors {
     Theme theme;
-    Color accent = Color::white();  ///< of the selected tool; white for one without a colour
+    Color accent = Color::white();  ///< of the selected tool; white if it has none
 
     friend bool operator==(const ScreenColors&, const ScreenColors&) = default;
 };
 
-/// Calls `changed` with the colours in use, in a later turn of the main queue, and again whenever they change, for as long as
-/// the returned token is held. Main thread only.
+/// Calls `changed` with the current colours in a later turn of the main queue, and again on every change. Destroying the
+/// returned token unsubscribes. Main thread only.
 std::shared_ptr<void> observeScreenColors(std::function<void(const ScreenColors& colors)> changed);
 
 }  // namespace videoanalysis
