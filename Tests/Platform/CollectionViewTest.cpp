@@ -53,20 +53,20 @@ protected:
     const std::shared_ptr<CollectionView> view = std::make_shared<CollectionView>();
 };
 
-TEST_F(CollectionViewTest, OnlyCellsInSightExistAndTheyAreUsedAgain) {
+TEST_F(CollectionViewTest, CreatesVisibleCellsOnlyAndReusesThem) {
     EXPECT_EQ(shown(), (std::vector{0, 1}));
     EXPECT_EQ(view->contentSize(), (Size{100, 20 * 50 - 10}));
     view->setContentOffset({0, 45});
     EXPECT_EQ(shown(), (std::vector{1, 2}));
     view->setContentOffset({0, 500});
     EXPECT_EQ(shown(), (std::vector{10, 11}));
-    EXPECT_EQ(source->made, 2) << "cells that left the screen are dequeued again";
+    EXPECT_EQ(source->made, 2) << "cells that are no longer visible are reused";
     EXPECT_EQ(source->displayed - source->removed, 2);
     EXPECT_EQ(view->cellForItem({10, 0})->frame(), Rect(0, 500, 100, 40));
     EXPECT_EQ(view->cellForItem({12, 0}), nullptr);
 }
 
-TEST_F(CollectionViewTest, InsertDeleteAndReloadKeepCountsAndCellsInStep) {
+TEST_F(CollectionViewTest, InsertDeleteAndReloadUpdateCountsAndCells) {
     source->words.insert(source->words.begin(), std::string(50, 'y'));
     view->insertItems({{0, 0}});
     platform->drainMainQueue();
@@ -83,7 +83,7 @@ TEST_F(CollectionViewTest, InsertDeleteAndReloadKeepCountsAndCellsInStep) {
     EXPECT_EQ(shown(), (std::vector{1, 5}));
 
     source->words.resize(1);
-    EXPECT_EQ(view->numberOfItemsInSection(0), 19) << "what the view believes, until it is told";
+    EXPECT_EQ(view->numberOfItemsInSection(0), 19) << "cached until the view is notified";
     view->reloadData();
     EXPECT_EQ(view->numberOfItemsInSection(0), 1);
     platform->drainMainQueue();
@@ -91,7 +91,7 @@ TEST_F(CollectionViewTest, InsertDeleteAndReloadKeepCountsAndCellsInStep) {
     EXPECT_DEATH(view->deleteItems({{0, 0}}), "Invalid delete");
 }
 
-TEST_F(CollectionViewTest, LinesRunAlongTheScrollingDirection) {
+TEST_F(CollectionViewTest, ScrollingDirectionSelectsTheLines) {
     layout->setItemSize({30, 40});
     layout->setMinimumInteritemSpacing(5);
     layout->setSectionInset({7, 0, 0, 0});
@@ -105,7 +105,7 @@ TEST_F(CollectionViewTest, LinesRunAlongTheScrollingDirection) {
     EXPECT_EQ(layout->layoutAttributesForItem({2, 0})->frame, Rect(40, 7, 30, 40));
 }
 
-TEST_F(CollectionViewTest, UnregisteredCellsStopTheProgramWithTheirName) {
+TEST_F(CollectionViewTest, UnregisteredCellIsFatal) {
     EXPECT_DEATH((void)view->dequeueReusableCell("nothing", {0, 0}), "under the identifier nothing");
 }
 

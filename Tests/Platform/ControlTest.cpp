@@ -1,4 +1,4 @@
-// Buttons and sliders under a pointer and the keyboard.
+// Pointer and keyboard input of buttons and sliders.
 
 #include "VideoAnalysis/Platform/UI/Control.h"
 #include "Tests/Support/ComponentTest.h"
@@ -34,7 +34,7 @@ protected:
         const ui::PointerEvent event = mouse(changed, phase, at);
         EXPECT_TRUE(view.handlePointers({&event, 1}));
     }
-    /// What the actions were since the last call.
+    /// The actions since the last call of this function.
     std::string actions() { return std::exchange(heard, {}); }
 
     const std::shared_ptr<ui::Button> button = std::make_shared<ui::Button>();
@@ -42,13 +42,13 @@ protected:
     std::string heard;
 };
 
-TEST_F(ControlTest, APressCountsWhereItIsReleased) {
+TEST_F(ControlTest, ButtonActsOnReleaseInside) {
     mouseTo(*button, PointerPhase::began, {20, 20});
     EXPECT_TRUE(button->isHighlighted());
     mouseTo(*button, PointerPhase::moved, {50, 20});
-    EXPECT_FALSE(button->isHighlighted()) << "not over it";
+    EXPECT_FALSE(button->isHighlighted()) << "outside of the button";
     mouseTo(*button, PointerPhase::moved, {44, 20});
-    EXPECT_TRUE(button->isHighlighted()) << "its edge belongs to it";
+    EXPECT_TRUE(button->isHighlighted()) << "the edge is inside";
     mouseTo(*button, PointerPhase::ended, {44, 20});
     EXPECT_FALSE(button->isHighlighted());
     EXPECT_EQ(actions(), "down inside ");
@@ -58,13 +58,13 @@ TEST_F(ControlTest, APressCountsWhereItIsReleased) {
     EXPECT_EQ(actions(), "down outside ");
     mouseTo(*button, PointerPhase::ended, {20, 20});
     mouseTo(*button, PointerPhase::began, {20, 20}, PointerButton::right);
-    EXPECT_EQ(actions(), "") << "only the left button presses";
+    EXPECT_EQ(actions(), "") << "other mouse buttons are ignored";
 
     mouseTo(*button, PointerPhase::began, {20, 20});
     button->click();
     mouseTo(*button, PointerPhase::cancelled, {});
     EXPECT_FALSE(button->isHighlighted());
-    EXPECT_EQ(actions(), "down outside ") << "the keyboard waits while a pointer holds the button";
+    EXPECT_EQ(actions(), "down outside ") << "keys are ignored while a pointer is pressed";
     button->click();
     EXPECT_EQ(actions(), "down inside ");
     button->setEnabled(false);
@@ -72,7 +72,7 @@ TEST_F(ControlTest, APressCountsWhereItIsReleased) {
     EXPECT_EQ(actions(), "");
 }
 
-TEST_F(ControlTest, AButtonThatIsHeldDownRecognizesALongPressInsteadOfATap) {
+TEST_F(ControlTest, HeldButtonRecognizesALongPressInsteadOfATap) {
     const auto recognizer = std::make_shared<ui::LongPressGestureRecognizer>(button);
     std::vector<ui::GestureState> states;
     recognizer->setHandler([&](ui::GestureRecognizer& sender) { states.push_back(sender.state()); });
@@ -82,7 +82,7 @@ TEST_F(ControlTest, AButtonThatIsHeldDownRecognizesALongPressInsteadOfATap) {
     platform->advance(0.49);
     mouseTo(*button, PointerPhase::ended, {20, 21});
     platform->advance(1);
-    EXPECT_TRUE(states.empty()) << "released in time";
+    EXPECT_TRUE(states.empty()) << "released before the long press";
     EXPECT_EQ(actions(), "down inside ");
 
     mouseTo(*button, PointerPhase::began, {20, 21});
@@ -91,10 +91,10 @@ TEST_F(ControlTest, AButtonThatIsHeldDownRecognizesALongPressInsteadOfATap) {
     EXPECT_EQ(recognizer->location(), (Point{20, 21}));
     mouseTo(*button, PointerPhase::ended, {20, 21});
     EXPECT_EQ(states, (std::vector{ui::GestureState::began, ui::GestureState::ended}));
-    EXPECT_EQ(actions(), "down ") << "no tap";
+    EXPECT_EQ(actions(), "down ") << "a long press is not a tap";
     mouseTo(*button, PointerPhase::began, {20, 21});
     mouseTo(*button, PointerPhase::ended, {20, 21});
-    EXPECT_EQ(actions(), "down inside ") << "the next press is one again";
+    EXPECT_EQ(actions(), "down inside ") << "the next press is a tap again";
 
     states.clear();
     mouseTo(*button, PointerPhase::began, {20, 21});
@@ -103,13 +103,13 @@ TEST_F(ControlTest, AButtonThatIsHeldDownRecognizesALongPressInsteadOfATap) {
     EXPECT_TRUE(states.empty());
 }
 
-TEST_F(ControlTest, APressTakesTheThumbAndADragMovesIt) {
+TEST_F(ControlTest, DraggingMovesTheSliderThumb) {
     mouseTo(*slider, PointerPhase::began, {60, 10});
     EXPECT_TRUE(slider->isTracking());
     EXPECT_EQ(slider->value(), 1.0F);
     mouseTo(*slider, PointerPhase::moved, {60, 15});
     mouseTo(*slider, PointerPhase::moved, {500, 10});
-    EXPECT_EQ(slider->value(), 2.0F) << "it stops at its end";
+    EXPECT_EQ(slider->value(), 2.0F) << "clamped to the max value";
     EXPECT_EQ(slider->thumbPosition(), 1);
     mouseTo(*slider, PointerPhase::ended, {500, 10});
     EXPECT_FALSE(slider->isTracking());
@@ -123,7 +123,7 @@ TEST_F(ControlTest, APressTakesTheThumbAndADragMovesIt) {
     mouseTo(*slider, PointerPhase::began, {85, 10});
     slider->step(0.25);
     mouseTo(*slider, PointerPhase::cancelled, {});
-    EXPECT_EQ(slider->value(), 1.5F) << "the keyboard waits while a pointer holds the thumb";
+    EXPECT_EQ(slider->value(), 1.5F) << "keys are ignored while a pointer drags the thumb";
     EXPECT_EQ(actions(), "down outside ");
 }
 

@@ -1,4 +1,4 @@
-// Outlets connect themselves by the name that their owner gives them.
+// Connecting outlets and actions by name.
 
 #include "VideoAnalysis/Platform/UI/Outlets.h"
 
@@ -55,7 +55,7 @@ TEST(OutletsTest, ConnectsDeclaredOutletsByName) {
     EXPECT_EQ(buttons, 3);
 }
 
-TEST(OutletsTest, StopsTheProgramWithTheNameOfAMissingOutlet) {
+TEST(OutletsTest, MissingOutletIsFatal) {
     Layout layout;
     auto play = std::make_shared<Button>();
     layout.views = {{"playButton", play}};
@@ -70,7 +70,7 @@ TEST(OutletsTest, StopsTheProgramWithTheNameOfAMissingOutlet) {
     EXPECT_DEATH((void)panel.playButton.required(), "Missing outlet: playButton");
 }
 
-TEST(OutletsTest, StopsTheProgramWithTheNameOfAnActionThatIsNotOffered) {
+TEST(OutletsTest, UnknownActionIsFatal) {
     struct Owner {
         void connectOutlets(Outlets& layout) { layout.action("save:", {}); }
     } owner;

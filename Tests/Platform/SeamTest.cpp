@@ -14,13 +14,13 @@ namespace {
 
 using SeamTest = ComponentTest;
 
-TEST_F(SeamTest, ATurnRunsWhatWasWaitingWhenItBegan) {
+TEST_F(SeamTest, TurnRunsTheBlocksPendingWhenItBegan) {
     std::string order;
     dispatch::MainQueue& queue = platform->queue;
     queue.async([&] {
         order += "a";
         queue.async([&] { order += "c"; });
-        EXPECT_FALSE(queue.runTurn()) << "a turn inside a turn would mix up the order";
+        EXPECT_FALSE(queue.runTurn()) << "a nested turn would change the order";
     });
     queue.async([&] { order += "b"; });
     EXPECT_TRUE(queue.runTurn());
@@ -30,7 +30,7 @@ TEST_F(SeamTest, ATurnRunsWhatWasWaitingWhenItBegan) {
     EXPECT_FALSE(queue.runTurn());
 }
 
-TEST_F(SeamTest, BlocksOwnWhatTheyCarryExactlyAsLongAsTheyLive) {
+TEST_F(SeamTest, BlocksOwnTheirCallable) {
     auto token = std::make_shared<int>(1);
     std::array<char, 200> large{};
     int sum = 0;
@@ -67,7 +67,7 @@ TEST_F(SeamTest, AnyThreadMayPost) {
     EXPECT_EQ(last, (std::array{perThread, perThread, perThread, perThread}));
 }
 
-/// Lets the owner's thread continue during a wake, and notices when the queue is destroyed at that time.
+/// Lets the owner's thread continue during a wake, and detects if the queue is destroyed at that time.
 class SlowlyWokenQueue final : public dispatch::MainQueue {
 public:
     struct Witness {
@@ -96,7 +96,7 @@ private:
     Witness& witness_;
 };
 
-TEST_F(SeamTest, AQueueMayGoWhileOtherThreadsPost) {
+TEST_F(SeamTest, QueueMayBeDestroyedWhileOtherThreadsPost) {
     for (int round = 0; round < 5; ++round) {
         SlowlyWokenQueue::Witness witness;
         auto queue = std::make_unique<SlowlyWokenQueue>(witness);
@@ -106,17 +106,17 @@ TEST_F(SeamTest, AQueueMayGoWhileOtherThreadsPost) {
             do {
                 inbox->post([token] {});
             } while (!witness.isGone);
-            inbox->post([token] { FAIL() << "nothing runs after the queue"; });
+            inbox->post([token] { FAIL() << "a block ran after its queue was destroyed"; });
         });
         while (!witness.isWaking) std::this_thread::yield();
         queue = nullptr;
         poster.join();
         EXPECT_EQ(witness.wakesOfTheDead, 0);
-        EXPECT_EQ(token.use_count(), 1) << "what was posted is dropped, before and after";
+        EXPECT_EQ(token.use_count(), 1) << "all blocks are discarded";
     }
 }
 
-TEST_F(SeamTest, TheClockRunsWhatIsDueInOrder) {
+TEST_F(SeamTest, ClockFiresTimersInOrder) {
     std::string order;
     platform->queue.asyncAfter(0.5, [&] { order += "b"; });
     const auto timer = platform->scheduleTimer(0.2, true, [&] { order += "t"; });
@@ -146,7 +146,7 @@ TEST_F(SeamTest, TimesAreRationalAndCompareExactly) {
     EXPECT_EQ(Time(1, 0).seconds(), 0.0);
 }
 
-TEST_F(SeamTest, PicturesFitTheirViewAsTheGravitySays) {
+TEST_F(SeamTest, PicturesFitTheirViewByGravity) {
     using media::PlayerLayer;
     using media::VideoGravity;
     const Rect bounds(0, 0, 400, 400);
@@ -156,7 +156,7 @@ TEST_F(SeamTest, PicturesFitTheirViewAsTheGravitySays) {
     EXPECT_EQ(PlayerLayer::pictureRect(bounds, {}, VideoGravity::resizeAspect), bounds);
 }
 
-TEST_F(SeamTest, FileURLsCarryEveryPath) {
+TEST_F(SeamTest, FileURLsEncodeEveryPath) {
     const std::string path = "/tmp/a b%20ü#?.mp4";
     const URL url = URL::fileURL(path);
     EXPECT_EQ(url.path(), path);
@@ -167,7 +167,7 @@ TEST_F(SeamTest, FileURLsCarryEveryPath) {
     EXPECT_EQ(URL("file:///a%2").path(), "/a%2");
 }
 
-TEST_F(SeamTest, WithoutAPlatformTheProgramSaysWhatToCall) {
+TEST_F(SeamTest, MissingPlatformIsFatalAndNamesTheFunctionToCall) {
     EXPECT_DEATH(
         {
             installPlatform(nullptr);

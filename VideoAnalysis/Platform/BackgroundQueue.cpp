@@ -39,7 +39,7 @@ void BackgroundQueue::run() {
         shared_.waiting.erase(shared_.waiting.begin());
         lock.unlock();
         block();
-        block = {};  // what it holds is released without the lock
+        block = {};  // destroyed without holding the lock
         lock.lock();
     }
 }

@@ -1,6 +1,6 @@
 #pragma once
-// A thread for work that would hold up the main thread. Its owner decides how long it lives: the sketch view keeps one for
-// drawings that take long.
+// A thread for work that would block the main thread, with the lifetime of its owner. Used by the sketch view for slow
+// drawings.
 
 #include "VideoAnalysis/Platform/Dispatch.h"
 
@@ -11,16 +11,16 @@
 
 namespace videoanalysis::dispatch {
 
-/// Runs blocks one at a time, in order. The thread starts with the first block.
+/// A serial queue. Its thread starts with the first block.
 class BackgroundQueue {
 public:
     BackgroundQueue() = default;
-    /// Discards what is waiting and waits for the block that is running.
+    /// Discards pending blocks and waits for the running one.
     ~BackgroundQueue();
     BackgroundQueue(const BackgroundQueue&) = delete;
     BackgroundQueue& operator=(const BackgroundQueue&) = delete;
 
-    /// The owner's thread. Returns at once; where the system grants no thread the block runs inside the call.
+    /// Owner's thread only. Does not block, except that the block runs inside the call if no thread can be created.
     void async(Block block);
 
 private:

@@ -9,7 +9,7 @@ struct Color {
     double blue = 0;
     double alpha = 1;
 
-    /// From components in 0...255, opaque.
+    /// An opaque colour from components in 0...255.
     static constexpr Color rgb255(int red, int green, int blue) {
         return {red / 255.0, green / 255.0, blue / 255.0, 1.0};
     }

@@ -7,7 +7,7 @@
 namespace videoanalysis::dispatch {
 
 MainQueue::MainQueue() : inbox_(std::make_shared<Inbox>()) {
-    constexpr std::size_t usualBurst = 256;  // blocks, so that ordinary traffic never allocates
+    constexpr std::size_t usualBurst = 256;  // blocks; reserved, so that ordinary traffic does not allocate
     inbox_->queue_ = this;
     inbox_->waiting_.reserve(usualBurst);
     running_.reserve(usualBurst);
@@ -26,7 +26,7 @@ void MainQueue::close() {
         inbox_->isClosed_ = true;
         dropped.swap(inbox_->waiting_);
     }
-    dropped.clear();  // may post: screens and players go with the last block that holds them
+    dropped.clear();  // may post: destroys screens and players that only blocks keep alive
 }
 
 void MainQueue::Inbox::post(Block block) {
@@ -53,7 +53,7 @@ bool MainQueue::runTurn(bool isNested) {
     }
     const bool wasRunning = std::exchange(isRunning_, true);
     while (next_ < running_.size()) {
-        Block block = std::move(running_[next_++]);  // out of the list, which a nested turn replaces
+        Block block = std::move(running_[next_++]);  // moved out, because a nested turn replaces the list
         block();
     }
     running_.clear();

@@ -15,13 +15,13 @@
 
 namespace videoanalysis::dispatch {
 
-/// A move-only function () -> nothing. Callables of up to 56 bytes are kept inside, so that posting them does not allocate.
+/// A move-only `void()` function. Callables of up to 56 bytes are stored inline, so that posting them does not allocate.
 class Block {
 public:
     Block() = default;
 
     template <class F, class = std::enable_if_t<!std::is_same_v<std::decay_t<F>, Block>>>
-    Block(F&& callable) {  // NOLINT: implicit on purpose, any callable is a block
+    Block(F&& callable) {  // NOLINT: implicit, any callable is a block
         using Callable = std::decay_t<F>;
         if constexpr (sizeof(Callable) <= inlineSize && alignof(Callable) <= alignof(void*) &&
                       std::is_nothrow_move_constructible_v<Callable>) {
@@ -85,32 +85,32 @@ private:
     const Operations* operations_ = nullptr;
 };
 
-/// A queue to which blocks are posted. Blocks run in the order in which they were posted, on the queue's own thread.
+/// A serial queue: blocks run in the order in which they were posted, on the queue's thread.
 class Queue {
 public:
     virtual ~Queue() = default;
-    /// Any thread. Returns at once; the block runs later.
+    /// Any thread. Posts the block without waiting for it.
     virtual void async(Block block) = 0;
     /// Any thread. Runs the block once, `seconds` (0 or more) from now.
     virtual void asyncAfter(double seconds, Block block) = 0;
 };
 
-/// The queue of the thread that owns the user interface. Work is done in turns: a turn runs the blocks that were waiting
-/// when it began, and blocks posted during it belong to the next one. The platform runs the turns.
+/// The queue of the user interface thread. Runs in turns: a turn runs the blocks that were pending when it began; blocks
+/// posted during a turn run in the next one. The platform runs the turns.
 ///
 /// A thread that may outlive the queue posts through its `Inbox`. The destructor of each final class calls `close` first.
 class MainQueue : public Queue {
 public:
-    /// Where blocks wait. Shared: it may outlive its queue, and drops what is posted then. Any thread.
+    /// The pending blocks. May outlive the queue; blocks posted after that are discarded. Any thread.
     class Inbox {
     public:
-        /// Drops the block once the queue is closed.
+        /// Discards the block if the queue is closed.
         void post(Block block);
 
     private:
         friend class MainQueue;
 
-        std::mutex wakeMutex_;        // held while the queue is woken, so that closing waits for it
+        std::mutex wakeMutex_;        // held while waking the queue, so that closing waits for it
         MainQueue* queue_ = nullptr;  // under `wakeMutex_`; null once closed
         std::mutex mutex_;            // guards the rest
         std::vector<Block> waiting_;
@@ -124,26 +124,24 @@ public:
     /// Never null.
     const std::shared_ptr<Inbox>& inbox() const { return inbox_; }
 
-    /// Runs one turn and says whether there was anything to run. Main thread. Called from inside a block of the queue it does
-    /// nothing, unless `isNested`: for an event loop that the block runs, whose turns begin with what the interrupted turn has
-    /// left.
+    /// Runs one turn and returns whether there was anything to run. Main thread only. No effect inside a block of the queue,
+    /// unless `isNested`, for an event loop run by that block: its turns start with the rest of the interrupted turn.
     bool runTurn(bool isNested = false);
     /// Any thread.
     bool isEmpty() const;
 
 protected:
-    /// Called once each time a block is posted to the empty queue, on the posting thread. It must not post.
+    /// Called on the posting thread whenever a block is posted to the empty queue. Must not post.
     virtual void wake() = 0;
-    /// Main thread. Waits for a `wake` that is running, after which there is no other one; drops what is waiting and what
-    /// is posted from now on.
+    /// Main thread only. Waits for a running `wake`, the last one; discards pending blocks and those posted from now on.
     void close();
 
-    /// Whether a turn, nested or not, would find anything to run. Main thread.
+    /// Whether any blocks are pending, including the rest of the current turn. Main thread only.
     bool hasWork() const { return next_ < running_.size() || !isEmpty(); }
 
 private:
     const std::shared_ptr<Inbox> inbox_;
-    std::vector<Block> running_;  ///< of the turn under way, from `next_` on
+    std::vector<Block> running_;  ///< of the current turn, pending from `next_` on
     std::size_t next_ = 0;
     bool isRunning_ = false;
 };
@@ -151,7 +149,7 @@ private:
 /// The installed platform's main queue.
 MainQueue& mainQueue();
 
-/// Guards data: readers may run together, a barrier runs alone. Both calls return when the work is done.
+/// A reader-writer lock for data: readers run concurrently, a barrier exclusively. Both calls block until the work is done.
 class ConcurrentQueue {
 public:
     explicit ConcurrentQueue(std::string label) : label_(std::move(label)) {}
@@ -174,13 +172,13 @@ private:
     mutable std::shared_mutex mutex_;
 };
 
-/// A timer on the main run loop, made by `Platform::scheduleTimer`. Releasing it does not stop it; `invalidate` does.
+/// A timer on the main run loop, created by `Platform::scheduleTimer`. Stopped by `invalidate`, not by releasing it.
 class Timer {
 public:
     virtual ~Timer() = default;
-    /// True until it has fired (when it does not repeat) or was invalidated.
+    /// False after it was invalidated or, unless it repeats, has fired.
     virtual bool isValid() const = 0;
-    /// Main thread. It never fires again.
+    /// Stops the timer. Main thread only.
     virtual void invalidate() = 0;
 };
 

@@ -1,12 +1,11 @@
 #pragma once
-// Stops the program for a programming error: the message goes to the error output, then the process aborts.
-// Called wherever continuing would hide a mistake (a missing outlet, a re-entrant dispatch, an index out of range).
+// Terminates the program on a programming error, such as a missing outlet, a re-entrant dispatch or an index out of range.
 
 #include <string_view>
 
 namespace videoanalysis {
 
-/// Writes `message` and a line break to the error output and aborts. Any thread; never returns.
+/// Writes `message` and a line break to the error output and aborts. Any thread.
 [[noreturn]] void fatalError(std::string_view message);
 
 }  // namespace videoanalysis

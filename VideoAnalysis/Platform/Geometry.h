@@ -1,6 +1,6 @@
 #pragma once
-// Points, sizes, rectangles and insets in view points (64-bit floats, y downwards), as every view, path and layout
-// uses them. Plain values: comparing, copying and returning them costs nothing.
+// Points, sizes, rectangles and insets in view points (64-bit floats, y downwards), used by every view, path and layout.
+// Plain values.
 
 #include <algorithm>
 #include <cmath>
@@ -16,7 +16,7 @@ struct Point {
 struct Size {
     double width = 0;
     double height = 0;
-    /// True when nothing can be shown in it: a side is zero, negative or not a number.
+    /// True if a side is zero, negative or NaN.
     bool isEmpty() const { return !(width > 0 && height > 0); }
     friend bool operator==(const Size&, const Size&) = default;
 };
@@ -48,16 +48,16 @@ struct Rect {
 
     /// The same rectangle with non-negative width and height.
     Rect normalized() const { return {minX(), minY(), maxX() - minX(), maxY() - minY()}; }
-    /// Left and top edges belong to the rectangle, right and bottom edges do not.
+    /// Includes the left and top edges, excludes the right and bottom ones.
     bool contains(Point p) const { return p.x >= minX() && p.x < maxX() && p.y >= minY() && p.y < maxY(); }
-    /// Shrunk by `dx` on the left and right and by `dy` on the top and bottom; negative values grow it.
+    /// Shrunk by `dx` on the left and right and by `dy` on the top and bottom; negative values expand.
     Rect insetBy(double dx, double dy) const {
         return {origin.x + dx, origin.y + dy, size.width - 2 * dx, size.height - 2 * dy};
     }
     bool intersects(const Rect& other) const {
         return minX() < other.maxX() && other.minX() < maxX() && minY() < other.maxY() && other.minY() < maxY();
     }
-    /// The smallest rectangle that holds both; an empty one counts as nothing.
+    /// The bounding rectangle of both; ignores an empty one.
     Rect unionWith(const Rect& other) const {
         if (isEmpty()) return other;
         if (other.isEmpty()) return *this;

@@ -1,6 +1,6 @@
 #pragma once
-// The drawing seam: a path value, a context to draw into and an engine that makes bitmap contexts. The sketch tools and
-// the sketch view draw through it; a platform supplies one engine.
+// The drawing seam: a path value, a drawing context and an engine that creates bitmap contexts. Used by the sketch tools and
+// the sketch view; a platform supplies one engine.
 
 #include "VideoAnalysis/Platform/Color.h"
 #include "VideoAnalysis/Platform/Geometry.h"
@@ -12,16 +12,16 @@
 
 namespace videoanalysis::graphics {
 
-/// A path of moves, lines and quadratic curves. A value; appending is amortised constant time.
+/// A path of moves, lines and quadratic curves. A value; appending takes amortized constant time.
 class Path {
 public:
     enum class Element : unsigned char { move, line, quadCurve };
 
     void move(Point to);
-    /// Without a current point the line starts where it ends.
+    /// Without a current point, the line starts at `point`.
     void addLine(Point to);
     void addQuadCurve(Point control, Point to);
-    /// Makes room for what is about to be appended.
+    /// Reserves capacity for further elements.
     void reserve(std::size_t elements, std::size_t points) {
         elements_.reserve(elements);
         points_.reserve(points);
@@ -30,21 +30,21 @@ public:
     void append(const Path& other);
 
     bool isEmpty() const { return elements_.empty(); }
-    /// The box of all points, control points included; the zero rectangle for an empty path.
+    /// The bounding box of all points including control points; the zero rectangle for an empty path.
     Rect boundingBox() const;
-    /// Every point replaced by what `transform` makes of it.
+    /// The path with `transform` applied to every point.
     template <class Transform>
     Path mapped(const Transform& transform) const {
         Path result = *this;
         for (Point& point : result.points_) point = transform(point);
         return result;
     }
-    /// Every coordinate multiplied by (sx, sy).
+    /// The path scaled by (sx, sy).
     Path scaled(double sx, double sy) const {
         return mapped([&](Point point) { return Point{point.x * sx, point.y * sy}; });
     }
 
-    /// The elements in order; a move and a line take one point of `points()`, a curve two (control, end).
+    /// The elements in order. A move or a line has one point in `points()`, a curve two (control, end).
     const std::vector<Element>& elements() const { return elements_; }
     const std::vector<Point>& points() const { return points_; }
 
@@ -58,9 +58,9 @@ private:
 enum class LineCap { butt, round, square };
 enum class BlendMode { normal, clear, screen };
 
-/// Where drawing goes. State (colours, width, cap, alpha, blend mode, shadow, antialiasing, clip) is saved and restored
-/// together; the current path is not part of it and is consumed by stroke and fill. Defaults: black, width 1, butt cap,
-/// alpha 1, normal blending, no shadow, antialiasing on. Points are view points, y downwards.
+/// A drawing target. Colours, width, cap, alpha, blend mode, shadow, antialiasing and clip are saved and restored together.
+/// The current path is not part of that state; stroke and fill consume it. Defaults: black, width 1, butt cap, alpha 1,
+/// normal blending, no shadow, antialiasing on. Points are view points, y downwards.
 class Context {
 public:
     virtual ~Context() = default;
@@ -72,12 +72,12 @@ public:
     virtual void setFillColor(const Color& color) = 0;
     virtual void setLineWidth(double width) = 0;
     virtual void setLineCap(LineCap cap) = 0;
-    /// Multiplies every following stroke, fill and image, 0...1; applied once per call, also where a path crosses itself.
+    /// Alpha of every following stroke, fill and image, 0...1. Applied once per call, even where a path crosses itself.
     virtual void setAlpha(double alpha) = 0;
     virtual void setBlendMode(BlendMode mode) = 0;
     virtual void setShouldAntialias(bool antialias) = 0;
-    /// A blurred copy of what is drawn, under it. `blur` in points (twice the standard deviation of the Gaussian); 0 with
-    /// a clear colour switches it off.
+    /// Draws a blurred copy below the following drawing. `blur` in points, twice the standard deviation of the Gaussian; 0
+    /// with a clear colour disables it.
     virtual void setShadow(Size offset, double blur, const Color& color) = 0;
 
     virtual void move(Point to) = 0;
@@ -89,22 +89,22 @@ public:
     virtual void strokeRect(const Rect& rect) = 0;
     virtual void fillEllipse(const Rect& rect) = 0;
     virtual void strokeEllipse(const Rect& rect) = 0;
-    /// Makes every pixel that `rect` touches transparent, whatever the blend mode.
+    /// Makes every pixel that `rect` touches transparent, regardless of the blend mode.
     virtual void clearRect(const Rect& rect) = 0;
-    /// Restricts drawing to the pixels that `rect` touches (of those of the clip so far) until the state is restored.
+    /// Intersects the clip with the pixels that `rect` touches, until the state is restored.
     virtual void clipToRect(const Rect& rect) = 0;
-    /// Outside of it nothing can show. A context that does not know gives a rectangle that holds everything.
+    /// A rectangle outside of which nothing is drawn; unbounded if the context does not know.
     virtual Rect clipBoundingBox() const { return {-1e9, -1e9, 2e9, 2e9}; }
 
     virtual void drawImage(const Image& image, const Rect& rect) = 0;
-    /// Makes sure that everything drawn so far has reached the pixels.
+    /// Writes all pending drawing to the pixels.
     virtual void flush() = 0;
 };
 
-/// The context that tools draw into at the moment, on the calling thread; null when there is none.
+/// The calling thread's current context; null if there is none.
 Context* currentContext();
 
-/// Makes a context the current one of the thread for the life of the scope; scopes nest.
+/// Makes a context the thread's current one for its lifetime. Scopes nest.
 class CurrentContextScope {
 public:
     explicit CurrentContextScope(Context& context);
@@ -116,24 +116,23 @@ private:
     Context* previous_;
 };
 
-/// Makes contexts. One per platform; any thread, each context on one thread at a time.
+/// Creates contexts. One per platform. Any thread; each context on one thread at a time.
 class Engine {
 public:
     virtual ~Engine() = default;
-    /// A context that draws into `bitmap` (kept by the caller for as long as the context lives), one point being
-    /// `bitmap.scale` pixels. What the bitmap holds already stays and is drawn over.
+    /// A context that draws over the content of `bitmap`, with `bitmap.scale` pixels per point. `bitmap` must outlive it.
     virtual std::unique_ptr<Context> makeContext(Bitmap& bitmap) = 0;
 };
 
-/// Draws off-screen into a new transparent bitmap, through the platform's engine.
+/// Draws into a new transparent bitmap with the platform's engine.
 class ImageRenderer {
 public:
-    /// `size` in points; `scale` pixels per point, 0 for the main screen's scale. The bitmap is rounded up to whole pixels
-    /// and limited to 16,384 pixels a side.
+    /// `size` in points; `scale` in pixels per point, 0 for the main screen's scale. The bitmap is rounded up to whole pixels,
+    /// at most 16,384 per side.
     explicit ImageRenderer(Size size, double scale = 0);
 
-    /// Makes a fresh bitmap, makes its context current, runs `draw(context)` and returns the result. An empty size gives
-    /// an empty image and does not call `draw`.
+    /// Returns the result of `draw(context)`, with that context as the current one. An empty size returns an empty image
+    /// without calling `draw`.
     template <class Draw>
     Image image(Draw&& draw) const {
         const std::shared_ptr<Bitmap> bitmap = makeBitmap();
@@ -147,7 +146,7 @@ public:
         return Image(std::shared_ptr<const Bitmap>(bitmap));
     }
 
-    /// A transparent bitmap to draw into; null for an empty size.
+    /// A transparent bitmap; null for an empty size.
     std::shared_ptr<Bitmap> makeBitmap() const;
 
 private:

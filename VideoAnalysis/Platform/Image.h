@@ -1,6 +1,6 @@
 #pragma once
-// Pictures: `Bitmap` is a block of pixels that drawing writes and a screen shows, `Image` is what a view or an icon holds:
-// the name of a resource or a shared, immutable bitmap.
+// `Bitmap` is a block of pixels. `Image` is the content of a view or icon: the name of a resource or a shared, immutable
+// bitmap.
 
 #include "VideoAnalysis/Platform/Geometry.h"
 
@@ -13,8 +13,8 @@
 
 namespace videoanalysis {
 
-/// Premultiplied ARGB, 32 bits a pixel in native byte order (B, G, R, A in memory on little-endian machines), rows from
-/// the top, `width * 4` bytes a row.
+/// Premultiplied ARGB, 32 bits per pixel in native byte order (B, G, R, A in memory on little-endian machines), rows from
+/// top to bottom, `width * 4` bytes per row.
 struct Bitmap {
     int width = 0;     ///< pixels
     int height = 0;    ///< pixels
@@ -27,28 +27,28 @@ struct Bitmap {
         : width(width), height(height), scale(scale),
           pixels(static_cast<std::size_t>(width) * static_cast<std::size_t>(height)) {}
 
-    /// In points.
+    /// Size in points.
     Size size() const { return {width / scale, height / scale}; }
     std::ptrdiff_t bytesPerRow() const { return static_cast<std::ptrdiff_t>(width) * 4; }
 };
 
-/// A value that is cheap to copy. Two images are equal when they name the same resource or share the same bitmap.
+/// A value, cheap to copy. Images are equal if they name the same resource or share a bitmap.
 class Image {
 public:
     Image() = default;
-    /// A picture of the component's or the host's resources; the platform finds it when it is shown.
+    /// An image from the component's or the host's resources, looked up by the platform when shown.
     static Image named(std::string name) {
         Image image;
         image.name_ = std::move(name);
         return image;
     }
-    /// A symbol of the system's own set, such as "play.fill"; shown like a named resource.
+    /// A system symbol, such as "play.fill"; shown like a named resource.
     static Image systemNamed(std::string name) { return named(std::move(name)); }
     explicit Image(std::shared_ptr<const Bitmap> bitmap) : bitmap_(std::move(bitmap)) {}
 
     const std::string& name() const { return name_; }
     const std::shared_ptr<const Bitmap>& bitmap() const { return bitmap_; }
-    /// In points; zero for a named resource, whose size only the platform knows.
+    /// Size in points; zero for a named resource, whose size only the platform knows.
     Size size() const { return bitmap_ ? bitmap_->size() : Size{}; }
     bool isEmpty() const { return name_.empty() && !bitmap_; }
 

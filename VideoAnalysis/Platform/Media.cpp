@@ -14,8 +14,7 @@ Time Time::fromSeconds(double seconds, std::int32_t timescale) {
 }
 
 int compare(const Time& a, const Time& b) {
-    // a.value / a.timescale against b.value / b.timescale: whole seconds first, then the remainders, whose cross products
-    // stay below 2^62.
+    // Compares whole seconds first, then the cross products of the remainders, which are below 2^62.
     const auto floorDivide = [](std::int64_t value, std::int64_t scale) {
         const std::int64_t quotient = value / scale;
         return value % scale < 0 ? quotient - 1 : quotient;

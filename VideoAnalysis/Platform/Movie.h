@@ -1,6 +1,6 @@
 #pragma once
-// A movie that grows while it is recorded. A platform's screen recorder hands the pictures and the sound of the screen to a
-// writer, which a media ring supplies; the host brings the two together, so that neither knows the other.
+// The seam between a platform's screen recorder, which captures video and audio, and a media ring's movie writer. The host
+// connects the two, so that they are independent of each other.
 
 #include "VideoAnalysis/Platform/Recording.h"
 #include "VideoAnalysis/Platform/URL.h"
@@ -15,42 +15,42 @@
 namespace videoanalysis::recording {
 
 struct MovieFormat {
-    int width = 0;   ///< pixels, even, 2...8192; pictures of another size are fitted in, with black beside them
-    int height = 0;  ///< the same
-    int framesPerSecond = 30;  ///< 1...120: the most that are written; a picture that stays is repeated at this rate
-    int channels = 0;          ///< of the sound, 0 for a silent movie, at most 2
-    int sampleRate = 48000;    ///< of the sound that comes in
+    int width = 0;             ///< pixels, even, 2...8192; pictures of another size are letterboxed
+    int height = 0;            ///< pixels, even, 2...8192
+    int framesPerSecond = 30;  ///< max rate, 1...120; an unchanged picture is repeated at this rate
+    int channels = 0;          ///< of the audio, 0 (none) to 2
+    int sampleRate = 48000;    ///< of the audio input, Hz
 
     friend bool operator==(const MovieFormat&, const MovieFormat&) = default;
 };
 
 struct MovieStatistics {
-    std::int64_t taken = 0;     ///< pictures handed over and written
-    std::int64_t repeated = 0;  ///< written once more because nothing had changed
-    std::int64_t dropped = 0;   ///< pictures refused because those before them were not written yet
-    std::string failure;        ///< why nothing has been written since some moment, one line; empty when all is well
+    std::int64_t taken = 0;     ///< captured pictures written
+    std::int64_t repeated = 0;  ///< repetitions written for an unchanged picture
+    std::int64_t dropped = 0;   ///< pictures rejected because the encoder was behind
+    std::string failure;        ///< one line: why writing has stopped; empty if there is no error
 };
 
-/// One movie under way. Its time begins with its first picture. Main thread, unless said otherwise.
+/// A movie being written. Time starts with its first picture. Main thread only unless stated otherwise.
 class MovieWriter {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// A movie that has not been finished stays where it grew, ended properly, for the maker to finish later.
+    /// Closes an unfinished movie cleanly and leaves it in its temporary file, for the maker to finish later.
     virtual ~MovieWriter() = default;
 
-    /// Takes a copy of the picture: `width` x `height` pixels, four bytes each in the order blue, green, red, anything, a row
-    /// `bytesPerRow` bytes after the one above; shown since `moment`. Costs the conversion of one picture, never waits, and
-    /// says whether there was room for it. Any thread, one at a time.
+    /// Copies a picture displayed since `moment`: `width` x `height` pixels of four bytes (blue, green, red, unused), rows
+    /// `bytesPerRow` bytes apart. Takes the time of one pixel conversion, never blocks; returns whether there was room for
+    /// it. Any thread, one at a time.
     virtual bool addPicture(const std::uint8_t* pixels, int width, int height, std::ptrdiff_t bytesPerRow,
                             Clock::time_point moment) = 0;
-    /// Takes a copy of `count` sample frames, interleaved, -1...1, of which the last was heard no later than `moment`. What
-    /// is missing in between is silence. Any thread, one at a time; never waits.
+    /// Copies `count` interleaved sample frames in -1...1, the last one heard no later than `moment`. Gaps are filled with
+    /// silence. Never blocks. Any thread, one at a time.
     virtual void addSound(const float* samples, std::size_t count, Clock::time_point moment) = 0;
 
-    /// Ends the movie now and leaves it as an ordinary one, its index in front, in the file `output`, or as it grew where there
-    /// is no room for that. A movie that broke off is finished as far as it went. After an error it stays where it grew.
-    /// `handler` comes on a thread of the writer's. Destroying the writer cancels the work; the movie stays where it grew.
+    /// Finalizes the movie in the file `output` with its index at the front, or in its fragmented form if there is no room to
+    /// rewrite it. A truncated movie is finalized up to its last complete fragment. On error the partial file is kept.
+    /// `handler` is called on a writer thread. Destroying the writer cancels the work and keeps the partial file.
     virtual void finish(const URL& output, std::function<void(Error)> handler) = 0;
 
     /// Any thread.
@@ -60,13 +60,13 @@ public:
 class MovieMaker {
 public:
     virtual ~MovieMaker() = default;
-    /// Begins a movie, without waiting for the disk. Pictures and sound may be handed over once it is opened: `opened` comes
-    /// then, on a thread of the writer's. On error, destroy the writer; no other call is valid. `brokeOff` (may be empty) comes
-    /// on that thread when nothing can be written any longer before the movie was to be finished, with the reason in one line.
+    /// Starts a movie without waiting for the disk. `opened` is called on a writer thread once it accepts video and audio. On
+    /// error, destroy the writer; no other call is valid. `brokeOff` (may be empty) is called on that thread with the reason
+    /// in one line if writing fails before the movie is finished.
     virtual std::unique_ptr<MovieWriter> makeMovie(const MovieFormat& format, std::function<void(Error)> opened,
                                                    std::function<void(const std::string& reason)> brokeOff = {}) = 0;
 
-    /// Where movies are to be finished, and what to do with one that its owner has copied or does not want: see
+    /// The directory for finished movies, and the disposal of one that its owner has copied or discarded; see
     /// `ScreenRecorder`.
     virtual std::string outputDirectory() const { return {}; }
     virtual void movieTaken(const URL& /*movie*/) {}

@@ -1,5 +1,5 @@
 #pragma once
-// Observers that live as long as the token which registering them returned. Items and players keep theirs in these.
+// Observers that are registered until their token is destroyed. Used by items and players.
 
 #include <functional>
 #include <memory>
@@ -8,7 +8,7 @@
 
 namespace videoanalysis::media {
 
-/// Main thread.
+/// Main thread only.
 template <class... Arguments>
 class ObserverList {
 public:
@@ -22,7 +22,7 @@ public:
     }
     void clear() { observers_.clear(); }
 
-    /// Calls those that are registered now, but none whose token is released meanwhile.
+    /// Calls the currently registered observers, except those whose token is destroyed during the call.
     void call(Arguments... arguments) const {
         const std::vector<std::weak_ptr<Observer>> observers = observers_;
         for (const std::weak_ptr<Observer>& entry : observers) {

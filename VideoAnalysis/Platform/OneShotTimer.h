@@ -1,5 +1,5 @@
 #pragma once
-// A delay that its owner can start over and cancel, such as the time in which a second tap makes a double tap.
+// A delay that its owner can restart and cancel, such as the max interval between the taps of a double tap.
 
 #include <functional>
 #include <memory>
@@ -8,7 +8,7 @@ namespace videoanalysis::dispatch {
 
 class Timer;
 
-/// Runs on the installed platform's timers. Main thread. Destroying it cancels the call.
+/// Uses the installed platform's timers. Main thread only. Destroying it cancels the call.
 class OneShotTimer {
 public:
     OneShotTimer() = default;
@@ -16,7 +16,7 @@ public:
     OneShotTimer(const OneShotTimer&) = delete;
     OneShotTimer& operator=(const OneShotTimer&) = delete;
 
-    /// Calls `fire` once, `seconds` (0 or more) from now, instead of what was pending.
+    /// Calls `fire` once, `seconds` (0 or more) from now; replaces a pending call.
     void start(double seconds, std::function<void()> fire);
     void cancel();
     bool isPending() const;

@@ -1,6 +1,6 @@
 #pragma once
-// The screen recorder as the main screen uses it: one shared recorder with a microphone switch, and the preview that older
-// systems show at the end.
+// The screen recording seam, used by the main screen: one shared recorder with a microphone switch, and the preview shown at
+// the end by older systems.
 
 #include "VideoAnalysis/Platform/UI/ViewController.h"
 #include "VideoAnalysis/Platform/URL.h"
@@ -20,7 +20,7 @@ public:
     virtual void previewControllerDidFinish(PreviewViewController& previewController) = 0;
 };
 
-/// Where a preview is anchored when it is shown as a popover.
+/// The anchor of a preview that is shown as a popover.
 struct PopoverAnchor {
     Rect sourceRect;
     std::weak_ptr<ui::View> sourceView;
@@ -32,38 +32,37 @@ public:
     std::optional<PopoverAnchor> popoverPresentation;
 };
 
-/// An error as its localized description; absent when all went well.
+/// The localized description of an error; empty on success.
 using Error = std::optional<std::string>;
 
-/// Calls on the main thread; handlers may be called on any thread, later.
+/// Main thread only; handlers may be called later on any thread.
 class ScreenRecorder {
 public:
     virtual ~ScreenRecorder() = default;
     virtual bool isAvailable() const = 0;
-    /// From the answer to a start until a stop is asked for; false while the recording is being finalized.
+    /// True from the answer to a start until a stop is requested; false while the recording is being finalized.
     virtual bool isRecording() const = 0;
     virtual bool isMicrophoneEnabled() const = 0;
     virtual void setMicrophoneEnabled(bool enabled) = 0;
 
     /// While a start or a stop is pending, further ones are ignored and their handlers are not called.
     virtual void startRecording(std::function<void(Error)> handler) = 0;
-    /// System version 14 and later: stops and leaves the finished video in the file `output`. It belongs to the host from
-    /// then on and stays there until the host moves it away or `recordingTaken` is called.
+    /// System version 14 and later: stops and writes the finished video to the file `output`. The host owns it from then on:
+    /// it is kept until the host moves it or calls `recordingTaken`.
     virtual void stopRecording(const URL& output, std::function<void(Error)> handler) = 0;
-    /// Before version 14: stops and hands over a preview controller, or an error.
+    /// Before version 14: stops and returns a preview controller or an error.
     virtual void stopRecording(std::function<void(std::shared_ptr<PreviewViewController>, Error)> handler) = 0;
 
-    /// The directory that finished recordings go to, absolute, without a trailing slash: one whose contents survive the
-    /// program, so that a recording that is not taken is still there at the next start. Empty for a recorder without one:
-    /// recordings then go to the platform's temporary directory.
+    /// The directory for finished recordings, absolute, without a trailing slash. It is persistent, so that a recording that
+    /// is not taken still exists at the next start. If empty, recordings go to the platform's temporary directory.
     virtual std::string outputDirectory() const { return {}; }
-    /// The host needs the finished recording in the file `recording` no longer: removes it if it is still there. Ignores files
-    /// that are no finished recording of this recorder.
+    /// Removes the finished recording in the file `recording`, if it still exists, because the host no longer needs it.
+    /// Ignores files that are not finished recordings of this recorder.
     virtual void recordingTaken(const URL& /*recording*/) {}
 
-    /// `handler` (empty for none; replaces the one before) is called on the main thread, later, when a running recording
-    /// breaks off by itself: the disk is full, the encoder fails. `reason` is one line. The recorder still counts as
-    /// recording; a stop, as usual, leaves what was recorded until then.
+    /// `handler` (empty for none; replaces the previous one) is called later on the main thread if a running recording fails,
+    /// for example because the disk is full. `reason` is one line. The recorder is still recording; a stop delivers the part
+    /// recorded so far.
     // NOLINTNEXTLINE(performance-unnecessary-value-param): implementations keep it.
     virtual void setBreakOffHandler(std::function<void(const std::string& reason)> /*handler*/) {}
 };

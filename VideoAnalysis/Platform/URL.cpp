@@ -15,7 +15,7 @@ int hexDigit(char c) {
     return -1;
 }
 
-bool isLetterOrDigit(char c) {  // whatever the locale says
+bool isLetterOrDigit(char c) {  // independent of the locale
     return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
 }
 

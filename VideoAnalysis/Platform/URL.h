@@ -1,5 +1,5 @@
 #pragma once
-// The location of a file, as the host gives it: a URL text or a plain path.
+// The location of a file: a URL or a plain path.
 
 #include <string>
 #include <utility>
@@ -12,14 +12,14 @@ public:
     /// `text` is a URL ("file:///a/b.mp4") or a path ("/a/b.mp4").
     explicit URL(std::string text) : text_(std::move(text)) {}
 
-    /// A "file://" URL for an absolute or relative path; characters that a URL reserves are percent-encoded.
+    /// A "file://" URL for an absolute or relative path; reserved characters are percent-encoded.
     static URL fileURL(const std::string& path);
 
     const std::string& absoluteString() const { return text_; }
-    /// In lower case; empty for a path.
+    /// The scheme in lower case; empty for a path.
     std::string scheme() const;
-    /// The path of a file URL with percent escapes decoded, in whatever encoding the file system has; the text itself when
-    /// it has no scheme; empty for any other scheme.
+    /// The percent-decoded path of a file URL, in the file system's encoding; the text itself if it has no scheme; empty for
+    /// any other scheme.
     std::string path() const;
     bool isFileURL() const;
 

@@ -1,11 +1,11 @@
 #pragma once
-// Names that nothing else has. Drawings are called by them, and files that the component writes.
+// Unique identifiers for drawings and for files written by the component.
 
 #include <string>
 
 namespace videoanalysis {
 
-/// A random UUID (version 4) in its canonical form, upper case. Main thread.
+/// A random version 4 UUID in canonical form, upper case. Main thread only.
 std::string newUUID();
 
 }  // namespace videoanalysis
