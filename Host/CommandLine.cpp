@@ -19,7 +19,7 @@ CommandLine failure(const QString& message) {
     return {{}, {}, QStringLiteral("video-analysis: ") + message, usageError};
 }
 
-// A file name that is not UTF-8 passes through the toolkit's texts as ASCII and one lone surrogate for every other byte.
+// Represents a file name that is not UTF-8 as a QString: ASCII, and one lone surrogate for every other byte.
 constexpr char16_t escapedByte = 0xDC00;
 
 QString textOf(const QByteArray& bytes) {
@@ -40,7 +40,7 @@ std::string bytesOf(const QString& text) {
     return bytes;
 }
 
-/// URLs stay what they are.
+/// Converts a path to a URL; keeps URLs unchanged.
 QString urlOf(const QString& clip) {
     if (clip.contains(QLatin1String("://"))) return clip;
     std::error_code error;
@@ -54,17 +54,18 @@ CommandLine CommandLine::parse(int argc, char** argv) {
     QStringList arguments;
     for (int i = 0; i < argc; ++i) arguments << textOf(argv[i]);
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Shows one or two video clips side by side, to draw on them."));
+    parser.setApplicationDescription(
+        QStringLiteral("Shows one or two video clips side by side and lets you draw on them."));
     const QCommandLineOption help = parser.addHelpOption();
     const QCommandLineOption version = parser.addVersionOption();
     const QCommandLineOption headless(
         QStringLiteral("headless"),
         QStringLiteral(
-            "Without a display: works the screen by itself and leaves a picture of it, the drawings and a log in DIR."),
+            "Runs without a display: plays, steps and draws, and writes a screenshot, the drawings and a log to DIR."),
         QStringLiteral("DIR"));
     parser.addOption(headless);
     parser.addPositionalArgument(QStringLiteral("CLIP"),
-                                 QStringLiteral("A video file; without any, two samples are shown."),
+                                 QStringLiteral("A video file. Without any, shows the two sample clips."),
                                  QStringLiteral("[CLIP [CLIP]]"));
     if (!parser.parse(arguments)) return failure(parser.errorText());
     if (parser.isSet(help)) return {{}, {}, parser.helpText(), 0};

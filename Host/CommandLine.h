@@ -1,6 +1,5 @@
 #pragma once
-// What the program is asked to do on its command line: `video-analysis [--headless DIR] [CLIP [CLIP]]`. `main` reads
-// it.
+// The parsed command line: `video-analysis [--headless DIR] [CLIP [CLIP]]`. Used by `main`.
 
 #include <QStringList>
 
@@ -8,13 +7,13 @@ namespace videoanalysis::host {
 
 struct CommandLine {
     QStringList clips;     ///< URLs, at most two; empty for the sample clips
-    QString outputFolder;  ///< where a run without a screen leaves its results; empty for a run with one
-    QString message;  ///< one line for the error output, or the text that was asked for; empty when there is work to do
-    int exitStatus = 0;  ///< with a message
+    QString outputFolder;  ///< results of a headless run; empty for a run with a window
+    QString message;       ///< one line for the error output, or the requested help text; empty to run the program
+    int exitStatus = 0;    ///< valid with a message
 
-    /// The arguments that `main` has received; file names in them may be any bytes. An application object must exist.
+    /// `argc` and `argv` of `main`; file names may be in any encoding. An application object must exist.
     static CommandLine parse(int argc, char** argv);
-    /// Whether the arguments ask for a run without a screen: known before there is an application.
+    /// Whether the arguments select a headless run. Needs no application object.
     static bool isHeadless(int argc, char** argv);
 };
 

@@ -1,4 +1,4 @@
-// A page that shows the component's controls, each in every state that it can have; also how a host uses them in QML of its own.
+// Shows the component's controls in all their states. Also an example of how a host uses them in its QML.
 import QtQuick
 import "qrc:/VideoAnalysis/Controls"
 
@@ -15,7 +15,7 @@ Rectangle {
         topPadding: 8
     }
 
-    // Keeps what lies below from being pressed.
+    // Blocks input to the items below.
     MouseArea { anchors.fill: parent }
 
     Flickable {
@@ -58,7 +58,7 @@ Rectangle {
                 lowerValue: 20
                 upperValue: 70
             }
-            Heading { text: qsTr("In steps of 5, at least 20 apart") }
+            Heading { text: qsTr("Steps of 5, min distance 20") }
             RangeSelector {
                 width: parent.width
                 maximumValue: 100
@@ -67,7 +67,7 @@ Rectangle {
                 lowerValue: 40
                 upperValue: 60
             }
-            Heading { text: qsTr("At both ends, and thumbs at one place") }
+            Heading { text: qsTr("Thumbs at both ends, and at the same place") }
             Grid {
                 width: parent.width
                 columns: width > 480 ? 2 : 1
@@ -90,23 +90,23 @@ Rectangle {
                 upperValue: 0.75
             }
 
-            Heading { text: qsTr("Checkbox: clear, checked, disabled both ways") }
+            Heading { text: qsTr("Checkbox: unchecked, checked, disabled") }
             Flow {
                 width: parent.width
                 spacing: 8
 
-                CheckboxRow { objectName: "checkbox"; title: qsTr("Press me") }
+                CheckboxRow { objectName: "checkbox"; title: qsTr("Unchecked") }
                 CheckboxRow { title: qsTr("Checked"); checked: true }
-                CheckboxRow { title: qsTr("Not now"); enabled: false }
-                CheckboxRow { title: qsTr("Always"); checked: true; enabled: false }
+                CheckboxRow { title: qsTr("Disabled"); enabled: false }
+                CheckboxRow { title: qsTr("Disabled, checked"); checked: true; enabled: false }
             }
 
-            Heading { text: qsTr("Buttons: plain, chosen, with a title, disabled") }
+            Heading { text: qsTr("Buttons: plain, selected, with a title, disabled") }
             Row {
                 spacing: 8
 
                 GlyphButton { glyph: "pen"; hint: qsTr("Pen") }
-                GlyphButton { glyph: "pen"; hint: qsTr("Pen, chosen"); checked: true }
+                GlyphButton { glyph: "pen"; hint: qsTr("Pen, selected"); checked: true }
                 GlyphButton { title: "1x"; hint: qsTr("Rate") }
                 GlyphButton { glyph: "undo"; hint: qsTr("Undo"); enabled: false }
             }

@@ -30,7 +30,7 @@ void complainAbout(const QString& folder, const QFile& file) {
     complain(QStringLiteral("cannot write into %1: %2").arg(folder, file.errorString()));
 }
 
-/// A wave across the middle of a picture, `height` (0...1) from its top.
+/// A wavy stroke across a picture, `height` (0...1) from its top.
 std::vector<QPointF> wave(const QRectF& picture, double height) {
     constexpr int steps = 40;
     std::vector<QPointF> points;
@@ -50,21 +50,21 @@ public:
         timer_.start();
     }
 
-    /// Whether the screen did all that was asked of it.
+    /// Whether every step has succeeded.
     bool work(std::size_t clipCount) {
         const auto hasOpened = [&] { return driver_.playerCount() == clipCount; };
-        if (!driver_.wait(hasOpened)) return fail("the screen does not appear");
+        if (!driver_.wait(hasOpened)) return fail("the screen did not appear");
         const auto isSettled = [&](std::size_t index) {
             const auto player = driver_.player(index);
             const auto status = player ? player->currentItem()->status() : media::ItemStatus::unknown;
             return status == media::ItemStatus::failed || (player && player->currentFrame());
         };
         for (std::size_t index = 0; index < clipCount; ++index) {
-            if (!driver_.wait([&] { return isSettled(index); }, 30000)) return fail("a clip does not get ready");
+            if (!driver_.wait([&] { return isSettled(index); }, 30000)) return fail("a clip did not become ready");
             if (driver_.player(index)->currentFrame()) players_.push_back(index);
         }
         if (!driver_.wait([&] { return driver_.item(QStringLiteral("closeButton")) != nullptr; }))
-            return fail("the controls do not appear");
+            return fail("the controls did not appear");
         driver_.waitUntilIdle();
         note("opened");
 
@@ -94,7 +94,7 @@ private:
         }
         for (const std::size_t index : players_) {
             if (!isAtRest(index)) press("playPauseButton", index);
-            if (!driver_.wait([&] { return isAtRest(index); })) fail("a clip does not pause");
+            if (!driver_.wait([&] { return isAtRest(index); })) fail("a clip did not pause");
         }
         driver_.waitUntilIdle();
         note("played and paused");
@@ -108,7 +108,7 @@ private:
         note(QStringLiteral("player %1: %2").arg(index + 1).arg(QLatin1String(button)));
     }
 
-    /// Two strokes, the second one undone, and a third one.
+    /// Draws two strokes, undoes the second one and draws a third.
     void draw(std::size_t index) {
         const QRectF picture = driver_.pictureOf(index);
         const auto stroke = [&](double height) {
@@ -142,7 +142,7 @@ private:
         if (!driver_.click(QLatin1String(name), index)) fail(name);
     }
 
-    /// How many pixels of the picture differ.
+    /// The count of pixels that differ.
     int changedPixels(const QImage& before, const QImage& after, const QRectF& picture) const {
         const double scale = host_.window().effectiveDevicePixelRatio();
         const QRect pixels =
@@ -154,7 +154,7 @@ private:
         return count;
     }
 
-    /// What has happened, and the frame numbers: by the player's account, and as the pixels of the window say.
+    /// Logs an event with the frame numbers, as reported by the players and as read from the window's pixels.
     void note(const QString& what) {
         log_ << QStringLiteral("%1 s  %2").arg(static_cast<double>(timer_.elapsed()) / 1000, 7, 'f', 3).arg(what);
         const QImage window = grab();
@@ -171,7 +171,7 @@ private:
     ScreenDriver driver_;
     QTextStream& log_;
     QElapsedTimer timer_;
-    std::vector<std::size_t> players_;  ///< those with a picture
+    std::vector<std::size_t> players_;  ///< those with a video picture
     bool isFine_ = true;
 };
 
@@ -213,7 +213,7 @@ int HeadlessRun::run(const QStringList& clips, const QString& folder) {
     host->openAnalysis();
     Session session(*host, text);
     const bool isFine = session.work(static_cast<std::size_t>(host->clipNames().size()));
-    QBuffer picture;  // the library that writes it would print a line of its own about a full disk
+    QBuffer picture;  // encoded in memory, because the PNG library prints its own line about a full disk
     picture.open(QIODevice::WriteOnly);
     session.grab().save(&picture, "PNG");
     screen.write(picture.data());
@@ -221,7 +221,7 @@ int HeadlessRun::run(const QStringList& clips, const QString& folder) {
     text.flush();
     bool isWritten = true;
     for (QFile* file : {&log, &stack, &screen}) {
-        // A full disk shows only when the buffers are emptied.
+        // A full disk is detected only when the buffers are flushed.
         const bool isComplete = file->flush() && file->error() == QFileDevice::NoError && file->size() > 0;
         if (!isComplete && std::exchange(isWritten, false)) complainAbout(folder, *file);
     }

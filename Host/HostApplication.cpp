@@ -24,7 +24,7 @@ namespace {
 
 constexpr QSize startSize(1280, 800);
 constexpr QSize minimumSize(360, 640);
-constexpr QSize roomForFrame(16, 48);  // what a desktop draws around a window
+constexpr QSize roomForFrame(16, 48);  // allowance for window decorations
 
 URL urlOf(const QString& clip) {
     if (clip.contains(QLatin1String("://"))) return URL(clip.toStdString());
@@ -36,7 +36,7 @@ QString nameOf(const URL& url) {
     return path.isEmpty() ? QString::fromStdString(url.absoluteString()) : path;
 }
 
-/// Begins with a capital.
+/// `line` with its first letter capitalized.
 QString sentence(const std::string& line) {
     const QString text = QString::fromStdString(line);
     return text.left(1).toUpper() + text.mid(1);
@@ -44,12 +44,12 @@ QString sentence(const std::string& line) {
 
 constexpr auto momentFormat = "yyyy-MM-dd HH.mm.ss";
 
-/// Where recordings grow and stay until they are saved; what is found there at a start was not.
+/// The folder for recordings until they are saved. Those found there at startup are unsaved.
 std::string growingFolder() {
     return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation).toStdString() + "/recordings";
 }
 
-/// A name in the folder for recordings, for the one that ended at `moment`, that no file there has yet.
+/// An unused path in the recordings folder for the recording that ended at `moment`.
 QString pathForRecording(const QString& moment) {
     const QDir folder(HostApplication::recordingsFolder());
     folder.mkpath(QStringLiteral("."));
@@ -144,8 +144,7 @@ void HostApplication::choose(const std::optional<Object>& media) {
 
 ui::DeviceOrientation HostApplication::preferredOrientation() const { return ui::DeviceOrientation::landscapeLeft; }
 
-// The recording stays where the platform has left it until it is moved, so that it is not lost if that fails or the program
-// ends: it is then offered on the start screen.
+// The recording's file is kept until it has been moved. If that fails or the program exits, the start screen offers it.
 void HostApplication::videoAnalysisDidFinish(const std::optional<std::vector<Object>>& output) {
     if (!output || output->empty()) return;
     const URL recording = output->front().url;
@@ -162,8 +161,8 @@ void HostApplication::videoAnalysisDidFinish(const std::optional<std::vector<Obj
             } else {
                 VideoAnalysisController::recordingTaken(recording);
                 const QString path = QDir::toNativeSeparators(to);
-                say(breakOff.isEmpty() ? tr("The recording is saved as %1").arg(path)
-                                       : tr("%1. What was recorded until then is saved as %2").arg(breakOff, path));
+                say(breakOff.isEmpty() ? tr("Recording saved as %1").arg(path)
+                                       : tr("%1. The part recorded so far was saved as %2").arg(breakOff, path));
             }
         });
 }
@@ -181,7 +180,7 @@ void HostApplication::say(const QString& notice) {
     Q_EMIT recordingNoticeGiven();
 }
 
-// ---- Recordings that were not saved
+// ---- Unsaved recordings
 
 QString HostApplication::recordingsFolder() {
     return QStandardPaths::writableLocation(QStandardPaths::MoviesLocation) + QStringLiteral("/Video analysis");
@@ -198,7 +197,7 @@ void HostApplication::openUnsaved() {
     const QString path = pathForRecording(unsavedRecording());
     saveUnsavedAs(path, [this, path] {
         const Object recording{urlOf(path), {}};
-        // Saving takes a while: an analysis that was opened in between stays, and takes the recording if it has room.
+        // An analysis opened during the save stays open, and the recording is added to it if there is room.
         if (!analysis_ || !analysis_->isOpen()) {
             open({recording});
         } else {
@@ -219,7 +218,7 @@ void HostApplication::saveUnsavedAs(const QString& path, const std::function<voi
                      isSaving_ = false;
                      if (!error) unsaved_.erase(unsaved_.begin());
                      say(error ? QString::fromStdString(*error)
-                               : tr("The recording is saved as %1").arg(QDir::toNativeSeparators(path)));
+                               : tr("Recording saved as %1").arg(QDir::toNativeSeparators(path)));
                      if (!error && saved) saved();
                  });
 }

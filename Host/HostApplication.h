@@ -1,6 +1,6 @@
 #pragma once
-// The program around the component: a window with a small start screen, from which the analysis of its clips is opened,
-// and the answers to what the analysis asks of its host. Also the example of how to embed the component.
+// The host of the component: a window with a start screen that opens the analysis, and the implementation of the analysis'
+// delegate. Also an example of how to embed the component.
 
 #include "Host/StatisticsOverlay.h"
 #include "VideoAnalysis/Analysis/VideoAnalysisController.h"
@@ -27,34 +27,33 @@ class FFmpegEngine;
 
 namespace host {
 
-/// Main thread. Make it with `std::make_shared` after the application object; one per process. The start screen's QML
-/// sees it as `host`.
+/// Main thread only. Create it with `std::make_shared` after the application object; one per process. Available to the start
+/// screen's QML as `host`.
 class HostApplication : public QObject,
                         public VideoAnalysisControllerDelegate,
                         public std::enable_shared_from_this<HostApplication> {
     Q_OBJECT
     Q_PROPERTY(QStringList clipNames READ clipNames CONSTANT)
-    /// The analysis wants another clip; the start screen asks for one.
+    /// Whether the analysis has requested another clip and the start screen is showing the chooser.
     Q_PROPERTY(bool choosing READ isChoosing NOTIFY choosingChanged)
-    /// When the oldest recording ended that is not in the recordings' folder yet, because the program was interrupted or could
-    /// not save it; empty when there is none.
+    /// The end time of the oldest unsaved recording, left by an interrupted program or a failed save; empty if there is none.
     Q_PROPERTY(QString unsavedRecording READ unsavedRecording NOTIFY recordingsChanged)
-    /// One line about the last recording: where it is saved, why it is not, or why it broke off; empty before.
+    /// One line about the latest recording: where it is saved, or why it failed; empty if there was none.
     Q_PROPERTY(QString recordingNotice READ recordingNotice NOTIFY recordingsChanged)
     Q_PROPERTY(QObject* statistics READ statistics CONSTANT)
 
 public:
-    /// `clips` are paths or URLs. Those that cannot be played are told to `report`, one line each.
+    /// `clips` are paths or URLs. Unplayable clips are passed to `report`, one line each.
     HostApplication(const QStringList& clips, std::function<void(const QString& line)> report);
     ~HostApplication() override;
 
-    /// The two clips that come with the program.
+    /// The two sample clips of the program.
     static QStringList sampleClips();
 
     /// Shows the window with the start screen.
     void show();
     QQuickView& window() { return view_; }
-    /// The analysis that is open or was open last; null before.
+    /// The current or latest analysis; null before the first one.
     const VideoAnalysisController* analysis() const { return analysis_ ? &*analysis_ : nullptr; }
 
     QStringList clipNames() const;
@@ -63,18 +62,18 @@ public:
     QString recordingNotice() const { return recordingNotice_; }
     /// Owned by this object.
     StatisticsOverlay* statistics() { return &statistics_; }
-    /// Where recordings are kept: the user's folder for videos.
+    /// The folder for saved recordings, in the user's videos folder.
     static QString recordingsFolder();
 
     /// Opens the analysis over the start screen.
     Q_INVOKABLE void openAnalysis();
-    /// Opens the trim screen for the clip at `index`; nothing without an analysis or such a clip.
+    /// Opens the trim screen for the clip at `index`. No effect without an analysis or such a clip.
     Q_INVOKABLE void editMedia(int index);
     /// The user's answer to `choosing`.
     Q_INVOKABLE void chooseFile(const QUrl& file);
     Q_INVOKABLE void chooseSample();
     Q_INVOKABLE void cancelChoice();
-    /// The user's answers to `unsavedRecording`. It stays until it is saved or discarded; saving goes on in the background.
+    /// The user's choices for `unsavedRecording`, which is kept until it is saved or discarded. Saving runs in the background.
     Q_INVOKABLE void openUnsaved();
     Q_INVOKABLE void saveUnsaved(const QUrl& file);
     Q_INVOKABLE void discardUnsaved();
@@ -117,7 +116,7 @@ private:
     bool isSaving_ = false;
     QString recordingNotice_;
     std::atomic<bool> isEnding_{false};
-    QThreadPool background_;  ///< last: it waits for its work
+    QThreadPool background_;  ///< last member: its destructor waits for its work
 };
 
 }  // namespace host

@@ -1,6 +1,6 @@
 #pragma once
-// A media engine that watches the clips of another one and tells the host of those that cannot be played, once for
-// each. The program puts it between the platform and the real engine.
+// A media engine that wraps another one and reports each unplayable clip to the host once. The program installs it between
+// the platform and the real engine.
 
 #include "VideoAnalysis/Platform/Media.h"
 
@@ -12,10 +12,10 @@
 
 namespace videoanalysis::host {
 
-/// Main thread.
+/// Main thread only.
 class ReportingEngine : public media::Engine {
 public:
-    /// `report` receives the clip and why it failed, one line.
+    /// `report` receives the clip and the reason in one line.
     using Report = std::function<void(const URL& url, const std::string& reason)>;
 
     ReportingEngine(std::unique_ptr<media::Engine> engine, Report report);

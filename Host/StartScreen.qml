@@ -1,5 +1,5 @@
-// The program's own screen: its clips and a way into their analysis. The sheet that asks for another clip lies over
-// everything, the analysis included.
+// The start screen: lists the clips and opens their analysis. The sheet for choosing another clip covers everything including
+// the analysis.
 import QtQuick
 import QtQuick.Dialogs
 
@@ -11,7 +11,7 @@ Item {
         anchors.fill: parent
         color: "#14161a"
 
-        // On a small screen there is more than fits.
+        // Scrolls if the content does not fit.
         Flickable {
             id: page
             objectName: "startPage"
@@ -36,7 +36,7 @@ Item {
             }
             Text {
                 width: parent.width
-                text: qsTr("Two clips, frame by frame, with room to draw.")
+                text: qsTr("Compare two clips frame by frame and draw on them.")
                 color: "#aab0bb"
                 font.pixelSize: 15
                 wrapMode: Text.Wrap
@@ -68,7 +68,7 @@ Item {
             SheetButton {
                 objectName: "openButton"
                 width: parent.width
-                text: qsTr("Open the analysis")
+                text: qsTr("Open Analysis")
                 isMain: true
                 onClicked: host.openAnalysis()
             }
@@ -89,13 +89,13 @@ Item {
 
                     Text {
                         width: parent.width
-                        text: qsTr("A recording has not been saved")
+                        text: qsTr("Unsaved recording")
                         color: "white"
                         font.pixelSize: 15
                     }
                     Text {
                         width: parent.width
-                        text: qsTr("It ended on %1. Nothing of it is lost up to its last second.").arg(host.unsavedRecording)
+                        text: qsTr("A recording that ended on %1 was not saved. Save or discard it.").arg(host.unsavedRecording)
                         color: "#aab0bb"
                         font.pixelSize: 13
                         wrapMode: Text.Wrap
@@ -113,7 +113,7 @@ Item {
                         SheetButton {
                             objectName: "saveUnsavedButton"
                             width: (parent.width - 16) / 3
-                            text: qsTr("Save…")
+                            text: qsTr("Save As…")
                             onClicked: saveDialog.open()
                         }
                         SheetButton {
@@ -123,7 +123,7 @@ Item {
                             property bool isAsking: false
 
                             width: (parent.width - 16) / 3
-                            text: isAsking ? qsTr("Really?") : qsTr("Discard")
+                            text: isAsking ? qsTr("Confirm Discard") : qsTr("Discard")
                             onClicked: {
                                 if (isAsking) host.discardUnsaved();
                                 isAsking = !isAsking;
@@ -164,7 +164,7 @@ Item {
         }
     }
 
-    // What is to be said about a recording while the analysis covers the start screen. It takes no clicks.
+    // The recording notice while the analysis covers the start screen. Ignores clicks.
     Rectangle {
         id: banner
         objectName: "recordingBanner"
@@ -205,7 +205,7 @@ Item {
         }
     }
 
-    // Figures for a developer; takes no clicks.
+    // Statistics for developers. Ignores clicks.
     Rectangle {
         id: statistics
         objectName: "statisticsOverlay"
@@ -236,7 +236,7 @@ Item {
         }
     }
 
-    // What the analysis itself has no button for.
+    // Commands that have no button in the analysis.
     Shortcut { sequence: "Ctrl+E"; onActivated: host.editMedia(0) }
     Shortcut { sequence: "Ctrl+Shift+E"; onActivated: host.editMedia(1) }
     Shortcut { sequence: "F12"; onActivated: host.statistics.toggle() }
@@ -278,13 +278,13 @@ Item {
                 SheetButton {
                     objectName: "trimFirstEntry"
                     width: parent.width
-                    text: qsTr("Trim the first clip…   Ctrl+E")
+                    text: qsTr("Trim First Clip…   Ctrl+E")
                     onClicked: menu.choose(() => host.editMedia(0))
                 }
                 SheetButton {
                     objectName: "trimSecondEntry"
                     width: parent.width
-                    text: qsTr("Trim the second clip…   Ctrl+Shift+E")
+                    text: qsTr("Trim Second Clip…   Ctrl+Shift+E")
                     onClicked: menu.choose(() => host.editMedia(1))
                 }
                 SheetButton {
@@ -344,7 +344,7 @@ Item {
                 spacing: 8
 
                 Text {
-                    text: qsTr("Which clip?")
+                    text: qsTr("Choose a Clip")
                     color: "white"
                     font.pixelSize: 15
                     bottomPadding: 4
@@ -352,12 +352,12 @@ Item {
                 SheetButton {
                     objectName: "sampleButton"
                     width: parent.width
-                    text: qsTr("The sample clip")
+                    text: qsTr("Sample Clip")
                     onClicked: host.chooseSample()
                 }
                 SheetButton {
                     width: parent.width
-                    text: qsTr("A file…")
+                    text: qsTr("Open File…")
                     onClicked: fileDialog.open()
                 }
                 SheetButton {

@@ -18,7 +18,7 @@ using namespace videoanalysis::host;
 
 namespace {
 
-/// Qt tells of every machine without a sound server; here that is no fault, clips are silent then.
+/// Filters Qt's warning about a missing sound server; clips are silent then.
 void passOn(QtMsgType type, const QMessageLogContext& context, const QString& message) {
     if (message.startsWith(QLatin1String("PulseAudioService: pa_context_connect() failed"))) return;
     std::fprintf(stderr, "%s\n", qPrintable(qFormatLogMessage(type, context, message)));
@@ -30,7 +30,7 @@ int main(int argc, char** argv) {
     qInstallMessageHandler(passOn);
     av_log_set_level(AV_LOG_QUIET);  // the program reports a damaged clip itself, in one line
     {
-        // What is only asked for needs no display. Anything else waits until the toolkit has taken its own options out.
+        // Help and version need no display. Other arguments are parsed after Qt has removed its own options.
         QCoreApplication application(argc, argv);
         QCoreApplication::setApplicationName(QStringLiteral("video-analysis"));
         const CommandLine commandLine = CommandLine::parse(argc, argv);
@@ -41,7 +41,7 @@ int main(int argc, char** argv) {
     }
     const bool isHeadless = CommandLine::isHeadless(argc, argv);
     if (isHeadless) qputenv("QT_QPA_PLATFORM", "offscreen");
-    // Every position of a finger counts for a stroke, not only one for each frame of the screen.
+    // Strokes need every touch position, not one per display frame.
     qputenv("QML_NO_TOUCH_COMPRESSION", "1");
     const QGuiApplication application(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("video-analysis"));
@@ -52,7 +52,7 @@ int main(int argc, char** argv) {
         return commandLine.exitStatus;
     }
     if (isHeadless) {
-        // Inside the event loop, as on a display: so it ends in the same way.
+        // Started from the event loop, as with a display, so that it exits in the same way.
         QTimer::singleShot(
             0, [&] { QGuiApplication::exit(HeadlessRun::run(commandLine.clips, commandLine.outputFolder)); });
         return QGuiApplication::exec();
