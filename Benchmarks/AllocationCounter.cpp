@@ -7,7 +7,7 @@
 
 namespace {
 
-// Plain numbers, so that they are there before the first allocation of the program.
+// Constant-initialized, because the program allocates before dynamic initialization.
 thread_local std::int64_t threadCount = 0;
 thread_local std::int64_t threadBytes = 0;
 std::atomic<std::int64_t> totalCount{0};
@@ -18,7 +18,7 @@ void* allocate(std::size_t size, std::size_t alignment) {
     threadBytes += static_cast<std::int64_t>(size);
     totalCount.fetch_add(1, std::memory_order_relaxed);
     totalBytes.fetch_add(static_cast<std::int64_t>(size), std::memory_order_relaxed);
-    // aligned_alloc wants a multiple of the alignment, and something for nothing.
+    // aligned_alloc needs a non-zero multiple of the alignment.
     void* memory =
         alignment <= alignof(std::max_align_t)
             ? std::malloc(size ? size : 1)

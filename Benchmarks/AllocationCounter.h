@@ -1,15 +1,15 @@
 #pragma once
-// Counts what operator new does in the bench program, so that a benchmark can hold a path to allocating nothing.
+// Counts calls of operator new in the bench program, so that a benchmark can verify that a path does not allocate.
 
 #include <cstdint>
 
 namespace videoanalysis::bench {
 
-/// Counts from its making on. Any number may run at once. Memory from malloc (C libraries) is not counted.
+/// Counts from its construction on. Counters may overlap. Memory from malloc (C libraries) is not counted.
 class AllocationCounter {
 public:
     enum class Scope {
-        thisThread,  ///< what the thread that made the counter allocates; ask on the same thread
+        thisThread,  ///< allocations of the constructing thread; read on the same thread
         allThreads,
     };
 
@@ -17,7 +17,7 @@ public:
 
     /// Calls of operator new so far.
     std::int64_t count() const;
-    /// Bytes that they asked for.
+    /// Bytes requested so far.
     std::int64_t bytes() const;
 
 private:

@@ -53,7 +53,7 @@ BenchScreen::~BenchScreen() {
     analysis_->dismiss(false, {});
     runFor(500);
     QTimer::singleShot(0, &application_, &QCoreApplication::quit);
-    QGuiApplication::exec();  // lets the platform take leave of the application
+    QGuiApplication::exec();  // lets the platform shut down before the application
 }
 
 bool BenchScreen::isReady() const {

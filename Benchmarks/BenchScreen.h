@@ -1,6 +1,6 @@
 #pragma once
-// An analysis of two clips on a screen in memory, for benchmarks of what a person sees: it opens the screen, waits until the
-// players are at rest, and runs the event loop.
+// An analysis of two clips on an in-memory screen, for benchmarks of visible behaviour. Opens the screen, waits until the
+// players are idle, and runs the event loop.
 
 #include "Platforms/QtQuick/QtQuickPlatform.h"
 #include "VideoAnalysis/Analysis/VideoAnalysisController.h"
@@ -17,24 +17,24 @@
 
 namespace videoanalysis::bench {
 
-/// Main thread, one at a time.
+/// Main thread only, one at a time.
 class BenchScreen {
 public:
-    /// 1280 x 800 points with `clip` in both players, paused on their first frames, decoded ahead. Throws when the screen
-    /// does not get ready.
+    /// 1280 x 800 points with `clip` in both players, paused on the first frame with the next ones prefetched. Throws if the
+    /// screen does not become ready.
     explicit BenchScreen(const std::string& clip);
     BenchScreen(const BenchScreen&) = delete;
     BenchScreen& operator=(const BenchScreen&) = delete;
     ~BenchScreen();
 
     QQuickWindow& window() { return window_; }
-    /// How many frames the window has shown so far.
+    /// Count of frames displayed by the window so far.
     int frames() const { return frames_; }
-    /// The frame that a player shows.
+    /// The frame displayed by a player.
     std::int64_t shownFrame(std::size_t player) const;
 
     static void runFor(int milliseconds);
-    /// Handles events until `condition` holds; throws after half a minute.
+    /// Handles events until `condition` holds; throws after 30 s.
     static void waitUntil(const std::function<bool()>& condition);
 
 private:

@@ -21,14 +21,14 @@ namespace videoanalysis::bench {
 
 namespace {
 
-/// Five digits: more would only be noise.
+/// Five significant digits; more would be noise.
 double rounded(double value) {
     char text[32];
     std::snprintf(text, sizeof text, "%.5g", value);
     return std::strtod(text, nullptr);
 }
 
-/// Begins the line on which a child process says why its group failed; no line of JSON begins with it.
+/// Prefix of the line with which a child process reports a failure; no line of JSON begins with it.
 const std::string failure = "failed: ";
 
 std::vector<Group>& registeredGroups() {

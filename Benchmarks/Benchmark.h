@@ -1,7 +1,6 @@
 #pragma once
-// What every benchmark is written with: a named group of measured cases, each with the limit that it must keep. A file of
-// benchmarks registers its group with BENCHMARK_GROUP; the bench program runs each group in a process of its own and judges
-// the cases.
+// The benchmark framework: named groups of measured cases with limits. A file of benchmarks registers its group with
+// BENCHMARK_GROUP; the bench program runs each group in a separate process and checks the limits.
 //
 //     BENCHMARK_GROUP(sketch, "sketch") {
 //         const auto [ours, bare] = measurePaired(rebuild, drawWithCairo, 15);
@@ -23,29 +22,29 @@ struct Case {
     std::string name;
     double value = 0;
     std::string unit;
-    std::string peer;  ///< what it is compared with; empty for nothing
+    std::string peer;  ///< what it is compared with; may be empty
     double peerValue = 0;
-    std::optional<double> limit;  ///< the most that the ratio to the peer, or the value without a peer, may be
+    std::optional<double> limit;  ///< max of the ratio to the peer or, without a peer, of the value
 
-    /// value / peerValue; nothing without a peer.
+    /// value / peerValue; empty without a peer.
     std::optional<double> ratio() const;
-    /// Whether the limit is broken. A figure that is not a number breaks any.
+    /// Whether the limit is exceeded. NaN exceeds every limit.
     bool isOver() const;
-    /// One line of JSON, without the end of line; numbers have five digits, one that is not finite is null.
+    /// One line of JSON without a line break; numbers have five digits, non-finite ones are null.
     std::string json() const;
-    /// Reads what json() wrote; a null number is not a number. Throws std::exception for anything else.
+    /// Parses the output of json(); null numbers become NaN. Throws std::exception for anything else.
     static Case fromJson(const std::string& line);
 };
 
-/// What a group hands its cases to, each as soon as it is measured.
+/// Receives the cases of a group as soon as they are measured.
 class Report {
 public:
     Report(std::string bench, std::function<void(Case)> add) : bench_(std::move(bench)), add_(std::move(add)) {}
 
-    /// A figure of its own; without a limit it is only shown. Lower is better.
+    /// Adds a value; without a limit it is only shown. Lower is better.
     void value(std::string name, double value, std::string unit, std::optional<double> limit = {});
 
-    /// A figure beside the same one of `peer`; the limit is on value / peerValue.
+    /// Adds a value and that of `peer`; the limit applies to value / peerValue.
     void against(std::string name, double value, std::string unit, std::string peer, double peerValue,
                  std::optional<double> limit = {});
 
@@ -54,7 +53,7 @@ private:
     std::function<void(Case)> add_;
 };
 
-/// A group to run, and its place in the list. Groups run in the order of their names.
+/// A registered group. Groups run in the order of their names.
 struct Group {
     std::string name;
     std::function<void(Report&)> run;
@@ -63,15 +62,15 @@ struct Group {
 /// All registered groups, sorted by name.
 const std::vector<Group>& groups();
 
-/// Runs `group` in a child process and passes each of its cases to `take` as soon as it is measured. Returns what went wrong in
-/// one line: what the group threw, the signal that ended it, or that it measured nothing; empty when it ran to its end. Call it
-/// while the process has one thread.
+/// Runs `group` in a child process and passes its cases to `take` as they are measured. Returns a one-line error (an
+/// exception, the signal that ended it, or that it measured nothing), or empty on success. Call it while the process is
+/// single-threaded.
 std::string runInChildProcess(const Group& group, const std::function<void(Case)>& take);
 
-/// Adds a group before main() begins; used by BENCHMARK_GROUP.
+/// Registers a group before main(); used by BENCHMARK_GROUP.
 bool addGroup(std::string name, std::function<void(Report&)> run);
 
-/// Begins the function of a group: BENCHMARK_GROUP(identifier, "name") { ... report ... }
+/// Defines and registers a group: BENCHMARK_GROUP(identifier, "name") { ... report ... }
 #define BENCHMARK_GROUP(identifier, name)                                                                              \
     static void identifier##Group(::videoanalysis::bench::Report& report);                                             \
     [[maybe_unused]] static const bool identifier##GroupIsAdded =                                                      \
@@ -79,15 +78,15 @@ bool addGroup(std::string name, std::function<void(Report&)> run);
     static void identifier##Group([[maybe_unused]] ::videoanalysis::bench::Report& report)
 
 enum class Clock {
-    processor,   ///< time that the calling thread computed: steadier on a busy machine
-    allThreads,  ///< time that all threads of the process computed
-    wall,        ///< time that passed
+    processor,   ///< CPU time of the calling thread; steadier on a busy machine
+    allThreads,  ///< CPU time of all threads of the process
+    wall,        ///< elapsed time
 };
 
-/// Milliseconds on that clock since some moment.
+/// Milliseconds on that clock since an arbitrary start.
 double now(Clock clock);
 
-/// Median of the milliseconds that one call of `work` takes over `rounds` calls, after one that does not count.
+/// Median milliseconds of `rounds` calls of `work`, after one warm-up call.
 double measure(const std::function<void()>& work, int rounds, Clock clock = Clock::processor);
 
 struct PairedTimes {
@@ -95,15 +94,15 @@ struct PairedTimes {
     double second = 0;
 };
 
-/// Runs the two in turns, first, second, second, first and so on, so that whatever slows the machine down slows both; the
-/// medians of `rounds` calls each, after one of each that does not count.
+/// Medians of `rounds` calls each, after one warm-up call each. Alternates first, second, second, first and so on, so that
+/// load on the machine affects both.
 PairedTimes measurePaired(const std::function<void()>& first, const std::function<void()>& second, int rounds,
                           Clock clock = Clock::processor);
 
-/// The middle of the values, or the mean of the two in the middle; not a number of none. Takes a copy to sort.
+/// The median; NaN if there are no values. Sorts a copy.
 double median(std::vector<double> values);
 
-/// The value that the part `share` (0 to 1) of the values does not exceed; not a number of none.
+/// The `share` quantile (0...1); NaN if there are no values.
 double percentile(std::vector<double> values, double share);
 
 }  // namespace videoanalysis::bench

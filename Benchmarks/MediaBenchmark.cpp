@@ -1,5 +1,5 @@
-// How quickly frames come: stepping back, seeking, opening, two players at once. On high definition at 60 frames a second
-// with 250 frames from one key frame to the next, which is what stepping back is hardest with.
+// Frame latency: stepping back, seeking, opening, two players. Uses a 1080p clip at 60 frames per second with groups of 250
+// frames, the worst case for stepping back.
 
 #include "Benchmarks/Benchmark.h"
 #include "Benchmarks/MpvPeer.h"
@@ -41,7 +41,7 @@ constexpr double notMeasured = std::numeric_limits<double>::quiet_NaN();
 
 double wallTime() { return now(Clock::wall); }
 
-/// Milliseconds of processor time of all processes that were started and have ended.
+/// CPU milliseconds of all child processes that have exited.
 double childrenTime() {
     rusage usage{};
     getrusage(RUSAGE_CHILDREN, &usage);
@@ -51,13 +51,12 @@ double childrenTime() {
     return milliseconds(usage.ru_utime) + milliseconds(usage.ru_stime);
 }
 
-/// A main queue whose thread sleeps until there is something to run: looking again and again would take from the decoder what
-/// is to be measured.
+/// A main queue whose thread sleeps until a block is posted; polling would take CPU time from the decoder.
 class SleepingQueue final : public dispatch::MainQueue {
 public:
     ~SleepingQueue() override { close(); }
 
-    void asyncAfter(double, dispatch::Block) override { std::abort(); }  // nothing here delays anything
+    void asyncAfter(double, dispatch::Block) override { std::abort(); }  // not used
 
     void sleepUntilThereIsWork(double longestMilliseconds) {
         std::unique_lock lock(mutex_);
@@ -80,8 +79,8 @@ struct BenchPlatform final : HeadlessPlatform {
     SleepingQueue sleepingQueue;
 };
 
-/// The first touch of memory that the system has not given out lately costs many times the usual on a virtual machine, whose
-/// host takes back what lies idle. Both sides of a comparison are to find it there, in large pages and in small ones.
+/// Touches memory, in large and small pages, before both sides of a comparison: on a virtual machine whose host reclaims idle
+/// memory, the first access to a page takes many times longer.
 void warmMemory() {
     constexpr std::size_t bytes = std::size_t{1} << 30;
     constexpr std::size_t largePage = std::size_t{2} << 20;
@@ -94,12 +93,12 @@ void warmMemory() {
     }
 }
 
-/// A fresh engine and the main loop that its players live in.
+/// A new engine and the main loop for its players.
 class Bench {
 public:
     Bench() { installPlatform(platform_); }
 
-    /// Milliseconds until `isDone`; not a number when that takes more than 30 s.
+    /// Milliseconds until `isDone`; NaN after 30 s.
     double turnUntil(const std::function<bool()>& isDone) { return turnUntil(isDone, 30000); }
     void turnFor(double milliseconds) {
         turnUntil([] { return false; }, milliseconds);
@@ -134,8 +133,8 @@ public:
     FFmpegEngine engine;
 };
 
-/// Steps all players back `count` frames, one every `interval` milliseconds or as soon as the one before is shown, whichever
-/// is later. The milliseconds from each request to its frame.
+/// Steps all players back `count` frames, one every `interval` milliseconds or when the previous one is displayed, whichever
+/// is later. Returns the milliseconds from each request to its frame.
 std::vector<double> stepBack(Bench& bench, const std::vector<std::shared_ptr<Player>>& players, int from, int count,
                              double interval) {
     std::vector<double> waits;
@@ -172,7 +171,7 @@ void measureStepping(Report& report, MpvPeer& peer) {
         const double start = wallTime();
         const auto waits = stepBack(bench, {player}, 350, 200, 0);
         const double milliseconds = (wallTime() - start) / 200;
-        // The peer decodes the whole group for each step, so that the same way would take it a minute: a sample of its steps.
+        // The peer decodes the whole group for each step and would take a minute, so only some of its steps are measured.
         peer.open(longGroups);
         double sum = 0;
         constexpr int samples = 10;
@@ -193,7 +192,7 @@ void measureStepping(Report& report, MpvPeer& peer) {
     }
 }
 
-/// Milliseconds that decoding takes for each frame, one after the other.
+/// Milliseconds per frame of sequential decoding.
 double sequentialDecoding() {
     std::atomic<bool> isCancelled{false};
     using media::ffmpeg::ClipDecoder;
@@ -234,7 +233,7 @@ void measureForward(Report& report) {
                 bench.turnUntil([&] { return player->currentFrame()->index() == frame; });
             }
         };
-        forward(1, 60);  // beyond what opening has decoded ahead
+        forward(1, 60);  // beyond the frames prefetched on opening
         const double start = wallTime();
         forward(61, 260);
         ours.push_back((wallTime() - start) / 200);
@@ -258,7 +257,7 @@ void measureSeeking(Report& report, MpvPeer& peer) {
     }
     report.against("exact seek, uncached", median(ours), "ms", "mpv", median(theirs), 1.0);
 
-    // A finger drags the bar over the whole clip in two seconds and back: how long no new picture comes.
+    // Drags the seek bar over the whole clip and back in two seconds each and measures the intervals between new frames.
     Bench bench;
     const auto player = bench.open(longGroups);
     std::vector<double> gaps;
@@ -290,7 +289,7 @@ void measureOpening(Report& report, MpvPeer& peer) {
     report.against("open to first picture", median(ours), "ms", "mpv", median(theirs), 1.0);
 }
 
-/// Two clips side by side for half a minute, each picture scaled to what a window shows of it.
+/// Plays two clips side by side for 30 s, each frame scaled to its size in a window.
 void measurePlaying(Report& report) {
     constexpr double seconds = 30;
     constexpr int shownWidth = 640;

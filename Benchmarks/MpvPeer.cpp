@@ -22,13 +22,49 @@ namespace videoanalysis::bench {
 namespace {
 
 constexpr double failed = std::numeric_limits<double>::quiet_NaN();
-constexpr double longestWait = 20;  // seconds
-
-}  // namespace
-
-namespace {
+constexpr double maxWait = 20;  // seconds
 
 constexpr const char* playerArgument = "--play-with-mpv";
+
+/// Set by mpv, on one of its threads, when there is a new frame.
+struct Wake {
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool isDue = false;
+
+    void set() {
+        const std::lock_guard lock(mutex);
+        isDue = true;
+        changed.notify_one();
+    }
+    void wait() {
+        std::unique_lock lock(mutex);
+        changed.wait_for(lock, std::chrono::milliseconds(100), [this] { return isDue; });
+        isDue = false;
+    }
+};
+
+/// Draws in software for `seconds`; returns the count of frames.
+int drawFrames(mpv_handle* handle, mpv_render_context* context, Wake& wake, int width, int height, double seconds) {
+    int size[] = {width, height};
+    std::size_t stride = static_cast<std::size_t>(width) * 4;
+    std::vector<unsigned char> pixels(stride * static_cast<std::size_t>(height));
+    int drawn = 0;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    while (std::chrono::steady_clock::now() < end) {
+        wake.wait();
+        while (mpv_wait_event(handle, 0)->event_id != MPV_EVENT_NONE) {
+        }
+        if ((mpv_render_context_update(context) & MPV_RENDER_UPDATE_FRAME) == 0) continue;
+        mpv_render_param draw[] = {{MPV_RENDER_PARAM_SW_SIZE, size},
+                                   {MPV_RENDER_PARAM_SW_FORMAT, const_cast<char*>("bgr0")},
+                                   {MPV_RENDER_PARAM_SW_STRIDE, &stride},
+                                   {MPV_RENDER_PARAM_SW_POINTER, pixels.data()},
+                                   {}};
+        if (mpv_render_context_render(context, draw) >= 0) ++drawn;
+    }
+    return drawn;
+}
 
 int play(const std::string& path, int width, int height, double seconds) {
     mpv_handle* handle = mpv_create();
@@ -46,45 +82,12 @@ int play(const std::string& path, int width, int height, double seconds) {
     mpv_render_param create[] = {{MPV_RENDER_PARAM_API_TYPE, const_cast<char*>(MPV_RENDER_API_TYPE_SW)}, {}};
     mpv_render_context* context = nullptr;
     if (mpv_render_context_create(&context, handle, create) < 0) return 1;
-    std::mutex mutex;
-    std::condition_variable changed;
-    struct Wake {
-        std::mutex& mutex;
-        std::condition_variable& changed;
-        bool isDue = false;
-    } wake{mutex, changed};
+    Wake wake;
     mpv_render_context_set_update_callback(
-        context,
-        [](void* opaque) {
-            auto& due = *static_cast<Wake*>(opaque);
-            const std::lock_guard lock(due.mutex);
-            due.isDue = true;
-            due.changed.notify_one();
-        },
-        &wake);
+        context, [](void* opaque) { static_cast<Wake*>(opaque)->set(); }, &wake);
     const char* load[] = {"loadfile", path.c_str(), nullptr};
     mpv_command(handle, load);
-    int size[] = {width, height};
-    std::size_t stride = static_cast<std::size_t>(width) * 4;
-    std::vector<unsigned char> pixels(stride * static_cast<std::size_t>(height));
-    int drawn = 0;
-    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-    while (std::chrono::steady_clock::now() < end) {
-        {
-            std::unique_lock lock(mutex);
-            changed.wait_for(lock, std::chrono::milliseconds(100), [&] { return wake.isDue; });
-            wake.isDue = false;
-        }
-        while (mpv_wait_event(handle, 0)->event_id != MPV_EVENT_NONE) {
-        }
-        if ((mpv_render_context_update(context) & MPV_RENDER_UPDATE_FRAME) == 0) continue;
-        mpv_render_param draw[] = {{MPV_RENDER_PARAM_SW_SIZE, size},
-                                   {MPV_RENDER_PARAM_SW_FORMAT, const_cast<char*>("bgr0")},
-                                   {MPV_RENDER_PARAM_SW_STRIDE, &stride},
-                                   {MPV_RENDER_PARAM_SW_POINTER, pixels.data()},
-                                   {}};
-        if (mpv_render_context_render(context, draw) >= 0) ++drawn;
-    }
+    const int drawn = drawFrames(handle, context, wake, width, height, seconds);
     mpv_render_context_free(context);
     mpv_terminate_destroy(handle);
     return drawn > seconds ? 0 : 1;
@@ -143,7 +146,7 @@ double MpvPeer::run(const char* const* command) {
     auto** arguments = const_cast<const char**>(command);
     if (mpv_command(handle_, arguments) < 0) return failed;
     while (true) {
-        const mpv_event* event = mpv_wait_event(handle_, longestWait);
+        const mpv_event* event = mpv_wait_event(handle_, maxWait);
         if (event->event_id == MPV_EVENT_PLAYBACK_RESTART) return now(Clock::wall) - start;
         if (event->event_id == MPV_EVENT_NONE) return failed;
     }
@@ -175,7 +178,7 @@ namespace videoanalysis::bench {
 
 std::unique_ptr<MpvPeer> MpvPeer::make() {
     throw std::runtime_error(
-        "mpv to compare with is missing. Type: sudo apt-get install --no-install-recommends libmpv-dev && ./bench");
+        "libmpv is missing. Run: sudo apt-get install --no-install-recommends libmpv-dev && ./bench");
 }
 MpvPeer::~MpvPeer() = default;
 double MpvPeer::open(const std::string&) { return 0; }

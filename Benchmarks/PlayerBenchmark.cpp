@@ -1,4 +1,4 @@
-// How soon a step is seen: from the key to the new pictures of two locked players on the screen.
+// Latency of a step: from the key press to the new frames of two locked players on the screen.
 
 #include "Benchmarks/BenchScreen.h"
 #include "Benchmarks/Benchmark.h"
@@ -21,7 +21,7 @@ BENCHMARK_GROUP(player, "player") {
         QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier);
         QCoreApplication::sendEvent(&screen.window(), &event);
     };
-    // There and back, so that what is measured is in the cache.
+    // Forth and back, so that the measured frames are in the cache.
     constexpr int steps = 30;
     for (const Qt::Key key : {Qt::Key_Right, Qt::Key_Left}) {
         for (int step = 0; step < steps; ++step) {

@@ -1,5 +1,5 @@
-// What recording the screen costs while two clips play in it, beside a general recorder of the same window; whether it keeps up,
-// and whether it holds up the user interface. On a display of its own, without a graphics processor.
+// The cost of recording the screen during playback of two clips, compared with a general-purpose recorder of the same window;
+// whether it keeps up, and whether it delays the user interface. Uses a separate display without a GPU.
 
 #include "Benchmarks/Benchmark.h"
 #include "Host/HostApplication.h"
@@ -31,10 +31,10 @@ namespace {
 constexpr int width = 1280;
 constexpr int height = 720;
 constexpr int rate = 30;
-/// Half as long with VIDEOANALYSIS_SHORT, for a first look.
+/// Half as long with VIDEOANALYSIS_SHORT, for a quick run.
 const int seconds = std::getenv("VIDEOANALYSIS_SHORT") ? 15 : 60;
 
-/// A display in memory.
+/// A virtual display.
 class Display {
 public:
     Display() {
@@ -55,7 +55,7 @@ private:
     QProcess server_;
 };
 
-/// Processor seconds of the programs that were started and have ended.
+/// CPU seconds of child processes that have exited.
 double usedByChildren() {
     rusage usage{};
     ::getrusage(RUSAGE_CHILDREN, &usage);
@@ -65,7 +65,7 @@ double usedByChildren() {
     return of(usage.ru_utime) + of(usage.ru_stime);
 }
 
-/// Lets the event loop run for so long, in milliseconds: what is measured passes in that time.
+/// Runs the event loop for this many milliseconds of measurement.
 void runFor(int milliseconds) {
     QEventLoop loop;
     QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
@@ -102,7 +102,7 @@ public:
 
     qt::QtScreenRecorder& recorder() { return dynamic_cast<qt::QtScreenRecorder&>(platform().screenRecorder()); }
 
-    /// Processor seconds a second that this program uses while both clips play from their beginning for `length` seconds.
+    /// CPU seconds per second of this program during playback of both clips from the start for `length` seconds.
     double play(int length) {
         mainStore().dispatch(CellVideoSeekToTimeAction({}, {}, media::Time::zero(), {}));
         runFor(500);

@@ -1,4 +1,5 @@
-// What the screen costs: from a dispatch to the frame that shows it, and what an idle screen with two players burns.
+// The cost of the screen: the latency from a dispatch to the displayed frame, and the CPU time of an idle screen with two
+// players.
 
 #include "Benchmarks/BenchScreen.h"
 #include "Benchmarks/Benchmark.h"

@@ -1,4 +1,4 @@
-// The drawing surface: rebuilding its bitmap, refreshing it with every frame, following a finger, and the stored form.
+// The drawing surface: rebuilding its bitmap, refreshing it for every frame, drawing strokes, and the stored form.
 
 #include "Benchmarks/AllocationCounter.h"
 #include "Benchmarks/Benchmark.h"
@@ -34,7 +34,7 @@ public:
     bool isTimeBasedDrawingsEnabled() const override { return true; }
 };
 
-/// Wandering lines whose touches lie 3 to 6 points apart, as a finger's do at 60 touches a second.
+/// Random strokes with 3 to 6 points between touches, like a finger at 60 Hz.
 std::vector<Stroke> wanderingStrokes(int count, int touches) {
     std::mt19937 generator(7);
     const auto between = [&](double low, double high) {
@@ -59,7 +59,7 @@ std::vector<Stroke> wanderingStrokes(int count, int touches) {
     return strokes;
 }
 
-/// The same strokes drawn with nothing but Cairo; `joins`: consecutive segments in one sub-path instead of one each.
+/// The same strokes drawn directly with Cairo; `joins` puts consecutive segments into one sub-path.
 std::vector<std::uint32_t> drawWithCairo(const std::vector<Stroke>& strokes, bool joins) {
     std::vector<std::uint32_t> pixels(static_cast<std::size_t>(width) * height);
     cairo_surface_t* surface = cairo_image_surface_create_for_data(reinterpret_cast<unsigned char*>(pixels.data()),
@@ -106,7 +106,7 @@ std::shared_ptr<SketchView> makeView(const std::vector<Stroke>& strokes, const s
     return view;
 }
 
-/// A stored stack that is small to send and much to draw.
+/// A stored stack with a short text that is slow to draw.
 struct HeavyStack {
     const char* name;
     std::string text;
@@ -146,7 +146,7 @@ std::vector<HeavyStack> heavyStacks() {
             {"1 MB of ellipses", stack([&] { return shape("oval", "20", "0.5"); }, asManyAsFit)}};
 }
 
-/// Milliseconds of the longest step on the main thread: to rebuild the stack, to show it, and to draw over it with a finger.
+/// Max milliseconds of a step on the main thread: loading the stack, showing it, and drawing over it.
 double longestStep(const JSON& stack) {
     SketchView view(Rect{0, 0, width, height});
     view.loadStack(stack);
@@ -182,7 +182,7 @@ double longestStep(const JSON& stack) {
     return longest;
 }
 
-/// The share of the coloured pixels that are not coloured in both pictures.
+/// The share of the coloured pixels that are coloured in only one of the bitmaps.
 double difference(const std::vector<std::uint32_t>& a, const std::vector<std::uint32_t>& b) {
     double coloured = 0;
     double different = 0;
@@ -200,8 +200,8 @@ public:
     void viewNeedsDisplay(ui::View&, const Rect& rect) override { region = rect; }
 };
 
-/// Milliseconds of one touch move of a stroke that has `segments` already: taking the touch and painting its region.
-/// Each round is a stretch of 50 moves.
+/// Milliseconds per touch move of a stroke of `segments` segments: handling the touch and painting its region. Each round is
+/// 50 moves.
 std::pair<double, double> measureTouchMoves(double alpha, int segments, int segmentsToCompare) {
     struct Finger {
         std::shared_ptr<SketchView> view = std::make_shared<SketchView>(Rect{0, 0, width, height});
@@ -233,7 +233,7 @@ std::pair<double, double> measureTouchMoves(double alpha, int segments, int segm
         finger.stroke = wanderingStrokes(1, already + movesPerRound + 1).front();
     }
     const auto run = [](Finger& finger, int already) {
-        // Every round measures the same moves of the same stroke.
+        // Each round measures the same moves of the same stroke.
         finger.view->clear();
         finger.view->beginDrawing(finger.stroke.front());
         finger.next = 1;
@@ -254,27 +254,23 @@ std::pair<double, double> measureTouchMoves(double alpha, int segments, int segm
     return {bench::median(times[0]), bench::median(times[1])};
 }
 
-BENCHMARK_GROUP(sketch, "sketch") {
-    installPlatform(std::make_shared<HeadlessPlatform>(std::make_unique<graphics::CairoEngine>()));
-    const std::vector<Stroke> strokes = wanderingStrokes(100, 201);
-    const auto player = std::make_shared<Player>();
-    player->time = 1000;
-    const std::shared_ptr<SketchView> view = makeView(strokes, player);
+/// Forces a full rebuild: alternates between two missing background images, which do not change the pixels.
+void rebuild(SketchView& view) {
+    view.backgroundImage = Image::named(view.backgroundImage.name() == "a" ? "b" : "a");
+    view.updateCacheImage(true);
+}
 
-    // Naming a background that no one has forces a rebuild, as nothing of the picture changes.
-    const auto rebuild = [&] {
-        view->backgroundImage = Image::named(view->backgroundImage.name() == "a" ? "b" : "a");
-        view->updateCacheImage(true);
-    };
-    const auto joined = bench::measurePaired(
-        rebuild, [&] { drawWithCairo(strokes, true); }, 25);
+void measureRebuilds(bench::Report& report, SketchView& view, const std::vector<Stroke>& strokes) {
+    const auto joined = bench::measurePaired([&] { rebuild(view); }, [&] { drawWithCairo(strokes, true); }, 25);
     report.against("full rebuild of 100 strokes", joined.first, "ms", "Cairo, joined", joined.second, 1.1);
-    const auto apart = bench::measurePaired(
-        rebuild, [&] { drawWithCairo(strokes, false); }, 15);
+    const auto apart = bench::measurePaired([&] { rebuild(view); }, [&] { drawWithCairo(strokes, false); }, 15);
     report.against("full rebuild of 100 strokes", apart.first, "ms", "Cairo, by segment", apart.second, 0.5);
     report.value("pixels that differ from Cairo's",
-                 100 * difference(view->image().bitmap()->pixels, drawWithCairo(strokes, false)), "%", 1);
+                 100 * difference(view.image().bitmap()->pixels, drawWithCairo(strokes, false)), "%", 1);
+}
 
+void measureGlows(bench::Report& report, const SketchView& view, const std::shared_ptr<Player>& player,
+                  const std::vector<Stroke>& strokes) {
     for (const PenType type : {PenType::blur, PenType::neon}) {
         const std::shared_ptr<SketchView> glowing = makeView(strokes, player);
         for (const auto& tool : glowing->pathArray) dynamic_cast<PenTool&>(*tool).setDrawingPenType(type);
@@ -286,46 +282,45 @@ BENCHMARK_GROUP(sketch, "sketch") {
                 for (const auto& tool : drawn.pathArray) tool->draw();
             };
         };
-        const auto glow = bench::measurePaired(drawAll(*glowing), drawAll(*view), 25);
+        const auto glow = bench::measurePaired(drawAll(*glowing), drawAll(view), 25);
         report.against(type == PenType::blur ? "100 blur pens" : "100 neon pens", glow.first, "ms", "plain pens",
                        glow.second, 3);
     }
-    for (const HeavyStack& heavy : heavyStacks())
-        report.value(std::string("main thread: ") + heavy.name, longestStep(JSON::parse(heavy.text)), "ms", 100);
+}
 
+void measureRefreshes(bench::Report& report, SketchView& view) {
     constexpr int refreshes = 1000;
     const auto refresh = [&] {
-        for (int i = 0; i < refreshes; ++i) view->updateCacheImage(true);
+        for (int i = 0; i < refreshes; ++i) view.updateCacheImage(true);
     };
     report.value("refresh, nothing changed", bench::measure(refresh, 25) * 1000 / refreshes, "us", 2);
     const bench::AllocationCounter counter;
     refresh();
     report.value("refresh, nothing changed: allocations", static_cast<double>(counter.count()), "", 0);
+}
 
+/// Reveals the 100 drawings one by one as the time advances.
+void measureUncovering(bench::Report& report, SketchView& view, Player& player) {
     std::vector<double> uncovering;
     std::vector<double> rebuilding;
     for (int i = 1; i <= 100; ++i) {
-        player->time = i;
+        player.time = i;
         const double start = bench::now(bench::Clock::processor);
-        view->updateCacheImage(true);
+        view.updateCacheImage(true);
         uncovering.push_back(bench::now(bench::Clock::processor) - start);
         if (i % 4 == 0) {
-            player->time = 1000;
-            rebuilding.push_back(bench::measure(rebuild, 1));
-            player->time = i;
-            view->updateCacheImage(true);
+            player.time = 1000;
+            rebuilding.push_back(bench::measure([&] { rebuild(view); }, 1));
+            player.time = i;
+            view.updateCacheImage(true);
         }
     }
     report.against("uncovering one more of 100", bench::median(uncovering), "ms", "full rebuild",
                    bench::median(rebuilding), 0.03);
+}
 
-    for (const double alpha : {1.0, 0.5}) {
-        const auto [late, early] = measureTouchMoves(alpha, 2000, 20);
-        report.against(alpha == 1 ? "touch move after 2,000, opaque" : "touch move after 2,000, translucent", late,
-                       "ms", "after 20", early, 2);
-    }
-
-    // None of the drawings is visible yet, so that what is measured is reading and writing.
+void measureStoring(bench::Report& report, const std::shared_ptr<Player>& player) {
+    // At time 0 no drawing is visible, so that only reading and writing is measured.
     player->time = 0;
     const std::shared_ptr<SketchView> stored = makeView(wanderingStrokes(1000, 200), player);
     const std::string text = stored->stackJSON().serialized();
@@ -341,6 +336,27 @@ BENCHMARK_GROUP(sketch, "sketch") {
                    storing.second, 1);
     report.value("reading alone", bench::measure([&] { stored->loadStack(JSON::parse(text)); }, 7), "ms");
     report.value("writing alone", bench::measure([&] { stored->stackJSON().serialized(); }, 7), "ms");
+}
+
+BENCHMARK_GROUP(sketch, "sketch") {
+    installPlatform(std::make_shared<HeadlessPlatform>(std::make_unique<graphics::CairoEngine>()));
+    const std::vector<Stroke> strokes = wanderingStrokes(100, 201);
+    const auto player = std::make_shared<Player>();
+    player->time = 1000;
+    const std::shared_ptr<SketchView> view = makeView(strokes, player);
+
+    measureRebuilds(report, *view, strokes);
+    measureGlows(report, *view, player, strokes);
+    for (const HeavyStack& heavy : heavyStacks())
+        report.value(std::string("main thread: ") + heavy.name, longestStep(JSON::parse(heavy.text)), "ms", 100);
+    measureRefreshes(report, *view);
+    measureUncovering(report, *view, *player);
+    for (const double alpha : {1.0, 0.5}) {
+        const auto [late, early] = measureTouchMoves(alpha, 2000, 20);
+        report.against(alpha == 1 ? "touch move after 2,000, opaque" : "touch move after 2,000, translucent", late,
+                       "ms", "after 20", early, 2);
+    }
+    measureStoring(report, player);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// What a dispatch costs, from the reducer to the last subscriber, in Qt's event loop and against that loop's own queued calls.
+// The cost of a dispatch, from the reducer to the last subscriber, in Qt's event loop and compared with its queued calls.
 
 #include "Benchmarks/AllocationCounter.h"
 #include "Benchmarks/Benchmark.h"
@@ -17,7 +17,7 @@
 namespace videoanalysis {
 namespace {
 
-constexpr int hopsPerSubscriber = 10;  // from the announcement, which all subscribers share, to newState
+constexpr int hopsPerSubscriber = 10;  // from the notification, which all subscribers share, to newState
 
 class LoopPlatform final : public HeadlessPlatform {
 public:
@@ -82,7 +82,7 @@ struct Fixture {
     }
 };
 
-/// As many hops as a delivery to three subscribers takes: one call, then three chains of calls that each post the next.
+/// As many hops as a delivery to three subscribers: one call, then three chains of calls that each post the next.
 class QueuedCalls {
 public:
     void run(int times) {

@@ -1,5 +1,5 @@
-// How long saving a part of a clip takes, and a row of thumbnails; beside the ffmpeg program, which encodes everything again and
-// seeks for every picture.
+// Saving a part of a clip, and making a row of thumbnails, compared with the ffmpeg program, which encodes all frames again
+// and seeks for every thumbnail.
 
 #include "Benchmarks/Benchmark.h"
 #include "Platforms/FFmpeg/FFmpegEngine.h"
@@ -26,7 +26,7 @@ constexpr double notMeasured = std::numeric_limits<double>::quiet_NaN();
 const std::string tenSeconds = VIDEOANALYSIS_BENCH_CLIPS_DIR "/ten-seconds.mp4";
 const std::string tenMinutes = VIDEOANALYSIS_BENCH_CLIPS_DIR "/ten-minutes.mp4";
 
-/// A folder that goes with its owner.
+/// A temporary folder, removed by its destructor.
 class Folder {
 public:
     Folder() { std::filesystem::create_directories(path); }
@@ -56,7 +56,7 @@ public:
         return now(Clock::wall) - start;
     }
 
-    /// Seconds 1.05 to 9.05: almost a whole group before the first key frame is encoded.
+    /// Seconds 1.05 to 9.05: encodes almost a whole group of pictures before the first keyframe.
     double trim(const std::string& target) {
         bool isDone = false;
         bool isRight = false;

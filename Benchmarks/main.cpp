@@ -1,5 +1,5 @@
-// bench [NAME...] [--json FILE]: runs the benchmarks of those names, or all. Status 0 when every limit is kept, 1 when one
-// is broken or a group failed, 2 when the arguments are wrong or the results cannot be written.
+// bench [NAME...] [--json FILE]: runs the named benchmarks, or all. Exit status: 0 if all limits are met; 1 if a limit is
+// exceeded or a group failed; 2 if the arguments are invalid or the results cannot be written.
 
 #include "Benchmarks/Benchmark.h"
 #include "Benchmarks/MpvPeer.h"
@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -48,33 +49,44 @@ void printTable(const std::vector<Case>& cases) {
     }
 }
 
+struct Arguments {
+    std::vector<std::string> names;  ///< of the groups to run; empty for all
+    std::string jsonPath;            ///< empty for none
+};
+
+/// Empty, after a line on the error output, if the arguments are invalid.
+std::optional<Arguments> parse(int argc, char** argv) {
+    Arguments result;
+    for (int i = 1; i < argc; ++i) {
+        const std::string argument = argv[i];
+        if (argument == "--json") {
+            if (++i == argc) {
+                std::fprintf(stderr, "bench: --json needs a file name\n");
+                return std::nullopt;
+            }
+            result.jsonPath = argv[i];
+        } else {
+            result.names.push_back(argument);
+        }
+    }
+    for (const std::string& name : result.names) {
+        if (std::none_of(groups().begin(), groups().end(), [&](const Group& group) { return group.name == name; })) {
+            std::fprintf(stderr, "bench: unknown benchmark %s; available:%s\n", name.c_str(), groupNames().c_str());
+            return std::nullopt;
+        }
+    }
+    return result;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     using namespace videoanalysis::bench;
     if (const std::optional<int> status = MpvPeer::playerMain(argc, argv)) return *status;
-    std::vector<std::string> names;
-    std::string jsonPath;
-    for (int i = 1; i < argc; ++i) {
-        const std::string argument = argv[i];
-        if (argument == "--json") {
-            if (++i == argc) {
-                std::fprintf(stderr, "bench: --json needs the name of a file\n");
-                return 2;
-            }
-            jsonPath = argv[i];
-        } else {
-            names.push_back(argument);
-        }
-    }
-    for (const std::string& name : names) {
-        if (std::none_of(groups().begin(), groups().end(), [&](const Group& group) { return group.name == name; })) {
-            std::fprintf(stderr, "bench: no benchmark is called %s; there are:%s\n", name.c_str(),
-                         groupNames().c_str());
-            return 2;
-        }
-    }
-    // Opened before minutes of measuring, and written as the figures come: what was measured stays when the run is cut short.
+    const std::optional<Arguments> arguments = parse(argc, argv);
+    if (!arguments) return 2;
+    const auto& [names, jsonPath] = *arguments;
+    // Opened before measuring and written incrementally, so that an interrupted run keeps its results.
     std::FILE* json = nullptr;
     if (!jsonPath.empty() && !(json = std::fopen(jsonPath.c_str(), "w"))) {
         std::fprintf(stderr, "bench: cannot write %s\n", jsonPath.c_str());

@@ -1,5 +1,4 @@
-// JSON text: whatever is accepted must be written and read back as the same value, whatever is not must be refused with an
-// error.
+// JSON text: accepted texts must round-trip; all others must be rejected with an error.
 
 #include "VideoAnalysis/JSON/JSON.h"
 

@@ -1,6 +1,6 @@
-// Stored drawings: any JSON value may be handed over as a stack. The first byte sets up the view, the rest is the text of
-// the stack. What has been read is drawn on a view of the size of a large screen, rescaled and written, and reading that again
-// must change nothing. None of it may hold up the main thread.
+// Stored drawings: any JSON value may be loaded as a stack. The first byte configures the view, the rest is the text of the
+// stack. The drawings are drawn on a view of the size of a large screen, rescaled and stored, and must survive loading again.
+// No step may block the main thread.
 
 #include "Platforms/Cairo/CairoEngine.h"
 #include "VideoAnalysis/Platform/Dispatch.h"
@@ -22,7 +22,7 @@ using namespace videoanalysis;
 namespace {
 
 constexpr Size screenSize{1920, 1080};
-/// Seconds of the main thread for one step. A step takes a tenth of a second at most; the sanitizers make it many times that.
+/// Max seconds of one step on the main thread. A step takes at most 0.1 s, but many times that with sanitizers.
 constexpr double maximumStep = 2;
 
 class FuzzMainQueue final : public dispatch::MainQueue {
@@ -33,7 +33,7 @@ private:
     void wake() override {}
 };
 
-/// Only what a sketch view asks for.
+/// Implements only what a sketch view needs.
 class FuzzPlatform final : public Platform {
 public:
     std::size_t logLines = 0;
@@ -61,7 +61,7 @@ private:
     graphics::CairoEngine engine_;
 };
 
-/// A value without a text, as a host may build one: "NaN" and "inf" in the text become the numbers.
+/// A value that cannot be parsed from text but that a host may build: replaces "NaN" and "inf" by the numbers.
 JSON withStrangeNumbers(const JSON& value) {
     if (const std::string* text = value.string()) {
         if (*text == "NaN") return std::nan("");
@@ -116,11 +116,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     }
     platform->logLines = 0;
-    // Without bounds of its own a view keeps the drawings until it has some.
+    // A view without bounds keeps the drawings until it gets some.
     SketchView view(data[0] % 2 == 0 ? Rect{{}, screenSize} : Rect{});
     perform([&] { view.loadStack(stack); });
     require(platform->logLines <= 101);
-    // Some are overtaken while they are being drawn.
+    // Cancels some of the background rebuilds.
     if (data[0] & 2) finishRebuild(view);
     perform([&] { view.setFrame({0, 0, 1080, 1920}); });
     perform([&] {
