@@ -3,15 +3,15 @@
 set(videoAnalysisWarnings -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Woverloaded-virtual)
 
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
-    # A constructor's parameter may carry its member's name; g++ counts that as shadowing unless only locals are looked at.
-    # And g++ 12 takes the value of an empty std::optional for something that is read, and sees overlapping copies in an
-    # optimised `"text" + string` (its bug 105329).
+    # A constructor's parameter may have its member's name, which g++ reports as shadowing unless limited to locals.
+    # g++ 12 has false positives for the value of an empty std::optional and for an optimized `"text" + string` (its bug
+    # 105329).
     set(compilerWarnings -Wshadow=local -Wno-maybe-uninitialized -Wno-restrict)
 else()
     set(compilerWarnings -Wshadow)
 endif()
 
-# Gives TARGET the project's warnings, without passing them on to whoever links it. The `ci` preset makes them errors.
+# Enables the project's warnings for TARGET but not for its dependents. The `ci` preset makes them errors.
 function(videoanalysis_warnings TARGET)
     target_compile_options(${TARGET} PRIVATE ${videoAnalysisWarnings} ${compilerWarnings})
 endfunction()

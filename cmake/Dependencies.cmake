@@ -1,5 +1,5 @@
-# The libraries and programs that the selected parts need, found for all folders at once. The installed package looks for the
-# same pkg-config modules.
+# Finds the libraries and programs of the selected parts for all folders. The installed package looks for the same pkg-config
+# modules.
 
 set(videoAnalysisCairoModules cairo>=1.16)
 set(videoAnalysisFFmpegModules

@@ -1,4 +1,4 @@
-# Finds libyuv, which brings no description of its own. Sets LibYuv_FOUND and the target VideoAnalysis::LibYuv.
+# Finds libyuv, which has no CMake or pkg-config description. Sets LibYuv_FOUND and the target VideoAnalysis::LibYuv.
 
 find_path(LIBYUV_INCLUDE_DIR libyuv.h)
 find_library(LIBYUV_LIBRARY yuv)

@@ -1,4 +1,4 @@
-# The description with which other projects find the installed libraries.
+# The CMake package with which other projects find the installed libraries.
 
 include(CMakePackageConfigHelpers)
 set(packageDestination ${CMAKE_INSTALL_LIBDIR}/cmake/VideoAnalysis)
@@ -9,7 +9,7 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/VideoAnalysisConfigVersi
 install(FILES "${PROJECT_BINARY_DIR}/VideoAnalysisConfig.cmake" "${PROJECT_BINARY_DIR}/VideoAnalysisConfigVersion.cmake"
     cmake/FindLibYuv.cmake DESTINATION ${packageDestination} COMPONENT Component)
 
-# What checks of the tree read: the public headers, one a line.
+# The public headers, one per line, for the checks of the source tree.
 get_property(publicHeaders GLOBAL PROPERTY VIDEOANALYSIS_PUBLIC_HEADERS)
 list(TRANSFORM publicHeaders REPLACE "^${PROJECT_SOURCE_DIR}/" "")
 list(SORT publicHeaders)

@@ -2,7 +2,7 @@
 
 # Adds the static library VideoAnalysis::NAME of all sources below the current folder, and its place in the installed
 # package. PUBLIC_HEADERS are the headers that other projects may include, relative to the current folder; wildcards allowed.
-# Only these are installed. Sources and headers that come and go are picked up by the next build.
+# Only these are installed. The next build picks up added and removed files.
 function(videoanalysis_add_ring NAME)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "PUBLIC_HEADERS")
     set(target VideoAnalysis${NAME})

@@ -24,7 +24,7 @@ Outcome run(std::function<void(Report&)> work) {
     return outcome;
 }
 
-TEST(BenchmarkTest, CasesArriveFromTheChildProcessAsTheyWereMeasured) {
+TEST(BenchmarkTest, ReceivesCasesFromTheChildProcess) {
     const Outcome outcome = run([](Report& report) {
         report.value("alone", 2.5, "ms");
         report.against("compared", 3, "ms", "peer", 4, 0.7);
@@ -37,10 +37,10 @@ TEST(BenchmarkTest, CasesArriveFromTheChildProcessAsTheyWereMeasured) {
     EXPECT_EQ(outcome.cases[1].ratio(), 0.75);
     EXPECT_TRUE(outcome.cases[1].isOver());
     EXPECT_TRUE(std::isnan(outcome.cases[2].value));
-    EXPECT_TRUE(outcome.cases[2].isOver()) << "a figure that is not a number breaks any limit";
+    EXPECT_TRUE(outcome.cases[2].isOver()) << "NaN exceeds every limit";
 }
 
-TEST(BenchmarkTest, AGroupThatFailsSaysWhyAndKeepsWhatItMeasured) {
+TEST(BenchmarkTest, FailedGroupReportsTheReasonAndKeepsItsCases) {
     const Outcome thrown = run([](Report& report) {
         report.value("before", 1, "ms");
         throw std::runtime_error("no\npeer");

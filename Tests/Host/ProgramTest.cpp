@@ -1,4 +1,4 @@
-// The program as it is started from a command line.
+// The program, started from the command line.
 
 #include "Host/CommandLine.h"
 #include "Host/HostApplication.h"
@@ -64,7 +64,7 @@ protected:
     QTemporaryDir scratch;
 };
 
-TEST_F(ProgramTest, ARunWithoutADisplayPlaysStepsAndDrawsAndLeavesTheEvidence) {
+TEST_F(ProgramTest, HeadlessRunPlaysStepsAndDrawsAndWritesItsResults) {
     const QString folder = scratch.filePath(QStringLiteral("made/on/the/way"));
     const Outcome outcome = run({QStringLiteral("--headless"), folder});
     EXPECT_EQ(outcome.exitStatus, 0);
@@ -85,7 +85,7 @@ TEST_F(ProgramTest, ARunWithoutADisplayPlaysStepsAndDrawsAndLeavesTheEvidence) {
         EXPECT_EQ(stack["players"][player]["stack"]["redoStack"].size(), 1U);
     }
 
-    // Wherever the log names a frame, the window shows that frame; steps are steps.
+    // The window shows the frames in the log, and a step is one frame.
     const QString log = QString::fromUtf8(contents(QDir(folder).filePath(QStringLiteral("session.log"))));
     static const QRegularExpression shown(QStringLiteral("player (\\d) frame (\\d+) \\(window shows (\\d+)\\)"));
     int compared = 0;
@@ -101,7 +101,7 @@ TEST_F(ProgramTest, ARunWithoutADisplayPlaysStepsAndDrawsAndLeavesTheEvidence) {
     EXPECT_EQ(steps.next().captured(1).toInt(), frame + 2);
 }
 
-TEST_F(ProgramTest, BadInputIsOneClearLineAndAStatus) {
+TEST_F(ProgramTest, BadInputIsReportedInOneLineWithAStatus) {
     const QStringList headless = {QStringLiteral("--headless"), scratch.filePath(QStringLiteral("out"))};
     const auto expectOneLine = [](const Outcome& outcome, const char* part) {
         EXPECT_EQ(outcome.exitStatus, 2);
@@ -116,7 +116,7 @@ TEST_F(ProgramTest, BadInputIsOneClearLineAndAStatus) {
     expectOneLine(run(headless + QStringList{clip("truncated.mp4"), clip("h264.mp4")}), "truncated.mp4");
     expectOneLine(run(headless + QStringList{clip("text.mp4"), clip("h264.mp4")}), "text.mp4");
 
-    // The good clip of the last run was worked all the same.
+    // The playable clip of the last run was still used.
     const JSON stack = JSON::parse(contents(scratch.filePath(QStringLiteral("out/stack.json"))).toStdString());
     EXPECT_EQ(stack["players"][1]["stack"]["drawnStack"].size(), 2U);
 }
@@ -135,7 +135,7 @@ TEST_F(ProgramTest, HelpAndVersionNeedNoDisplay) {
         << version.output.toStdString();
 }
 
-TEST_F(ProgramTest, ClipsAreAddressesWhateverTheirNames) {
+TEST_F(ProgramTest, ClipArgumentsMayHaveAnyFileName) {
     const auto addressOf = [](std::string argument) {
         std::string name = "video-analysis";
         std::vector<char*> arguments = {name.data(), argument.data(), nullptr};
@@ -156,8 +156,8 @@ TEST_F(ProgramTest, ClipsAreAddressesWhateverTheirNames) {
     EXPECT_EQ(addressOf("https://example.org/a%20b.mp4"), "https://example.org/a%20b.mp4");
 }
 
-// /dev/full refuses what is written when the buffers are emptied, as a full disk does.
-TEST_F(ProgramTest, AFullDiskIsOneClearLineAndAStatus) {
+// Like a full disk, /dev/full fails when the buffers are flushed.
+TEST_F(ProgramTest, FullDiskIsReportedInOneLineWithAStatus) {
     for (const char* name : {"session.log", "stack.json", "screen.png"}) {
         SCOPED_TRACE(name);
         const QString folder = scratch.filePath(QLatin1String(name));
@@ -170,8 +170,8 @@ TEST_F(ProgramTest, AFullDiskIsOneClearLineAndAStatus) {
     }
 }
 
-// In a process of its own, as the scale is that of all screens.
-TEST_F(ProgramTest, DISABLED_TheWindowIsNoLargerThanTheScreen) {
+// Runs in a separate process, because the scale applies to all screens.
+TEST_F(ProgramTest, DISABLED_WindowIsNoLargerThanTheScreen) {
     host::HostApplication host({}, [](const QString&) {});
     const QSize room = host.window().screen()->availableSize();
     for (const QSize size : {host.window().size(), host.window().minimumSize()}) {
@@ -180,7 +180,7 @@ TEST_F(ProgramTest, DISABLED_TheWindowIsNoLargerThanTheScreen) {
     }
 }
 
-TEST_F(ProgramTest, TheStartPageScrollsWhereItDoesNotFit) {
+TEST_F(ProgramTest, StartScreenScrollsIfItDoesNotFit) {
     const auto host =
         std::make_shared<host::HostApplication>(QStringList{clip("h264.mp4"), clip("h264.mp4")}, [](const QString&) {});
     host->window().setMinimumSize({});
@@ -208,9 +208,9 @@ TEST_F(ProgramTest, TheStartPageScrollsWhereItDoesNotFit) {
     }
 }
 
-TEST_F(ProgramTest, TheWindowFitsSmallScreens) {
+TEST_F(ProgramTest, WindowFitsSmallScreens) {
     for (const char* scale : {"1", "2"}) {  // of 800 x 800 pixels
-        ChildTest child("TheWindowIsNoLargerThanTheScreen", {{"QT_SCALE_FACTOR", QLatin1String(scale)}});
+        ChildTest child("WindowIsNoLargerThanTheScreen", {{"QT_SCALE_FACTOR", QLatin1String(scale)}});
         EXPECT_TRUE(child.hasPassed()) << scale;
     }
 }

@@ -1,5 +1,5 @@
-# Configures and builds the component with one platform at a time while the libraries of the others cannot be found, and
-# consumes what that installs. All in one build folder, so that the component is compiled once.
+# Configures, builds, installs and consumes the component with one platform at a time while the libraries of the others cannot
+# be found. Uses one build folder, so that the component is compiled once.
 
 include("${CMAKE_CURRENT_LIST_DIR}/InstallAndConsume.cmake")
 

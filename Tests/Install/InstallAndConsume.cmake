@@ -19,7 +19,7 @@ function(consume)
     foreach(component IN LISTS components)
         run(${CMAKE_COMMAND} --install "${buildFolder}" --component ${component} --prefix "${scratchFolder}/prefix")
     endforeach()
-    list(JOIN components " " names) # a list would be taken apart on its way
+    list(JOIN components " " names) # passed as a string, because CMake expands lists
     run(${CMAKE_COMMAND} -G Ninja -S "${CMAKE_CURRENT_FUNCTION_LIST_DIR}" -B "${scratchFolder}/consumer"
         -D "COMPONENTS=${names}" -D "CMAKE_PREFIX_PATH=${scratchFolder}/prefix" -D "CMAKE_CXX_COMPILER=${compiler}"
         -D "CMAKE_CXX_FLAGS=${flags}" -D "CMAKE_CXX_COMPILER_LAUNCHER=${launcher}" ${arg_OPTIONS})

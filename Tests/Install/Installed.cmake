@@ -1,5 +1,5 @@
-# The package as it is installed from this build: consumed as a whole, and by the example program of the documentation, which
-# must show the clips.
+# The installed package of this build, consumed as a whole and by the example program of the documentation, which must show
+# the clips.
 
 include("${CMAKE_CURRENT_LIST_DIR}/InstallAndConsume.cmake")
 consume(Component Headless Cairo FFmpeg QtQuick)

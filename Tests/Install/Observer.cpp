@@ -1,5 +1,5 @@
-// Linked into the example program: ends it with success once both halves of its window show pictures of a clip, and with
-// failure if they do not within a minute.
+// Linked into the example program: exits with success once both halves of its window show video, and with failure after one
+// minute.
 
 #include <QGuiApplication>
 #include <QImage>
@@ -11,7 +11,7 @@
 
 namespace {
 
-/// The clips' pictures are shaded; the screen without them has a few dozen colours.
+/// Video has many shades; the screen without it has a few dozen colours.
 constexpr int coloursOfAPicture = 400;
 
 int colourCount(const QImage& image, const QRect& area) {

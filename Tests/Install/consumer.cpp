@@ -1,4 +1,4 @@
-// A host's program in small: a counter in a store, counted up by a timer of the headless platform.
+// A minimal host: a counter in a store, incremented by a timer of the headless platform.
 
 #include "Platforms/Headless/HeadlessPlatform.h"
 #include "VideoAnalysis/Store/Store.h"

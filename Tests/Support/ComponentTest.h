@@ -1,6 +1,6 @@
 #pragma once
-// The ground of every test that runs the component without a screen: a fresh headless platform, installed, and a cleared
-// analysis afterwards.
+// The base fixture of tests that run the component without a screen: installs a new headless platform, and clears the analysis
+// afterwards.
 
 #include "Platforms/Headless/HeadlessPlatform.h"
 #include "VideoAnalysis/Analysis/Actions.h"
@@ -21,7 +21,7 @@ namespace videoanalysis {
 
 class ComponentTest : public testing::Test {
 protected:
-    /// `graphics` draws; without one nothing is drawn.
+    /// `graphics` may be null; then nothing is drawn.
     explicit ComponentTest(std::unique_ptr<graphics::Engine> graphics = nullptr)
         : platform(std::make_shared<HeadlessPlatform>(std::move(graphics))) {
         installPlatform(platform);
@@ -34,7 +34,7 @@ protected:
 
     const std::shared_ptr<HeadlessPlatform> platform;
 
-    /// The analysis from a clean start.
+    /// Starts a new analysis.
     Store<State>& store() {
         if (!std::exchange(usesMainStore_, true)) {
             mainStore().dispatch(ClearStateAction());
@@ -44,7 +44,7 @@ protected:
     }
     const MainViewControllerState& screenState() { return store().state().mainViewControllerState; }
 
-    /// A clip that can be played.
+    /// A playable clip.
     VideoAnalysisController::Object clip(const std::string& name, const HeadlessClip& clip = {}) {
         const URL url("file:///" + name);
         platform->mediaEngine.addClip(url, clip);
@@ -55,7 +55,7 @@ protected:
     std::vector<std::shared_ptr<PlayerCollectionViewCellController>>& players() {
         return screen()->playersManager()->cellControllers;
     }
-    /// Presents the analysis and lets everything settle: cells bound, clips ready, first loads done.
+    /// Presents the analysis and waits until it is idle: cells bound, clips ready, first loads done.
     void show() {
         store().dispatch(SetPresentationConfigurationAction(host, ui::ModalPresentationStyle::fullScreen));
         platform->advance(1);
@@ -78,7 +78,7 @@ private:
     bool usesMainStore_ = false;
 };
 
-/// A delegate that remembers what it was asked and lets a test answer.
+/// A delegate that records requests, for a test to answer.
 class RecordingDelegate : public VideoAnalysisControllerDelegate {
 public:
     std::vector<std::string> calls;

@@ -14,7 +14,7 @@ namespace {
 
 std::string quoted(const std::string& path) { return "'" + path + "'"; }
 
-/// The kinds of the file's topmost boxes, in order.
+/// The types of the file's top-level boxes, in order.
 std::vector<std::string> boxesOf(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     std::vector<std::string> kinds;

@@ -1,5 +1,5 @@
 #pragma once
-// Pointer events for tests of what fingers and the mouse do.
+// Pointer events for tests of touch and mouse input.
 
 #include "VideoAnalysis/Platform/UI/PointerEvent.h"
 
@@ -20,7 +20,7 @@ inline ui::PointerEvent mouse(ui::PointerButton button, ui::PointerPhase phase, 
             .windowPosition = position};
 }
 
-/// One finger of a receiver of pointer events, along the x axis.
+/// Sends the events of one finger that moves along the x axis.
 template <class Receiver>
 void press(Receiver& receiver, std::int64_t pointer, double x, double time) {
     const ui::PointerEvent event = finger(pointer, ui::PointerPhase::began, {x, 0}, time);

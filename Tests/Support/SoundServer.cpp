@@ -15,7 +15,7 @@
 namespace videoanalysis {
 namespace {
 
-/// The child's process number. Its output goes to the file `output`.
+/// Starts a child process whose output goes to the file `output`. Returns its process id.
 pid_t start(const std::vector<std::string>& command, const std::string& output) {
     const pid_t child = fork();
     if (child != 0) return child;
@@ -36,7 +36,7 @@ pid_t start(const std::vector<std::string>& command, const std::string& output) 
 void SoundServer::end(pid_t& child) {
     if (child <= 0) return;
     kill(child, SIGTERM);
-    kill(child, SIGCONT);  // it may be stopped
+    kill(child, SIGCONT);  // in case it is stopped
     waitpid(child, nullptr, 0);
     child = -1;
 }
@@ -74,7 +74,7 @@ void SoundServer::startListening() {
     listener_ = start({"parec", "--device=speaker.monitor", "--format=float32le", "--rate=48000", "--channels=1",
                        "--raw", "--latency-msec=20"},
                       file);
-    // It listens once the first bytes are there.
+    // It is recording once the file has its first bytes.
     std::error_code error;
     for (int attempt = 0; attempt < 100; ++attempt) {
         if (std::filesystem::file_size(file, error) > 0 && !error) return;

@@ -1,6 +1,6 @@
 #pragma once
-// A sound server of a test's own: PulseAudio with one device that plays into nothing, whose sound can be listened to. Programs
-// and libraries started after it find it through the environment.
+// A private sound server for a test: PulseAudio with one null device whose output can be captured. Programs and libraries
+// started after it find it through the environment.
 
 #include <sys/types.h>
 
@@ -11,19 +11,19 @@ namespace videoanalysis {
 
 class SoundServer {
 public:
-    /// Starts the server and waits until it answers. `isRunning` is false where that fails.
+    /// Starts the server and waits until it responds. On failure `isRunning` is false.
     SoundServer();
     SoundServer(const SoundServer&) = delete;
     SoundServer& operator=(const SoundServer&) = delete;
     ~SoundServer();
 
     bool isRunning() const { return server_ > 0; }
-    /// For signals to it; the server may be stopped or ended before this object.
+    /// Process id, to send it signals. The server may be stopped or terminated before this object is destroyed.
     pid_t process() const { return server_; }
 
-    /// Begins to listen to what the device plays.
+    /// Starts capturing the device's output.
     void startListening();
-    /// What has been heard since, mono, 48,000 samples a second, -1 to 1.
+    /// The audio captured since then: mono, 48 kHz, -1...1.
     std::vector<float> heard() const;
     void stopListening() { end(listener_); }
 

@@ -135,7 +135,7 @@ SecureWebServer::SecureWebServer(const std::string& folder) {
     }
     close(output[1]);
     output_ = output[0];
-    // It says where it listens: "ACCEPT 127.0.0.1:45231".
+    // It prints its address: "ACCEPT 127.0.0.1:45231".
     std::string said;
     for (char c = 0; read(output[0], &c, 1) == 1;) {
         if (c != '\n') {

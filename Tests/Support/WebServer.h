@@ -1,6 +1,6 @@
 #pragma once
-// Web servers of a test's own on the loopback device: one that gives a file and can hold part of it back, and one that
-// speaks TLS with a certificate that nothing trusts.
+// Private web servers for tests on the loopback interface: one that serves a file and can delay part of it, and one that uses
+// TLS with an untrusted certificate.
 
 #include <sys/types.h>
 
@@ -14,7 +14,7 @@
 
 namespace videoanalysis {
 
-/// Gives one file to any request, from the byte asked for.
+/// Serves one file for every request, from the requested byte on.
 class WebServer {
 public:
     explicit WebServer(const std::string& file);
@@ -23,14 +23,14 @@ public:
     ~WebServer();
 
     std::string address() const { return "http://127.0.0.1:" + std::to_string(port_) + "/clip"; }
-    /// Nothing from byte `offset` on is sent until `release`.
+    /// Delays the bytes from `offset` on until `release`.
     void holdBack(std::size_t offset);
     void release() { holdBack(bytes_.size()); }
 
 private:
     void serve();
     void answer(int connection);
-    /// Waits until the byte at `offset` may be sent. False when the server closes.
+    /// Waits until the byte at `offset` may be sent. False if the server is closing.
     bool waitFor(std::size_t offset);
 
     std::string bytes_;
@@ -44,11 +44,11 @@ private:
         int socket;
         std::thread thread;
     };
-    std::vector<Connection> connections_;  // of the server's thread
+    std::vector<Connection> connections_;  // server thread only
     std::thread thread_;
 };
 
-/// The files of one folder, over TLS.
+/// Serves the files of a folder over TLS.
 class SecureWebServer {
 public:
     explicit SecureWebServer(const std::string& folder);
@@ -56,13 +56,13 @@ public:
     SecureWebServer& operator=(const SecureWebServer&) = delete;
     ~SecureWebServer();
 
-    /// Empty when the server could not be started.
+    /// Empty if the server could not be started.
     const std::string& address() const { return address_; }
 
 private:
     std::string scratch_;
     std::string address_;
-    int output_ = -1;  // open as long as the server, which writes to it
+    int output_ = -1;  // the server writes to it until it exits
     pid_t server_ = -1;
 };
 

@@ -23,7 +23,7 @@ struct Picture {
     }
 };
 
-// The frames of a test clip that pass `filter`, as the ffmpeg program decodes them.
+// The frames of a test clip that pass `filter`, decoded by the ffmpeg program.
 std::vector<Picture> decode(const std::string& clip, int width, int height, const std::string& filter) {
     const std::string command = "ffmpeg -nostdin -loglevel error -i " VIDEOANALYSIS_TEST_CLIPS_DIR "/" + clip +
                                 " -vf '" + filter + "' -fps_mode passthrough -pix_fmt bgra -f rawvideo -";
@@ -62,11 +62,11 @@ TEST(FrameNumber, IsReadFromAPartOfThePicture) {
     EXPECT_EQ(pictures[0].number({60, 90, 400, 225}), 77);
     EXPECT_EQ(pictures[0].number({60.4, 89.6, 400, 225}), 77);
     EXPECT_EQ(pictures[0].number(), std::nullopt);
-    EXPECT_EQ(pictures[0].number({160, 90, 400, 225}), std::nullopt) << "reaches out of the picture";
+    EXPECT_EQ(pictures[0].number({160, 90, 400, 225}), std::nullopt) << "extends beyond the picture";
     EXPECT_EQ(pictures[0].number({60, -1, 400, 225}), std::nullopt);
 }
 
-TEST(FrameNumber, IsNotFoundWhereThereIsNone) {
+TEST(FrameNumber, IsNotFoundInOtherPictures) {
     const std::string first = "trim=start_frame=77:end_frame=78";
     for (const std::string& spoilt : {first + ",hflip", first + ",vflip", first + ",negate", first + ",boxblur=40",
                                       first + ",crop=600:340:20:20,scale=640:360", first + ",eq=contrast=0.2",
@@ -78,7 +78,7 @@ TEST(FrameNumber, IsNotFoundWhereThereIsNone) {
     EXPECT_EQ((Picture{64, 36, std::vector<std::uint8_t>(64 * 36 * 4, 255)}.number()), std::nullopt);
 }
 
-TEST(FrameNumber, SurvivesNoSingleWrongCell) {
+TEST(FrameNumber, RejectsAnySingleWrongCell) {
     using samples::FrameCode;
     for (const int number : {0, 1, 77, 4660, FrameCode::largestNumber}) {
         FrameCode::Cells cells = FrameCode::encode(number);
