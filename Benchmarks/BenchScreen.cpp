@@ -78,7 +78,7 @@ void BenchScreen::waitUntil(const std::function<bool()>& condition) {
     QElapsedTimer timer;
     timer.start();
     while (!condition()) {
-        if (timer.hasExpired(30000)) throw std::runtime_error("the screen does not come to what was waited for");
+        if (timer.hasExpired(30000)) throw std::runtime_error("timeout waiting for the screen");
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
     }
 }

@@ -129,13 +129,13 @@ std::string runInChildProcess(const Group& group, const std::function<void(Case)
     }
     std::free(line);
     std::fclose(in);
-    if (child < 0) return "no process for it";
+    if (child < 0) return "cannot start a child process";
     int status = 0;
     waitpid(child, &status, 0);
     if (!wrong.empty()) return wrong;
-    if (WIFSIGNALED(status)) return std::string("ended by a signal: ") + strsignal(WTERMSIG(status));
-    if (status != 0) return "ended with status " + std::to_string(WEXITSTATUS(status));
-    return hasMeasured ? "" : "measured nothing";
+    if (WIFSIGNALED(status)) return std::string("terminated by signal: ") + strsignal(WTERMSIG(status));
+    if (status != 0) return "exited with status " + std::to_string(WEXITSTATUS(status));
+    return hasMeasured ? "" : "no cases were measured";
 }
 
 double now(Clock clock) {

@@ -58,9 +58,9 @@ public:
 
     void asyncAfter(double, dispatch::Block) override { std::abort(); }  // not used
 
-    void sleepUntilThereIsWork(double longestMilliseconds) {
+    void sleepUntilThereIsWork(double maxMilliseconds) {
         std::unique_lock lock(mutex_);
-        changed_.wait_for(lock, std::chrono::duration<double, std::milli>(longestMilliseconds),
+        changed_.wait_for(lock, std::chrono::duration<double, std::milli>(maxMilliseconds),
                           [this] { return !isEmpty(); });
     }
 
@@ -117,10 +117,10 @@ public:
     }
 
 private:
-    double turnUntil(const std::function<bool()>& isDone, double longest) {
+    double turnUntil(const std::function<bool()>& isDone, double timeout) {
         const double start = wallTime();
         while (!isDone()) {
-            const double left = longest - (wallTime() - start);
+            const double left = timeout - (wallTime() - start);
             if (left <= 0) return notMeasured;
             if (!platform_->sleepingQueue.runTurn()) platform_->sleepingQueue.sleepUntilThereIsWork(left);
         }

@@ -87,7 +87,7 @@ public:
             return driver_->playerCount() == 2 && driver_->player(0) && driver_->player(0)->currentFrame() &&
                    driver_->player(1) && driver_->player(1)->currentFrame();
         };
-        if (!host::ScreenDriver::wait(isReady, 30000)) throw std::runtime_error("the clips do not open");
+        if (!host::ScreenDriver::wait(isReady, 30000)) throw std::runtime_error("timeout opening the clips");
         runFor(1000);
         recorder().setMicrophoneEnabled(false);
     }
@@ -191,13 +191,13 @@ BENCHMARK_GROUP(recording, "recording") {
     const double peer = recordWithPeer(screen, display.name, folder.filePath(QStringLiteral("peer.mp4")));
     playing = (playing + 2 * between + screen.play(pause)) / 4;
 
-    report.value("playing two clips", playing * 100, "% of a core");
+    report.value("playback of two clips", playing * 100, "% of a core");
     report.against("recording adds", (recording - playing) * 100, "% of a core", "ffmpeg x11grab", peer * 100, 1.0);
-    report.value("pictures dropped in " + std::to_string(seconds) + " s", static_cast<double>(movie.dropped), "", 0);
-    report.value("pictures taken a second", static_cast<double>(movie.taken) / (seconds + 1.3), "");
-    report.value("longest hold of the main thread", capture.longest, "ms", 4);
-    report.value("of which it computed", capture.longestComputed, "ms");
-    report.value("holds of 1 ms and longer",
+    report.value("frames dropped in " + std::to_string(seconds) + " s", static_cast<double>(movie.dropped), "", 0);
+    report.value("frames captured per second", static_cast<double>(movie.taken) / (seconds + 1.3), "");
+    report.value("max hold of the main thread", capture.longest, "ms", 4);
+    report.value("CPU time of that hold", capture.longestComputed, "ms");
+    report.value("holds of at least 1 ms",
                  100.0 * static_cast<double>(capture.histogram[2] + capture.histogram[3] + capture.histogram[4]) /
                      static_cast<double>(capture.count),
                  "%");

@@ -146,8 +146,14 @@ std::vector<HeavyStack> heavyStacks() {
             {"1 MB of ellipses", stack([&] { return shape("oval", "20", "0.5"); }, asManyAsFit)}};
 }
 
+/// Forces a full rebuild: alternates between two missing background images, which do not change the pixels.
+void rebuild(SketchView& view) {
+    view.backgroundImage = Image::named(view.backgroundImage.name() == "a" ? "b" : "a");
+    view.updateCacheImage(true);
+}
+
 /// Max milliseconds of a step on the main thread: loading the stack, showing it, and drawing over it.
-double longestStep(const JSON& stack) {
+double maxStep(const JSON& stack) {
     SketchView view(Rect{0, 0, width, height});
     view.loadStack(stack);
     Bitmap layer(width, height, 1);
@@ -157,17 +163,13 @@ double longestStep(const JSON& stack) {
         context->clearRect(view.bounds());
         view.draw(view.bounds());
     };
-    double longest = 0;
+    double max = 0;
     const auto step = [&](const auto& work) {
         const double start = bench::now(bench::Clock::processor);
         work();
-        longest = std::max(longest, bench::now(bench::Clock::processor) - start);
+        max = std::max(max, bench::now(bench::Clock::processor) - start);
     };
-    const auto rebuild = [&] {
-        view.backgroundImage = Image::named(view.backgroundImage.name() == "a" ? "b" : "a");
-        view.updateCacheImage(true);
-    };
-    step(rebuild);
+    step([&] { rebuild(view); });
     step(show);
     view.beginDrawing({100, 100});
     for (int i = 1; i <= 20; ++i) {
@@ -179,7 +181,7 @@ double longestStep(const JSON& stack) {
     step(show);
     step([&] { view.undo(); });
     step(show);
-    return longest;
+    return max;
 }
 
 /// The share of the coloured pixels that are coloured in only one of the bitmaps.
@@ -252,12 +254,6 @@ std::pair<double, double> measureTouchMoves(double alpha, int segments, int segm
     }
     for (Finger& finger : fingers) finger.view->setObserver(nullptr);
     return {bench::median(times[0]), bench::median(times[1])};
-}
-
-/// Forces a full rebuild: alternates between two missing background images, which do not change the pixels.
-void rebuild(SketchView& view) {
-    view.backgroundImage = Image::named(view.backgroundImage.name() == "a" ? "b" : "a");
-    view.updateCacheImage(true);
 }
 
 void measureRebuilds(bench::Report& report, SketchView& view, const std::vector<Stroke>& strokes) {
@@ -348,7 +344,7 @@ BENCHMARK_GROUP(sketch, "sketch") {
     measureRebuilds(report, *view, strokes);
     measureGlows(report, *view, player, strokes);
     for (const HeavyStack& heavy : heavyStacks())
-        report.value(std::string("main thread: ") + heavy.name, longestStep(JSON::parse(heavy.text)), "ms", 100);
+        report.value(std::string("main thread: ") + heavy.name, maxStep(JSON::parse(heavy.text)), "ms", 100);
     measureRefreshes(report, *view);
     measureUncovering(report, *view, *player);
     for (const double alpha : {1.0, 0.5}) {

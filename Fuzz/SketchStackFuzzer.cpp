@@ -23,7 +23,7 @@ namespace {
 
 constexpr Size screenSize{1920, 1080};
 /// Max seconds of one step on the main thread. A step takes at most 0.1 s, but many times that with sanitizers.
-constexpr double maximumStep = 2;
+constexpr double maxStepSeconds = 2;
 
 class FuzzMainQueue final : public dispatch::MainQueue {
 public:
@@ -92,7 +92,7 @@ void perform(Step&& step) {
     };
     const double start = processorTime();
     step();
-    require(processorTime() - start < maximumStep);
+    require(processorTime() - start < maxStepSeconds);
 }
 
 void finishRebuild(const SketchView& view) {

@@ -23,8 +23,8 @@ namespace videoanalysis::host {
 namespace {
 
 constexpr QSize startSize(1280, 800);
-constexpr QSize minimumSize(360, 640);
-constexpr QSize roomForFrame(16, 48);  // allowance for window decorations
+constexpr QSize minWindowSize(360, 640);
+constexpr QSize frameAllowance(16, 48);  // allowance for window decorations
 
 URL urlOf(const QString& clip) {
     if (clip.contains(QLatin1String("://"))) return URL(clip.toStdString());
@@ -45,7 +45,7 @@ QString sentence(const std::string& line) {
 constexpr auto momentFormat = "yyyy-MM-dd HH.mm.ss";
 
 /// The folder for recordings until they are saved. Those found there at startup are unsaved.
-std::string growingFolder() {
+std::string unsavedFolder() {
     return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation).toStdString() + "/recordings";
 }
 
@@ -77,9 +77,9 @@ HostApplication::HostApplication(const QStringList& clips, std::function<void(co
         });
     platform_ =
         std::make_shared<QtQuickPlatform>(view_, std::move(reporting), std::make_unique<graphics::CairoEngine>());
-    QFile::setPermissions(QString::fromStdString(growingFolder()),
+    QFile::setPermissions(QString::fromStdString(unsavedFolder()),
                           QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-    auto movies = std::make_unique<media::MovieFolder>(growingFolder());
+    auto movies = std::make_unique<media::MovieFolder>(unsavedFolder());
     unsaved_ = movies->untaken();
     platform_->setMovieMaker(std::move(movies), RecordingOptions());
     installPlatform(platform_);
@@ -88,8 +88,8 @@ HostApplication::HostApplication(const QStringList& clips, std::function<void(co
     view_.setResizeMode(QQuickView::SizeRootObjectToView);
     view_.setTitle(QStringLiteral("Video analysis"));
     view_.setColor(Qt::black);
-    const QSize room = view_.screen()->availableSize() - roomForFrame;
-    view_.setMinimumSize(minimumSize.boundedTo(room));
+    const QSize room = view_.screen()->availableSize() - frameAllowance;
+    view_.setMinimumSize(minWindowSize.boundedTo(room));
     view_.resize(startSize.boundedTo(room));
     view_.setSource(QUrl(QStringLiteral("qrc:/VideoAnalysisHost/StartScreen.qml")));
     auto* startScreen = view_.rootObject()->findChild<QQuickItem*>(QStringLiteral("startScreen"));

@@ -37,7 +37,7 @@ void ReportingEngine::check(const media::PlayerItem& item, media::PlayerItem::Ev
     if (!breaksOff && item.status() != media::ItemStatus::failed) return;
     if (!reported_.insert(item.url().absoluteString()).second) return;
     std::string reason = item.errorDescription();
-    if (reason.empty()) reason = breaksOff ? "the clip breaks off" : "the clip cannot be played";
+    if (reason.empty()) reason = breaksOff ? "playback of the clip failed" : "the clip cannot be played";
     report_(item.url(), reason);
 }
 

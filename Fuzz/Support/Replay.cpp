@@ -1,5 +1,4 @@
-// Runs one fuzz target over the files of a folder, without a fuzzer: what was once found stays fixed. Called by the
-// tests.
+// Runs a fuzz target over the files of a folder without a fuzzer, as a regression test.
 
 #include <cstddef>
 #include <cstdint>
@@ -21,7 +20,7 @@ int main(int argc, char** argv) {
         if (!entry.is_regular_file()) {
             continue;
         }
-        // Named first, so that a crash shows what caused it.
+        // Printed first, so that a crash can be attributed to its file.
         std::printf("%s\n", entry.path().filename().c_str());
         std::fflush(stdout);
         std::ifstream file(entry.path(), std::ios::binary);

@@ -52,10 +52,10 @@ TEST(BenchmarkTest, FailedGroupReportsTheReasonAndKeepsItsCases) {
         report.value("before", 1, "ms");
         std::raise(SIGKILL);
     });
-    EXPECT_EQ(crashed.wrong, "ended by a signal: Killed");
+    EXPECT_EQ(crashed.wrong, "terminated by signal: Killed");
     EXPECT_EQ(crashed.cases.size(), 1U);
 
-    EXPECT_EQ(run([](Report&) {}).wrong, "measured nothing");
+    EXPECT_EQ(run([](Report&) {}).wrong, "no cases were measured");
 }
 
 }  // namespace

@@ -136,17 +136,17 @@ SecureWebServer::SecureWebServer(const std::string& folder) {
     close(output[1]);
     output_ = output[0];
     // It prints its address: "ACCEPT 127.0.0.1:45231".
-    std::string said;
+    std::string line;
     for (char c = 0; read(output[0], &c, 1) == 1;) {
         if (c != '\n') {
-            said += c;
+            line += c;
             continue;
         }
-        if (said.starts_with("ACCEPT ")) {
-            address_ = "https://127.0.0.1:" + said.substr(said.rfind(':') + 1);
+        if (line.starts_with("ACCEPT ")) {
+            address_ = "https://127.0.0.1:" + line.substr(line.rfind(':') + 1);
             break;
         }
-        said.clear();
+        line.clear();
     }
 }
 

@@ -57,10 +57,10 @@ ImageRenderer::ImageRenderer(Size size, double scale)
     : size_(size), scale_(scale > 0 ? scale : platform().mainScreen().scale()) {}
 
 std::shared_ptr<Bitmap> ImageRenderer::makeBitmap() const {
-    constexpr double maximumSide = 16384;
+    constexpr double maxSide = 16384;
     if (size_.isEmpty()) return nullptr;
     const auto pixels = [&](double points) {
-        return static_cast<int>(std::min(maximumSide, std::max(1.0, std::ceil(points * scale_ - 1e-6))));
+        return static_cast<int>(std::min(maxSide, std::max(1.0, std::ceil(points * scale_ - 1e-6))));
     };
     return std::make_shared<Bitmap>(pixels(size_.width), pixels(size_.height), scale_);
 }

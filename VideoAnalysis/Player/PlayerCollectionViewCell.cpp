@@ -9,7 +9,7 @@
 namespace videoanalysis {
 namespace {
 
-constexpr double largestZoom = 8;
+constexpr double maxZoom = 8;
 
 }  // namespace
 
@@ -22,7 +22,7 @@ std::string PlayerCollectionViewCell::description() const {
 void PlayerCollectionViewCell::awakeFromNib() {
     const auto scroll = playerScrollView.required();
     scroll->sketchView = sketchView;
-    scroll->setZoomRange(1, largestZoom);
+    scroll->setZoomRange(1, maxZoom);
     scroll->setDelegate(std::static_pointer_cast<PlayerCollectionViewCell>(shared_from_this()));
 }
 

@@ -40,12 +40,12 @@ public:
     }
     void setStrokeColor(const Color&) override {}
     void setFillColor(const Color&) override {}
-    void setLineWidth(double width) override { state_.lineWidth = limited(width * scale_, maximumLength); }
+    void setLineWidth(double width) override { state_.lineWidth = limited(width * scale_, maxLength); }
     void setLineCap(graphics::LineCap) override {}
     void setAlpha(double alpha) override { state_.isBlended = !(alpha >= 1); }
     void setBlendMode(graphics::BlendMode) override {}
     void setShouldAntialias(bool antialias) override { state_.antialiases = antialias; }
-    void setShadow(Size, double blur, const Color&) override { state_.blur = limited(blur * scale_, maximumLength); }
+    void setShadow(Size, double blur, const Color&) override { state_.blur = limited(blur * scale_, maxLength); }
     void move(Point to) override { path_.move(to); }
     void addLine(Point to) override { path_.addLine(to); }
     void addPath(const graphics::Path& path) override { path_.append(path); }
@@ -67,7 +67,7 @@ private:
         bool isBlended = false;
         bool antialiases = true;
     };
-    static constexpr double maximumLength = 1e6;
+    static constexpr double maxLength = 1e6;
 
     static double limited(double value, double high) { return value > 0 ? std::min(value, high) : 0; }
     /// The part of `area` inside the bitmap.
@@ -78,8 +78,8 @@ private:
         sum_ += costs.drawing + costs.antialiasedEdge + visible(area) * costs.antialiasedPixel;
     }
     void outline(const Rect& rect) {
-        const double length = 2 * (limited(std::abs(rect.size.width * scale_), maximumLength) +
-                                   limited(std::abs(rect.size.height * scale_), maximumLength));
+        const double length = 2 * (limited(std::abs(rect.size.width * scale_), maxLength) +
+                                   limited(std::abs(rect.size.height * scale_), maxLength));
         sum_ +=
             costs.drawing + costs.antialiasedEdge + visible(length * (state_.lineWidth + 2)) * costs.antialiasedPixel;
     }
@@ -111,7 +111,7 @@ void CostContext::strokePath() {
             const Point control = *point++;
             const double bend =
                 std::hypot(from.x - 2 * control.x + point->x, from.y - 2 * control.y + point->y) * scale_;
-            count += std::sqrt(limited(2.5 * bend, maximumLength));
+            count += std::sqrt(limited(2.5 * bend, maxLength));
         }
         const Point to = *point++;
         const double high = limited(std::abs(to.y - from.y) * scale_, height_);
