@@ -178,11 +178,9 @@ TEST_F(SketchStackReaderTest, ParsesToolNames) {
     EXPECT_EQ(type(std::string(1'000'000, 'p')), std::nullopt);
 }
 
-TEST_F(SketchStackReaderTest, SkipsAndLogsUnreadableMembers) {
-    view->lineWidth = 6;
-    view->lineColor = {0, 1, 0, 1};
-    const JSON stack =
-        JSON::parse(R"({"width": "4", "color": "#GG0000", "alpha": 1.5, "activeTool": 2.5, "ios": {"drawMode": 7},
+/// Members of wrong types, out of range or missing.
+const char* const unreadableMembers =
+    R"({"width": "4", "color": "#GG0000", "alpha": 1.5, "activeTool": 2.5, "ios": {"drawMode": 7},
         "drawnStack": [
             5,
             {"type": "star", "configuration": {}},
@@ -193,30 +191,33 @@ TEST_F(SketchStackReaderTest, SkipsAndLogsUnreadableMembers) {
             {"type": "line", "configuration": {"width": 1, "color": "#010203", "alpha": 1, "time": 1, "id": "l",
                 "points": [{"startX": 1, "startY": 1, "endX": 5}]}},
             {"type": "oval", "configuration": {"width": 1, "color": "#010203", "alpha": 1, "time": 1, "id": "o",
-                "points": {}}}]})");
-    view->loadStack(stack);
+                "points": {}}}]})";
+
+TEST_F(SketchStackReaderTest, SkipsAndLogsUnreadableMembers) {
+    view->lineWidth = 6;
+    view->lineColor = {0, 1, 0, 1};
+    view->loadStack(JSON::parse(unreadableMembers));
     const std::string drawn = "Stored drawings: drawnStack";
-    EXPECT_EQ(platform->log,
-              (std::vector<std::string>{"Stored drawings: width: cannot be read",
-                                        "Stored drawings: color: cannot be read",
-                                        "Stored drawings: alpha: cannot be read",
-                                        "Stored drawings: activeTool: cannot be read",
-                                        "Stored drawings: ios.drawMode: cannot be read",
-                                        drawn + "[0]: cannot be read",
-                                        drawn + "[1].type: cannot be read",
-                                        drawn + "[2].type: is missing",
-                                        drawn + "[3].configuration.width: cannot be read",
-                                        drawn + "[3].configuration.color: cannot be read",
-                                        drawn + "[3].configuration.alpha: cannot be read",
-                                        drawn + "[3].configuration.time: cannot be read",
-                                        drawn + "[3].configuration.id: cannot be read",
-                                        drawn + "[3].configuration.ios.penType: cannot be read",
-                                        drawn + "[3].configuration.points: 3 of 5 cannot be read",
-                                        drawn + "[4].configuration: is missing",
-                                        drawn + "[5].configuration.points: start and end cannot be read",
-                                        drawn + "[6].configuration.isFill: is missing",
-                                        drawn + "[6].configuration.points: cannot be read",
-                                        "Stored drawings: redoStack: is missing"}));
+    EXPECT_EQ(platform->log, (std::vector<std::string>{"Stored drawings: width: cannot be read",
+                                                       "Stored drawings: color: cannot be read",
+                                                       "Stored drawings: alpha: cannot be read",
+                                                       "Stored drawings: activeTool: cannot be read",
+                                                       "Stored drawings: ios.drawMode: cannot be read",
+                                                       drawn + "[0]: cannot be read",
+                                                       drawn + "[1].type: cannot be read",
+                                                       drawn + "[2].type: is missing",
+                                                       drawn + "[3].configuration.width: cannot be read",
+                                                       drawn + "[3].configuration.color: cannot be read",
+                                                       drawn + "[3].configuration.alpha: cannot be read",
+                                                       drawn + "[3].configuration.time: cannot be read",
+                                                       drawn + "[3].configuration.id: cannot be read",
+                                                       drawn + "[3].configuration.ios.penType: cannot be read",
+                                                       drawn + "[3].configuration.points: 3 of 5 cannot be read",
+                                                       drawn + "[4].configuration: is missing",
+                                                       drawn + "[5].configuration.points: start and end cannot be read",
+                                                       drawn + "[6].configuration.isFill: is missing",
+                                                       drawn + "[6].configuration.points: cannot be read",
+                                                       "Stored drawings: redoStack: is missing"}));
     ASSERT_EQ(view->pathArray.size(), 3U);
     // Missing members have the values of a new touch.
     const auto& pen = dynamic_cast<PenTool&>(*view->pathArray[0]);

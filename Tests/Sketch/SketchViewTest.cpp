@@ -496,46 +496,62 @@ TEST_F(SketchViewTest, UnchangedRebuildDrawsNothing) {
     EXPECT_NE(view->image().bitmap()->pixels, pixels);
 }
 
-TEST_F(SketchViewTest, IncrementalUpdatesMatchAFullRebuild) {
-    std::mt19937 generator(17);
-    const auto random = [&](int count) { return static_cast<int>(generator() % static_cast<unsigned>(count)); };
-    const auto point = [&] { return Point{random(1000) / 10.0, random(1000) / 10.0}; };
-    auto background = std::make_shared<Bitmap>(40, 40, 1);
-    std::fill(background->pixels.begin(), background->pixels.end(), 0x80004000U);
-    int skipped = 0;
-    for (int step = 0; step < 1500; ++step) {
+/// Random touches, undo, redo, time changes, resizes and background changes of a view.
+class RandomEditor {
+public:
+    RandomEditor(SketchView& view, Owner& owner) : view_(view), owner_(owner) {
+        std::fill(background_->pixels.begin(), background_->pixels.end(), 0x80004000U);
+    }
+    void step() {
         switch (random(14)) {
             case 0:
             case 1:
             case 2:
-                view->drawTool = static_cast<SketchToolType>(random(8));
-                view->drawingPenType = static_cast<PenType>(random(3));
-                view->lineColor = {random(2) * 1.0, random(2) * 1.0, random(2) * 0.5, 1};
-                view->lineAlpha = random(3) / 2.0;
-                view->lineWidth = 1 + random(9);
-                view->beginDrawing(point());
+                view_.drawTool = static_cast<SketchToolType>(random(8));
+                view_.drawingPenType = static_cast<PenType>(random(3));
+                view_.lineColor = {random(2) * 1.0, random(2) * 1.0, random(2) * 0.5, 1};
+                view_.lineAlpha = random(3) / 2.0;
+                view_.lineWidth = 1 + random(9);
+                view_.beginDrawing(point());
                 break;
             case 3:
             case 4:
-                if (view->currentPoint) view->continueDrawing(*view->currentPoint, point());
+                if (view_.currentPoint) view_.continueDrawing(*view_.currentPoint, point());
                 break;
-            case 5: view->endDrawing(); break;
-            case 6: view->undo(); break;
-            case 7: view->redo(); break;
-            case 8: owner->time = random(40); break;
-            case 9: owner->isTimeBased = random(4) > 0; break;
+            case 5: view_.endDrawing(); break;
+            case 6: view_.undo(); break;
+            case 7: view_.redo(); break;
+            case 8: owner_.time = random(40); break;
+            case 9: owner_.isTimeBased = random(4) > 0; break;
             case 10:
-                if (random(6) == 0) view->setFrame({0, 0, 60.0 + random(60), 60.0 + random(60)});
+                if (random(6) == 0) view_.setFrame({0, 0, 60.0 + random(60), 60.0 + random(60)});
                 break;
             case 11:
-                if (!view->pathArray.empty())
-                    view->pathArray[generator() % view->pathArray.size()]->setLineAlpha(random(3) / 2.0);
+                if (!view_.pathArray.empty())
+                    view_.pathArray[generator_() % view_.pathArray.size()]->setLineAlpha(random(3) / 2.0);
                 break;
             case 12:
-                if (random(20) == 0) view->loadImage(Image(background), static_cast<ImageRenderingMode>(random(2)));
+                if (random(20) == 0) view_.loadImage(Image(background_), static_cast<ImageRenderingMode>(random(2)));
                 break;
-            case 13: owner->time += 1; break;
+            case 13: owner_.time += 1; break;
         }
+    }
+
+private:
+    int random(int count) { return static_cast<int>(generator_() % static_cast<unsigned>(count)); }
+    Point point() { return {random(1000) / 10.0, random(1000) / 10.0}; }
+
+    SketchView& view_;
+    Owner& owner_;
+    std::mt19937 generator_{17};
+    std::shared_ptr<Bitmap> background_ = std::make_shared<Bitmap>(40, 40, 1);
+};
+
+TEST_F(SketchViewTest, IncrementalUpdatesMatchAFullRebuild) {
+    RandomEditor editor(*view, *owner);
+    int skipped = 0;
+    for (int step = 0; step < 1500; ++step) {
+        editor.step();
         if (!view->updateCacheImage(true)) ++skipped;
 
         // The same tools in a new view, which draws all of them.
