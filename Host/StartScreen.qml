@@ -123,7 +123,7 @@ Item {
                             property bool isAsking: false
 
                             width: (parent.width - 16) / 3
-                            text: isAsking ? qsTr("Confirm Discard") : qsTr("Discard")
+                            text: isAsking ? qsTr("Confirm") : qsTr("Discard")
                             onClicked: {
                                 if (isAsking) host.discardUnsaved();
                                 isAsking = !isAsking;
