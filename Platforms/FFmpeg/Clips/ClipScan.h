@@ -19,7 +19,7 @@ inline Result<void> readPackets(ClipFile& file, const std::atomic<bool>& cancell
                                 const std::function<void(const AVPacket&)>& visit) {
     const PacketHandle packet(av_packet_alloc());
     while (!cancelled && !builder.isFull() && file.read(*packet) == ClipFile::ReadStatus::packet) {
-        const Result<void> added = builder.add(*packet);
+        Result<void> added = builder.add(*packet);
         if (added && visit) visit(*packet);
         av_packet_unref(packet.get());
         if (!added) return added;

@@ -11,7 +11,7 @@ namespace videoanalysis::media::ffmpeg {
 
 class FFmpegPlayer : public Player {
 public:
-    explicit FFmpegPlayer(std::shared_ptr<FFmpegPlayerItem> item) : item_(item), playback_(item->playback()) {
+    explicit FFmpegPlayer(const std::shared_ptr<FFmpegPlayerItem>& item) : item_(item), playback_(item->playback()) {
         playback_->attachPlayer();
     }
     /// Pauses; none of this player's observers and completions is called afterwards.
