@@ -1,7 +1,6 @@
 #include "Platforms/Headless/HeadlessPlatform.h"
 
 #include "VideoAnalysis/Platform/FatalError.h"
-#include "VideoAnalysis/Platform/UI/Appearance.h"
 
 #include <algorithm>
 #include <utility>
@@ -36,6 +35,18 @@ public:
     void flush() override {}
 };
 
+/// Its controller outlives it.
+class RootViewPeer final : public ui::ScreenPeer {
+public:
+    explicit RootViewPeer(ui::ViewController& controller) : controller_(controller) {}
+
+    void load() override { controller_.view(); }
+    void place(const ui::Placement& placement) override { controller_.view()->setFrame(placement.frame); }
+
+private:
+    ui::ViewController& controller_;
+};
+
 class BlankEngine final : public graphics::Engine {
 public:
     std::unique_ptr<graphics::Context> makeContext(Bitmap&) override { return std::make_unique<BlankContext>(); }
@@ -45,70 +56,19 @@ public:
 
 // ---- Presentation
 
-void HeadlessPresenter::present(std::shared_ptr<ui::ViewController> presenting,
-                                std::shared_ptr<ui::ViewController> presented, bool animated,
-                                ui::ViewController::Completion completion) {
-    presenting->setPresentedViewController(presented);
-    appear(std::make_shared<ui::Appearance>(std::move(presented), animated, std::move(completion)));
-}
-
-void HeadlessPresenter::dismiss(std::shared_ptr<ui::ViewController> viewController, bool animated,
-                                ui::ViewController::Completion completion) {
-    const std::shared_ptr<ui::ViewController> presenting = viewController->presentingViewController();
-    if (!presenting) {
-        if (completion) queue_.async(std::move(completion));
-        return;
+std::vector<std::shared_ptr<ui::ViewController>> HeadlessPresenter::overlays() const {
+    std::vector<std::shared_ptr<ui::ViewController>> overlays;
+    for (const auto& presentation : presentations()) {
+        if (presentation->isOverlay) overlays.push_back(presentation->controller);
     }
-    if (const auto above = viewController->presentedViewController()) dismiss(above, animated, {});
-    presenting->setPresentedViewController(nullptr);
-    disappear(*viewController, animated, std::move(completion));
+    return overlays;
 }
 
-void HeadlessPresenter::showOverlay(std::shared_ptr<ui::ViewController> root) {
-    if (std::find(overlays_.begin(), overlays_.end(), root) != overlays_.end()) return;
-    overlays_.push_back(root);
-    appear(std::make_shared<ui::Appearance>(std::move(root), false, ui::ViewController::Completion()));
+std::unique_ptr<ui::ScreenPeer> HeadlessPresenter::makePeer(const ui::Presentation& presentation) {
+    return std::make_unique<RootViewPeer>(*presentation.controller);
 }
 
-void HeadlessPresenter::hideOverlay(std::shared_ptr<ui::ViewController> root) {
-    if (std::erase(overlays_, root) == 0) return;
-    if (const auto above = root->presentedViewController()) dismiss(above, false, {});
-    disappear(*root, false, {});
-}
-
-void HeadlessPresenter::appear(const std::shared_ptr<ui::Appearance>& appearance) {
-    shown_.push_back(appearance);
-    queue_.async([this, appearance] {
-        finishLeaving(*appearance);
-        appearance->controller()->view();
-        appearance->willAppear();
-        queue_.async([appearance] { appearance->didAppear(); });
-    });
-}
-
-void HeadlessPresenter::disappear(const ui::ViewController& controller, bool animated,
-                                  ui::ViewController::Completion completion) {
-    const auto found = std::find_if(shown_.begin(), shown_.end(),
-                                    [&](const auto& shown) { return shown->controller().get() == &controller; });
-    const std::shared_ptr<ui::Appearance> appearance = *found;
-    shown_.erase(found);
-    leaving_.push_back(appearance);
-    queue_.async([this, appearance, animated, completion = std::move(completion)] {
-        finishLeaving(*appearance);
-        appearance->willDisappear(animated, completion);
-        queue_.async([this, appearance] {
-            std::erase(leaving_, appearance);
-            appearance->didDisappear();
-        });
-    });
-}
-
-void HeadlessPresenter::finishLeaving(const ui::Appearance& next) {
-    const Appearances leaving = leaving_;
-    for (const auto& earlier : leaving) {
-        if (earlier.get() != &next && earlier->controller() == next.controller()) earlier->didDisappear();
-    }
-}
+Size HeadlessPresenter::windowSize() const { return platform().mainScreen().size(); }
 
 // ---- Recording
 

@@ -15,6 +15,7 @@
 #include "VideoAnalysis/Platform/Platform.h"
 #include "VideoAnalysis/Platform/Recording.h"
 #include "VideoAnalysis/Platform/UI/Device.h"
+#include "VideoAnalysis/Platform/UI/PresentationStack.h"
 #include "VideoAnalysis/Platform/UI/ViewController.h"
 
 #include <memory>
@@ -22,10 +23,6 @@
 #include <vector>
 
 namespace videoanalysis {
-
-namespace ui {
-class Appearance;
-}
 
 class HeadlessDevice final : public ui::Device {
 public:
@@ -47,37 +44,19 @@ public:
     double scale() const override { return pixelsPerPoint; }
 };
 
-/// Shows nothing, but calls the appearance callbacks and completions in later turns, as a real one does.
-class HeadlessPresenter final : public ui::Presenter {
+/// Shows nothing: it places the root views, and calls the appearance callbacks and completions in later turns, as a real one does.
+class HeadlessPresenter final : public ui::PresentationStack {
 public:
-    explicit HeadlessPresenter(HeadlessMainQueue& queue) : queue_(queue) {}
-
-    void present(std::shared_ptr<ui::ViewController> presenting, std::shared_ptr<ui::ViewController> presented,
-                 bool animated, ui::ViewController::Completion completion) override;
-    void dismiss(std::shared_ptr<ui::ViewController> viewController, bool animated,
-                 ui::ViewController::Completion completion) override;
-    void showOverlay(std::shared_ptr<ui::ViewController> root) override;
-    void hideOverlay(std::shared_ptr<ui::ViewController> root) override;
     void setPreferredOrientation(ui::DeviceOrientation orientation) override { preferredOrientation = orientation; }
 
     ui::DeviceOrientation preferredOrientation = ui::DeviceOrientation::unknown;
 
     /// The overlays that are shown now, the latest last.
-    const std::vector<std::shared_ptr<ui::ViewController>>& overlays() const { return overlays_; }
+    std::vector<std::shared_ptr<ui::ViewController>> overlays() const;
 
 private:
-    /// What is on its way to the screen or on it, and what is leaving.
-    using Appearances = std::vector<std::shared_ptr<ui::Appearance>>;
-
-    void appear(const std::shared_ptr<ui::Appearance>& appearance);
-    void disappear(const ui::ViewController& controller, bool animated, ui::ViewController::Completion completion);
-    /// A controller that is shown again while it is leaving has left first.
-    void finishLeaving(const ui::Appearance& next);
-
-    HeadlessMainQueue& queue_;
-    std::vector<std::shared_ptr<ui::ViewController>> overlays_;
-    Appearances shown_;
-    Appearances leaving_;
+    std::unique_ptr<ui::ScreenPeer> makePeer(const ui::Presentation& presentation) override;
+    Size windowSize() const override;
 };
 
 /// A recorder whose answers a test decides. What it is asked for stays pending until the test answers; whatever is asked
@@ -133,7 +112,7 @@ public:
     HeadlessDevice headlessDevice;
     HeadlessScreen screen;
     HeadlessBundle headlessBundle;
-    HeadlessPresenter headlessPresenter{queue};
+    HeadlessPresenter headlessPresenter;
     HeadlessMedia mediaEngine{queue};
     HeadlessRecorder recorder;
     std::string directory = "/tmp";

@@ -5,6 +5,7 @@
 #include "Platforms/QtQuick/QmlBundle.h"
 #include "Platforms/QtQuick/QtMainQueue.h"
 #include "Platforms/QtQuick/QtPresenter.h"
+#include "Platforms/QtQuick/QtScreen.h"
 #include "Platforms/QtQuick/QtScreenRecorder.h"
 #include "Platforms/QtQuick/TemporaryFolder.h"
 #include "VideoAnalysis/Platform/Graphics.h"
@@ -139,7 +140,7 @@ QtQuickPlatform::QtQuickPlatform(QQuickWindow& window, std::unique_ptr<media::En
 QtQuickPlatform::~QtQuickPlatform() = default;
 
 std::shared_ptr<ui::ViewController> QtQuickPlatform::viewController(QQuickItem& item) {
-    return qt::QtPresenter::makeViewController(item);
+    return qt::makeHostController(item);
 }
 
 void QtQuickPlatform::setDeviceOrientation(ui::DeviceOrientation orientation) {
