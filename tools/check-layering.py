@@ -32,7 +32,8 @@ COMPONENT = r"\"VideoAnalysis/(?!Platform/|Views\.h)"
 # Folder: what its files may not include, as expressions on what follows "#include".
 RULES = {
     "VideoAnalysis": [OUTER, QT, FFMPEG, YUV, CAIRO, r"<(format|ranges)>"],
-    "Platforms/Headless": [r"\"(Host|Testing|Tests|Benchmarks|Fuzz)/", r"\"Platforms/(?!Headless)", QT, FFMPEG, YUV, CAIRO],
+    "Platforms/Headless": [r"\"(Host|Testing|Tests|Benchmarks|Fuzz)/", r"\"Platforms/(?!Headless)", QT, FFMPEG, YUV, CAIRO,
+                           COMPONENT],
     "Platforms/FFmpeg": [r"\"(Host|Testing|Tests|Benchmarks|Fuzz)/", r"\"Platforms/(?!FFmpeg)", QT, CAIRO],
     "Platforms/Cairo": [r"\"(Host|Testing|Tests|Benchmarks|Fuzz)/", r"\"Platforms/(?!Cairo)", QT, FFMPEG],
     "Platforms/QtQuick": [r"\"(Host|Testing|Tests|Benchmarks|Fuzz)/", r"\"Platforms/(?!QtQuick)", FFMPEG, CAIRO, COMPONENT],

@@ -3,41 +3,39 @@
 #include "VideoAnalysis/Platform/Platform.h"
 #include "VideoAnalysis/Platform/UI/CollectionView.h"
 #include "VideoAnalysis/Platform/UI/Device.h"
-#include "VideoAnalysis/Player/PlayerCollectionViewCell.h"
-#include "VideoAnalysis/Player/PlayerCollectionViewCellHUDView.h"
-#include "VideoAnalysis/Screen/CollectionViewFlowLayout.h"
-#include "VideoAnalysis/Screen/MainViewController.h"
-#include "VideoAnalysis/Screen/OverlayViewController.h"
-#include "VideoAnalysis/Sketch/SketchView.h"
-#include "VideoAnalysis/Trimming/CropView.h"
-#include "VideoAnalysis/Trimming/TrimmerView.h"
-#include "VideoAnalysis/Trimming/VideoTrimmerController.h"
-#include "VideoAnalysis/Video/GesturedScrollView.h"
-#include "VideoAnalysis/Video/VideoView.h"
+#include "VideoAnalysis/Platform/UI/ViewController.h"
+#include "VideoAnalysis/Views.h"
 
 #include <algorithm>
 #include <array>
+#include <type_traits>
 
 namespace videoanalysis {
 namespace {
 
+constexpr std::array tools = {SketchToolType::pen, SketchToolType::line, SketchToolType::arrow,
+                              SketchToolType::rectangleStroke, SketchToolType::ellipseStroke};
+
 Rect screenBounds() { return {{}, platform().mainScreen().size()}; }
 
-void fillScreen(ui::CollectionView& collection) {
-    collection.setFrame(screenBounds());
-    collection.setCollectionViewLayout(std::make_shared<CollectionViewFlowLayout>());
-}
-
-/// Gives `controller` a root view of the screen's size and connects its outlets.
-template <class Controller>
-std::shared_ptr<Controller> loaded(std::map<std::string, std::size_t, std::less<>> collectionSizes = {}) {
-    auto controller = std::make_shared<Controller>();
-    auto root = std::make_shared<ui::View>(screenBounds());
-    HeadlessOutlets outlets(root);
-    outlets.collectionSizes = std::move(collectionSizes);
-    controller->setView(root);
-    outlets.load(*controller);
-    return controller;
+/// Views of a scene that do more than their defaults: where they are and what their tags mean.
+void setUp(const HeadlessOutlets& outlets) {
+    for (const std::shared_ptr<ui::View>& view : outlets.viewsNamed("playersCollectionView")) {
+        view->setFrame(screenBounds());
+        std::dynamic_pointer_cast<ui::CollectionView>(view)->setCollectionViewLayout(
+            std::make_shared<CollectionViewFlowLayout>());
+    }
+    const auto toolButtons = outlets.viewsNamed("drawingToolButtons");
+    for (std::size_t i = 0; i < toolButtons.size(); ++i) {
+        toolButtons[i]->setTag(static_cast<int>(tools[i]));
+        toolButtons[i]->setFrame({4, 100.0 + 52.0 * static_cast<double>(i), 44, 44});
+    }
+    const auto aspectButtons = outlets.viewsNamed("aspectButtons");
+    for (std::size_t i = 0; i < aspectButtons.size(); ++i) {
+        aspectButtons[i]->setTag(static_cast<int>(CropView::allAspects[i]));
+    }
+    for (const auto& view : outlets.viewsNamed("cropView")) view->setFrame({0, 0, 360, 400});
+    for (const auto& view : outlets.viewsNamed("trimmerView")) view->setFrame({0, 440, 360, 48});
 }
 
 class HeadlessStoryboard final : public ui::Storyboard {
@@ -45,41 +43,26 @@ public:
     explicit HeadlessStoryboard(const HeadlessBundle& bundle) : bundle_(bundle) {}
 
     std::shared_ptr<ui::ViewController> instantiateInitialViewController() override {
-        if (isMissing("MainViewController")) return nullptr;
-        auto screen = loaded<MainViewController>();
-        fillScreen(*screen->playersCollectionView.lock());
-        return screen;
+        return instantiateViewController("MainViewController");
     }
 
     std::shared_ptr<ui::ViewController> instantiateViewController(std::string_view identifier) override {
-        if (isMissing(identifier)) return nullptr;
-        if (identifier == "VideoTrimmerController") return trimmer();
-        if (identifier != "OverlayViewController") return nullptr;
-        static constexpr std::array tools = {SketchToolType::pen, SketchToolType::line, SketchToolType::arrow,
-                                             SketchToolType::rectangleStroke, SketchToolType::ellipseStroke};
-        auto overlay = loaded<OverlayViewController>({{"drawingToolButtons", tools.size()}});
-        fillScreen(*overlay->playersCollectionView.lock());
-        for (std::size_t i = 0; i < tools.size(); ++i) {
-            const auto button = overlay->drawingToolButtons[i].lock();
-            button->setTag(static_cast<int>(tools[i]));
-            button->setFrame({4, 100.0 + 52.0 * static_cast<double>(i), 44, 44});
+        if (std::find(bundle_.missing.begin(), bundle_.missing.end(), identifier) != bundle_.missing.end()) {
+            return nullptr;
         }
-        return overlay;
+        std::shared_ptr<ui::ViewController> controller = makeViewController(identifier);
+        if (!controller) return nullptr;
+        const auto root = std::make_shared<ui::View>(screenBounds());
+        HeadlessOutlets outlets(root);
+        outlets.collectionSizes = {{"drawingToolButtons", tools.size()},
+                                   {"aspectButtons", CropView::allAspects.size()}};
+        controller->setView(root);
+        outlets.load(*controller);
+        setUp(outlets);
+        return controller;
     }
 
 private:
-    static std::shared_ptr<VideoTrimmerController> trimmer() {
-        auto trimmer = loaded<VideoTrimmerController>({{"aspectButtons", CropView::allAspects.size()}});
-        for (std::size_t i = 0; i < CropView::allAspects.size(); ++i) {
-            trimmer->aspectButtons[i].lock()->setTag(static_cast<int>(CropView::allAspects[i]));
-        }
-        trimmer->cropView.lock()->setFrame({0, 0, 360, 400});
-        trimmer->trimmerView.lock()->setFrame({0, 440, 360, 48});
-        return trimmer;
-    }
-    bool isMissing(std::string_view name) const {
-        return std::find(bundle_.missing.begin(), bundle_.missing.end(), name) != bundle_.missing.end();
-    }
     const HeadlessBundle& bundle_;
 };
 
@@ -118,9 +101,15 @@ void HeadlessOutlets::bind(std::string_view selector, ui::Control::Action action
     actions_.insert_or_assign(std::string(selector), std::move(action));
 }
 
-std::shared_ptr<ui::View> HeadlessOutlets::find(std::string_view, const Make& make) {
+std::vector<std::shared_ptr<ui::View>> HeadlessOutlets::viewsNamed(std::string_view name) const {
+    const auto found = views_.find(name);
+    return found == views_.end() ? std::vector<std::shared_ptr<ui::View>>() : found->second;
+}
+
+std::shared_ptr<ui::View> HeadlessOutlets::find(std::string_view name, const Make& make) {
     std::shared_ptr<ui::View> view = make();
     root_->addSubview(view);
+    views_[std::string(name)].push_back(view);
     return view;
 }
 

@@ -1,12 +1,13 @@
 #pragma once
 // The component's storyboard and cell templates without a layout: every outlet is a plain view, made when a controller or a
-// cell asks for it, standing where a test puts it.
+// cell asks for it; a test sets its frame.
 
 #include "VideoAnalysis/Platform/UI/Bundle.h"
 
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace videoanalysis {
@@ -20,6 +21,8 @@ public:
     std::map<std::string, std::size_t, std::less<>> collectionSizes;
 
     const std::map<std::string, ui::Control::Action, std::less<>>& actions() const { return actions_; }
+    /// The views made so far for the outlet called `name`, in their order.
+    std::vector<std::shared_ptr<ui::View>> viewsNamed(std::string_view name) const;
 
 protected:
     std::shared_ptr<ui::View> find(std::string_view name, const Make& make) override;
@@ -31,6 +34,7 @@ protected:
 private:
     std::shared_ptr<ui::View> root_;
     std::map<std::string, ui::Control::Action, std::less<>> actions_;
+    std::map<std::string, std::vector<std::shared_ptr<ui::View>>, std::less<>> views_;
 };
 
 class HeadlessBundle final : public ui::Bundle {
