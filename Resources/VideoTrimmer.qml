@@ -180,15 +180,20 @@ Scene {
                     spacing: 8
 
                     Repeater {
-                        model: [qsTr("Free"), "1:1", "4:5", "16:9", "9:16"]
+                        model: [
+                            { aspect: Aspect.Free, name: qsTr("Free") },
+                            { aspect: Aspect.Square, name: "1:1" },
+                            { aspect: Aspect.Portrait4To5, name: "4:5" },
+                            { aspect: Aspect.Landscape16To9, name: "16:9" },
+                            { aspect: Aspect.Portrait9To16, name: "9:16" }
+                        ]
                         GlyphButton {
-                            required property int index
-                            required property string modelData
+                            required property var modelData
                             outlet: "aspectButtons"
                             action: "chooseAspect:"
-                            tag: index
-                            title: modelData
-                            hint: index === 0 ? qsTr("Any shape") : qsTr("Shape %1").arg(modelData)
+                            tag: modelData.aspect
+                            title: modelData.name
+                            hint: modelData.aspect === Aspect.Free ? qsTr("Any shape") : qsTr("Shape %1").arg(title)
                             width: Math.max(implicitWidth + 4, 52)
                         }
                     }

@@ -1,5 +1,6 @@
 #include "Platforms/QtQuick/QmlBundle.h"
 
+#include "Platforms/QtQuick/AspectNames.h"
 #include "Platforms/QtQuick/ButtonItem.h"
 #include "Platforms/QtQuick/CellItems.h"
 #include "Platforms/QtQuick/CheckboxItem.h"
@@ -63,6 +64,8 @@ void registerTypes() {
         qmlRegisterType<IconItem>(uri, 1, 0, "Icon");
         qmlRegisterUncreatableMetaObject(toolNames::staticMetaObject, uri, 1, 0, "Tool",
                                          QStringLiteral("Tool is a list of names"));
+        qmlRegisterUncreatableMetaObject(aspectNames::staticMetaObject, uri, 1, 0, "Aspect",
+                                         QStringLiteral("Aspect is a list of names"));
         qmlRegisterType<StoryboardScene>(uri, 1, 0, "Scene");
         qmlRegisterType<StoryboardDocument>(uri, 1, 0, "Storyboard");
         qmlRegisterSingletonType<ScreenTheme>(uri, 1, 0, "Theme",
