@@ -1,7 +1,6 @@
 #include "Platforms/QtQuick/CheckboxItem.h"
 
 #include <QKeyEvent>
-#include <QMouseEvent>
 
 namespace videoanalysis::qt {
 
@@ -16,17 +15,6 @@ void CheckboxItem::viewDidChange(ui::View& view, ui::Property property) {
         default: ControlItem::viewDidChange(view, property);
     }
 }
-
-void CheckboxItem::mousePressEvent(QMouseEvent*) { setPressed(true); }
-
-void CheckboxItem::mouseMoveEvent(QMouseEvent* event) { setPressed(contains(event->position())); }
-
-void CheckboxItem::mouseReleaseEvent(QMouseEvent* event) {
-    setPressed(false);
-    if (contains(event->position())) press();
-}
-
-void CheckboxItem::mouseUngrabEvent() { setPressed(false); }
 
 void CheckboxItem::keyPressEvent(QKeyEvent* event) {
     if (event->key() == Qt::Key_Space && !event->isAutoRepeat()) {

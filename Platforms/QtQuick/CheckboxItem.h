@@ -1,6 +1,6 @@
 #pragma once
-// The item of a checkbox: a press and its release inside, or the space bar, check it or clear it. `Resources/Controls/` gives it
-// its look; a host's own QML can use it as well.
+// The item of a checkbox: it lets the space bar press it. `Resources/Controls/` gives it its look; a host's own QML can use it as
+// well.
 
 #include "Platforms/QtQuick/ControlItem.h"
 #include "VideoAnalysis/Views.h"
@@ -25,7 +25,7 @@ public:
     QString title() const { return checkbox() ? QString::fromStdString(checkbox()->title()) : QString(); }
     void setTitle(const QString& title) { checkbox()->setTitle(title.toStdString()); }
 
-    /// What the user's press does.
+    /// For the keyboard and assistive technology: a press and its release inside.
     Q_INVOKABLE void press();
 
     void viewDidChange(ui::View& view, ui::Property property) override;
@@ -35,10 +35,6 @@ Q_SIGNALS:
     void titleChanged();
 
 protected:
-    void mousePressEvent(QMouseEvent* event) override;
-    void mouseMoveEvent(QMouseEvent* event) override;
-    void mouseReleaseEvent(QMouseEvent* event) override;
-    void mouseUngrabEvent() override;
     void keyPressEvent(QKeyEvent* event) override;
 
 private:

@@ -6,8 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
-#include <limits>
 #include <memory>
 
 namespace videoanalysis::qt {
@@ -86,23 +84,7 @@ void ColorPickerItem::select(int index) {
 }
 
 int ColorPickerItem::neighbor(int index, int stepX, int stepY) const {
-    const int count = picker() ? static_cast<int>(picker()->colors().size()) : 0;
-    if (index < 0 || index >= count) return index;
-    if (stepY == 0) return std::clamp(index + stepX, 0, count - 1);
-    const Rect& from = picker()->frameOfItem(index);
-    int nearest = index;
-    double nearestDistance = std::numeric_limits<double>::infinity();
-    for (int candidate = 0; candidate < count; ++candidate) {
-        const Rect& frame = picker()->frameOfItem(candidate);
-        const double down = (frame.midY() - from.midY()) * stepY;
-        // The next line first, then the nearest in it.
-        const double distance = down * 1000 + std::abs(frame.midX() - from.midX());
-        if (down > 0 && distance < nearestDistance) {
-            nearest = candidate;
-            nearestDistance = distance;
-        }
-    }
-    return nearest;
+    return picker() ? static_cast<int>(picker()->neighborOf(index, stepX, stepY)) : index;
 }
 
 QString ColorPickerItem::nameOf(const QColor& color) {

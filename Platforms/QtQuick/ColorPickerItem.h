@@ -1,5 +1,5 @@
 #pragma once
-// The item of a colour picker: it tells QML what each swatch shows and where it stands, and the picker what the user picks
+// The item of a colour picker: it tells QML what each swatch shows and where it is, and the picker what the user picks
 // and how far the palette is scrolled. `Resources/Controls/ColorPicker.qml` gives it its look.
 
 #include "Platforms/QtQuick/ViewItem.h"
@@ -34,7 +34,7 @@ public:
 
     /// The user has picked the swatch.
     Q_INVOKABLE void select(int index);
-    /// The swatch beside that of `index` in the direction of an arrow key (each step -1, 0 or 1); `index` where there is none.
+    /// As `ColorPickerView::neighborOf`.
     Q_INVOKABLE int neighbor(int index, int stepX, int stepY) const;
     /// What a colour is called, such as "Light green"; texts of the translation context "ColorPicker".
     static QString nameOf(const QColor& color);

@@ -19,10 +19,6 @@ void ControlItem::viewDidChange(ui::View& view, ui::Property property) {
     ViewItem::viewDidChange(view, property);
 }
 
-void ControlItem::setPressed(bool pressed) {
-    if (control()) control()->setHighlighted(pressed);
-}
-
 void ControlItem::hoverEnterEvent(QHoverEvent*) {
     isHovered_ = true;
     Q_EMIT stateChanged();

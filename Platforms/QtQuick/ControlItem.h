@@ -36,8 +36,6 @@ Q_SIGNALS:
 protected:
     ControlItem(std::shared_ptr<ui::Control> control, QQuickItem* parent);
 
-    void setPressed(bool pressed);
-
     void hoverEnterEvent(QHoverEvent* event) override;
     void hoverLeaveEvent(QHoverEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;

@@ -1,14 +1,11 @@
 #pragma once
-// The item of the crop view: it says where picture and mask stand; one finger or the mouse moves the picture or a corner of the
-// mask, two fingers or the wheel zoom. The trim screen's QML gives it its look.
+// The item of the crop view: it says where picture and mask are and lets keys move and zoom the picture. The trim screen's QML
+// gives it its look.
 
 #include "Platforms/QtQuick/ViewItem.h"
 #include "VideoAnalysis/Views.h"
 
-#include <QPointF>
 #include <QRectF>
-
-#include <optional>
 
 namespace videoanalysis::qt {
 
@@ -42,26 +39,12 @@ Q_SIGNALS:
 
 protected:
     void geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) override;
-    void mousePressEvent(QMouseEvent* event) override;
-    void mouseMoveEvent(QMouseEvent* event) override;
-    void mouseReleaseEvent(QMouseEvent* event) override;
-    void mouseUngrabEvent() override;
-    void touchEvent(QTouchEvent* event) override;
-    void touchUngrabEvent() override;
-    void wheelEvent(QWheelEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
 
 private:
     CropView* crop() const { return static_cast<CropView*>(view()); }
-    void begin(QPointF position);
-    void move(QPointF position);
-    void end();
-
-    std::optional<QPointF> latest_;  // of the finger or mouse that moves something
-    std::optional<CropView::Corner> corner_;
-    double spread_ = 0;  // between two fingers
     bool isFocusVisible_ = false;
 };
 

@@ -1,7 +1,5 @@
 #include "Platforms/QtQuick/RangeSliderItem.h"
 
-#include <QMouseEvent>
-
 #include <utility>
 
 namespace videoanalysis::qt {
@@ -47,28 +45,10 @@ void RangeSliderItem::viewDidChange(ui::View& view, ui::Property property) {
     }
 }
 
-double RangeSliderItem::fractionAt(double x) const {
-    const double way = width() - 2 * inset_;
-    return way > 0 ? (x - inset_) / way : 0;
-}
-
-void RangeSliderItem::mousePressEvent(QMouseEvent* event) {
-    if (!slider()) return;
-    setPressed(true);
-    slider()->beginTracking(fractionAt(event->position().x()));
-}
-
-void RangeSliderItem::mouseMoveEvent(QMouseEvent* event) {
-    if (slider()) slider()->track(fractionAt(event->position().x()));
-}
-
-void RangeSliderItem::mouseReleaseEvent(QMouseEvent*) { endTracking(); }
-
-void RangeSliderItem::mouseUngrabEvent() { endTracking(); }
-
-void RangeSliderItem::endTracking() {
-    setPressed(false);
-    if (slider()) slider()->endTracking();
+void RangeSliderItem::setInset(double inset) {
+    if (inset == this->inset()) return;
+    slider()->setTrackInset(inset);
+    Q_EMIT insetChanged();
 }
 
 }  // namespace videoanalysis::qt

@@ -1,6 +1,6 @@
 #pragma once
-// The item of a range slider: a press takes the nearer thumb, a drag moves it, the arrow keys step the one in focus.
-// `Resources/Controls/` gives it its look; a host's own QML can use it as well.
+// The item of a range slider: it says where the thumbs are and lets the arrow keys step the one in focus. `Resources/Controls/`
+// gives it its look; a host's own QML can use it as well.
 
 #include "Platforms/QtQuick/ControlItem.h"
 #include "VideoAnalysis/Views.h"
@@ -26,7 +26,7 @@ class RangeSliderItem : public ControlItem {
     Q_PROPERTY(QString upperText READ upperText NOTIFY valueChanged)
     Q_PROPERTY(Thumb tracked READ tracked NOTIFY trackedChanged)
     /// How far from both ends the thumbs' way begins, in points.
-    Q_PROPERTY(double inset MEMBER inset_ NOTIFY insetChanged)
+    Q_PROPERTY(double inset READ inset WRITE setInset NOTIFY insetChanged)
 
 public:
     /// Named as QML asks for it; numbered as the control does.
@@ -73,6 +73,9 @@ public:
     QString upperText() const { return slider() ? QString::fromStdString(slider()->textOf(upperValue())) : QString(); }
     Thumb tracked() const { return slider() ? static_cast<Thumb>(slider()->trackedThumb()) : Thumb::None; }
 
+    double inset() const { return slider() ? slider()->trackInset() : 0; }
+    void setInset(double inset);
+
     /// Moves a thumb by `steps`, as the keyboard and assistive technology do.
     Q_INVOKABLE void nudge(Thumb thumb, int steps);
 
@@ -85,10 +88,6 @@ Q_SIGNALS:
 
 protected:
     void componentComplete() override;
-    void mousePressEvent(QMouseEvent* event) override;
-    void mouseMoveEvent(QMouseEvent* event) override;
-    void mouseReleaseEvent(QMouseEvent* event) override;
-    void mouseUngrabEvent() override;
 
 private:
     /// What QML has set and the control does not have yet.
@@ -103,11 +102,8 @@ private:
 
     void apply();
     RangeSlider* slider() const { return static_cast<RangeSlider*>(view()); }
-    double fractionAt(double x) const;
-    void endTracking();
 
     Asked asked_;
-    double inset_ = 0;
 };
 
 }  // namespace videoanalysis::qt

@@ -2,8 +2,6 @@
 
 #include "VideoAnalysis/Views.h"
 
-#include <QMouseEvent>
-
 namespace videoanalysis::qt {
 
 TrimmerViewItem::TrimmerViewItem(QQuickItem* parent) : ControlItem(std::make_shared<TrimmerView>(), parent) {
@@ -51,25 +49,6 @@ void TrimmerViewItem::viewDidChange(ui::View& view, ui::Property property) {
 void TrimmerViewItem::geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) {
     ControlItem::geometryChange(newGeometry, oldGeometry);
     Q_EMIT changed();
-}
-
-void TrimmerViewItem::mousePressEvent(QMouseEvent* event) {
-    if (!trimmer()) return;
-    setPressed(true);
-    trimmer()->beginTracking(event->position().x());
-}
-
-void TrimmerViewItem::mouseMoveEvent(QMouseEvent* event) {
-    if (trimmer()) trimmer()->track(event->position().x());
-}
-
-void TrimmerViewItem::mouseReleaseEvent(QMouseEvent*) { endTracking(); }
-
-void TrimmerViewItem::mouseUngrabEvent() { endTracking(); }
-
-void TrimmerViewItem::endTracking() {
-    setPressed(false);
-    if (trimmer()) trimmer()->endTracking();
 }
 
 }  // namespace videoanalysis::qt

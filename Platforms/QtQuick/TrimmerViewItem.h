@@ -1,6 +1,6 @@
 #pragma once
-// The item of the trimmer control: it says where handles, bar and thumbnails stand, and turns fingers and keys into what the
-// control does. The trim screen's QML gives it its look.
+// The item of the trimmer control: it says where handles, bar and thumbnails are and passes keys on. The trim screen's QML gives it
+// its look.
 
 #include "Platforms/QtQuick/ControlItem.h"
 #include "VideoAnalysis/Platform/Image.h"
@@ -62,14 +62,9 @@ Q_SIGNALS:
 
 protected:
     void geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) override;
-    void mousePressEvent(QMouseEvent* event) override;
-    void mouseMoveEvent(QMouseEvent* event) override;
-    void mouseReleaseEvent(QMouseEvent* event) override;
-    void mouseUngrabEvent() override;
 
 private:
     TrimmerView* trimmer() const;
-    void endTracking();
 };
 
 }  // namespace videoanalysis::qt

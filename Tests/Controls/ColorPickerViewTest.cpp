@@ -102,6 +102,21 @@ TEST_F(ColorPickerViewTest, PickingMarksTheSwatchAndTellsTheDelegate) {
     EXPECT_EQ(picker->selectedIndex(), std::nullopt);
 }
 
+TEST_F(ColorPickerViewTest, ArrowKeysFindTheNeighboringSwatch) {
+    picker->setFrame({0, 0, 8 + 5 * 52 + 8, 400});  // five in a line, four in the last one
+    EXPECT_EQ(picker->neighborOf(4, 1, 0), 5) << "into the next line";
+    EXPECT_EQ(picker->neighborOf(5, -1, 0), 4);
+    EXPECT_EQ(picker->neighborOf(0, -1, 0), 0);
+    EXPECT_EQ(picker->neighborOf(23, 1, 0), 23);
+    EXPECT_EQ(picker->neighborOf(2, 0, 1), 7);
+    EXPECT_EQ(picker->neighborOf(7, 0, -1), 2);
+    EXPECT_EQ(picker->neighborOf(2, 0, -1), 2) << "nothing above the first line";
+    EXPECT_EQ(picker->neighborOf(19, 0, 1), 23) << "the nearest one where the line is short";
+    EXPECT_EQ(picker->neighborOf(23, 0, 1), 23);
+    EXPECT_EQ(picker->neighborOf(24, 0, 1), 24);
+    EXPECT_EQ(picker->neighborOf(-1, 1, 0), -1);
+}
+
 TEST_F(ColorPickerViewTest, NewColorsAreShownWhateverTheirNumber) {
     ShownColors shown;
     picker->setObserver(&shown);

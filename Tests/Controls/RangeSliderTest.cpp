@@ -1,6 +1,7 @@
 #include "VideoAnalysis/Controls/RangeSlider.h"
 
-#include <gtest/gtest.h>
+#include "Support/ComponentTest.h"
+#include "Support/Pointers.h"
 
 #include <cmath>
 #include <limits>
@@ -13,22 +14,22 @@ namespace {
 
 using Thumb = RangeSlider::Thumb;
 
-class RangeSliderTest : public testing::Test {
+class RangeSliderTest : public ComponentTest {
 protected:
     RangeSliderTest() {
+        slider->setFrame({0, 0, 1020, 40});
+        slider->setTrackInset(10);
         slider->addAction(ui::ControlEvent::valueChanged, [this](ui::Control&) { ++changes; });
     }
-    void drag(double from, double to) {
-        slider->beginTracking(from);
-        slider->track(to);
-        slider->endTracking();
-    }
+    /// Fractions of the way.
+    void drag(double from, double to) { finger.drag({10 + from * 1000, 20}, {10 + to * 1000, 20}); }
 
     const std::shared_ptr<RangeSlider> slider = std::make_shared<RangeSlider>();
+    Finger finger{slider};
     int changes = 0;
 };
 
-TEST_F(RangeSliderTest, ThumbsFollowTheFingerAndStopAtEachOther) {
+TEST_F(RangeSliderTest, ThumbsFollowThePointerAndStopAtEachOther) {
     slider->setRange(10, 20);
     EXPECT_EQ(slider->lowerValue(), 10);
     EXPECT_EQ(slider->upperValue(), 10) << "the values follow into the range";
@@ -39,11 +40,11 @@ TEST_F(RangeSliderTest, ThumbsFollowTheFingerAndStopAtEachOther) {
     drag(0.9, 0.2);
     EXPECT_NEAR(slider->upperValue(), 17, 1e-9);
     drag(0.55, 1);
-    EXPECT_NEAR(slider->lowerValue(), 15, 1e-9) << "it does not push the other one";
+    EXPECT_NEAR(slider->lowerValue(), 15, 1e-9) << "the upper thumb is not pushed";
     EXPECT_EQ(slider->trackedThumb(), Thumb::none);
     changes = 0;
     slider->setLowerValue(12);
-    EXPECT_EQ(changes, 0) << "only the user's own doing is told";
+    EXPECT_EQ(changes, 0) << "actions are for what the user does";
     drag(0.2, 0.2);
     EXPECT_EQ(changes, 0) << "nothing has changed";
     slider->setEnabled(false);
@@ -51,7 +52,7 @@ TEST_F(RangeSliderTest, ThumbsFollowTheFingerAndStopAtEachOther) {
     EXPECT_EQ(slider->lowerValue(), 12);
 }
 
-TEST_F(RangeSliderTest, ThumbsAtOnePlaceCanBothBeFreed) {
+TEST_F(RangeSliderTest, TakesTheThumbThatCanMoveWhereBothMeet) {
     slider->setLowerValue(0);
     slider->setUpperValue(0);
     drag(0, 0.5);
@@ -64,7 +65,7 @@ TEST_F(RangeSliderTest, ThumbsAtOnePlaceCanBothBeFreed) {
     EXPECT_EQ(slider->upperValue(), 1);
 }
 
-TEST_F(RangeSliderTest, ValuesAreStepsOrTheMaximum) {
+TEST_F(RangeSliderTest, SnapsToStepsOrTheMaximum) {
     slider->setRange(0, 10);
     slider->setUpperValue(10);
     slider->setStep(3);
@@ -84,7 +85,31 @@ TEST_F(RangeSliderTest, ValuesAreStepsOrTheMaximum) {
     EXPECT_EQ(slider->textOf(6), "6 s");
 }
 
-TEST_F(RangeSliderTest, NoValueBringsItOutOfOrder) {
+TEST_F(RangeSliderTest, HoldsOneThumbUntilThePointerIsReleasedOrCancelled) {
+    std::string heard;
+    slider->addAction(ui::ControlEvent::touchDown, [&](ui::Control&) { heard += "down "; });
+    slider->addAction(ui::ControlEvent::valueChanged, [&](ui::Control&) { heard += "value "; });
+    slider->addAction(ui::ControlEvent::touchUpInside, [&](ui::Control&) { heard += "up "; });
+    finger.press({110, 20});
+    EXPECT_TRUE(slider->isHighlighted());
+    EXPECT_EQ(slider->trackedThumb(), Thumb::lower);
+    EXPECT_NEAR(slider->lowerValue(), 0.1, 1e-9);
+    Finger(slider, 1).drag({910, 20}, {700, 20});
+    EXPECT_EQ(slider->upperValue(), 1) << "a second finger has no effect";
+    slider->nudge(Thumb::upper, -1);
+    EXPECT_EQ(slider->upperValue(), 1) << "nor has the keyboard";
+    finger.moveTo({210, 300});
+    EXPECT_NEAR(slider->lowerValue(), 0.2, 1e-9) << "also beside the slider";
+    finger.cancel();
+    EXPECT_FALSE(slider->isHighlighted());
+    EXPECT_EQ(slider->trackedThumb(), Thumb::none);
+    finger.moveTo({310, 20});
+    finger.release();
+    EXPECT_NEAR(slider->lowerValue(), 0.2, 1e-9);
+    EXPECT_EQ(heard, "down value value up ");
+}
+
+TEST_F(RangeSliderTest, KeepsItsLimitsWhateverHappens) {
     std::mt19937 random(11);
     const double odd[] = {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(), -1e300, 0};
     const auto value = [&]() -> double {

@@ -103,6 +103,24 @@ TEST_F(ControlTest, HeldButtonRecognizesALongPressInsteadOfATap) {
     EXPECT_TRUE(states.empty());
 }
 
+TEST_F(ControlTest, HoldsTheFirstPointerAndIgnoresPointersWhileDisabled) {
+    Finger first(slider, 1);
+    Finger second(slider, 2);
+    first.press({60, 10});
+    second.drag({110, 10}, {10, 10});
+    EXPECT_EQ(slider->value(), 1.0F);
+    EXPECT_TRUE(slider->isTracking());
+    first.release();
+    EXPECT_EQ(actions(), "down value inside ");
+
+    slider->setEnabled(false);
+    button->setEnabled(false);
+    first.drag({10, 10}, {110, 10});
+    EXPECT_EQ(slider->value(), 1.0F);
+    mouseTo(*button, PointerPhase::began, {20, 20});
+    EXPECT_FALSE(button->isHighlighted());
+}
+
 TEST_F(ControlTest, DraggingMovesTheSliderThumb) {
     mouseTo(*slider, PointerPhase::began, {60, 10});
     EXPECT_TRUE(slider->isTracking());

@@ -97,6 +97,20 @@ TEST_F(StripScrollerTest, PointersAndStopEndAThrowAtItsPosition) {
     }
 }
 
+TEST_F(StripScrollerTest, ACancellationEndsTheDragWhereTheStripIs) {
+    press(scroller, 1, 0, 0);
+    for (int i = 1; i <= 10; ++i) move(scroller, 1, -10 * i, 0.01 * i);
+    const ui::PointerEvent cancelled = finger(1, ui::PointerPhase::cancelled, {});
+    scroller.handle({&cancelled, 1});
+    EXPECT_FALSE(scroller.isDragging());
+    EXPECT_FALSE(scroller.isThrown());
+    EXPECT_EQ(target->calls, (std::vector<std::string>{"begin", "left"}));
+    EXPECT_EQ(offset(), 50100);
+    move(scroller, 1, -300, 0.2);
+    release(scroller, 1, -300, 0.2);
+    EXPECT_EQ(offset(), 50100);
+}
+
 TEST_F(StripScrollerTest, ThrowVelocityIsMeasuredJustBeforeTheRelease) {
     using Path = std::vector<std::pair<double, double>>;
     Path fast;

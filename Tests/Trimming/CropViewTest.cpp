@@ -93,7 +93,7 @@ TEST_F(CropViewTest, ThePictureMovesAndZoomsBeneathTheMask) {
     EXPECT_NEAR(view->pictureRect().minX() + x * view->pictureRect().size.width, anchor.x, 1e-6);
     EXPECT_NEAR(view->maskRect().size.width, mask.size.width, 1e-6);
     view->zoom(1e9, anchor);
-    EXPECT_NEAR(view->crop().size.height, 1 / CropView::largestZoom, 1e-9);
+    EXPECT_NEAR(view->crop().size.height, 1 / CropView::maxZoom, 1e-9);
     view->zoom(1e-9, anchor);
     EXPECT_NEAR(view->crop().size.height, 1, 1e-9);
     expectSound();

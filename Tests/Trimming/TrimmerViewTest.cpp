@@ -1,5 +1,6 @@
 #include "VideoAnalysis/Trimming/TrimmerView.h"
 #include "Support/ComponentTest.h"
+#include "Support/Pointers.h"
 
 #include <algorithm>
 #include <cmath>
@@ -20,14 +21,10 @@ protected:
         trimmer->rowObserver = [this] { ++rowChanges; };
     }
 
-    /// As a finger does it that comes down on the middle of a handle.
-    void drag(double from, double to) {
-        trimmer->beginTracking(from);
-        trimmer->track(to);
-        trimmer->endTracking();
-    }
+    void drag(double from, double to) { finger.drag({from, 25}, {to, 25}); }
 
     const std::shared_ptr<TrimmerView> trimmer = std::make_shared<TrimmerView>();
+    Finger finger{trimmer};
     std::vector<ui::ControlEvent> events;
     int rowChanges = 0;
 };
@@ -61,21 +58,21 @@ TEST_F(TrimmerViewTest, AFingerTakesTheNearestHandleOrTheBar) {
     // Both handles within reach: what is nearer.
     trimmer->setStart(50);
     trimmer->setEnd(51);
-    trimmer->beginTracking(trimmer->xOf(50) - 4);
+    finger.press({trimmer->xOf(50) - 4, 25});
     EXPECT_EQ(trimmer->trackedPart(), TrimmerView::Part::start);
-    trimmer->endTracking();
-    trimmer->beginTracking(trimmer->xOf(51) + 4);
+    finger.release();
+    finger.press({trimmer->xOf(51) + 4, 25});
     EXPECT_EQ(trimmer->trackedPart(), TrimmerView::Part::end);
-    trimmer->endTracking();
+    finger.release();
     // The bar stays between the handles.
     drag(200, 300);
     EXPECT_EQ(trimmer->position(), 50);
     // Taken off its middle, a handle does not jump.
     events.clear();
-    trimmer->beginTracking(trimmer->xOf(51) + 20);
-    trimmer->track(trimmer->xOf(51) + 20);
+    finger.press({trimmer->xOf(51) + 20, 25});
+    finger.moveTo({trimmer->xOf(51) + 20, 25});
     EXPECT_NEAR(trimmer->end(), 51, 1e-9);
-    trimmer->endTracking();
+    finger.release();
     EXPECT_EQ(events, (std::vector{ui::ControlEvent::touchDown, ui::ControlEvent::touchUpInside}));
 
     trimmer->setEnabled(false);
@@ -87,9 +84,9 @@ TEST_F(TrimmerViewTest, AFingerTakesTheNearestHandleOrTheBar) {
 TEST_F(TrimmerViewTest, AHandleHeldStillShowsItsSurroundings) {
     trimmer->setStart(40);
     const double handle = trimmer->xOf(40) - 10;
-    trimmer->beginTracking(handle);
+    finger.press({handle, 25});
     platform->advance(0.3);
-    trimmer->track(handle + 20);  // not still
+    finger.moveTo({handle + 20, 25});  // not still
     platform->advance(0.4);
     EXPECT_FALSE(trimmer->isZoomed());
     platform->advance(0.2);
@@ -98,11 +95,11 @@ TEST_F(TrimmerViewTest, AHandleHeldStillShowsItsSurroundings) {
     EXPECT_NEAR(trimmer->visibleEnd() - trimmer->visibleStart(), 12.5, 1e-9);
     EXPECT_NEAR(trimmer->xOf(trimmer->start()), handle + 30, 1) << "the handle stays under the finger";
     const double before = trimmer->start();
-    trimmer->track(handle + 20 + 80);
+    finger.moveTo({handle + 20 + 80, 25});
     EXPECT_NEAR(trimmer->start() - before, 1, 0.11) << "eight times finer";
-    trimmer->track(5000);
+    finger.moveTo({5000, 25});
     EXPECT_LE(trimmer->start(), trimmer->visibleEnd() + trimmer->step());
-    trimmer->endTracking();
+    finger.release();
     EXPECT_FALSE(trimmer->isZoomed());
     EXPECT_EQ(rowChanges, 2);
     platform->advance(1);
@@ -110,14 +107,14 @@ TEST_F(TrimmerViewTest, AHandleHeldStillShowsItsSurroundings) {
 
     // There is nothing to see closer in a short clip; and a view that is gone is left alone.
     trimmer->setClip(1.5, 0.1);
-    trimmer->beginTracking(10);
+    finger.press({10, 25});
     platform->advance(1);
     EXPECT_FALSE(trimmer->isZoomed());
-    trimmer->endTracking();
+    finger.release();
     auto other = std::make_shared<TrimmerView>();
     other->setFrame({0, 0, 200, 50});
     other->setClip(60, 0);
-    other->beginTracking(10);
+    Finger(other).press({10, 25});
     other.reset();
     platform->advance(1);
 }
@@ -186,13 +183,13 @@ TEST_F(TrimmerViewTest, WhereTheRateVariesEveryPressIsOneFrame) {
 }
 
 TEST_F(TrimmerViewTest, DisabledInTheMiddleOfADragItStaysAsItIs) {
-    trimmer->beginTracking(10);
-    trimmer->track(60);
+    finger.press({10, 25});
+    finger.moveTo({60, 25});
     const double start = trimmer->start();
     trimmer->setEnabled(false);
-    trimmer->track(200);
+    finger.moveTo({200, 25});
     EXPECT_EQ(trimmer->start(), start);
-    trimmer->endTracking();
+    finger.release();
     EXPECT_EQ(trimmer->trackedPart(), TrimmerView::Part::none);
 }
 

@@ -2,6 +2,7 @@
 
 #include "VideoAnalysis/Trimming/VideoTrimmerController.h"
 #include "Support/ComponentTest.h"
+#include "Support/Pointers.h"
 #include "VideoAnalysis/Trimming/CropView.h"
 #include "VideoAnalysis/Trimming/TrimmerView.h"
 
@@ -50,26 +51,27 @@ TEST_F(VideoTrimmerControllerTest, TheClipPlaysInALoopBetweenTheHandles) {
     EXPECT_EQ(screen->url.absoluteString(), "file:///a.mov");
     HeadlessPlayer& player = playerOf(*screen);
     const auto trimmer = screen->trimmerView.lock();
+    Finger finger(trimmer);
     EXPECT_EQ(player.rate(), 1);
     EXPECT_NEAR(trimmer->duration(), 10, 1e-9);
     EXPECT_EQ(screen->durationLabel.lock()->text(), "0:10.00");
     EXPECT_EQ(screen->playButton.lock()->image().name(), "pause.fill");
 
     // The finger stops it and shows the frame under the handle: the first one that is kept, the last one that is.
-    trimmer->beginTracking(trimmer->xOf(0) - 10);
+    finger.press({trimmer->xOf(0) - 10, 24});
     EXPECT_EQ(player.rate(), 0);
-    trimmer->track(trimmer->xOf(2) - 10);
+    finger.moveTo({trimmer->xOf(2) - 10, 24});
     settle();
     EXPECT_EQ(player.currentFrame()->index(), 60);
     EXPECT_EQ(screen->startLabel.lock()->text(), "0:02.00");
-    trimmer->endTracking();
+    finger.release();
     EXPECT_EQ(player.rate(), 1);
-    trimmer->beginTracking(trimmer->xOf(10) + 10);
-    trimmer->track(trimmer->xOf(4) + 10);
+    finger.press({trimmer->xOf(10) + 10, 24});
+    finger.moveTo({trimmer->xOf(4) + 10, 24});
     settle();
     EXPECT_EQ(player.currentFrame()->index(), 119);
     EXPECT_EQ(screen->durationLabel.lock()->text(), "0:02.00");
-    trimmer->endTracking();
+    finger.release();
 
     // Never outside the handles, and round and round.
     std::int64_t latest = 0;
@@ -114,10 +116,11 @@ TEST_F(VideoTrimmerControllerTest, WhileItSavesNothingCanBeMoved) {
     const auto screen = edit();
     const auto crop = screen->cropView.lock();
     const auto trimmer = screen->trimmerView.lock();
+    Finger finger(trimmer);
     screen->toggleCropping(control);
     crop->moveCorner(CropView::Corner::topLeft, {200, 260});
-    trimmer->beginTracking(trimmer->xOf(0) - 10);
-    trimmer->track(trimmer->xOf(2) - 10);
+    finger.press({trimmer->xOf(0) - 10, 24});
+    finger.moveTo({trimmer->xOf(2) - 10, 24});
     screen->save(control);
     const auto job = platform->mediaEngine.newestExport.lock();
     ASSERT_TRUE(job);
@@ -133,8 +136,8 @@ TEST_F(VideoTrimmerControllerTest, WhileItSavesNothingCanBeMoved) {
     screen->chooseAspect(control);
     screen->toggleCropping(control);
     screen->togglePlaying(control);
-    trimmer->track(trimmer->xOf(5));
-    trimmer->endTracking();
+    finger.moveTo({trimmer->xOf(5), 24});
+    finger.release();
     trimmer->nudge(TrimmerView::Part::end, -30);
     settle();
     EXPECT_TRUE(crop->isLocked());
@@ -176,12 +179,13 @@ TEST_F(VideoTrimmerControllerTest, MayGoInTheMiddleOfAZoomedDrag) {
         screen->url = URL("file:///a.mov");
         screen->view();
         auto trimmer = screen->trimmerView.lock();
+        Finger finger(trimmer);
         auto save = screen->saveButton.lock();
         screen->viewWillAppear(false);
         platform->advance(0.1);
-        trimmer->beginTracking(10);
+        finger.press({10, 24});
         platform->advance(TrimmerView::holdDelay - 0.1);
-        trimmer->track(10);
+        finger.moveTo({10, 24});
         // Another row wants thumbnails in a later turn, and so does the zoom: by then the controller is gone.
         trimmer->setFrame({0, 440, 500, 48});
         const std::weak_ptr<VideoTrimmerController> gone = screen;
@@ -194,8 +198,8 @@ TEST_F(VideoTrimmerControllerTest, MayGoInTheMiddleOfAZoomedDrag) {
         platform->advance(1);
         if (!viewsStay) continue;
         EXPECT_TRUE(trimmer->isZoomed());
-        trimmer->track(210);
-        trimmer->endTracking();
+        finger.moveTo({210, 24});
+        finger.release();
         trimmer->nudge(TrimmerView::Part::end, -1);
         save->sendActions(ui::ControlEvent::touchUpInside);
         trimmer.reset();
@@ -247,6 +251,7 @@ TEST_F(VideoTrimmerControllerTest, TheOutcomeIsReportedOnce) {
 TEST_F(VideoTrimmerControllerTest, ThumbnailsFillTheRowAndAgainWhenItShowsSomethingElse) {
     const auto screen = edit();
     const auto trimmer = screen->trimmerView.lock();
+    Finger finger(trimmer);
     const auto areThere = [&] {
         return !trimmer->thumbnails().empty() &&
                std::all_of(trimmer->thumbnails().begin(), trimmer->thumbnails().end(),
@@ -258,11 +263,11 @@ TEST_F(VideoTrimmerControllerTest, ThumbnailsFillTheRowAndAgainWhenItShowsSometh
     settle();
     EXPECT_GT(trimmer->thumbnails().size(), count);
     EXPECT_TRUE(areThere());
-    trimmer->beginTracking(10);
+    finger.press({10, 24});
     platform->advance(0.6);
     EXPECT_TRUE(trimmer->isZoomed());
     EXPECT_LT(trimmer->thumbnails().back().time, 3);
-    trimmer->endTracking();
+    finger.release();
 }
 
 TEST_F(VideoTrimmerControllerTest, ASavedEditReplacesTheClipOnceTheEditorIsGone) {

@@ -1,6 +1,6 @@
 #pragma once
-// A box with a check mark and a text beside it. Usable by itself, by the component's screens and a host's; a screen's peer shows
-// it, draws its mark and presses it.
+// A box with a check mark and a text beside it. Usable by itself, by the component's screens and a host's; a screen's peer
+// draws it.
 
 #include "VideoAnalysis/Platform/UI/Control.h"
 
@@ -12,7 +12,7 @@ namespace videoanalysis {
 class Checkbox : public ui::Control {
 public:
     bool isChecked() const { return isChecked_; }
-    /// `animated`: the screen draws the mark stroke by stroke. Tells no action.
+    /// `animated`: the screen draws the mark stroke by stroke. Sends no action.
     void setChecked(bool checked, bool animated = false);
     /// Whether the last change is drawn stroke by stroke.
     bool isAnimated() const { return isAnimated_; }
@@ -20,8 +20,14 @@ public:
     const std::string& title() const { return title_; }
     void setTitle(const std::string& title) { set(title_, title, ui::Property::title); }
 
-    /// For the platform: the user presses it; nothing while it is disabled.
+    /// For the keyboard and assistive technology: a press and its release inside. Nothing while it is disabled.
     void press();
+
+protected:
+    void pressMoved(Point position) override { setHighlighted(covers(position)); }
+    void pressEnded(Point position) override {
+        if (covers(position)) press();
+    }
 
 private:
     bool isChecked_ = false;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 namespace videoanalysis {
@@ -73,6 +74,26 @@ void ColorPickerView::selectItem(std::int64_t index) {
     if (!isColor(index)) return;
     if (std::exchange(selectedIndex_, index) != index) notify(ui::Property::other);
     if (const auto receiver = delegate()) receiver->didSelectItemAt(*this, {index, 0});
+}
+
+std::int64_t ColorPickerView::neighborOf(std::int64_t index, int stepX, int stepY) const {
+    const auto count = static_cast<std::int64_t>(colors_.size());
+    if (!isColor(index)) return index;
+    if (stepY == 0) return std::clamp<std::int64_t>(index + stepX, 0, count - 1);
+    const Rect& from = frameOfItem(index);
+    std::int64_t nearest = index;
+    double nearestDistance = std::numeric_limits<double>::infinity();
+    for (std::int64_t candidate = 0; candidate < count; ++candidate) {
+        const Rect& frame = frameOfItem(candidate);
+        const double down = (frame.midY() - from.midY()) * stepY;
+        // The next line first, then the nearest in it.
+        const double distance = down * 1000 + std::abs(frame.midX() - from.midX());
+        if (down > 0 && distance < nearestDistance) {
+            nearest = candidate;
+            nearestDistance = distance;
+        }
+    }
+    return nearest;
 }
 
 Color ColorPickerView::markColor(const Color& swatch) {

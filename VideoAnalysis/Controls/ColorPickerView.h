@@ -72,6 +72,9 @@ public:
 
     /// Where the swatch stands, in content points. `index` is that of a colour.
     const Rect& frameOfItem(std::int64_t index) const { return frames_.at(static_cast<std::size_t>(index)); }
+    /// For the keyboard: the swatch beside that of `index` in the direction of an arrow key (each step -1, 0 or 1); `index` where
+    /// there is none.
+    std::int64_t neighborOf(std::int64_t index, int stepX, int stepY) const;
     /// Whether the swatch carries the mark.
     bool isChecked(std::int64_t index) const {
         return selectionStyle_ == ColorPickerViewSelectStyle::check && selectedIndex_ == index;

@@ -36,11 +36,13 @@ void RangeSlider::setUpperValue(double value) {
     if (move(Thumb::upper, value)) notify(ui::Property::value);
 }
 
-/// Brings both values into what the range, the step and the distance have become.
+/// Applies the range, the step and the distance to both values.
 void RangeSlider::settle() {
-    const double least = minimumDistance();
-    lower_ = std::clamp(onStep(std::clamp(lower_, minimum_, maximum_)), minimum_, std::max(maximum_ - least, minimum_));
-    upper_ = std::clamp(onStep(std::clamp(upper_, minimum_, maximum_)), std::min(lower_ + least, maximum_), maximum_);
+    const double distance = minimumDistance();
+    lower_ =
+        std::clamp(onStep(std::clamp(lower_, minimum_, maximum_)), minimum_, std::max(maximum_ - distance, minimum_));
+    upper_ =
+        std::clamp(onStep(std::clamp(upper_, minimum_, maximum_)), std::min(lower_ + distance, maximum_), maximum_);
     notify(ui::Property::value);
 }
 
@@ -54,22 +56,22 @@ double RangeSlider::onStep(double value) const {
 
 bool RangeSlider::move(Thumb thumb, double value) {
     if (!std::isfinite(value)) return false;
-    const double least = minimumDistance();
+    const double distance = minimumDistance();
     const double wanted = onStep(std::clamp(value, minimum_, maximum_));
     if (thumb == Thumb::lower) {
-        double highest = upper_ - least;
-        if (wanted > highest && step_ > 0) {
-            highest = minimum_ + std::floor((highest - minimum_) / step_ + 1e-9) * step_;
+        double limit = upper_ - distance;
+        if (wanted > limit && step_ > 0) {
+            limit = minimum_ + std::floor((limit - minimum_) / step_ + 1e-9) * step_;
         }
-        const double lower = std::max(std::min(wanted, highest), minimum_);
+        const double lower = std::max(std::min(wanted, limit), minimum_);
         return std::exchange(lower_, lower) != lower;
     }
     if (thumb == Thumb::upper) {
-        double lowest = lower_ + least;
-        if (wanted < lowest && step_ > 0) {
-            lowest = minimum_ + std::ceil((lowest - minimum_) / step_ - 1e-9) * step_;
+        double limit = lower_ + distance;
+        if (wanted < limit && step_ > 0) {
+            limit = minimum_ + std::ceil((limit - minimum_) / step_ - 1e-9) * step_;
         }
-        const double upper = std::min(std::max(wanted, lowest), maximum_);
+        const double upper = std::min(std::max(wanted, limit), maximum_);
         return std::exchange(upper_, upper) != upper;
     }
     return false;
@@ -89,8 +91,13 @@ double RangeSlider::fractionOf(double value) const {
     return maximum_ > minimum_ ? (value - minimum_) / (maximum_ - minimum_) : 0;
 }
 
+double RangeSlider::fractionAt(Point position) const {
+    const double way = bounds().size.width - 2 * trackInset_;
+    return way > 0 ? (position.x - trackInset_) / way : 0;
+}
+
 void RangeSlider::beginTracking(double fraction) {
-    if (!isEnabled() || !std::isfinite(fraction)) return;
+    if (!std::isfinite(fraction)) return;
     const double toLower = std::abs(fraction - lowerFraction());
     const double toUpper = std::abs(fraction - upperFraction());
     const bool isLower =
@@ -98,8 +105,8 @@ void RangeSlider::beginTracking(double fraction) {
     tracked_ = isLower ? Thumb::lower : Thumb::upper;
     // On a thumb, the finger takes it where it is; beside it, the thumb comes.
     constexpr double onThumb = 0.04;
-    const double distance = (isLower ? lowerFraction() : upperFraction()) - fraction;
-    grip_ = std::abs(distance) < onThumb ? distance : 0;
+    const double offset = (isLower ? lowerFraction() : upperFraction()) - fraction;
+    grip_ = std::abs(offset) < onThumb ? offset : 0;
     notify(ui::Property::other);
     sendActions(ui::ControlEvent::touchDown);
     track(fraction);

@@ -6,6 +6,11 @@
 #include <cmath>
 
 namespace videoanalysis {
+namespace {
+
+constexpr double zoomPerNotch = 1.12743;  // times, of the wheel
+
+}  // namespace
 
 double CropView::ratioOf(Aspect aspect) {
     switch (aspect) {
@@ -67,8 +72,18 @@ Rect CropView::fitted(Size size) const {
 
 void CropView::boundsDidChange(const Rect&) { updateLayout(); }
 
+bool CropView::handlePointers(std::span<const ui::PointerEvent> events) {
+    gestures_.handle(events);
+    return isCropping_;
+}
+
+bool CropView::handleWheel(const ui::WheelEvent& event) {
+    zoom(std::pow(zoomPerNotch, event.notches.y), event.position);
+    return isCropping_;
+}
+
 /// In pixels of the picture: what the largest zoom leaves of its shorter side.
-double CropView::leastSide() const { return std::min(pictureSize_.width, pictureSize_.height) / largestZoom; }
+double CropView::minSide() const { return std::min(pictureSize_.width, pictureSize_.height) / maxZoom; }
 
 void CropView::setCrop(const Rect& crop) {
     const double width = std::clamp(crop.size.width, 0.0, 1.0);
@@ -105,10 +120,10 @@ void CropView::zoom(double factor, Point anchor) {
     const double width = crop_.size.width * pictureSize_.width;
     const double height = crop_.size.height * pictureSize_.height;
     // Both sides alike: not beyond the picture, and not so far that the mask shows too little.
-    const double most = std::min(1 / crop_.size.width, 1 / crop_.size.height);
-    const double least = std::min(leastSide() / std::min(width, height), 1.0);
-    const double scale = std::clamp(1 / factor, least, most);
-    // What is under the anchor stays there.
+    const double max = std::min(1 / crop_.size.width, 1 / crop_.size.height);
+    const double min = std::min(minSide() / std::min(width, height), 1.0);
+    const double scale = std::clamp(1 / factor, min, max);
+    // The anchor stays on the same part of the picture.
     const double x = (anchor.x - picture_.origin.x) / picture_.size.width;
     const double y = (anchor.y - picture_.origin.y) / picture_.size.height;
     setCrop({x + (crop_.origin.x - x) * scale, y + (crop_.origin.y - y) * scale, crop_.size.width * scale,
@@ -121,21 +136,21 @@ void CropView::moveCorner(Corner corner, Point point) {
     isMovingCorner_ = true;
     const double x = std::clamp((point.x - picture_.origin.x) / picture_.size.width, 0.0, 1.0);
     const double y = std::clamp((point.y - picture_.origin.y) / picture_.size.height, 0.0, 1.0);
-    const double leastWidth = std::min(leastSide() / pictureSize_.width, 1.0);
-    const double leastHeight = std::min(leastSide() / pictureSize_.height, 1.0);
+    const double minWidth = std::min(minSide() / pictureSize_.width, 1.0);
+    const double minHeight = std::min(minSide() / pictureSize_.height, 1.0);
     double left = crop_.minX();
     double right = crop_.maxX();
     double top = crop_.minY();
     double bottom = crop_.maxY();
     if (corner == Corner::topLeft || corner == Corner::bottomLeft) {
-        left = std::max(std::min(x, right - leastWidth), 0.0);
+        left = std::max(std::min(x, right - minWidth), 0.0);
     } else {
-        right = std::min(std::max(x, left + leastWidth), 1.0);
+        right = std::min(std::max(x, left + minWidth), 1.0);
     }
     if (corner == Corner::topLeft || corner == Corner::topRight) {
-        top = std::max(std::min(y, bottom - leastHeight), 0.0);
+        top = std::max(std::min(y, bottom - minHeight), 0.0);
     } else {
-        bottom = std::min(std::max(y, top + leastHeight), 1.0);
+        bottom = std::min(std::max(y, top + minHeight), 1.0);
     }
     setCrop({left, top, right - left, bottom - top});
     updateLayout();

@@ -1,10 +1,12 @@
 #pragma once
 // The crop view: a mask of a given aspect ratio in the middle, and the picture that is moved and zoomed beneath it. The trim
-// screen shows the clip in it and cuts out what the mask shows; a screen's peer paints it and tells it what fingers do.
+// screen shows the clip in it and cuts out what the mask shows; a screen's peer paints it.
 
 #include "VideoAnalysis/Platform/UI/View.h"
+#include "VideoAnalysis/Trimming/CropGestures.h"
 
 #include <array>
+#include <span>
 
 namespace videoanalysis {
 
@@ -35,26 +37,29 @@ public:
 
     /// What the mask shows, in fractions of the picture's sides; the whole picture without cropping.
     Rect crop() const;
-    /// Where the picture stands; it may reach out of the view.
+    /// Where the picture is; it may reach out of the view.
     Rect pictureRect() const;
     Rect maskRect() const;
 
-    // For the platform; nothing without cropping or while locked.
+    /// Without cropping, pointers and the wheel are left to what lies below. The wheel zooms.
+    bool handlePointers(std::span<const ui::PointerEvent> events) override;
+    bool handleWheel(const ui::WheelEvent& event) override;
 
-    /// Moves the picture by so many points, not further than the mask is filled.
+    // For the gestures and the keyboard; nothing without cropping or while locked.
+
+    /// Moves the picture by this many points, as far as it fills the mask.
     void pan(double dx, double dy);
     /// Makes the picture `factor` times larger around `anchor`.
     void zoom(double factor, Point anchor);
-    /// Which corners of a free mask can be taken.
-    enum class Corner { topLeft, topRight, bottomLeft, bottomRight };
+    using Corner = CropCorner;
     /// Moves a corner of a free mask to `point`; until the end the picture stands still, then the mask goes back to the middle.
     void moveCorner(Corner corner, Point point);
     void endMovingCorner();
 
-    /// How much of the view is left free around the mask, in points.
+    /// Between the mask and the edges of the view, in points.
     static constexpr double margin = 16;
-    /// The picture is never larger than this times its size where it fits into the view.
-    static constexpr double largestZoom = 4;
+    /// Relative to the size at which the picture fits into the view.
+    static constexpr double maxZoom = 4;
 
 protected:
     void boundsDidChange(const Rect& old) override;
@@ -64,7 +69,7 @@ private:
     Rect fitted(Size size) const;
     void setCrop(const Rect& crop);
     void updateLayout();
-    double leastSide() const;
+    double minSide() const;
 
     Size pictureSize_;
     bool isCropping_ = false;
@@ -74,6 +79,7 @@ private:
     Rect picture_;
     bool isMovingCorner_ = false;
     bool isLocked_ = false;
+    CropGestures gestures_{*this};
 };
 
 }  // namespace videoanalysis

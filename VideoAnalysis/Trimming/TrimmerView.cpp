@@ -159,7 +159,7 @@ void TrimmerView::setThumbnail(std::size_t index, const Image& image) {
 // Tracking
 
 void TrimmerView::beginTracking(double x) {
-    if (!isEnabled() || duration_ <= 0) return;
+    if (duration_ <= 0) return;
     // The start handle lies left of its moment, the end handle right of it.
     const double startX = xOf(start_) - handleWidth * 0.5;
     const double endX = xOf(end_) + handleWidth * 0.5;

@@ -1,6 +1,6 @@
 #pragma once
 // The trimmer control: a row of thumbnails with a handle at either end of what is kept and a bar where the clip plays. The trim
-// screen's controller fills and reads it; a screen's peer shows it and tells it what a finger or a key does.
+// screen's controller fills and reads it; a screen's peer draws it.
 
 #include "VideoAnalysis/Platform/UI/Control.h"
 
@@ -15,7 +15,9 @@ namespace dispatch {
 class Timer;
 }
 
-/// Times are seconds from the beginning of the clip; positions are points from the view's left edge. Main thread.
+/// A press takes the handle within reach, or else the bar, and a drag moves it. Sends `touchDown` when it is taken,
+/// `valueChanged` for every change by the user, `touchUpInside` when it is let go. Times are seconds from the beginning of the
+/// clip; positions are points from the view's left edge. Main thread.
 class TrimmerView : public ui::Control {
 public:
     /// What can be moved.
@@ -49,7 +51,7 @@ public:
     /// Moves a handle as the user would: not past the other one, not nearer to it than the minimum duration.
     void setStart(double time);
     void setEnd(double time);
-    /// The handle under the user's finger.
+    /// What a pointer holds.
     Part trackedPart() const { return tracked_; }
 
     /// The stretch of time that the row shows: the whole clip, or a part while a handle is held still.
@@ -72,15 +74,7 @@ public:
     double thumbnailWidth() const { return thumbnailWidth_; }
     void setThumbnail(std::size_t index, const Image& image);
 
-    // For the platform.
-
-    /// A finger comes down at `x`: takes the handle within reach, or the bar. Sends `touchDown`.
-    void beginTracking(double x);
-    /// It moves. Sends `valueChanged` when something has changed.
-    void track(double x);
-    /// It goes. Sends `touchUpInside`.
-    void endTracking();
-    /// The keyboard moves a part by `steps` frames. Sends all three events.
+    /// For the keyboard and assistive technology: moves a part by `steps` frames. Nothing while a pointer holds one.
     void nudge(Part part, int steps);
 
     /// The row shows another stretch or has another size, so that other thumbnails are wanted.
@@ -91,8 +85,15 @@ public:
 
 protected:
     void boundsDidChange(const Rect& old) override;
+    void pressBegan(Point position) override { beginTracking(position.x); }
+    void pressMoved(Point position) override { track(position.x); }
+    void pressEnded(Point) override { endTracking(); }
+    void pressCancelled() override { endTracking(); }
 
 private:
+    void beginTracking(double x);
+    void track(double x);
+    void endTracking();
     double frameTime(double time, int count) const;
     double rounded(double time) const;
     bool move(Part part, double time);

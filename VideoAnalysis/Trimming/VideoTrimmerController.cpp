@@ -296,7 +296,7 @@ void VideoTrimmerController::save(ui::Control&) {
         return;
     }
     // Another finger may be on a handle: what is there now is what is saved.
-    trimmerView->endTracking();
+    trimmerView->cancelPress();
     pause();
     savedPath_ = directory + "/" + newUUID() + extensionFor(url);
     saveBegan_ = platform().wallClock();

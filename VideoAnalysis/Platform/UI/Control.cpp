@@ -23,35 +23,44 @@ void Control::sendActions(ControlEvent event) {
     }
 }
 
-// ---- Button
-
-bool Button::handlePointers(std::span<const PointerEvent> events) {
+bool Control::handlePointers(std::span<const PointerEvent> events) {
     for (const PointerEvent& event : events) {
-        const bool isOurs =
-            pointer_ == event.pointer && (event.button == PointerButton::left || event.phase == PointerPhase::moved);
+        const bool isOurs = pointer_ == event.pointer;
+        const bool isLeft = event.button == PointerButton::left;
         switch (event.phase) {
             case PointerPhase::began:
-                if (!pointer_ && event.button == PointerButton::left) beginPress(event);
+                if (pointer_ || !isLeft || !isEnabled_) break;
+                pointer_ = event.pointer;
+                setHighlighted(true);
+                pressBegan(event.position);
                 break;
             case PointerPhase::moved:
-                if (isOurs) setHighlighted(covers(event.position));
+                if (isOurs) pressMoved(event.position);
                 break;
             case PointerPhase::ended:
-                if (isOurs) {
-                    endPress(covers(event.position) ? ControlEvent::touchUpInside : ControlEvent::touchUpOutside);
-                }
+                if (isOurs && isLeft && releasePointer()) pressEnded(event.position);
                 break;
-            case PointerPhase::cancelled: endPress(ControlEvent::touchUpOutside); break;
+            case PointerPhase::cancelled: cancelPress(); break;
         }
     }
     return true;
 }
 
-void Button::beginPress(const PointerEvent& event) {
-    pointer_ = event.pointer;
+void Control::cancelPress() {
+    if (releasePointer()) pressCancelled();
+}
+
+bool Control::releasePointer() {
+    if (!std::exchange(pointer_, std::nullopt)) return false;
+    setHighlighted(false);
+    return true;
+}
+
+// ---- Button
+
+void Button::pressBegan(Point position) {
     isLongPress_ = false;
-    pressPosition_ = event.position;
-    setHighlighted(true);
+    pressPosition_ = position;
     sendActions(ControlEvent::touchDown);
     if (!longPressGestureRecognizer) return;
     longPress_.start(longPressTime, [this] {
@@ -61,10 +70,12 @@ void Button::beginPress(const PointerEvent& event) {
     });
 }
 
+void Button::pressEnded(Point position) {
+    endPress(covers(position) ? ControlEvent::touchUpInside : ControlEvent::touchUpOutside);
+}
+
 void Button::endPress(ControlEvent event) {
-    if (!std::exchange(pointer_, std::nullopt)) return;
     longPress_.cancel();
-    setHighlighted(false);
     if (!std::exchange(isLongPress_, false)) {
         sendActions(event);
     } else if (longPressGestureRecognizer) {
@@ -73,7 +84,7 @@ void Button::endPress(ControlEvent event) {
 }
 
 void Button::click() {
-    if (pointer_) return;
+    if (isPressed()) return;
     sendActions(ControlEvent::touchDown);
     sendActions(ControlEvent::touchUpInside);
 }
@@ -96,30 +107,14 @@ double Slider::thumbPosition() const {
     return range > 0 ? (value_ - minimum_) / range : 0;
 }
 
-bool Slider::handlePointers(std::span<const PointerEvent> events) {
-    for (const PointerEvent& event : events) {
-        const bool isOurs = pointer_ == event.pointer;
-        switch (event.phase) {
-            case PointerPhase::began:
-                if (pointer_ || event.button != PointerButton::left) break;
-                pointer_ = event.pointer;
-                setHighlighted(true);
-                isTracking_ = true;
-                sendActions(ControlEvent::touchDown);
-                dragThumb(event.position);
-                break;
-            case PointerPhase::moved:
-                if (isOurs) dragThumb(event.position);
-                break;
-            case PointerPhase::ended:
-                if (isOurs && event.button == PointerButton::left) {
-                    endTracking(covers(event.position) ? ControlEvent::touchUpInside : ControlEvent::touchUpOutside);
-                }
-                break;
-            case PointerPhase::cancelled: endTracking(ControlEvent::touchUpOutside); break;
-        }
-    }
-    return true;
+void Slider::pressBegan(Point position) {
+    isTracking_ = true;
+    sendActions(ControlEvent::touchDown);
+    dragThumb(position);
+}
+
+void Slider::pressEnded(Point position) {
+    endTracking(covers(position) ? ControlEvent::touchUpInside : ControlEvent::touchUpOutside);
 }
 
 void Slider::step(double fraction) {
@@ -142,9 +137,6 @@ void Slider::moveThumb(double position) {
 }
 
 void Slider::endTracking(ControlEvent event) {
-    if (!isTracking_) return;
-    pointer_.reset();
-    setHighlighted(false);
     sendActions(event);
     isTracking_ = false;
 }

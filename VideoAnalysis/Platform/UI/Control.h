@@ -26,10 +26,8 @@ public:
     bool isEnabled() const { return isEnabled_; }
     void setEnabled(bool enabled) { set(isEnabled_, enabled, Property::isEnabled); }
 
-    /// A pointer holds the control down; buttons only while it is over them. For the look.
+    /// A pointer holds the control down; buttons and checkboxes only while it is over them. For the look.
     bool isHighlighted() const { return isHighlighted_; }
-    /// For controls and platforms that track pointers.
-    void setHighlighted(bool highlighted) { set(isHighlighted_, highlighted, Property::isHighlighted); }
 
     /// Every added action is called, in the order in which they were added.
     void addAction(ControlEvent event, Action action) { actions_.emplace_back(event, std::move(action)); }
@@ -37,11 +35,31 @@ public:
     /// What the user's touch does; nothing while the control is disabled.
     void sendActions(ControlEvent event);
 
+    /// One pointer at a time presses the control: the first one that comes down with the left button while it is enabled.
+    bool handlePointers(std::span<const PointerEvent> events) final;
+    /// Lets go of a pointer that is down, as when something else takes over the input.
+    void cancelPress();
+
 protected:
     /// Whether `point` lies in the bounds or on their edge.
     bool covers(Point point) const;
+    /// A pointer is down on the control.
+    bool isPressed() const { return pointer_.has_value(); }
+    void setHighlighted(bool highlighted) { set(isHighlighted_, highlighted, Property::isHighlighted); }
+
+    // What the pointer does, in the view's points. The control is highlighted from before the beginning until before the end.
+
+    virtual void pressBegan(Point /*position*/) {}
+    virtual void pressMoved(Point /*position*/) {}
+    virtual void pressEnded(Point /*position*/) {}
+    /// Something else takes over the input.
+    virtual void pressCancelled() {}
 
 private:
+    /// False when no pointer is down.
+    bool releasePointer();
+
+    std::optional<std::int64_t> pointer_;  // that is down
     bool isEnabled_ = true;
     bool isHighlighted_ = false;
     std::vector<std::pair<ControlEvent, Action>> actions_;
@@ -63,15 +81,18 @@ public:
     /// sends no touch-up action.
     std::shared_ptr<LongPressGestureRecognizer> longPressGestureRecognizer;
 
-    bool handlePointers(std::span<const PointerEvent> events) override;
     /// For the keyboard and assistive technology: a press and its release inside. Nothing while a pointer holds the button.
     void click();
 
+protected:
+    void pressBegan(Point position) override;
+    void pressMoved(Point position) override { setHighlighted(covers(position)); }
+    void pressEnded(Point position) override;
+    void pressCancelled() override { endPress(ControlEvent::touchUpOutside); }
+
 private:
-    void beginPress(const PointerEvent& event);
     void endPress(ControlEvent event);
 
-    std::optional<std::int64_t> pointer_;  // that holds the button down
     Point pressPosition_;
     bool isLongPress_ = false;
     dispatch::OneShotTimer longPress_;
@@ -81,6 +102,7 @@ private:
     bool isSelected_ = false;
 };
 
+/// A press takes the thumb to where it is, a drag moves it.
 class Slider : public Control {
 public:
     float value() const { return value_; }
@@ -98,17 +120,20 @@ public:
     /// How far from both ends of the view the thumb's way begins, in points. Set by the platform, which draws it.
     double trackInset() const { return trackInset_; }
     void setTrackInset(double inset) { trackInset_ = inset; }
-    /// A press takes the thumb to where it is, a drag moves it.
-    bool handlePointers(std::span<const PointerEvent> events) override;
     /// For the keyboard and assistive technology: moves the thumb by `fraction` of its way. Nothing while tracking.
     void step(double fraction);
+
+protected:
+    void pressBegan(Point position) override;
+    void pressMoved(Point position) override { dragThumb(position); }
+    void pressEnded(Point position) override;
+    void pressCancelled() override { endTracking(ControlEvent::touchUpOutside); }
 
 private:
     void dragThumb(Point position);
     void moveThumb(double position);
     void endTracking(ControlEvent event);
 
-    std::optional<std::int64_t> pointer_;  // that holds the thumb
     double trackInset_ = 0;
     float value_ = 0;
     float minimum_ = 0;
