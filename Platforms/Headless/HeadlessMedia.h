@@ -165,7 +165,7 @@ public:
     startExport(const media::ExportRequest& request,
                 std::function<void(const media::ExportResult&)> completion) override;
 
-    /// The export started last, while somebody holds it.
+    /// The export started last, held weakly.
     std::weak_ptr<HeadlessExport> newestExport;
 
 private:

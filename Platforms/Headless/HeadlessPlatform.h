@@ -1,5 +1,5 @@
 #pragma once
-// The component's platform in memory: no screen, no files, no threads, and a clock that only moves when it is told to. For
+// The component's platform in memory: no screen, no files, no threads, and a clock that moves only by `advance`. For
 // tests and tools, the component's own and a host's.
 //
 //     auto platform = std::make_shared<HeadlessPlatform>();
@@ -59,8 +59,8 @@ private:
     Size windowSize() const override;
 };
 
-/// A recorder whose answers a test decides. What it is asked for stays pending until the test answers; whatever is asked
-/// meanwhile is ignored.
+/// A recorder whose answers a test decides. A request stays pending until the test answers it; further requests until
+/// then are ignored.
 class HeadlessRecorder final : public recording::ScreenRecorder {
 public:
     using PreviewHandler = std::function<void(std::shared_ptr<recording::PreviewViewController>, recording::Error)>;

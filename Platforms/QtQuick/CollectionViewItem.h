@@ -14,7 +14,7 @@ namespace videoanalysis::qt {
 /// "CollectionView" in QML. Main thread.
 class CollectionViewItem : public ViewItem {
     Q_OBJECT
-    /// "players": all items share the view, side by side or stacked. Empty: the component brings a layout of its own.
+    /// "players": all items share the view, side by side or stacked. Empty: the component sets the layout.
     Q_PROPERTY(QString layout READ layout WRITE setLayout)
     /// How many cells are in sight.
     Q_PROPERTY(int count READ count NOTIFY countChanged)

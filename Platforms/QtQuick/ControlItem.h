@@ -21,7 +21,7 @@ public:
     const QString& selector() const { return selector_; }
     /// The event on which the selector's action runs.
     virtual ui::ControlEvent actionEvent() const = 0;
-    /// Null once the view has gone before its item.
+    /// Null once the view is destroyed before its item.
     ui::Control* control() const { return static_cast<ui::Control*>(view()); }
 
     bool isPressed() const { return control() && control()->isHighlighted(); }

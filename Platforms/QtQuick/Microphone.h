@@ -1,6 +1,6 @@
 #pragma once
-// The microphone of a recording: opens the system's own one and hands over what it hears, all on a thread of its own, so that
-// nobody waits for a device. The screen recorder uses it.
+// The microphone of a recording: opens the system's default one and hands over what it hears, on a separate thread, so that
+// the main thread never waits for a device. The screen recorder uses it.
 
 #include <QString>
 
@@ -39,7 +39,7 @@ public:
 
     /// Returns at once.
     void open(Callbacks callbacks);
-    /// Returns at once; blocks that are on their way may still be handed over.
+    /// Returns at once; pending blocks may still be handed over.
     void close();
 
 private:

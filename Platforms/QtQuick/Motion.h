@@ -12,7 +12,7 @@ class Motion : public QObject {
     Q_OBJECT
 
 public:
-    /// As the desktop wants it, until somebody sets it.
+    /// The desktop's setting, until it is set here.
     static Motion& shared();
 
     /// Whether the settings in `folder`, a user's folder of configuration files, switch animations off: KDE's in

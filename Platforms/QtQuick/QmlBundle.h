@@ -30,7 +30,7 @@ public:
     void close();
 
 private:
-    /// The root items that live, and some that do not any more.
+    /// The root items that exist, and some that no longer do.
     using Roots = std::vector<QPointer<ViewItem>>;
     class File;
     class Retranslator;

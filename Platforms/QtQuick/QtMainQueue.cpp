@@ -15,7 +15,7 @@ namespace {
 
 constexpr qint64 sliceMilliseconds = 4;
 
-/// What wakes the loop. Hardly ever more than one is under way, so that a few places serve all: posting does not allocate.
+/// What wakes the loop. Rarely is more than one pending, so a few preallocated places serve all: posting does not allocate.
 class WakeEvent : public QEvent {
 public:
     WakeEvent() : QEvent(kind()) {}

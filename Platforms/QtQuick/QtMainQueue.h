@@ -1,6 +1,6 @@
 #pragma once
 // The main queue on Qt's event loop: posting wakes the loop with one event, whose handler runs turns until the queue is
-// empty or a few milliseconds are used up. A block may run an event loop of its own: the queue goes on in it. `QtQuickPlatform`
+// empty or a few milliseconds are used up. A block may run a nested event loop: the queue goes on in it. `QtQuickPlatform`
 // owns it.
 
 #include "VideoAnalysis/Platform/Dispatch.h"
@@ -27,7 +27,7 @@ protected:
 private:
     void runTurns();
 
-    /// An event or the timer is under way; posts meanwhile need no other one.
+    /// An event or the timer is pending; further posts need no other one.
     std::atomic<bool> isAwake_ = false;
     /// Continues after the time is used up. Unlike a posted event it lets input and painting go first.
     QTimer continuation_;

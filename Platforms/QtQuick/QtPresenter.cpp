@@ -59,8 +59,8 @@ bool QtPresenter::eventFilter(QObject* watched, QEvent* event) {
     return QObject::eventFilter(watched, event);
 }
 
-/// The user turns a desktop's window, not the program. A content orientation is no request either: a window system that is
-/// told of one turns the content, and dialogs with it.
+/// The user turns a desktop's window, not the program. A content orientation is no request either: a window system that
+/// gets one turns the content, and dialogs with it.
 void QtPresenter::setPreferredOrientation(ui::DeviceOrientation) {}
 
 std::unique_ptr<ui::ScreenPeer> QtPresenter::makePeer(const ui::Presentation& presentation) {

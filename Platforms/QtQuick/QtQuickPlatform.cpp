@@ -52,10 +52,10 @@ public:
 private:
     QTimer timer_;
     std::function<void()> fire_;
-    std::shared_ptr<QtTimer> self_;  ///< while it is valid: nobody else need keep it
+    std::shared_ptr<QtTimer> self_;  ///< keeps a valid timer alive
 };
 
-/// The window stands for the device and its screen.
+/// Answers for the device and its screen with the window.
 class WindowDevice : public ui::Device, public ui::Screen {
 public:
     explicit WindowDevice(QQuickWindow& window) : window_(&window) {}

@@ -29,22 +29,22 @@ class ViewController;
 /// with the platform, whichever comes first; the platform itself may stay installed for longer.
 class QtQuickPlatform : public Platform {
 public:
-    /// `window` stands for the screen: the analysis fills it, and its shape says how the device is held (wider than
+    /// `window` is the screen: the analysis fills it, and its shape says how the device is held (wider than
     /// tall: landscape). It must outlive what is presented in it. `engine` (not owned, may be null for one of the
     /// platform's own) must outlive the platform.
     QtQuickPlatform(QQuickWindow& window, std::unique_ptr<media::Engine> media,
                     std::unique_ptr<graphics::Engine> graphics, QQmlEngine* engine = nullptr);
     ~QtQuickPlatform() override;
 
-    /// A controller that stands for a screen of the host's own, shown by `item`. While an analysis is presented over it
+    /// A controller for one of the host's screens, shown by `item`. While an analysis is presented over it
     /// in full screen, the item is invisible.
     std::shared_ptr<ui::ViewController> viewController(QQuickItem& item);
 
-    /// For a host with an orientation sensor of its own: how the device is held now counts, not the window's shape.
-    /// `unknown` gives the word back to the window. Where Qt knows the sensor it is followed without this.
+    /// For a host with its own orientation sensor: overrides the orientation that the window's shape implies;
+    /// `unknown` removes the override. Where Qt knows the sensor it is followed without this.
     void setDeviceOrientation(ui::DeviceOrientation orientation);
 
-    /// True: nothing moves or fades any more. For the whole process, the desktop's own setting at first.
+    /// True: nothing moves or fades. For the whole process; the default is the desktop's setting.
     static void setReducesMotion(bool reduces);
 
     /// Makes the screen one that can be recorded, into movies of `maker`. Before the first analysis. Finished recordings are

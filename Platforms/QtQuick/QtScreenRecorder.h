@@ -25,7 +25,7 @@ class QtScreenRecorder : public QObject, public recording::ScreenRecorder {
 public:
     /// Records what `window` shows, in the size in pixels that it has at the start.
     explicit QtScreenRecorder(QQuickWindow& window);
-    /// A recording under way ends, and stays where its maker keeps what was not finished.
+    /// Ends a running recording, which stays where its maker keeps unfinished ones.
     ~QtScreenRecorder() override;
 
     /// Without a maker the screen cannot be recorded. Not while it is being recorded.

@@ -25,7 +25,7 @@ bool isPlain(const QImage& image) {
            image.format() == QImage::Format_ARGB32;
 }
 
-/// Not inside a signal of its own.
+/// Not from inside its own signal.
 void releaseLater(QSharedPointer<QQuickItemGrabResult> layer) {
     QMetaObject::invokeMethod(
         qApp, [layer = std::move(layer)] {}, Qt::QueuedConnection);
@@ -41,7 +41,7 @@ double computedMilliseconds() {
 }  // namespace
 
 /// Covers the window and paints nothing: the software renderer calls it, after everything below, whenever something of the
-/// window has been painted anew, and at that moment its painter's image is what the window shows.
+/// window has been repainted, and at that moment its painter's image is what the window shows.
 class SceneCapture::Node : public QSGRenderNode {
 public:
     explicit Node(SceneCapture& capture) : capture_(capture) {}
@@ -57,7 +57,7 @@ private:
     QRectF rect_;
 };
 
-/// A point that can be painted anew, though nothing is to be seen of it, so that the software renderer calls the capture.
+/// An invisible point that can be repainted, so that the software renderer calls the capture.
 class SceneCapture::Spot : public QQuickItem {
 public:
     explicit Spot(QQuickItem& parent) : QQuickItem(&parent) {

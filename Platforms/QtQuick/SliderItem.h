@@ -8,7 +8,7 @@ namespace videoanalysis::qt {
 /// "Slider" in QML. Main thread.
 class SliderItem : public ControlItem {
     Q_OBJECT
-    /// Where the thumb stands, 0...1 of its way.
+    /// Where the thumb is, 0...1 of its way.
     Q_PROPERTY(double position READ thumbPosition NOTIFY valueChanged)
     Q_PROPERTY(double value READ value NOTIFY valueChanged)
     /// How far from both ends the thumb's way begins, in points.

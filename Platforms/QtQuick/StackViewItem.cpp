@@ -26,7 +26,7 @@ StackViewItem::StackViewItem(QQuickItem* parent) : ViewItem(std::make_shared<Lai
 }
 
 StackViewItem::~StackViewItem() {
-    // The children go after this item has become less than a view: what they tell then is for nobody.
+    // The children go after this item has become less than a view: their calls then have no receiver.
     for (QQuickItem* child : childItems()) disconnect(child, nullptr, this, nullptr);
 }
 

@@ -19,7 +19,7 @@ constexpr double markHeight = 28;  // points
 
 }  // namespace
 
-/// The strip has no item of its own: what changes about it is painted here.
+/// The strip has no item: its changes are painted here.
 class TimelineViewItem::StripObserver : public ui::ViewObserver {
 public:
     explicit StripObserver(TimelineViewItem& item) : item_(item) {}

@@ -11,7 +11,7 @@ class TrimmerProgressItem : public ViewItem {
     Q_OBJECT
     /// 0...1.
     Q_PROPERTY(double progress READ progress NOTIFY changed)
-    /// -1 while it cannot be told.
+    /// -1 while it is unknown.
     Q_PROPERTY(double secondsLeft READ secondsLeft NOTIFY changed)
 
 public:

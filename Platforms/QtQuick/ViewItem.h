@@ -36,12 +36,12 @@ public:
     explicit ViewItem(QQuickItem* parent = nullptr);
     ~ViewItem() override;
 
-    /// Null once the view has gone before its item.
+    /// Null once the view is destroyed before its item.
     ui::View* view() const { return view_; }
     bool isOutlet(const QString& name) const { return outlet_.split(QLatin1Char(' ')).contains(name); }
-    /// For the root of a scene, whose view owns the item: the item does not own the view any more.
+    /// For the root of a scene, whose view owns the item: the item no longer owns the view.
     std::shared_ptr<ui::View> releaseView();
-    /// The view is going away; the item only waits for its deletion.
+    /// The view is being destroyed; the item only awaits its deletion.
     void detach();
 
     int tag() const { return view_ ? view_->tag() : 0; }

@@ -14,7 +14,7 @@ namespace videoanalysis {
 
 class ColorPickerView;
 
-/// How the chosen swatch is told from the others.
+/// How the chosen swatch is marked.
 enum class ColorPickerViewSelectStyle { check, none };
 
 enum class ColorPickerViewSwatchShape { square, circle };
@@ -61,8 +61,8 @@ public:
     void setSwatchShape(ColorPickerViewSwatchShape shape) { set(swatchShape_, shape, ui::Property::other); }
 
     std::optional<std::int64_t> preselectedIndex() const { return preselectedIndex_; }
-    /// Selects the swatch and scrolls, without animation, until it stands in the middle of the height, as far as the palette
-    /// reaches. Absent, or no index of a colour: nothing is selected and the palette stands at its top.
+    /// Selects the swatch and scrolls, without animation, until it is in the middle of the height, as far as the palette
+    /// reaches. Absent, or no index of a colour: nothing is selected and the palette is scrolled to its top.
     void setPreselectedIndex(std::optional<std::int64_t> index);
     /// What was preselected or picked last.
     std::optional<std::int64_t> selectedIndex() const { return selectedIndex_; }
@@ -70,7 +70,7 @@ public:
     /// For the platform: the user has picked the swatch. Ignored where there is none.
     void selectItem(std::int64_t index);
 
-    /// Where the swatch stands, in content points. `index` is that of a colour.
+    /// In content points. `index` is that of a colour.
     const Rect& frameOfItem(std::int64_t index) const { return frames_.at(static_cast<std::size_t>(index)); }
     /// For the keyboard: the swatch beside that of `index` in the direction of an arrow key (each step -1, 0 or 1); `index` where
     /// there is none.
@@ -80,7 +80,7 @@ public:
         return selectionStyle_ == ColorPickerViewSelectStyle::check && selectedIndex_ == index;
     }
 
-    /// Black or white, whichever stands out more against the swatch (contrast of relative luminances, WCAG 2.1).
+    /// Black or white, whichever has more contrast with the swatch (contrast of relative luminances, WCAG 2.1).
     static Color markColor(const Color& swatch);
 
 protected:

@@ -35,7 +35,7 @@ public:
 
     Thumb trackedThumb() const { return tracked_; }
 
-    /// What stands beside the thumbs and what assistive technology says; the value with at most two decimals by default.
+    /// The text beside the thumbs and for assistive technology; the value with at most two decimals by default.
     std::function<std::string(double)> textOfValue;
     std::string textOf(double value) const;
 

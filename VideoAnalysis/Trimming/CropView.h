@@ -52,7 +52,7 @@ public:
     /// Makes the picture `factor` times larger around `anchor`.
     void zoom(double factor, Point anchor);
     using Corner = CropCorner;
-    /// Moves a corner of a free mask to `point`; until the end the picture stands still, then the mask goes back to the middle.
+    /// Moves a corner of a free mask to `point`; until the end the picture stays, then the mask goes back to the middle.
     void moveCorner(Corner corner, Point point);
     void endMovingCorner();
 

@@ -24,8 +24,8 @@ public:
     enum class Part { none, start, end, position };
 
     struct Thumbnail {
-        double time = 0;  ///< the middle of the stretch that it stands for
-        Image image;      ///< empty until it is there
+        double time = 0;  ///< the middle of the stretch that it represents
+        Image image;      ///< empty until it is loaded
     };
 
     ~TrimmerView() override;
@@ -38,14 +38,14 @@ public:
     /// to be rounded to frames. Without `frameTimes` all frames are as long as that.
     void setClip(double duration, double step, FrameTimes frameTimes = {});
     double step() const { return step_; }
-    /// The least that can be kept, 1 s at first; at most the clip's duration.
+    /// Of what is kept: 1 s at first, limited to the clip's duration.
     double minimumDuration() const;
     void setMinimumDuration(double seconds);
 
     /// 0 <= start < end <= duration.
     double start() const { return start_; }
     double end() const { return end_; }
-    /// Where the bar stands.
+    /// Where the bar is.
     double position() const { return position_; }
     void setPosition(double time);
     /// Moves a handle as the user would: not past the other one, not nearer to it than the minimum duration.

@@ -1,5 +1,5 @@
 #pragma once
-// What whoever opens a screen that edits a clip hears from it. A player's controller is one, the trim screen calls it.
+// Callbacks from the trim screen to its presenter, which is a player's controller.
 
 #include <string>
 

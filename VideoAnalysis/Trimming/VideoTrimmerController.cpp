@@ -186,7 +186,7 @@ void VideoTrimmerController::show(const media::Time& time) {
 void VideoTrimmerController::timeDidChange(const media::Time& time) {
     const auto trimmer = trimmerView.required();
     if (trimmer->trackedPart() != TrimmerView::Part::none) return;  // the bar is under the finger, or out of the way
-    if (isSeeking_) return;  // the bar stands where the picture will be; the next key press counts from there
+    if (isSeeking_) return;  // the bar is where the picture will be; the next key press counts from there
     trimmer->setPosition(std::clamp(time.seconds(), trimmer->start(), trimmer->end()));
 }
 
@@ -316,7 +316,7 @@ void VideoTrimmerController::updateProgress() {
     if (!session_) return;
     const double progress = session_->progress();
     const double elapsed = platform().wallClock() - saveBegan_;
-    // Too early, the rest cannot be told from the beginning.
+    // Too early, the remaining time cannot be estimated.
     const bool isTold = progress > 0.05 && elapsed > 0.5;
     progressView.required()->setProgress(progress,
                                          isTold ? std::optional(elapsed * (1 - progress) / progress) : std::nullopt);
@@ -358,7 +358,7 @@ void VideoTrimmerController::finish(void (*tell)(VideoEditorControllerDelegate&,
         tell(*listener, *this, text);
         return;
     }
-    // The player that asked for the edit is gone: nobody wants the file.
+    // The player that asked for the edit is gone, and the file is of no use.
     if (!savedPath_.empty()) std::remove(savedPath_.c_str());
     dismiss(true, {});
 }

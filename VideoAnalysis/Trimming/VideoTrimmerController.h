@@ -1,5 +1,5 @@
 #pragma once
-// The trim screen: the clip plays in a loop between two handles, may be cropped, and what is kept is saved to a file of its own.
+// The trim screen: the clip plays in a loop between two handles, may be cropped, and what is kept is saved to a new file.
 // A player's controller presents it and hears of the outcome as its delegate.
 
 #include "VideoAnalysis/Platform/Media.h"
@@ -80,7 +80,7 @@ private:
     void pause();
     /// `operation` as an action that does nothing once this is gone: the views may outlive it.
     ui::Control::Action action(void (VideoTrimmerController::*operation)(ui::Control&));
-    /// Plays from where the player stands.
+    /// Plays from the current frame.
     void resume();
     void show(const media::Time& time);
     void timeDidChange(const media::Time& time);
@@ -92,7 +92,7 @@ private:
     void updateLabels();
     void updateProgress();
     void saveEnded(const media::ExportResult& result);
-    /// The delegate's operation, or, when nobody is there any more, the screen goes by itself.
+    /// Calls the delegate; without one, the screen dismisses itself.
     void finish(void (*tell)(VideoEditorControllerDelegate&, ui::ViewController&, const std::string&),
                 const std::string& text);
 

@@ -54,7 +54,7 @@ public:
     std::string failureReason() const;
 
     media::PlayerLayer& playerLayer() { return playerLayer_; }
-    /// Where the picture stands in the view, in its points; all of the view before the clip is ready.
+    /// Where the picture is, in the view's points; the bounds before the clip is ready.
     Rect pictureRect() const { return playerLayer_.videoRect(bounds()); }
 
     /// Also sets the layer's gravity.

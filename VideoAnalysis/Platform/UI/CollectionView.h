@@ -100,7 +100,7 @@ public:
     /// Null when the item is not in sight.
     std::shared_ptr<CollectionViewCell> cellForItem(const IndexPath& indexPath) const;
 
-    /// Everything anew in the next layout.
+    /// The next layout starts from scratch.
     void reloadData();
     /// The data source already counts the new items. Fatal when its count does not fit.
     void insertItems(const std::vector<IndexPath>& indexPaths);

@@ -69,7 +69,7 @@ protected:
     bool isHorizontal() const { return scrollDirection_ == ScrollDirection::horizontal; }
 
 private:
-    /// Items of one size in lines of equal length: where an item stands is arithmetic, however many there are.
+    /// Items of one size in lines of equal length: an item's place is arithmetic, however many there are.
     struct UniformSection {
         std::int64_t section = 0;
         std::int64_t count = 0;

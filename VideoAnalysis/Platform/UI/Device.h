@@ -16,7 +16,7 @@ enum class InterfaceIdiom { phone, pad, desktop };
 class Device {
 public:
     virtual ~Device() = default;
-    /// How the device is physically held; without a sensor the shape of the window stands for it.
+    /// How the device is physically held; without a sensor, as the shape of the window implies.
     virtual DeviceOrientation orientation() const = 0;
     virtual InterfaceIdiom userInterfaceIdiom() const = 0;
     /// The major version of the system.

@@ -1,6 +1,6 @@
 #pragma once
-// What a finger or the mouse is doing on a view, as the component hears of it. The platform decides which gesture a touch
-// is, moves the recogniser through its states and thereby calls its handler.
+// What a finger or the mouse is doing on a view, as the component hears of it. The component's gestures decide which gesture a
+// touch is and move the recognizer through its states, which calls its handler.
 
 #include "VideoAnalysis/Platform/Geometry.h"
 
@@ -21,13 +21,13 @@ public:
     virtual ~GestureRecognizer() = default;
 
     GestureState state() const { return state_; }
-    /// The view that the recogniser watches; null once it is gone.
+    /// The view that the recognizer watches; null once it is destroyed.
     std::shared_ptr<View> view() const { return view_.lock(); }
-    /// In the recogniser's view's points.
+    /// In points of `view`.
     Point location() const { return location_; }
 
     void setHandler(Handler handler) { handler_ = std::move(handler); }
-    /// For the platform: the gesture has come to `state` at `location`; the handler is called.
+    /// The gesture has come to `state` at `location`; calls the handler.
     void update(GestureState state, Point location) {
         state_ = state;
         location_ = location;

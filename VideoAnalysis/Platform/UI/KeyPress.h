@@ -8,7 +8,7 @@ enum class Key { space, left, right, home, end, z, f, leftBracket, rightBracket,
 struct KeyPress {
     Key key = Key::space;
     bool isShiftDown = false;
-    bool isControlDown = false;  ///< or the key that stands for it on the system
+    bool isControlDown = false;  ///< or its equivalent on the system
 
     friend bool operator==(const KeyPress&, const KeyPress&) = default;
 };

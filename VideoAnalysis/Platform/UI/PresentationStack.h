@@ -95,7 +95,7 @@ private:
     void finishLeaving(const Presentation& next);
     void layOut();
     void place(const Presentation& presentation);
-    /// Runs `work` after a fade, in a turn of its own, unless the stack is gone by then.
+    /// Runs `work` in a later turn, after a fade if `animated`, unless the stack is gone by then.
     void afterFade(bool animated, std::function<void()> work);
 
     Presentations presentations_;

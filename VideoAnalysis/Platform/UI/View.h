@@ -133,7 +133,7 @@ protected:
     virtual void layoutSubviews() {}
     /// The size is about to change to that of `newBounds`.
     virtual void boundsWillChange(const Rect& /*newBounds*/) {}
-    /// The size has changed from `old`; called after the change and before the observer is told.
+    /// The size has changed from `old`; called after the change and before the observer.
     virtual void boundsDidChange(const Rect& /*old*/) {}
     void notify(Property property);
 

@@ -53,8 +53,8 @@ public:
     /// Shows `viewController` over this one; `completion` (may be empty) runs when it is on the screen. Ignored with a line in
     /// the debug log while this one presents another one already, or `viewController` is presented.
     void present(const std::shared_ptr<ViewController>& viewController, bool animated, Completion completion);
-    /// Removes this controller from over the one that presented it; `completion` (may be empty) runs when it is gone, at
-    /// in the next turn when it was not presented. What is presented over this one goes with it.
+    /// Removes this controller from over the one that presented it; `completion` (may be empty) runs when it is gone,
+    /// or in the next turn when it was not presented. What is presented over this one goes with it.
     virtual void dismiss(bool animated, Completion completion);
 
     std::shared_ptr<ViewController> presentingViewController() const { return presenting_.lock(); }
@@ -73,7 +73,7 @@ private:
     std::shared_ptr<ViewController> presented_;
 };
 
-/// A layer over a screen with a controller of its own. Hidden when made.
+/// A layer over a screen, with its own root controller. Hidden at first.
 class Window {
 public:
     int tag = 0;
