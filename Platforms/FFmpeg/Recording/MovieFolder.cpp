@@ -122,6 +122,7 @@ std::vector<std::string> MovieFolder::untaken() const {
     }
     std::sort(movies.begin(), movies.end());
     std::vector<std::string> paths;
+    paths.reserve(movies.size());
     for (auto& movie : movies) paths.push_back(std::move(movie.second));
     return paths;
 }
