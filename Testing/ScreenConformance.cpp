@@ -588,6 +588,8 @@ TEST_P(ScreenInputConformance, ShowsWhatAViewHolds) {
     EXPECT_TRUE(isSeen(isLike(shown)));
     button->setAlpha(0);
     EXPECT_TRUE(isSeen(isLike(hidden))) << "what has no alpha is not seen";
+    button->setAlpha(1);
+    EXPECT_TRUE(isSeen(isLike(shown)));
     button->animateAlpha(0.5, 0.05);
     EXPECT_TRUE(isSeen([&](const Pixels& pixels) { return !isLike(hidden)(pixels) && count(pixels, white) == 0; }));
     button->animateAlpha(1, 0.05);
