@@ -1,5 +1,5 @@
-// make-clip: draws a scene frame by frame and has the ffmpeg program encode it. The build makes the sample clips and
-// the clips of the tests with it.
+// make-clip: draws a scene frame by frame and encodes it with the ffmpeg program. The build makes the sample clips and the
+// test clips with it.
 
 #include "Host/SampleClips/Drawing.h"
 #include "Host/SampleClips/Scene.h"
@@ -40,13 +40,13 @@ struct Options {
     std::exit(1);
 }
 
-// A whole number from `smallest` to `largest`, all of `text`; anything else ends the program.
-int parseNumber(std::string_view text, int smallest, int largest, const char* what) {
+// Parses all of `text` as an integer in `min`...`max`; exits the program otherwise.
+int parseNumber(std::string_view text, int min, int max, const char* what) {
     int value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size() || value < smallest || value > largest) {
-        fail(std::string(what) + " must be from " + std::to_string(smallest) + " to " + std::to_string(largest) +
-             ", not \"" + std::string(text) + "\"");
+    if (error != std::errc() || end != text.data() + text.size() || value < min || value > max) {
+        fail(std::string(what) + " must be from " + std::to_string(min) + " to " + std::to_string(max) + ", not \"" +
+             std::string(text) + "\"");
     }
     return value;
 }
@@ -62,7 +62,7 @@ Options parseOptions(int argc, char** argv) {
         }
         if (!name.starts_with("--")) {
             if (!options.output.empty()) {
-                fail("one output file, please, not also \"" + name + "\"");
+                fail("only one output file is allowed; unexpected \"" + name + "\"");
             }
             options.output = name;
             continue;
@@ -111,7 +111,7 @@ std::vector<std::string> encoderCommand(const Options& options) {
     append("-video_size " + std::to_string(options.width) + "x" + std::to_string(options.height));
     append("-framerate " + options.rate + " -i pipe:0");
     if (options.tone != 0) {
-        // A soft pluck every half second, so that one hears where one is.
+        // A soft pluck every half second, as an audible time reference.
         append("-f lavfi -i aevalsrc='0.25*sin(2*PI*" + std::to_string(options.tone) +
                "*t)*exp(-14*mod(t,0.5))*min(1,200*mod(t,0.5))':s=48000:d=" +
                std::to_string(options.frames / options.framesPerSecond) + " -c:a aac -b:a 96k");
@@ -185,7 +185,7 @@ int main(int argc, char** argv) {
     const Options options = parseOptions(argc, argv);
     const std::unique_ptr<Scene> scene = Scene::named(options.style);
     if (!scene) {
-        fail("no style is called \"" + options.style + "\"; there are runner, tennis and plain");
+        fail("unknown style \"" + options.style + "\"; available: runner, tennis, plain");
     }
     std::signal(SIGPIPE, SIG_IGN);
     const auto [process, pipeEnd] = startWithPipe(encoderCommand(options));
@@ -203,7 +203,7 @@ int main(int argc, char** argv) {
         cairo_restore(cairo);
         drawFrameCode(cairo, options.width, options.height, frame);
         cairo_surface_flush(surface);
-        // Rows of this format follow each other without a gap.
+        // Rows of this format have no padding.
         written = writeAll(pipeEnd, cairo_image_surface_get_data(surface),
                            static_cast<std::size_t>(options.width) * 4 * static_cast<std::size_t>(options.height));
     }
@@ -215,7 +215,7 @@ int main(int argc, char** argv) {
     int status = 0;
     waitpid(process, &status, 0);
     if (!drawn || !written || !WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-        std::remove(options.output.c_str());  // half a clip must not pass for one
+        std::remove(options.output.c_str());  // an incomplete clip must not look valid
         fail(options.output + " was not made");
     }
     return 0;

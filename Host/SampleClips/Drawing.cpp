@@ -73,7 +73,7 @@ void fillGradient(cairo_t* cairo, double y, double height, std::uint32_t top, st
 void fillLimb(cairo_t* cairo, Point from, Point to, double fromWidth, double toWidth, std::uint32_t rgb) {
     const double length = std::hypot(to.x - from.x, to.y - from.y);
     const double across = std::atan2(to.y - from.y, to.x - from.x) + degrees(90);
-    // The two edges touch both round ends where these have the direction of the edges.
+    // The two edges are the outer tangents of both round ends.
     const double turn = length > 0 ? std::asin(std::clamp((fromWidth - toWidth) / 2 / length, -1.0, 1.0)) : 0;
     cairo_new_sub_path(cairo);
     cairo_arc(cairo, from.x, from.y, fromWidth / 2, across - turn, across + degrees(180) + turn);

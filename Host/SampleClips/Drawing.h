@@ -1,6 +1,6 @@
 #pragma once
 
-// A few flat shapes and limbs on top of Cairo, for the scenes.
+// Flat shapes and limbs drawn with Cairo, for the scenes.
 
 #include <cairo.h>
 #include <cstdint>
@@ -18,8 +18,8 @@ constexpr double degrees(double angle) { return angle * std::numbers::pi / 180; 
 /// The point `length` away from `from`; `angle` in radians from straight down, positive towards the right.
 Point reach(Point from, double length, double angle);
 
-/// Where the knee or elbow is between `root` and `end` when both bones are `bone` long; with `side` 1 a limb that hangs
-/// down bends towards the right, with -1 towards the left. An end out of reach stretches the limb.
+/// The knee or elbow between `root` and `end` for two bones of length `bone`. A limb that hangs down bends to the right for
+/// `side` 1, to the left for -1. An end out of reach stretches the limb.
 Point joint(Point root, Point end, double bone, double side);
 
 /// Sets the colour 0xRRGGBB.

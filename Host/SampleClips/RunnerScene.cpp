@@ -10,7 +10,7 @@ namespace videoanalysis::samples {
 namespace {
 
 constexpr double stridesPerSecond = 1.35;  // a stride is two steps
-constexpr double speed = 760;              // of the ground under the camera, in canvas points a second
+constexpr double speed = 760;              // of the ground relative to the camera, canvas points per second
 constexpr double ground = 592;
 
 constexpr std::uint32_t skin = 0xd99a6c;
@@ -23,13 +23,13 @@ constexpr std::uint32_t shortsFar = 0x1a2a44;
 constexpr std::uint32_t shoe = 0xf7f3e3;
 constexpr std::uint32_t shoeFar = 0xcfc9b4;
 
-// A hash of a whole number to 0..1: scenery that looks strewn and is the same every time.
+// Hashes an integer to 0...1, for scattered scenery that is reproducible.
 double strewn(int index) {
     const double value = std::sin(index * 127.1 + 11.7) * 43758.5453;
     return value - std::floor(value);
 }
 
-// Calls `place(x, index)` for what stands every `spacing` points in a layer that has moved by `offset`.
+// Calls `place(x, index)` for objects every `spacing` points in a layer scrolled by `offset`.
 template <typename Place>
 void repeat(double offset, double spacing, double margin, Place place) {
     const int first = static_cast<int>(std::floor((offset - margin) / spacing));
@@ -99,7 +99,7 @@ void drawScenery(cairo_t* cairo, double time) {
     });
 }
 
-// One leg at its phase of the stride: 0 passes under the body on the way forward, a quarter is the furthest forward.
+// One leg at a phase of the stride: at 0 it passes below the body moving forward, at 0.25 it is farthest forward.
 struct Leg {
     Point knee;
     Point ankle;
@@ -211,7 +211,7 @@ void RunnerScene::draw(cairo_t* cairo, double time) const {
     const double phase = 2 * std::numbers::pi * stridesPerSecond * time;
     const double farPhase = phase + std::numbers::pi;
 
-    // The lower foot carries the body; between two steps neither does, and the body flies a little.
+    // The lower foot supports the body; between steps both feet are off the ground.
     const Point origin{0, 0};
     const double nearDepth = depth(legAt(origin, phase), origin);
     const double farDepth = depth(legAt(origin, farPhase), origin);

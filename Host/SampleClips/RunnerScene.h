@@ -1,6 +1,6 @@
 #pragma once
 
-// Somebody runs along a track, seen from the side by a camera that keeps pace: the sample clip for gait and stride.
+// A runner on a track, seen from the side by a camera that keeps pace: the sample clip for gait and stride.
 
 #include "Host/SampleClips/Scene.h"
 

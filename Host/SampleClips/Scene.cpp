@@ -10,7 +10,7 @@ namespace videoanalysis::samples {
 
 namespace {
 
-// A ball that swings over a calm ground: little to encode and plain to see.
+// A ball that swings over a plain background: cheap to encode and clearly visible.
 class PlainScene : public Scene {
 public:
     void draw(cairo_t* cairo, double time) const override {

@@ -1,6 +1,6 @@
 #pragma once
 
-// A moving picture to make a clip of. The clip maker asks for one frame after the other.
+// An animated scene for a clip. The clip maker draws it frame by frame.
 
 #include <cairo.h>
 #include <memory>
@@ -16,10 +16,10 @@ public:
 
     virtual ~Scene() = default;
 
-    /// Draws the whole picture as it is `time` seconds after the start, in canvas coordinates, origin at the top left.
+    /// Draws the whole frame at `time` seconds in canvas coordinates, origin at the top left.
     virtual void draw(cairo_t* cairo, double time) const = 0;
 
-    /// The scene of that name ("runner", "tennis", "plain"), or null.
+    /// The scene with this name ("runner", "tennis", "plain"); null if there is none.
     static std::unique_ptr<Scene> named(std::string_view name);
 };
 

@@ -54,10 +54,10 @@ constexpr std::array<Pose, 11> poses{{
     {2.45, -8, 210, 16, 34, 92, -328, -290, -270, 14, 0, -80, 14, 0},      // the way back
 }};
 
-// The poses are joined by smooth curves (Catmull-Rom with uneven knots) that close at the end of the period.
+// Poses are interpolated by a periodic Catmull-Rom spline with non-uniform knots.
 double between(double Pose::*value, double time) {
     constexpr int count = static_cast<int>(poses.size());
-    // A serve turns the racket arm once around; the next one goes on from there.
+    // Each serve rotates the racket arm by a full turn; the next one continues from there.
     const bool turns = value == &Pose::racketUpper || value == &Pose::racketFore || value == &Pose::racket;
     const auto at = [&](int index) {
         const int round = index < 0 ? -1 : index / count;
@@ -135,7 +135,7 @@ void drawCourt(cairo_t* cairo) {
 
 void drawLeg(cairo_t* cairo, Point hip, Point foot, double heel, bool far) {
     const double sole = std::asin(std::clamp(heel / 100, 0.0, 0.95));
-    // The toes stand where the foot is; the heel, and with it the ankle, turns about them.
+    // The foot's position is that of the toes; the heel and the ankle rotate about them.
     const Point toes{foot.x + 30, foot.y};
     const Point ankle{toes.x - 38 * std::cos(sole) + 14 * std::sin(sole), toes.y - 38 * std::sin(sole) - 14};
     const Point knee = joint(hip, ankle, 106, 1);
@@ -158,7 +158,7 @@ void drawLeg(cairo_t* cairo, Point hip, Point foot, double heel, bool far) {
     cairo_restore(cairo);
 }
 
-// Draws an arm and returns where its hand is.
+// Draws an arm and returns the position of its hand.
 Point drawArm(cairo_t* cairo, Point shoulder, double upper, double forearm, bool far) {
     const Point elbow = reach(shoulder, 72, upper);
     const Point hand = reach(elbow, 66, forearm);
@@ -235,7 +235,7 @@ void drawHead(cairo_t* cairo, Point neck, double tilt) {
     cairo_restore(cairo);
 }
 
-// Everything that the drawing and the ball need to know about a moment.
+// The pose at one time, for drawing the player and the ball.
 struct Figure {
     Point hip;
     Point neck;
@@ -270,7 +270,7 @@ struct Figure {
 constexpr double releaseTime = 0.92;
 constexpr double hitTime = 1.6;
 
-// Where the ball is: in the hand, thrown up so that the racket meets it, or on its way over the net.
+// The ball's position: in the hand, tossed to meet the racket, or flying over the net.
 Point ballAt(double time) {
     if (time < releaseTime) {
         const Figure figure(time);

@@ -1,6 +1,6 @@
 #pragma once
 
-// Somebody serves on a tennis court, again and again, seen from the side: the sample clip for a single movement.
+// A tennis player serving repeatedly, seen from the side: the sample clip for a single movement.
 
 #include "Host/SampleClips/Scene.h"
 
