@@ -54,8 +54,6 @@ public:
 
     /// Of the running recording, or else of the last one.
     RecordingStatistics statistics() const;
-    recording::MovieStatistics movieStatistics() const { return statistics().movie; }
-    CaptureStatistics captureStatistics() const { return statistics().capture; }
 
     /// Ends a running recording, as the destructor does.
     void close();
@@ -91,7 +89,3 @@ private:
 };
 
 }  // namespace videoanalysis::qt
-
-namespace videoanalysis {
-using qt::QtScreenRecorder;  // for hosts that read its statistics
-}
