@@ -177,19 +177,19 @@ void ClipIndexBuilder::normalizeFrames(ClipIndex& index, const std::vector<Packe
         std::unique(frames.begin(), frames.end(), [](const auto& a, const auto& b) { return a.ticks == b.ticks; }),
         frames.end());
     index.zero_ = frames.front().ticks;
-    std::int64_t shortest = std::numeric_limits<std::int64_t>::max();
+    std::int64_t minDistance = std::numeric_limits<std::int64_t>::max();
     for (std::size_t i = frames.size(); i-- > 0;) {
-        if (i > 0) shortest = std::min(shortest, frames[i].ticks - frames[i - 1].ticks);
+        if (i > 0) minDistance = std::min(minDistance, frames[i].ticks - frames[i - 1].ticks);
         frames[i].ticks -= index.zero_;
     }
     std::int64_t last = packets[static_cast<std::size_t>(frames.back().packet)].duration;
     if (last <= 0 || last > maxTimestamp) {
         last = frameRate_.num > 0 && frameRate_.den > 0 ? av_rescale_q(1, av_inv_q(frameRate_), timeBase_) : 0;
         if (last <= 0)
-            last = frames.size() > 1 ? shortest : std::max<std::int64_t>(av_rescale_q(1, {1, 25}, timeBase_), 1);
+            last = frames.size() > 1 ? minDistance : std::max<std::int64_t>(av_rescale_q(1, {1, 25}, timeBase_), 1);
     }
     index.lastDuration_ = last;
-    index.minFrameTicks_ = frames.size() > 1 ? shortest : last;
+    index.minFrameTicks_ = frames.size() > 1 ? minDistance : last;
 }
 
 }  // namespace videoanalysis::media::ffmpeg
