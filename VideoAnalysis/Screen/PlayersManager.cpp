@@ -144,11 +144,7 @@ void PlayersManager::step(std::size_t position, std::int64_t steps) {
     const std::shared_ptr<media::Player> player = steps != 0 ? pausedPlayer(position) : nullptr;
     if (!player) return;
     media::PlayerItem& item = *player->currentItem();
-    if (steps >= 1 && item.canStepForward()) {
-        item.step(steps);
-    } else if (item.canStepBackward()) {
-        item.step(steps);
-    }
+    if ((steps >= 1 && item.canStepForward()) || item.canStepBackward()) item.step(steps);
 }
 
 void PlayersManager::seek(std::size_t position, const media::Time& time) {
