@@ -38,7 +38,7 @@ TEST_F(CheckboxTest, TogglesOnAReleaseInside) {
     EXPECT_TRUE(checkbox->isChecked());
 }
 
-TEST_F(CheckboxTest, APressAnimatesTheMarkAndSendsTheAction) {
+TEST_F(CheckboxTest, PressAnimatesTheMarkAndSendsTheAction) {
     int changes = 0;
     checkbox->addAction(ui::ControlEvent::valueChanged, [&](ui::Control& sender) {
         EXPECT_EQ(static_cast<Checkbox&>(sender).isChecked(), changes == 0);

@@ -41,7 +41,7 @@ protected:
     const std::shared_ptr<Host> host = std::make_shared<Host>();
 };
 
-TEST_F(ColorPickerViewTest, SwatchesStandInLinesAsTheLayoutDelegateWants) {
+TEST_F(ColorPickerViewTest, SwatchesAreLaidOutAsTheDelegateAsks) {
     picker->setLayoutDelegate(host);
     picker->setFrame({0, 0, 2 + 3 * 30 + 2 * 5 + 4, 100});  // exactly three in a line
     EXPECT_EQ(picker->frameOfItem(0), Rect(2, 1, 30, 30));
@@ -61,7 +61,7 @@ TEST_F(ColorPickerViewTest, SwatchesStandInLinesAsTheLayoutDelegateWants) {
     EXPECT_EQ(picker->contentSize().height, 16);
 }
 
-TEST_F(ColorPickerViewTest, ThePreselectedSwatchIsScrolledToTheMiddleOfTheHeight) {
+TEST_F(ColorPickerViewTest, PreselectedSwatchIsScrolledToTheMiddle) {
     picker->setFrame({0, 0, 8 + 4 * 52 + 8, 120});  // six lines of 52
     picker->setPreselectedIndex(13);                // in the fourth
     EXPECT_EQ(picker->contentOffset().y, picker->frameOfItem(13).midY() - 60);
@@ -87,7 +87,7 @@ TEST_F(ColorPickerViewTest, ThePreselectedSwatchIsScrolledToTheMiddleOfTheHeight
     EXPECT_FALSE(picker->isChecked(2));
 }
 
-TEST_F(ColorPickerViewTest, PickingMarksTheSwatchAndTellsTheDelegate) {
+TEST_F(ColorPickerViewTest, PickingMarksTheSwatchAndNotifiesTheDelegate) {
     picker->selectItem(3);
     EXPECT_EQ(picker->selectedIndex(), 3) << "also without a delegate";
     picker->setDelegate(host);
@@ -117,7 +117,7 @@ TEST_F(ColorPickerViewTest, ArrowKeysFindTheNeighboringSwatch) {
     EXPECT_EQ(picker->neighborOf(-1, 1, 0), -1);
 }
 
-TEST_F(ColorPickerViewTest, NewColorsAreShownWhateverTheirNumber) {
+TEST_F(ColorPickerViewTest, ShowsAnyNumberOfColors) {
     ShownColors shown;
     picker->setObserver(&shown);
     for (const auto& colors :
@@ -131,7 +131,7 @@ TEST_F(ColorPickerViewTest, NewColorsAreShownWhateverTheirNumber) {
     picker->setObserver(nullptr);
 }
 
-TEST_F(ColorPickerViewTest, EveryMarkStandsOutAndEveryToolsColourIsThere) {
+TEST_F(ColorPickerViewTest, EveryMarkHasContrastAndEveryToolColourIsOffered) {
     EXPECT_EQ(ColorPickerView::markColor(Color::white()), Color::black());
     EXPECT_EQ(ColorPickerView::markColor(Color::black()), Color::white());
     EXPECT_EQ(ColorPickerView::markColor(Color::rgb255(0, 0, 255)), Color::white());

@@ -52,7 +52,7 @@ TEST_F(RangeSliderTest, ThumbsFollowThePointerAndStopAtEachOther) {
     EXPECT_EQ(slider->lowerValue(), 12);
 }
 
-TEST_F(RangeSliderTest, TakesTheThumbThatCanMoveWhereBothMeet) {
+TEST_F(RangeSliderTest, CoincidentThumbsTakeTheOneThatCanMove) {
     slider->setLowerValue(0);
     slider->setUpperValue(0);
     drag(0, 0.5);
@@ -109,7 +109,7 @@ TEST_F(RangeSliderTest, HoldsOneThumbUntilThePointerIsReleasedOrCancelled) {
     EXPECT_EQ(heard, "down value value up ");
 }
 
-TEST_F(RangeSliderTest, KeepsItsLimitsWhateverHappens) {
+TEST_F(RangeSliderTest, KeepsItsLimitsUnderAnyInput) {
     std::mt19937 random(11);
     const double odd[] = {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(), -1e300, 0};
     const auto value = [&]() -> double {

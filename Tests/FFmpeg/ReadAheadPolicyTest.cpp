@@ -161,7 +161,7 @@ TEST(ReadAheadPolicyTest, StepsBackDecodeEachFrameOnceAndNeverWaitForPrefetch) {
     }
 }
 
-TEST(ReadAheadPolicyTest, PrefetchEndsHoweverSmallTheBudget) {
+TEST(ReadAheadPolicyTest, PrefetchEndsWithAnyBudget) {
     const ReadAheadPolicy policy;
     for (const std::size_t frames : {0U, 5U, 8U, 9U, 13U, 24U, 60U}) {
         for (const std::int64_t groupSize : {1, 7, 30, 250}) {

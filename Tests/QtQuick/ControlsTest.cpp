@@ -59,7 +59,7 @@ TEST_F(ControlsPage, BothThumbsFollowMouseFingersAndKeys) {
     EXPECT_NEAR(slider->lowerValue(), before + 1, 1e-9);
 }
 
-TEST_F(ControlsPage, ACheckboxIsPressedByMouseAndKeys) {
+TEST_F(ControlsPage, CheckboxTogglesByMouseAndKeys) {
     openPage();
     auto* checkbox = named<qt::CheckboxItem>("checkbox");
     const QPointF middle = host::ScreenDriver::rectOf(checkbox).center();

@@ -48,7 +48,7 @@ TEST_F(DrawingTest, MouseAndFingerDrawOnTheirOwnPlayerAndUndoTakesItBack) {
 }
 
 // Something that is not a stroke: a touch on the spot, a press on a bar, a second finger.
-TEST_F(DrawingTest, OnlyAMovementOnThePictureDraws) {
+TEST_F(DrawingTest, PressWithoutMovementDrawsNothing) {
     const auto drawn = [&](std::size_t player) {
         return (*host->analysis()->currentMedia().at(player).stack)["drawnStack"].size();
     };
@@ -87,7 +87,7 @@ TEST_F(DrawingTest, OnlyAMovementOnThePictureDraws) {
     EXPECT_EQ(drawn(1), 1U);
 }
 
-TEST_F(DrawingTest, TheChosenToolDrawsInItsColour) {
+TEST_F(DrawingTest, SelectedToolDrawsInItsColour) {
     ASSERT_TRUE(screen->click("expandToolbarButton"));
     ASSERT_TRUE(until([&] { return screen->items("drawingToolButtons").size() == 5; }));
     ASSERT_TRUE(screen->click("drawingToolButtons", 3));  // the rectangle
@@ -113,7 +113,7 @@ TEST_F(DrawingTest, TheChosenToolDrawsInItsColour) {
     EXPECT_FALSE(hasBlueNear(at(1, 0.45, 0.5)));
 }
 
-TEST_F(DrawingTest, DrawingsKeepTheirPlaceOnThePictureWhenTheWindowChangesShape) {
+TEST_F(DrawingTest, DrawingsKeepTheirPlaceOnThePictureWhenTheWindowIsResized) {
     screen->drawWithMouse(stroke(0, 0.4));
     screen->drawWithMouse(stroke(1, 0.7));
     waitUntilIdle();
@@ -137,7 +137,7 @@ TEST_F(DrawingTest, DrawingsKeepTheirPlaceOnThePictureWhenTheWindowChangesShape)
 }
 
 // Nothing costs anything while nothing happens: no frame of the screen is made.
-TEST_F(DrawingTest, AStillScreenIsNotPaintedAgain) {
+TEST_F(DrawingTest, IdleScreenIsNotRepainted) {
     screen->drawWithMouse(stroke(0, 0.4));
     screen->moveMouse({640, 200});
     waitForFirstLoads();
@@ -159,7 +159,7 @@ int itemCount(const QQuickItem& item) {
     return count;
 }
 
-TEST_F(ReopeningTest, OpeningAndClosingAgainAndAgainLeavesNothingBehind) {
+TEST_F(ReopeningTest, RepeatedOpeningAndClosingLeaksNothing) {
     open({clip("h264.mp4"), clip("h264.mp4")});
     int itemsAfterFirst = 0;
     for (int round = 0; round < 3; ++round) {
@@ -217,7 +217,7 @@ public:
     void moveToScreen(qreal scale) { itemChange(ItemDevicePixelRatioHasChanged, scale); }
 };
 
-TEST(SketchViewItemTest, DrawingsOfAPausedPlayerAreRebuiltForAScreenOfAnotherScale) {
+TEST(SketchViewItemTest, PausedDrawingsAreRedrawnForANewScreenScale) {
     const auto platform = std::make_shared<HeadlessPlatform>(std::make_unique<graphics::CairoEngine>());
     installPlatform(platform);
     {

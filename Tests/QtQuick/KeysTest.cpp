@@ -51,7 +51,7 @@ protected:
 };
 
 // Opened and closed by keys alone: the button under the analysis hears none of them and is there again afterwards.
-TEST_F(KeysTest, AHiddenScreenGivesUpTheKeyboardAndGetsItBack) {
+TEST_F(KeysTest, HiddenScreenReleasesTheKeyboardAndRegainsIt) {
     showStart({clip("h264.mp4")});
     press(Qt::Key_Return);
     waitForClip();
@@ -75,7 +75,7 @@ TEST_F(KeysTest, AHiddenScreenGivesUpTheKeyboardAndGetsItBack) {
     waitForClip();
 }
 
-TEST_F(KeysTest, AnAnalysisOpenedOverAnotherOneCanBeUsedAndClosed) {
+TEST_F(KeysTest, AnalysisOpenedOverAnotherCanBeUsedAndClosed) {
     showStart({clip("h264.mp4")});
     press(Qt::Key_Return);
     waitForClip();
@@ -91,7 +91,7 @@ TEST_F(KeysTest, AnAnalysisOpenedOverAnotherOneCanBeUsedAndClosed) {
     EXPECT_TRUE(until([&] { return focusedName() == QStringLiteral("openButton"); }));
 }
 
-TEST_F(KeysTest, APressGivesTheKeysBackToThePlayers) {
+TEST_F(KeysTest, PressOnAPlayerReturnsKeyboardFocusToIt) {
     open({clip("h264.mp4")});
     const auto isPen = [&] { return isFocused("drawingToolButtons") && focused()->property("tag") == 0; };
     ASSERT_TRUE(tabTo(isPen));
@@ -112,7 +112,7 @@ TEST_F(KeysTest, APressGivesTheKeysBackToThePlayers) {
     EXPECT_FALSE(isPickerOpen());
 }
 
-TEST_F(KeysTest, AControlThatHasGoneHearsNoKeys) {
+TEST_F(KeysTest, RemovedControlReceivesNoKeys) {
     open({clip("h264.mp4")});
     ASSERT_TRUE(tabTo([&] { return isFocused("drawingToolButtons"); }));
     press(Qt::Key_Space);
@@ -124,7 +124,7 @@ TEST_F(KeysTest, AControlThatHasGoneHearsNoKeys) {
     EXPECT_TRUE(until([&] { return isPlaying(); }));
 }
 
-TEST_F(KeysTest, AHeldKeyPressesAButtonOnce) {
+TEST_F(KeysTest, HeldKeyPressesAButtonOnce) {
     open({clip("h264.mp4")});
     ASSERT_TRUE(tabTo([&] { return isFocused("drawingToolButtons"); }));
     for (const Qt::Key key : {Qt::Key_Space, Qt::Key_Return}) {
@@ -139,7 +139,7 @@ TEST_F(KeysTest, AHeldKeyPressesAButtonOnce) {
 }
 
 // The trim screen has the keyboard while it is there, and the control below gets it back.
-TEST_F(KeysTest, TabStaysOnTheScreenOnTop) {
+TEST_F(KeysTest, TabStaysInTheTopmostScreen) {
     open({clip("h264.mp4")});
     ASSERT_TRUE(tabTo([&] { return isFocused("undoButton") || isFocused("drawingToolButtons"); }));
     QQuickItem* before = focused();

@@ -43,7 +43,7 @@ protected:
 };
 
 // A chain that never ends must not keep the window from its events.
-TEST_F(QtQuickPlatformTest, AnEndlessChainOfPostsLeavesRoomForTimers) {
+TEST_F(QtQuickPlatformTest, EndlessPostingDoesNotStarveTimers) {
     bool goOn = true;
     long hops = 0;
     std::function<void()> hop = [&] {
@@ -67,7 +67,7 @@ TEST_F(QtQuickPlatformTest, AnEndlessChainOfPostsLeavesRoomForTimers) {
 }
 
 // A modal dialog that a host shows inside a block: what waits behind it, what it posts and what comes from other threads runs.
-TEST_F(QtQuickPlatformTest, TheQueueGoesOnInAnEventLoopThatABlockRuns) {
+TEST_F(QtQuickPlatformTest, QueueRunsInsideANestedEventLoop) {
     std::vector<std::string> order;
     QEventLoop dialog;
     bool hasReturned = false;
@@ -103,7 +103,7 @@ TEST_F(QtQuickPlatformTest, TheQueueGoesOnInAnEventLoopThatABlockRuns) {
     EXPECT_TRUE(ScreenDriver::wait([&] { return isAlive; }));
 }
 
-TEST_F(QtQuickPlatformTest, AnswersForItsSurroundings) {
+TEST_F(QtQuickPlatformTest, ReportsDeviceScreenAndFolders) {
     EXPECT_EQ(platform->device().orientation(), ui::DeviceOrientation::landscapeLeft);
     window.resize(600, 800);
     EXPECT_TRUE(

@@ -21,7 +21,7 @@ protected:
 };
 
 // The number in the pixels of the window, not only the player's word for it, follows every control.
-TEST_F(PlaybackTest, PlayingPausingAndSteppingShowExactlyTheFramesTheySay) {
+TEST_F(PlaybackTest, PlayingPausingAndSteppingShowTheReportedFrames) {
     EXPECT_EQ(shownFrame(0), 0);
     EXPECT_EQ(shownFrame(1), 0);
 
@@ -42,7 +42,7 @@ TEST_F(PlaybackTest, PlayingPausingAndSteppingShowExactlyTheFramesTheySay) {
     EXPECT_EQ(shownFrame(1), 0) << "the other player stays where it is";
 }
 
-TEST_F(PlaybackTest, HoldingTheStepButtonRunsInTensAndItsReleaseIsNoFurtherStep) {
+TEST_F(PlaybackTest, HeldStepButtonMovesByTensAndItsReleaseAddsNoStep) {
     const auto hold = [&](std::size_t player) {
         const QPointF button = host::ScreenDriver::rectOf(screen->item("forwardButton", player)).center();
         screen->pressMouse(button);
@@ -58,7 +58,7 @@ TEST_F(PlaybackTest, HoldingTheStepButtonRunsInTensAndItsReleaseIsNoFurtherStep)
     EXPECT_EQ(shownFrame(1), released);
 }
 
-TEST_F(PlaybackTest, TheSeekBarTakesThePictureWhereItsThumbIsDragged) {
+TEST_F(PlaybackTest, SeekBarShowsTheFrameUnderItsThumb) {
     const QRectF bar = host::ScreenDriver::rectOf(screen->item("seekbar", 0));
     screen->drawWithMouse({{bar.left() + 20, bar.center().y()}, {bar.center().x(), bar.center().y()}});
     ASSERT_TRUE(until([&] { return std::abs(screen->frameIndex(0).value_or(0) - 60) <= 1; }));
@@ -80,7 +80,7 @@ TEST_F(PlaybackTest, LockedPlayersMoveTogetherAndOnlyTheLastKeepsItsMediaControl
     EXPECT_EQ(shownFrame(1), 2);
 }
 
-TEST_F(PlaybackTest, ARateIsChosenInAPanelThatTakesNoPressesWhileItIsAway) {
+TEST_F(PlaybackTest, HiddenRatePanelTakesNoPresses) {
     const auto selector = [&](std::size_t index) { return screen->item("videoPlayRateSelectorButton", index); };
     EXPECT_TRUE(screen->items("videoPlaybackSpeedButtons").empty());
     ASSERT_TRUE(screen->click("videoPlayRateSelectorButton", 0));
@@ -95,7 +95,7 @@ TEST_F(PlaybackTest, ARateIsChosenInAPanelThatTakesNoPressesWhileItIsAway) {
     EXPECT_TRUE(until([&] { return screen->player(0)->rate() == 0.5F; }));
 }
 
-TEST_F(PlaybackTest, ThePanelOfRatesClosesWhenAnythingElseIsTouched) {
+TEST_F(PlaybackTest, RatePanelClosesOnATouchOutside) {
     const auto open = [&] {
         ASSERT_TRUE(screen->click("videoPlayRateSelectorButton", 0));
         ASSERT_TRUE(until([&] { return screen->items("videoPlaybackSpeedButtons").size() == 7; }));
@@ -128,7 +128,7 @@ TEST_F(PlaybackTest, ThePanelOfRatesClosesWhenAnythingElseIsTouched) {
     EXPECT_TRUE(closes()) << "with the controls it does not come back";
 }
 
-TEST_F(PlaybackTest, TheKeyboardReachesTheControls) {
+TEST_F(PlaybackTest, KeyboardReachesEveryControl) {
     QQuickItem* forward = screen->item("forwardButton", 0);
     forward->forceActiveFocus(Qt::TabFocusReason);
     EXPECT_TRUE(forward->property("focusVisible").toBool());
@@ -140,7 +140,7 @@ TEST_F(PlaybackTest, TheKeyboardReachesTheControls) {
     EXPECT_FALSE(forward->property("focusVisible").toBool()) << "the ring is for the keyboard only";
 }
 
-TEST_F(PlaybackTest, KeysDoWhatTheControlsOfThePlayerTouchedLastDo) {
+TEST_F(PlaybackTest, KeysActOnThePlayerTouchedLast) {
     const auto press = [&](Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
         QTest::keyClick(&host->window(), key, modifiers);
     };
@@ -189,7 +189,7 @@ TEST_F(PlaybackTest, KeysDoWhatTheControlsOfThePlayerTouchedLastDo) {
 }
 
 // The picture may fill its place, in which case it is cut off at its cell and does not reach into the neighbour's.
-TEST_F(PlaybackTest, TheFillModeChangesThePictureNotItsNeighbour) {
+TEST_F(PlaybackTest, FillModeAffectsOnePlayerOnly) {
     const QRectF fitted = screen->pictureOf(0);
     const QImage before = screen->grab();
     ASSERT_TRUE(screen->click("changeFillModeButton", 0));
@@ -209,7 +209,7 @@ protected:
     }
 };
 
-TEST_F(BrokenClipTest, AClipThatCannotBeReadIsReportedOnceAndLeavesTheOtherAlone) {
+TEST_F(BrokenClipTest, UnreadableClipIsReportedOnceWithoutAffectingTheOther) {
     for (const char* name : {"text.mp4", "empty.mp4", "audio-only.mp4", "missing.mp4"}) {
         SCOPED_TRACE(name);
         reports.clear();
@@ -244,7 +244,7 @@ TEST_F(BrokenClipTest, AClipThatCannotBeReadIsReportedOnceAndLeavesTheOtherAlone
     }
 }
 
-TEST_F(BrokenClipTest, AClipThatBreaksOffIsReportedOnceAndPlaysAsFarAsItGoes) {
+TEST_F(BrokenClipTest, TruncatedClipIsReportedOnceAndPlaysToItsEnd) {
     open({clip("truncated.mp4")});
     ASSERT_TRUE(until([&] { return !reports.isEmpty(); }));
     EXPECT_TRUE(reports.value(0).contains(QLatin1String("breaks off after")));
@@ -261,7 +261,7 @@ TEST_F(BrokenClipTest, AClipThatBreaksOffIsReportedOnceAndPlaysAsFarAsItGoes) {
     EXPECT_EQ(reports.size(), 1);
 }
 
-TEST_F(BrokenClipTest, WhereAClipCannotBeReadAnyFurtherPlaybackPausesAndSaysSoForAWhile) {
+TEST_F(BrokenClipTest, PlaybackPausesWithANoticeAtDamage) {
     const QTemporaryDir folder;
     const QString file = folder.filePath(QStringLiteral("shrinking.mp4"));
     ASSERT_TRUE(QFile::copy(clip("gop250.mp4"), file));

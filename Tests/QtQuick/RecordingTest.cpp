@@ -129,7 +129,7 @@ std::optional<int> numberIn(const std::vector<unsigned char>& picture, QSize siz
                            {place.x(), place.y(), place.width(), place.height()});
 }
 
-TEST_F(RecordingTest, EveryFrameOfBothPlayersIsOnTheRecordedPictureAtItsTime) {
+TEST_F(RecordingTest, RecordsEveryFrameOfBothPlayersAtItsTime) {
     const QSize size(1280, 800);
     open({clip("h264.mp4"), clip("h264.mp4")}, size);
     const LogLines log;
@@ -189,7 +189,7 @@ TEST_F(RecordingTest, EveryFrameOfBothPlayersIsOnTheRecordedPictureAtItsTime) {
     }
 }
 
-TEST_F(RecordingTest, DrawingsAndAWindowOfAnotherShapeAreOnThePicture) {
+TEST_F(RecordingTest, RecordsDrawingsAndAResizedWindow) {
     open({clip("h264.mp4")}, QSize(1000, 800));
     record();
     waitForPictures(1);
@@ -224,7 +224,7 @@ TEST_F(RecordingTest, DrawingsAndAWindowOfAnotherShapeAreOnThePicture) {
 }
 
 // VIDEOANALYSIS_LONG=1 makes it two minutes.
-TEST_F(RecordingTest, SoundAndPictureStayTogetherAndALostMicrophoneLeavesSilence) {
+TEST_F(RecordingTest, KeepsSoundInSyncAndRecordsSilenceWithoutAMicrophone) {
     Voice voice;
     ASSERT_TRUE(voice.isReady()) << "there is no sound server on this machine";
     open({clip("h264.mp4")}, QSize(640, 400));
@@ -293,7 +293,7 @@ TEST_F(RecordingTest, SoundAndPictureStayTogetherAndALostMicrophoneLeavesSilence
     }
 }
 
-TEST_F(RecordingTest, HastyTapsAndAnUnwritableFolderLeaveTheScreenAsItWas) {
+TEST_F(RecordingTest, RapidTapsAndAnUnwritableFolderLeaveTheScreenUnchanged) {
     open({clip("h264.mp4")});
     {
         const LogLines log;
@@ -345,7 +345,7 @@ TEST_F(RecordingTest, HastyTapsAndAnUnwritableFolderLeaveTheScreenAsItWas) {
     EXPECT_EQ(factsOf(finish()).complaints, "");
 }
 
-TEST_F(RecordingTest, AnInterruptedRecordingIsOfferedBackAtTheNextStart) {
+TEST_F(RecordingTest, OffersAnInterruptedRecordingAtTheNextStart) {
     for (const char* answer : {"openUnsavedButton", "discardUnsavedButton"}) {
         SCOPED_TRACE(answer);
         {
@@ -389,7 +389,7 @@ TEST_F(RecordingTest, AnInterruptedRecordingIsOfferedBackAtTheNextStart) {
     }
 }
 
-TEST_F(RecordingTest, ARecordingThatTheHostCannotSaveIsOfferedAtOnceAndAtTheNextStart) {
+TEST_F(RecordingTest, OffersARecordingThatCouldNotBeSaved) {
     open({clip("h264.mp4")});
     record();
     ASSERT_TRUE(until([&] { return recorder().statistics().movie.taken > 0; }));
@@ -416,7 +416,7 @@ TEST_F(RecordingTest, ARecordingThatTheHostCannotSaveIsOfferedAtOnceAndAtTheNext
     host.reset();
 }
 
-TEST_F(RecordingTest, ABreakOffIsOnTheScreenAtOnceAndWhatThereIsIsSaved) {
+TEST_F(RecordingTest, ReportsAFailureAtOnceAndSavesWhatWasRecorded) {
     open({clip("h264.mp4")}, QSize(1280, 800));
     std::signal(SIGXFSZ, SIG_IGN);
     rlimit before{};
@@ -437,7 +437,7 @@ TEST_F(RecordingTest, ABreakOffIsOnTheScreenAtOnceAndWhatThereIsIsSaved) {
     save("break-off.png");
 }
 
-TEST_F(RecordingTest, TheMicrophoneIsOpenOnlyWhileItsScreenIsRecorded) {
+TEST_F(RecordingTest, OpensTheMicrophoneOnlyWhileRecording) {
     Voice voice;
     ASSERT_TRUE(voice.isReady()) << "there is no sound server on this machine";
     open({clip("h264.mp4")});
@@ -472,7 +472,7 @@ TEST_F(RecordingTest, TheMicrophoneIsOpenOnlyWhileItsScreenIsRecorded) {
 }
 
 // Every way in which a window's pictures are taken, the one for other graphics interfaces too.
-TEST_F(RecordingTest, TheLastChangeBeforeAStillMomentIsTaken) {
+TEST_F(RecordingTest, RecordsTheLastChangeBeforeTheScreenIsIdle) {
     for (const auto method : {qt::SceneCapture::Method::painter, qt::SceneCapture::Method::layer}) {
         SCOPED_TRACE(static_cast<int>(method));
         QQuickWindow window;
@@ -516,7 +516,7 @@ TEST_F(RecordingTest, TheLastChangeBeforeAStillMomentIsTaken) {
 }
 
 // VIDEOANALYSIS_STORIES=50 makes it as many.
-TEST_F(RecordingTest, ARecordingIsNeverLostWheneverTheProgramEnds) {
+TEST_F(RecordingTest, RecordingSurvivesWheneverTheProgramEnds) {
     const char* wanted = std::getenv("VIDEOANALYSIS_STORIES");
     const int stories = wanted ? std::atoi(wanted) : 4;
     std::mt19937 random(static_cast<unsigned>(stories));

@@ -59,7 +59,7 @@ protected:
 };
 
 // What a user does first: compare two clips, lock them, choose a tool and a colour, draw, turn the device, close.
-TEST_F(AnalysisScreenTest, AWholeVisitFromTheSecondClipToClosing) {
+TEST_F(AnalysisScreenTest, AddsASecondClipWorksWithItAndCloses) {
     open({clip("h264.mp4")});
     EXPECT_EQ(screen->items("drawingToolButtons").size(), 5U);
     EXPECT_EQ(screen->item("lockPlaybackButton"), nullptr);
@@ -120,7 +120,7 @@ TEST_F(AnalysisScreenTest, AWholeVisitFromTheSecondClipToClosing) {
 }
 
 // Nothing covers anything that can be pressed, at any size, with any number of players, folded or not, mirrored or not.
-TEST_F(AnalysisScreenTest, ToolsAndButtonsKeepOutOfOneAnothersWayAtEverySize) {
+TEST_F(AnalysisScreenTest, ToolsAndButtonsNeverOverlapAtAnySize) {
     const QStringList samples = host::HostApplication::sampleClips();
     const std::vector<std::pair<QStringList, Qt::LayoutDirection>> screens = {
         {samples.first(1), Qt::LeftToRight}, {samples, Qt::LeftToRight}, {samples, Qt::RightToLeft}};
@@ -169,7 +169,7 @@ TEST_F(AnalysisScreenTest, ToolsAndButtonsKeepOutOfOneAnothersWayAtEverySize) {
 }
 
 // Turned while the controls are hidden and folded by it, the strip shows its marker beside the chosen tool when they are back.
-TEST_F(AnalysisScreenTest, TheMarkerStandsBesideTheToolAfterATurnWithHiddenControls) {
+TEST_F(AnalysisScreenTest, MarkerIsBesideTheToolAfterARotationWithHiddenControls) {
     open({clip("h264.mp4")}, QSize(1000, 800));
     ASSERT_TRUE(screen->click("drawingToolButtons", 3));
     ASSERT_TRUE(until([&] { return state().toolType == SketchToolType::rectangleStroke; }));
@@ -193,7 +193,7 @@ TEST_F(AnalysisScreenTest, TheMarkerStandsBesideTheToolAfterATurnWithHiddenContr
                         QColor(0, 176, 255), 10));
 }
 
-TEST_F(AnalysisScreenTest, AClockThatNobodySeesPaintsNothing) {
+TEST_F(AnalysisScreenTest, HiddenClockCausesNoRepaint) {
     open({clip("h264.mp4")});
     mainStore().dispatch(HasRecordingPermissionAction(true));
     waitForFirstLoads();
@@ -206,7 +206,7 @@ TEST_F(AnalysisScreenTest, AClockThatNobodySeesPaintsNothing) {
     EXPECT_EQ(frames, 0);
 }
 
-TEST_F(AnalysisScreenTest, TheKeyboardWalksThroughThePaletteAndPicks) {
+TEST_F(AnalysisScreenTest, KeyboardMovesThroughThePaletteAndPicks) {
     open({clip("h264.mp4")});
     mainStore().dispatch(SetColorPickerCollapseStateAction(true));
     waitUntilIdle();
@@ -259,7 +259,7 @@ protected:
     QQuickItem* startScreen = nullptr;
 };
 
-TEST_F(ConfiguredScreenTest, ThemeTranslucencyAndIconsOfTheHostAreWhatTheScreenShows) {
+TEST_F(ConfiguredScreenTest, ShowsTheHostsThemeTranslucencyAndIcons) {
     Theme theme;
     theme.secondaryColor = Color::rgb255(0, 60, 120);
     theme.buttonsTintColor = Color::rgb255(255, 200, 0);
@@ -287,7 +287,7 @@ TEST_F(ConfiguredScreenTest, ThemeTranslucencyAndIconsOfTheHostAreWhatTheScreenS
     EXPECT_EQ(screen->item("topBarView"), nullptr);
 }
 
-TEST_F(ConfiguredScreenTest, EachPresentationStyleTakesItsPlaceOverTheHostsScreen) {
+TEST_F(ConfiguredScreenTest, EachPresentationStyleHasItsGeometry) {
     const VideoAnalysisConfiguration configuration(true, true, {}, {}, nullptr);
     const QRectF window(0, 0, 1280, 800);
     const std::vector<std::pair<ui::ModalPresentationStyle, QRectF>> places = {
@@ -324,7 +324,7 @@ TEST_F(ConfiguredScreenTest, EachPresentationStyleTakesItsPlaceOverTheHostsScree
     }
 }
 
-TEST_F(ConfiguredScreenTest, ASensorCountsMoreThanTheWindow) {
+TEST_F(ConfiguredScreenTest, SensorOverridesTheWindowsOrientation) {
     open({clip("h264.mp4"), clip("h264.mp4")});
     EXPECT_EQ(host->window().contentOrientation(), Qt::PrimaryOrientation)
         << "told of another one, a window system turns dialogs on their side";
@@ -355,7 +355,7 @@ public:
     }
 };
 
-TEST_F(ConfiguredScreenTest, TextsAreTranslatedAndBarsMirroredForTheLanguageThatTheHostChooses) {
+TEST_F(ConfiguredScreenTest, TranslatesTextsAndMirrorsBarsForTheHostsLanguage) {
     open({clip("h264.mp4")});
     mainStore().dispatch(SetColorPickerCollapseStateAction(true));
     waitUntilIdle();
@@ -383,7 +383,7 @@ TEST_F(ConfiguredScreenTest, TextsAreTranslatedAndBarsMirroredForTheLanguageThat
     EXPECT_EQ(rectOf("drawingShapeView"), strip);
 }
 
-TEST_F(ConfiguredScreenTest, WithReducedMotionEverythingIsThereAtOnce) {
+TEST_F(ConfiguredScreenTest, ReducedMotionShowsEverythingWithoutAnimation) {
     QTemporaryDir folder;
     const auto write = [&](const char* name, const char* text) {
         QFile file(folder.filePath(QLatin1String(name)));
@@ -426,7 +426,7 @@ void collectItems(const QQuickItem& item, QList<QPointer<const QQuickItem>>& ite
 }
 
 // Whatever one visit makes is gone after it: views, items, controllers and players.
-TEST_F(ConfiguredScreenTest, AHundredVisitsLeaveNothingBehind) {
+TEST_F(ConfiguredScreenTest, HundredVisitsLeakNothing) {
     QtQuickPlatform::setReducesMotion(true);
     open({clip("h264.mp4")});
     close();
@@ -502,7 +502,7 @@ TEST_F(ConfiguredScreenTest, DISABLED_GlyphsAreDrawnInThePixelsOfTheScreen) {
     EXPECT_LE(worst, 2);
 }
 
-TEST(ScaleTest, GlyphsAreSharpAtEveryScaleOfTheScreen) {
+TEST(ScaleTest, GlyphsAreSharpAtEveryScreenScale) {
     for (const char* scale : {"1", "1.5", "2", "3"}) {
         ChildTest child("GlyphsAreDrawnInThePixelsOfTheScreen", {{"QT_SCALE_FACTOR", QLatin1String(scale)}});
         EXPECT_TRUE(child.hasPassed()) << scale;

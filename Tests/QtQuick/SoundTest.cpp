@@ -41,7 +41,7 @@ protected:
     SoundServer server;  // before anything looks for devices
 };
 
-TEST_F(SoundOnTheScreen, IsHeardWhilePlayingAndNotWhilePaused) {
+TEST_F(SoundOnTheScreen, IsAudibleOnlyWhilePlaying) {
     if (!server.isRunning()) GTEST_SKIP() << "there is no sound server on this machine";
     open({clip("h264.mp4")});
     server.startListening();
@@ -87,7 +87,7 @@ TEST_F(FailingServer, DISABLED_PlaysOn) {
     std::fflush(stdout);
 }
 
-TEST(FailingServerTest, OneThatGoesAwayOrHangsNeitherEndsTheProgramNorHoldsItUp) {
+TEST(FailingServerTest, VanishingOrHangingServerNeitherEndsNorBlocksTheProgram) {
     for (const int signal : {SIGKILL, SIGTERM, SIGSTOP, 0}) {
         SCOPED_TRACE(signal);
         const SoundServer server;

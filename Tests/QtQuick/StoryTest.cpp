@@ -83,7 +83,7 @@ protected:
     QQuickItem* startScreen = nullptr;
 };
 
-TEST_F(StoryTest, AStoredClipIsDrawnOnScrubbedLockedTurnedRecordedAndClosed) {
+TEST_F(StoryTest, StoredClipIsDrawnOnScrubbedLockedRotatedRecordedAndClosed) {
     const Object clipOnDisk{URL::fileURL(clip("h264.mp4").toStdString()), {}};
 
     // A first visit leaves a drawing, which the host stores.

@@ -98,7 +98,7 @@ public:
     void frame(int milliseconds) { host::AnimationClock::shared().advanceBy(milliseconds); }
 };
 
-TEST_F(TimelineScreenTest, AThrowRunsOnTheFramesOfTheDisplayAndScrubsToItsEnd) {
+TEST_F(TimelineScreenTest, ThrowAdvancesWithDisplayFramesAndScrubsToItsEnd) {
     DisplayClock display;
     const double start = offset(0);
     throwRuler(0);
@@ -116,7 +116,7 @@ TEST_F(TimelineScreenTest, AThrowRunsOnTheFramesOfTheDisplayAndScrubsToItsEnd) {
     waitForFrame(0, 75);
 }
 
-TEST_F(TimelineScreenTest, ResizingWhileItCoastsStepsNowhere) {
+TEST_F(TimelineScreenTest, ResizingDuringAThrowDoesNotStep) {
     DisplayClock display;
     throwRuler(0);
     for (const QSize size : {QSize(1100, 700), QSize(1281, 800), QSize(640, 480), QSize(1000, 900)}) {
@@ -131,7 +131,7 @@ TEST_F(TimelineScreenTest, ResizingWhileItCoastsStepsNowhere) {
     EXPECT_EQ(screen->frameIndex(1), 0);
 }
 
-TEST_F(TimelineScreenTest, AThrowEndsWhenItsRulerIsHidden) {
+TEST_F(TimelineScreenTest, HidingTheRulerEndsItsThrow) {
     throwRuler(0);
     ASSERT_TRUE(isThrown(0));
     ruler(0).setVisible(false);
@@ -153,7 +153,7 @@ TEST_F(TimelineScreenTest, ReducedMotionThrowsNothing) {
     close();  // in the middle of it
 }
 
-TEST_F(TimelineScreenTest, ALayoutChangeUnderAStillPointerStepsNothing) {
+TEST_F(TimelineScreenTest, LayoutChangeUnderAStillPointerDoesNotStep) {
     for (const bool isTouch : {false, true}) {
         host->window().resize(1280, 800);
         waitUntilIdle();
@@ -187,7 +187,7 @@ TEST_F(TimelineScreenTest, ALayoutChangeUnderAStillPointerStepsNothing) {
     EXPECT_EQ(screen->frameIndex(1), 0);
 }
 
-TEST_F(TimelineScreenTest, ASecondFingerTakesOverADrag) {
+TEST_F(TimelineScreenTest, SecondFingerTakesOverADrag) {
     const QPoint start = middleOf(0);
     const QPoint second = start + QPoint(100, 0);
     const double before = offset(0);
@@ -211,7 +211,7 @@ TEST_F(TimelineScreenTest, ASecondFingerTakesOverADrag) {
     waitForFrame(0, 10);
 }
 
-TEST_F(TimelineScreenTest, AWheelNotchIsOneFrame) {
+TEST_F(TimelineScreenTest, WheelNotchStepsOneFrame) {
     for (int i = 0; i < 3; ++i) screen->turnWheel(middleOf(0), -1);
     waitForFrame(0, 3);
     const auto& timeline = static_cast<const TimelineView&>(*ruler(0).view());
@@ -222,7 +222,7 @@ bool isMark(const QColor& color) {
     return color.red() <= 2 && std::abs(color.green() - 229) <= 2 && std::abs(color.blue() - 255) <= 2;
 }
 
-TEST_F(TimelineScreenTest, TicksFadeTowardsTheEndsAndTheMarkStandsInTheMiddle) {
+TEST_F(TimelineScreenTest, TicksFadeTowardsTheEndsAndTheMarkIsCentred) {
     const QImage window = screen->grab();
     const QRect place = host::ScreenDriver::rectOf(&ruler(0)).toAlignedRect();
     const auto brightest = [&](int from, int to) {
@@ -246,7 +246,7 @@ TEST_F(TimelineScreenTest, TicksFadeTowardsTheEndsAndTheMarkStandsInTheMiddle) {
     }
 }
 
-TEST_F(TimelineScreenTest, EveryTickIsPaintedOneDevicePixelWideWhereverTheRulerLies) {
+TEST_F(TimelineScreenTest, EveryTickIsOneDevicePixelWide) {
     for (const int width : {1000, 1001, 1005}) {  // the right ruler begins on a pixel or beside one
         host->window().resize(width, 800);
         waitUntilIdle();

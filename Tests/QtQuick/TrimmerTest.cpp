@@ -50,7 +50,7 @@ protected:
     }
 };
 
-TEST_F(TrimScreen, WhatIsKeptBetweenTheHandlesTakesTheClipsPlace) {
+TEST_F(TrimScreen, SavedTrimReplacesTheClip) {
     openTrimmer({clip("h264.mp4")});
     ASSERT_TRUE(screen->click(QStringLiteral("playButton"), 0));  // pauses
     // The picture under the handle is shown while it moves: the first one that is kept, then the last.
@@ -80,7 +80,7 @@ TEST_F(TrimScreen, WhatIsKeptBetweenTheHandlesTakesTheClipsPlace) {
     EXPECT_TRUE(reports.isEmpty()) << reports.join(QLatin1Char('\n')).toStdString();
 }
 
-TEST_F(TrimScreen, TheKeyboardAloneTrimsAndEscapeLeaves) {
+TEST_F(TrimScreen, TrimsByKeyboardAndClosesWithEscape) {
     openTrimmer({clip("h264.mp4")});
     QTest::keyClick(&host->window(), Qt::Key_Space);  // pauses
     const auto focus = [&](const QString& name) {
@@ -105,7 +105,7 @@ TEST_F(TrimScreen, TheKeyboardAloneTrimsAndEscapeLeaves) {
     EXPECT_NEAR(screen->player(0)->currentItem()->duration().seconds(), 4, 0.001);
 }
 
-TEST_F(TrimScreen, OneKeyPressIsOneFrameWhereTheRateVaries) {
+TEST_F(TrimScreen, KeyPressIsOneFrameAtVariableRate) {
     openTrimmer({clip("variable.mp4")});
     ASSERT_TRUE(screen->click(QStringLiteral("playButton"), 0));  // pauses
     QTest::keyClick(&host->window(), Qt::Key_Tab);
@@ -135,7 +135,7 @@ TEST_F(TrimScreen, OneKeyPressIsOneFrameWhereTheRateVaries) {
     leave();
 }
 
-TEST_F(TrimScreen, TheLoopNeverShowsTheFrameAfterTheCut) {
+TEST_F(TrimScreen, LoopNeverShowsTheFrameAfterTheCut) {
     openTrimmer({clip("gop250.mp4")});
     ASSERT_TRUE(screen->click(QStringLiteral("playButton"), 0));  // pauses
     auto* view = static_cast<TrimmerView*>(trimmer()->view());
@@ -162,7 +162,7 @@ TEST_F(TrimScreen, TheLoopNeverShowsTheFrameAfterTheCut) {
     leave();
 }
 
-TEST_F(TrimScreen, TheMaskIsFilledWithThePartThatIsSaved) {
+TEST_F(TrimScreen, MaskShowsThePartThatIsSaved) {
     openTrimmer({clip("h264.mp4")});
     ASSERT_TRUE(screen->click(QStringLiteral("cropButton")));
     ASSERT_TRUE(until([&] { return crop()->isCropping(); }));
@@ -187,7 +187,7 @@ TEST_F(TrimScreen, TheMaskIsFilledWithThePartThatIsSaved) {
     EXPECT_NEAR(screen->player(0)->currentItem()->duration().seconds(), 4, 0.001);
 }
 
-TEST_F(TrimScreen, NothingBelowItCanBePressedAndItGoesWithTheAnalysis) {
+TEST_F(TrimScreen, BlocksInputBelowAndClosesWithTheAnalysis) {
     openTrimmer({clip("h264.mp4"), clip("gop1.mp4")}, QSize(1024, 768));
     const QRectF close = host::ScreenDriver::rectOf(screen->item(QStringLiteral("closeButton")));
     screen->clickAt(close.center());
@@ -201,13 +201,13 @@ TEST_F(TrimScreen, NothingBelowItCanBePressedAndItGoesWithTheAnalysis) {
     waitUntilClosed();
 }
 
-TEST_F(TrimScreen, TheProgramMayBeLeftWhileItIsOpen) {
+TEST_F(TrimScreen, ProgramMayQuitWhileItIsOpen) {
     openTrimmer({clip("h264.mp4"), clip("gop1.mp4")}, QSize(1024, 768));
     waitUntilIdle();
     host.reset();
 }
 
-TEST_F(TrimScreen, TheProgramOpensItFromItsMenuAndByKeys) {
+TEST_F(TrimScreen, OpensFromTheMenuAndByKeys) {
     open({clip("h264.mp4"), clip("gop1.mp4")});
     QTest::keyClick(&host->window(), Qt::Key_E, Qt::ControlModifier | Qt::ShiftModifier);
     ASSERT_TRUE(until([&] { return trimmer() && trimmer()->isEnabled(); }));
@@ -229,7 +229,7 @@ TEST_F(TrimScreen, TheProgramOpensItFromItsMenuAndByKeys) {
     ASSERT_TRUE(until([&] { return !isOpen(); }));
 }
 
-TEST_F(TrimScreen, AHandleHeldStillShowsItsSurroundings) {
+TEST_F(TrimScreen, HandleHeldStillZoomsIn) {
     openTrimmer({QStringLiteral(VIDEOANALYSIS_SAMPLE_CLIPS_DIR "/runner.mp4")});
     const QPointF start = inRow(trimmer()->startX() - 10);
     screen->pressMouse(start);
@@ -242,7 +242,7 @@ TEST_F(TrimScreen, AHandleHeldStillShowsItsSurroundings) {
     ASSERT_TRUE(until([&] { return !isOpen(); }));
 }
 
-TEST_F(TrimScreen, ASaveShowsItsProgressAndCanBeCancelled) {
+TEST_F(TrimScreen, SavingShowsProgressAndCanBeCancelled) {
     openTrimmer({QStringLiteral(VIDEOANALYSIS_SAMPLE_CLIPS_DIR "/runner.mp4")});
     ASSERT_TRUE(screen->click(QStringLiteral("cropButton")));
     waitUntilIdle();
@@ -269,7 +269,7 @@ TEST_F(TrimScreen, ASaveShowsItsProgressAndCanBeCancelled) {
     }
 }
 
-TEST_F(TrimScreen, EveryControlHasRoomOnEveryScreen) {
+TEST_F(TrimScreen, ControlsFitEveryScreen) {
     for (const QSize size : {QSize(360, 640), QSize(1024, 768), QSize(1920, 1080)}) {
         SCOPED_TRACE(size.width());
         openTrimmer({QStringLiteral(VIDEOANALYSIS_SAMPLE_CLIPS_DIR "/runner.mp4")}, size);

@@ -26,7 +26,7 @@ protected:
     }
 };
 
-TEST_F(ZoomTest, FingersWheelAndMiddleButtonMoveThePictureUnderThem) {
+TEST_F(ZoomTest, FingersWheelAndMiddleButtonMoveThePicture) {
     open({clip("h264.mp4")});
     screen->drawWithMouse(stroke(0, 0.5));
     ASSERT_TRUE(isInked(0, 0.5, 0.5));
@@ -62,7 +62,7 @@ TEST_F(ZoomTest, FingersWheelAndMiddleButtonMoveThePictureUnderThem) {
     EXPECT_EQ(scrollView().zoomScale(), 8);
 }
 
-TEST_F(ZoomTest, ASecondFingerTakesAFreshStrokeBackAndLeavesALongOne) {
+TEST_F(ZoomTest, SecondFingerUndoesAFreshStrokeAndKeepsALongOne) {
     open({clip("h264.mp4"), clip("h264.mp4")});
     const QPointF centre = at(1, 0.5, 0.5);
     const QLineF fingers(centre - QPointF(40, 0), centre + QPointF(40, 0));
@@ -90,7 +90,7 @@ TEST_F(ZoomTest, ASecondFingerTakesAFreshStrokeBackAndLeavesALongOne) {
     EXPECT_EQ(strokes(1), 0U);
 }
 
-TEST_F(ZoomTest, TheZoomedPartStaysInSightWhenTheWindowChanges) {
+TEST_F(ZoomTest, ZoomedPartStaysVisibleWhenTheWindowIsResized) {
     open({clip("h264.mp4")}, QSize(1024, 768));
     screen->drawWithMouse(stroke(0, 0.5));
     pinchBy(3, at(0, 0.5, 0.5));

@@ -63,7 +63,7 @@ TEST_F(CropGesturesTest, OneFingerMovesThePictureUntilItIsReleasedOrCancelled) {
     EXPECT_NEAR(offsetFrom(before).x, 50, 1e-6);
 }
 
-TEST_F(CropGesturesTest, APressNearACornerOfAFreeMaskMovesTheCorner) {
+TEST_F(CropGesturesTest, PressNearACornerOfAFreeMaskMovesTheCorner) {
     const Point corner{mask.minX(), mask.minY()};
     const Rect picture = view->pictureRect();
     first.press({corner.x + 12, corner.y + 16});
@@ -88,7 +88,7 @@ TEST_F(CropGesturesTest, APressNearACornerOfAFreeMaskMovesTheCorner) {
     EXPECT_NEAR(view->crop().size.width, square.size.width, 1e-9);
 }
 
-TEST_F(CropGesturesTest, TheMouseTakesACornerWithItsFirstMovement) {
+TEST_F(CropGesturesTest, MouseMovesACornerFromItsFirstMovement) {
     const Point near{mask.maxX() - 12, mask.maxY() - 12};
     pass({mouse(ui::PointerButton::left, PointerPhase::began, near)});
     EXPECT_EQ(view->maskRect(), mask);
@@ -124,7 +124,7 @@ TEST_F(CropGesturesTest, TwoFingersZoomAndMoveAndAThirdOneIsIgnored) {
     EXPECT_NEAR(offsetFrom(held).x, 7, 1e-6);
 }
 
-TEST_F(CropGesturesTest, TheWheelZoomsAroundThePointer) {
+TEST_F(CropGesturesTest, WheelZoomsAroundThePointer) {
     const double width = view->pictureRect().size.width;
     EXPECT_TRUE(turnWheel(1));
     EXPECT_NEAR(view->pictureRect().size.width / width, 1.1274, 1e-4);
@@ -133,7 +133,7 @@ TEST_F(CropGesturesTest, TheWheelZoomsAroundThePointer) {
     EXPECT_NEAR(view->pictureRect().size.width, width, 1e-6);
 }
 
-TEST_F(CropGesturesTest, WithoutCroppingInputIsLeftToWhatLiesBelow) {
+TEST_F(CropGesturesTest, InputPassesThroughWithoutCropping) {
     view->setCropping(false);
     const Rect picture = view->pictureRect();
     EXPECT_FALSE(first.press(middle));

@@ -40,7 +40,7 @@ protected:
     const std::shared_ptr<CropView> view = std::make_shared<CropView>();
 };
 
-TEST_F(CropViewTest, WithoutCroppingThePictureIsWholeAndNothingMovesIt) {
+TEST_F(CropViewTest, PictureIsWholeAndFixedWithoutCropping) {
     view->pan(50, 50);
     view->zoom(2, {200, 150});
     view->moveCorner(CropView::Corner::topLeft, {100, 100});
@@ -48,7 +48,7 @@ TEST_F(CropViewTest, WithoutCroppingThePictureIsWholeAndNothingMovesIt) {
     EXPECT_EQ(view->pictureRect(), Rect(0, 37.5, 400, 225));
 }
 
-TEST_F(CropViewTest, AMaskIsAsLargeAsThePictureAllows) {
+TEST_F(CropViewTest, MaskIsAsLargeAsThePictureAllows) {
     view->setCropping(true);
     EXPECT_EQ(view->crop(), Rect(0, 0, 1, 1));
     view->setAspect(CropView::Aspect::square);
@@ -75,7 +75,7 @@ TEST_F(CropViewTest, AMaskIsAsLargeAsThePictureAllows) {
     expectSound();
 }
 
-TEST_F(CropViewTest, ThePictureMovesAndZoomsBeneathTheMask) {
+TEST_F(CropViewTest, PictureMovesAndZoomsUnderTheMask) {
     view->setCropping(true);
     view->setAspect(CropView::Aspect::square);
     const Rect mask = view->maskRect();
@@ -99,7 +99,7 @@ TEST_F(CropViewTest, ThePictureMovesAndZoomsBeneathTheMask) {
     expectSound();
 }
 
-TEST_F(CropViewTest, AFreeMaskIsDrawnByItsCorners) {
+TEST_F(CropViewTest, FreeMaskIsResizedByItsCorners) {
     view->setCropping(true);
     const Rect picture = view->pictureRect();
     view->moveCorner(CropView::Corner::topLeft, {picture.minX() + picture.size.width / 4, picture.midY()});
@@ -122,7 +122,7 @@ TEST_F(CropViewTest, AFreeMaskIsDrawnByItsCorners) {
     EXPECT_EQ(view->crop(), crop);
 }
 
-TEST_F(CropViewTest, NothingThatFingersDoMakesItUnsound) {
+TEST_F(CropViewTest, RandomInputKeepsTheMaskValid) {
     view->setCropping(true);
     std::mt19937 random(3);
     const auto between = [&random](double low, double high) {

@@ -51,7 +51,7 @@ TEST_F(TrimmerViewTest, HandlesFollowTheFingerFrameByFrameAndCannotCross) {
     EXPECT_EQ(trimmer->start(), 0);
 }
 
-TEST_F(TrimmerViewTest, AFingerTakesTheNearestHandleOrTheBar) {
+TEST_F(TrimmerViewTest, FingerTakesTheNearestHandleOrTheBar) {
     drag(700, 720);
     EXPECT_NEAR(trimmer->position(), 70, 1e-9);
     EXPECT_EQ(trimmer->start(), 0);
@@ -81,7 +81,7 @@ TEST_F(TrimmerViewTest, AFingerTakesTheNearestHandleOrTheBar) {
     EXPECT_EQ(trimmer->start(), 50);
 }
 
-TEST_F(TrimmerViewTest, AHandleHeldStillShowsItsSurroundings) {
+TEST_F(TrimmerViewTest, HandleHeldStillZoomsIn) {
     trimmer->setStart(40);
     const double handle = trimmer->xOf(40) - 10;
     finger.press({handle, 25});
@@ -129,7 +129,7 @@ TEST_F(TrimmerViewTest, ShortClipsAreKeptWhole) {
     }
 }
 
-TEST_F(TrimmerViewTest, TheKeyboardMovesByFrames) {
+TEST_F(TrimmerViewTest, KeyboardMovesByFrames) {
     trimmer->setClip(10.04, 0.1);  // its end is between two frames
     trimmer->nudge(TrimmerView::Part::start, 3);
     EXPECT_NEAR(trimmer->start(), 0.3, 1e-9);
@@ -141,7 +141,7 @@ TEST_F(TrimmerViewTest, TheKeyboardMovesByFrames) {
     EXPECT_NEAR(trimmer->position(), trimmer->start(), 1e-9);
 }
 
-TEST_F(TrimmerViewTest, WhereTheRateVariesEveryPressIsOneFrame) {
+TEST_F(TrimmerViewTest, EveryPressIsOneFrameAtVariableRate) {
     // 120 frames, each of 33 to 145 ms; times come with the rounding of a player's clock.
     std::vector<double> times = {0};
     for (int frame = 0; frame < 120; ++frame) times.push_back(times.back() + 0.0333 + 0.0279 * (frame * frame % 5));
@@ -182,7 +182,7 @@ TEST_F(TrimmerViewTest, WhereTheRateVariesEveryPressIsOneFrame) {
     EXPECT_EQ(trimmer->position(), times[20]);
 }
 
-TEST_F(TrimmerViewTest, DisabledInTheMiddleOfADragItStaysAsItIs) {
+TEST_F(TrimmerViewTest, DisablingDuringADragKeepsTheRange) {
     finger.press({10, 25});
     finger.moveTo({60, 25});
     const double start = trimmer->start();
@@ -193,7 +193,7 @@ TEST_F(TrimmerViewTest, DisabledInTheMiddleOfADragItStaysAsItIs) {
     EXPECT_EQ(trimmer->trackedPart(), TrimmerView::Part::none);
 }
 
-TEST_F(TrimmerViewTest, ThumbnailsFillTheRowAndStandInForEachOther) {
+TEST_F(TrimmerViewTest, ThumbnailsFillTheRowAndServeAsPlaceholders) {
     trimmer->layOutThumbnails(2);  // 100 points wide each
     ASSERT_EQ(trimmer->thumbnails().size(), 10U);
     EXPECT_NEAR(trimmer->thumbnails()[0].time, 5, 1e-9);

@@ -44,7 +44,7 @@ protected:
     ui::Control control;
 };
 
-TEST_F(VideoTrimmerControllerTest, TheClipPlaysInALoopBetweenTheHandles) {
+TEST_F(VideoTrimmerControllerTest, ClipLoopsBetweenTheHandles) {
     const auto screen = edit();
     ASSERT_TRUE(screen);
     EXPECT_EQ(screen->modalPresentationStyle(), ui::ModalPresentationStyle::formSheet);
@@ -103,7 +103,7 @@ TEST_F(VideoTrimmerControllerTest, TheClipPlaysInALoopBetweenTheHandles) {
     EXPECT_EQ(player.rate(), 1);
 }
 
-TEST_F(VideoTrimmerControllerTest, ThePlayersBeneathArePaused) {
+TEST_F(VideoTrimmerControllerTest, PlayersBelowArePaused) {
     store().dispatch(SetCellVideoPlayingStateAction(true, {}));
     platform->drainMainQueue();
     ASSERT_EQ(playerOf(0).rate() + playerOf(1).rate(), 2);
@@ -112,7 +112,7 @@ TEST_F(VideoTrimmerControllerTest, ThePlayersBeneathArePaused) {
     EXPECT_FALSE(players()[0]->localStore->state().isMediaPlaying);
 }
 
-TEST_F(VideoTrimmerControllerTest, WhileItSavesNothingCanBeMoved) {
+TEST_F(VideoTrimmerControllerTest, NothingCanBeMovedWhileSaving) {
     const auto screen = edit();
     const auto crop = screen->cropView.lock();
     const auto trimmer = screen->trimmerView.lock();
@@ -154,7 +154,7 @@ TEST_F(VideoTrimmerControllerTest, WhileItSavesNothingCanBeMoved) {
     EXPECT_NE(crop->crop(), cropped);
 }
 
-TEST_F(VideoTrimmerControllerTest, AClipThatBreaksOffIsPausedAndCanBePlayedAgain) {
+TEST_F(VideoTrimmerControllerTest, TruncatedClipPausesAndCanBePlayedAgain) {
     const auto screen = edit();
     HeadlessPlayer& player = playerOf(*screen);
     platform->advance(1);
@@ -171,7 +171,7 @@ TEST_F(VideoTrimmerControllerTest, AClipThatBreaksOffIsPausedAndCanBePlayedAgain
 }
 
 // Worth running under the address sanitizer.
-TEST_F(VideoTrimmerControllerTest, MayGoInTheMiddleOfAZoomedDrag) {
+TEST_F(VideoTrimmerControllerTest, MayBeDestroyedDuringAZoomedDrag) {
     for (const bool viewsStay : {false, true}) {
         const auto storyboard = platform->headlessBundle.storyboard("Main");
         auto screen = std::dynamic_pointer_cast<VideoTrimmerController>(
@@ -208,7 +208,7 @@ TEST_F(VideoTrimmerControllerTest, MayGoInTheMiddleOfAZoomedDrag) {
     }
 }
 
-TEST_F(VideoTrimmerControllerTest, TheOutcomeIsReportedOnce) {
+TEST_F(VideoTrimmerControllerTest, ReportsTheOutcomeOnce) {
     struct Listener : VideoEditorControllerDelegate {
         std::vector<std::string> reports;
         void videoEditorControllerDidSaveEditedVideoToPath(ui::ViewController&, const std::string&) override {
@@ -248,7 +248,7 @@ TEST_F(VideoTrimmerControllerTest, TheOutcomeIsReportedOnce) {
     settle();
 }
 
-TEST_F(VideoTrimmerControllerTest, ThumbnailsFillTheRowAndAgainWhenItShowsSomethingElse) {
+TEST_F(VideoTrimmerControllerTest, ThumbnailsFillTheRowAfterEveryChange) {
     const auto screen = edit();
     const auto trimmer = screen->trimmerView.lock();
     Finger finger(trimmer);
@@ -270,7 +270,7 @@ TEST_F(VideoTrimmerControllerTest, ThumbnailsFillTheRowAndAgainWhenItShowsSometh
     finger.release();
 }
 
-TEST_F(VideoTrimmerControllerTest, ASavedEditReplacesTheClipOnceTheEditorIsGone) {
+TEST_F(VideoTrimmerControllerTest, SavedEditReplacesTheClipAfterTheEditorCloses) {
     drawLine();
     const auto screen = edit();
     const auto trimmer = screen->trimmerView.lock();
@@ -321,7 +321,7 @@ TEST_F(VideoTrimmerControllerTest, ASavedEditReplacesTheClipOnceTheEditorIsGone)
     EXPECT_TRUE(delegate->calls.empty());
 }
 
-TEST_F(VideoTrimmerControllerTest, CancellingLeavesEverythingAsItWas) {
+TEST_F(VideoTrimmerControllerTest, CancellingChangesNothing) {
     drawLine();
     auto screen = edit();
     const std::weak_ptr<media::Player> player = screen->videoView.lock()->player();
@@ -347,7 +347,7 @@ TEST_F(VideoTrimmerControllerTest, CancellingLeavesEverythingAsItWas) {
     EXPECT_TRUE(player.expired());
 }
 
-TEST_F(VideoTrimmerControllerTest, AFailedSaveIsWrittenToTheOutputAndChangesNothing) {
+TEST_F(VideoTrimmerControllerTest, FailedSaveIsLoggedAndChangesNothing) {
     drawLine();
     const auto screen = edit();
     screen->save(control);
@@ -368,7 +368,7 @@ TEST_F(VideoTrimmerControllerTest, AFailedSaveIsWrittenToTheOutputAndChangesNoth
     EXPECT_FALSE(editor());
 }
 
-TEST_F(VideoTrimmerControllerTest, TheClipMayBeReplacedOrGoWhileTheEditorIsOpen) {
+TEST_F(VideoTrimmerControllerTest, ClipMayBeReplacedOrRemovedWhileTheEditorIsOpen) {
     // Replaced: the edit of the old clip reaches nobody.
     auto screen = edit();
     screen->save(control);
@@ -398,7 +398,7 @@ TEST_F(VideoTrimmerControllerTest, TheClipMayBeReplacedOrGoWhileTheEditorIsOpen)
     EXPECT_EQ(mediaList()[0].url.absoluteString(), "file:///c.mp4");
 }
 
-TEST_F(VideoTrimmerControllerTest, WhatCannotBeOpenedOpensNothing) {
+TEST_F(VideoTrimmerControllerTest, UnreadableClipOpensNoEditor) {
     platform->headlessBundle.missing = {"VideoTrimmerController"};
     EXPECT_FALSE(edit());
     platform->headlessBundle.missing = {"Main"};
@@ -427,7 +427,7 @@ TEST_F(VideoTrimmerControllerTest, WhatCannotBeOpenedOpensNothing) {
     EXPECT_FALSE(editor());
 }
 
-TEST_F(VideoTrimmerControllerTest, AClipOfOneFrameIsSavedWhole) {
+TEST_F(VideoTrimmerControllerTest, SavesAClipOfOneFrameWhole) {
     store().dispatch(UpdateMediaAction(0, clip("one.webm", {1, {1, 30}, {64, 64}})));
     platform->advance(1);
     const auto screen = edit();

@@ -61,7 +61,7 @@ protected:
     int takenBack = 0;
 };
 
-TEST_F(PictureGesturesTest, AFingerDrawsOnceItHasLeftTheSlopAndTapsOtherwise) {
+TEST_F(PictureGesturesTest, FingerDrawsBeyondTheSlopAndTapsWithinIt) {
     down(1, {100, 100});
     to(1, {104, 104});
     to(1, {95, 103});
@@ -77,7 +77,7 @@ TEST_F(PictureGesturesTest, AFingerDrawsOnceItHasLeftTheSlopAndTapsOtherwise) {
     EXPECT_EQ(taps, 1);
 }
 
-TEST_F(PictureGesturesTest, TheMouseDrawsFromItsFirstMovement) {
+TEST_F(PictureGesturesTest, MouseDrawsFromItsFirstMovement) {
     send({mouse(PointerButton::left, PointerPhase::began, {100, 100})});
     send({mouse(PointerButton::left, PointerPhase::moved, {101, 100})});
     send({mouse(PointerButton::left, PointerPhase::ended, {101, 100})});
@@ -93,7 +93,7 @@ TEST_F(PictureGesturesTest, TheMouseDrawsFromItsFirstMovement) {
     EXPECT_EQ(strokes(), 1U) << "the right button has no meaning here";
 }
 
-TEST_F(PictureGesturesTest, ATapOnAZoomedPictureWaitsForASecondOne) {
+TEST_F(PictureGesturesTest, TapOnAZoomedPictureWaitsForADoubleTap) {
     tapAt({50, 50});
     EXPECT_EQ(taps, 1) << "at once while the whole picture is shown";
     pinch(2);
@@ -116,7 +116,7 @@ TEST_F(PictureGesturesTest, ATapOnAZoomedPictureWaitsForASecondOne) {
     EXPECT_EQ(taps, 2) << "a double tap is no tap";
 }
 
-TEST_F(PictureGesturesTest, ASecondFingerTakesAFreshOrShortStrokeBack) {
+TEST_F(PictureGesturesTest, SecondFingerUndoesAFreshOrShortStroke) {
     const auto strokeThenPinch = [&](double length, double seconds) {
         down(1, {100, 100});
         to(1, {100 + length, 100});
@@ -136,7 +136,7 @@ TEST_F(PictureGesturesTest, ASecondFingerTakesAFreshOrShortStrokeBack) {
     EXPECT_EQ(taps, 0);
 }
 
-TEST_F(PictureGesturesTest, APinchZoomsAroundItsCentreAndMovesWithIt) {
+TEST_F(PictureGesturesTest, PinchZoomsAroundItsCentreAndMovesWithIt) {
     pinch(2);
     EXPECT_EQ(view->zoomScale(), 2);
     EXPECT_EQ(view->contentOffset(), (Point{200, 200})) << "what lay between the fingers still does";
@@ -154,7 +154,7 @@ TEST_F(PictureGesturesTest, APinchZoomsAroundItsCentreAndMovesWithIt) {
     EXPECT_EQ(strokes(), 0U);
 }
 
-TEST_F(PictureGesturesTest, FingersThatLieOnOneAnotherDoNotBlowThePictureUp) {
+TEST_F(PictureGesturesTest, CoincidentFingersDoNotZoomWithoutBound) {
     send({finger(1, PointerPhase::began, {200, 200}), finger(2, PointerPhase::began, {200, 200})});
     send({finger(2, PointerPhase::moved, {207, 200})});
     EXPECT_EQ(view->zoomScale(), 1) << "less than eight points apart";
@@ -162,7 +162,7 @@ TEST_F(PictureGesturesTest, FingersThatLieOnOneAnotherDoNotBlowThePictureUp) {
     EXPECT_EQ(view->zoomScale(), 2);
 }
 
-TEST_F(PictureGesturesTest, AFingerThatIsLeftOfAPinchDoesNothing) {
+TEST_F(PictureGesturesTest, LastFingerOfAPinchDoesNothing) {
     pinch(2);
     const Point offset = view->contentOffset();
     up(2, {400, 200});
@@ -181,7 +181,7 @@ TEST_F(PictureGesturesTest, AFingerThatIsLeftOfAPinchDoesNothing) {
     EXPECT_EQ(strokes(), 1U) << "once all have left";
 }
 
-TEST_F(PictureGesturesTest, AThirdFingerIsIgnoredInAPinchAndEndsAStroke) {
+TEST_F(PictureGesturesTest, ThirdFingerIsIgnoredInAPinchAndEndsAStroke) {
     pinch(2);
     down(3, {10, 10});
     to(3, {300, 300});
@@ -202,7 +202,7 @@ TEST_F(PictureGesturesTest, AThirdFingerIsIgnoredInAPinchAndEndsAStroke) {
     EXPECT_EQ(strokes(), 1U);
 }
 
-TEST_F(PictureGesturesTest, ACancellationReleasesEverything) {
+TEST_F(PictureGesturesTest, CancellationReleasesEverything) {
     ui::PointerEvent cancelled;
     cancelled.phase = PointerPhase::cancelled;
     down(1, {100, 100});
@@ -231,7 +231,7 @@ TEST_F(PictureGesturesTest, ACancellationReleasesEverything) {
     EXPECT_EQ(strokes(), 2U) << "the next finger draws at once";
 }
 
-TEST_F(PictureGesturesTest, TheWheelZoomsWithControlAndRestsBeforeDrawingsAreRefined) {
+TEST_F(PictureGesturesTest, WheelZoomsWithControlAndDrawingsAreRefinedAfterwards) {
     EXPECT_FALSE(wheel(1, false)) << "left to what lies below";
     EXPECT_EQ(view->zoomScale(), 1);
     EXPECT_TRUE(wheel(1));
@@ -251,7 +251,7 @@ TEST_F(PictureGesturesTest, TheWheelZoomsWithControlAndRestsBeforeDrawingsAreRef
     EXPECT_EQ(view->zoomScale(), 2);
 }
 
-TEST_F(PictureGesturesTest, TheMiddleButtonMovesTheZoomedPicture) {
+TEST_F(PictureGesturesTest, MiddleButtonMovesTheZoomedPicture) {
     pinch(2);
     lift();
     send({mouse(PointerButton::middle, PointerPhase::began, {100, 100})});
@@ -275,7 +275,7 @@ TEST_F(PictureGesturesTest, TheMiddleButtonMovesTheZoomedPicture) {
     EXPECT_EQ(view->contentOffset(), (Point{160, 175}));
 }
 
-TEST_F(PictureGesturesTest, AViewThatIsDestroyedLeavesNoTapBehind) {
+TEST_F(PictureGesturesTest, DestroyedViewLeavesNoPendingTap) {
     pinch(2);
     lift();
     tapAt({50, 50});
