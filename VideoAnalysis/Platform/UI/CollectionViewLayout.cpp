@@ -112,8 +112,10 @@ double FlowLayout::layOutSection(CollectionView& view, std::int64_t section, dou
 }
 
 Rect FlowLayout::frameOf(const UniformSection& section, std::int64_t item) const {
-    const double along = section.start + static_cast<double>(item / section.perLine) * section.lineStep;
-    const double across = section.acrossStart + static_cast<double>(item % section.perLine) * section.itemStep;
+    const std::int64_t line = item / section.perLine;
+    const std::int64_t place = item % section.perLine;
+    const double along = section.start + static_cast<double>(line) * section.lineStep;
+    const double across = section.acrossStart + static_cast<double>(place) * section.itemStep;
     return {isHorizontal() ? Point{along, across} : Point{across, along}, section.item};
 }
 
