@@ -116,8 +116,7 @@ private:
 /// Gives its pictures one by one, in later turns of the main queue.
 class HeadlessImageGenerator final : public media::ImageGenerator {
 public:
-    HeadlessImageGenerator(HeadlessMainQueue& queue, std::optional<HeadlessClip> clip)
-        : queue_(queue), clip_(std::move(clip)) {}
+    HeadlessImageGenerator(HeadlessMainQueue& queue, std::optional<HeadlessClip> clip) : queue_(queue), clip_(clip) {}
 
     void generate(const std::vector<media::Time>& times, Size maximumSize, Order order,
                   std::function<void(const media::GeneratedImage&)> handler) override;

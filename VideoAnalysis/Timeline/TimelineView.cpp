@@ -34,7 +34,7 @@ public:
 
     std::shared_ptr<ui::CollectionViewCell> cellForItemAt(ui::CollectionView& collection,
                                                           const ui::IndexPath& indexPath) override {
-        const auto dequeued = collection.dequeueReusableCell(tickCell, indexPath);
+        std::shared_ptr<ui::CollectionViewCell> dequeued = collection.dequeueReusableCell(tickCell, indexPath);
         const std::int64_t index = indexPath.item;
         const std::shared_ptr<TimelineViewDelegate> owner = view_.delegate.lock();
         const Color tint = owner ? owner->tickColor() : Color::white();

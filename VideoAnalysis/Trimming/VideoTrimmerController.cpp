@@ -113,7 +113,7 @@ media::Time VideoTrimmerController::endTime() const {
 
 void VideoTrimmerController::playerReadyToPlayFor(VideoView& ready) {
     if (isReady_) return;
-    const std::shared_ptr<media::Player> active = ready.player();
+    const std::shared_ptr<media::Player>& active = ready.player();
     const media::PlayerItem& item = *active->currentItem();
     const std::vector<media::VideoTrack> tracks = item.videoTracks();
     const media::Time frame = tracks.empty() ? media::Time(1, 30) : tracks.front().minFrameDuration;

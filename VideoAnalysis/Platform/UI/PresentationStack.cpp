@@ -69,7 +69,7 @@ void PresentationStack::hideOverlay(std::shared_ptr<ViewController> root) {
 }
 
 void PresentationStack::dismissAbove(const ViewController& viewController, bool animated) {
-    if (const auto above = viewController.presentedViewController()) dismiss(above, animated, {});
+    if (const auto& above = viewController.presentedViewController()) dismiss(above, animated, {});
 }
 
 // ---- Coming and leaving
