@@ -46,7 +46,7 @@ QString describeCapture(const CaptureStatistics& capture) {
     static_assert(std::tuple_size_v<decltype(CaptureStatistics::histogram)> == bins.size());
     QString text = QStringLiteral("capture  pictures %1 · max %2 ms, computed %3 ms · ms")
                        .arg(capture.count)
-                       .arg(number(capture.longest, 1), number(capture.longestComputed, 1));
+                       .arg(number(capture.max, 1), number(capture.maxComputed, 1));
     for (std::size_t bin = 0; bin < bins.size(); ++bin) {
         text += QStringLiteral(" %1: %2").arg(QLatin1String(bins[bin])).arg(capture.histogram[bin]);
     }

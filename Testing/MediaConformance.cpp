@@ -310,7 +310,7 @@ TEST_P(MediaConformance, LimitsRatesAndKeepsThePictureWhenPaused) {
 TEST_P(MediaConformance, PlaysAtTheRateAskedFor) {
     const MediaClip clip = firstClip();
     const auto player = open(clip.url);
-    // One player at the clip's own speed and one at twice that: the second goes twice as far, whatever the clock.
+    // One player at the clip's own speed and one at twice that: the second advances twice as far on any clock.
     const auto other = open(clip.url);
     player->play();
     other->setRate(2);

@@ -289,7 +289,7 @@ TEST_P(ScreenConformance, CompletesAPresentationThatIsDismissedHalfway) {
     const auto second = std::make_shared<Diary>();
     start->present(first, true, [&] { first->entries.emplace_back("presented"); });
     first->dismiss(true, [&] { first->entries.emplace_back("dismissed"); });
-    start->present(second, true, {});  // over the one that is on its way out
+    start->present(second, true, {});  // over the one that is being dismissed
     ASSERT_TRUE(wait([&] { return second->has("did appear") && first->has("dismissed"); }));
     presentAnother(*second);
     EXPECT_EQ(first->entries, (Entries{"loaded", "will appear", "did appear", "presented", "will disappear",

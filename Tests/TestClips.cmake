@@ -28,7 +28,7 @@ add_derived_test_clip(truncated.mp4 h264.mp4
     sh -c "head -c $(($(stat -c %s \"$1\") * 6 / 10)) \"$1\" > \"$2\"" sh FROM TO)
 add_derived_test_clip(audio-only.mp4 h264.mp4 ${ffmpeg} -i FROM -vn -c copy TO)
 file(MAKE_DIRECTORY "${testClips}")
-file(WRITE "${testClips}/text.mp4" "This is not a video, whatever its name says.\n")
+file(WRITE "${testClips}/text.mp4" "This is not a video, despite its name.\n")
 file(WRITE "${testClips}/empty.mp4" "")
 
 # One per codec and container, for random steps and seeks: small pictures, 120 frames at 30 per second.

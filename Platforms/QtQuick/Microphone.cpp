@@ -16,12 +16,12 @@ namespace videoanalysis::qt {
 namespace {
 
 constexpr int sampleRate = 48000;
-constexpr int mostChannels = 2;
+constexpr int maxChannels = 2;
 constexpr int blocksPerSecond = 25;
-constexpr int watchInterval = 250;                                  // milliseconds
-constexpr auto firstPatience = std::chrono::milliseconds(5000);     // until the first block
-constexpr auto smallestPatience = std::chrono::milliseconds(1000);  // between later ones
-constexpr unsigned long longestWait = 2000;                         // milliseconds, for a sound system that hangs
+constexpr int watchInterval = 250;                               // milliseconds
+constexpr auto firstPatience = std::chrono::milliseconds(5000);  // until the first block
+constexpr auto minTimeout = std::chrono::milliseconds(1000);     // between later ones
+constexpr unsigned long maxWait = 2000;                          // milliseconds, for a sound system that hangs
 
 }  // namespace
 
@@ -39,20 +39,20 @@ public:
         const QAudioFormat preferred = device.preferredFormat();
         format_ = QAudioFormat();
         format_.setSampleRate(sampleRate);
-        format_.setChannelCount(std::clamp(preferred.channelCount(), 1, mostChannels));
+        format_.setChannelCount(std::clamp(preferred.channelCount(), 1, maxChannels));
         format_.setSampleFormat(QAudioFormat::Float);
         if (!device.isFormatSupported(format_)) format_ = preferred;
         source_ = std::make_unique<QAudioSource>(device, format_);
         source_->setBufferSize(format_.bytesForDuration(2 * 1000000 / blocksPerSecond));
         QIODevice* input = source_->start();
-        if (!input || source_->error() != QAudio::NoError || format_.channelCount() > mostChannels) {
+        if (!input || source_->error() != QAudio::NoError || format_.channelCount() > maxChannels) {
             source_.reset();
             callbacks_.opened({}, QStringLiteral("the microphone cannot be opened"));
             return;
         }
         connect(input, &QIODevice::readyRead, this, [this, input] { read(*input); });
         lastHeard_ = Clock::now();
-        patience_ = firstPatience;
+        timeout_ = firstPatience;
         watch_ = std::make_unique<QTimer>();
         watch_->callOnTimeout(this, [this] { check(); });
         watch_->start(watchInterval);
@@ -70,7 +70,7 @@ private:
         const auto now = Clock::now();
         const int frames = format_.framesForBytes(static_cast<qint32>(bytes.size()));
         if (frames == 0) return;
-        patience_ = std::max<Clock::duration>(smallestPatience, 2 * (now - lastHeard_));
+        timeout_ = std::max<Clock::duration>(minTimeout, 2 * (now - lastHeard_));
         lastHeard_ = now;
         const auto count = static_cast<std::size_t>(frames * format_.channelCount());
         samples_.resize(count);
@@ -84,7 +84,7 @@ private:
     /// Not every sound system says that a device is gone.
     void check() {
         const bool isStopped = source_->state() == QAudio::StoppedState;
-        if (!isStopped && Clock::now() - lastHeard_ < patience_) return;
+        if (!isStopped && Clock::now() - lastHeard_ < timeout_) return;
         watch_->deleteLater();
         watch_->stop();
         (void)watch_.release();
@@ -98,7 +98,7 @@ private:
     std::unique_ptr<QTimer> watch_;
     std::vector<float> samples_;
     Clock::time_point lastHeard_;
-    Clock::duration patience_{};
+    Clock::duration timeout_{};
 };
 
 Microphone::Microphone() : thread_(new QThread), listener_(std::make_shared<Listener>()) {
@@ -113,7 +113,7 @@ Microphone::~Microphone() {
         listener->close();
         thread->quit();
     });
-    if (thread_->wait(longestWait)) delete thread_;
+    if (thread_->wait(maxWait)) delete thread_;
 }
 
 void Microphone::open(Callbacks callbacks) {

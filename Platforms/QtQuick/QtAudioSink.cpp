@@ -30,8 +30,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr double bufferSeconds = 0.25;
-constexpr auto patience = std::chrono::milliseconds(500);  // with a sound server that does not answer
-constexpr auto retryInterval = std::chrono::seconds(1);    // between attempts to open a device
+constexpr auto timeout = std::chrono::milliseconds(500);  // of a sound server that does not answer
+constexpr auto retryInterval = std::chrono::seconds(1);   // between attempts to open a device
 
 /// The process ends at once when `exit` is called or `main` returns.
 void exitWithoutCleaningUp() {
@@ -105,7 +105,7 @@ private:
 };
 
 /// The thread of all devices, from the first use to the end of the application object. Where the sound server hangs, Qt waits
-/// for it without end: nothing here waits for the thread longer than `patience`, and one that hangs to the end is left behind.
+/// for it without end: nothing here waits for the thread longer than `timeout`, and one that hangs to the end is left behind.
 class SoundThread {
 public:
     /// Null without an application object.
@@ -162,7 +162,7 @@ public:
         });
         if (!isPosted) return {};
         std::unique_lock lock(question->mutex);
-        question->answered.wait_for(lock, patience, [&] { return question->answer.has_value(); });
+        question->answered.wait_for(lock, timeout, [&] { return question->answer.has_value(); });
         if (!question->answer) isHanging_ = true;
         return question->answer;
     }
@@ -192,7 +192,7 @@ private:
             thread_->quit();
         };
         post(closeAll, true);
-        if (!thread_->wait(QDeadlineTimer(patience))) return false;
+        if (!thread_->wait(QDeadlineTimer(timeout))) return false;
         delete loop_;
         delete thread_;
         return true;

@@ -11,8 +11,8 @@
 namespace videoanalysis {
 
 /// Any thread; needs the application object, and may outlive it together with its outputs, which are silent then. All sinks
-/// share one thread, on which Qt's devices live and find an event loop. Calls wait for it 0.5 s at most, whatever the sound
-/// server does: when the server goes away or hangs, outputs take nothing, and go on by themselves once it is back.
+/// share one thread, on which Qt's devices live and find an event loop. Calls wait for it at most 0.5 s. While the sound
+/// server is gone or hangs, outputs accept nothing; they resume when it is back.
 class QtAudioSink final : public media::AudioSink {
 public:
     /// An output to the system's default device; it follows a change of the default when it begins again.

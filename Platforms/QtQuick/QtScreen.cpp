@@ -9,7 +9,7 @@
 namespace videoanalysis::qt {
 namespace {
 
-constexpr double lowestLayer = 1000;  // above whatever a host has put into its window
+constexpr double baseLayer = 1000;    // above everything a host has put into its window
 constexpr double layersPerLevel = 2;  // for the screen and for the backdrop under it
 
 /// Ties a host's view to the item that shows it.
@@ -64,7 +64,7 @@ void QtScreen::attach() {
         item_->setFlag(QQuickItem::ItemIsFocusScope);  // where keys go when no control has them
         item_->setParentItem(window_->contentItem());
     }
-    item_->setZ(lowestLayer + layersPerLevel * presentation_.level);
+    item_->setZ(baseLayer + layersPerLevel * presentation_.level);
     isAttached_ = true;
 }
 

@@ -14,9 +14,9 @@ namespace videoanalysis::qt {
 namespace {
 
 constexpr int microphonePatience = 2000;  // milliseconds; then the recording begins without it
-constexpr int largestSide = 8192;
+constexpr int maxSide = 8192;
 
-int even(int length) { return std::clamp(length & ~1, 2, largestSide); }
+int even(int length) { return std::clamp(length & ~1, 2, maxSide); }
 
 }  // namespace
 

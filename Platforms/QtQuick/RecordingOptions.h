@@ -17,8 +17,8 @@ struct RecordingOptions {
 /// How long taking pictures has held up the thread that they were taken on.
 struct CaptureStatistics {
     std::int64_t count = 0;
-    double longest = 0;          ///< milliseconds
-    double longestComputed = 0;  ///< milliseconds of processor time; the rest went to other programs
+    double max = 0;          ///< milliseconds
+    double maxComputed = 0;  ///< milliseconds of processor time; the rest went to other programs
     /// How many took less than 0.5, 1, 2, 4 milliseconds, and longer.
     std::array<std::int64_t, 5> histogram{};
 };

@@ -18,7 +18,7 @@
 namespace videoanalysis::qt {
 namespace {
 
-constexpr double topLayer = 1e6;  // above whatever a host has put into its window
+constexpr double topLayer = 1e6;  // above everything a host has put into its window
 
 bool isPlain(const QImage& image) {
     return image.format() == QImage::Format_RGB32 || image.format() == QImage::Format_ARGB32_Premultiplied ||
@@ -261,8 +261,8 @@ void SceneCapture::count(Clock::time_point start, double startComputed) {
     constexpr std::array limits{0.5, 1.0, 2.0, 4.0};
     const std::lock_guard lock(mutex_);
     ++statistics_.count;
-    statistics_.longest = std::max(statistics_.longest, milliseconds);
-    statistics_.longestComputed = std::max(statistics_.longestComputed, computed);
+    statistics_.max = std::max(statistics_.max, milliseconds);
+    statistics_.maxComputed = std::max(statistics_.maxComputed, computed);
     const auto place = std::upper_bound(limits.begin(), limits.end(), milliseconds) - limits.begin();
     ++statistics_.histogram[static_cast<std::size_t>(place)];
 }

@@ -6,7 +6,7 @@ ColorPickerView {
     id: picker
     solid: true
 
-    /// Lets nothing shine through, whatever the theme's translucency.
+    /// Opaque, independent of the theme's translucency.
     property bool opaque: false
     /// The swatch that the Tab key comes to.
     property int current: Math.max(0, selectedIndex)

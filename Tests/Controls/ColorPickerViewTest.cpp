@@ -56,7 +56,7 @@ TEST_F(ColorPickerViewTest, SwatchesAreLaidOutAsTheDelegateAsks) {
 
     picker->setLayoutDelegate({});
     picker->setFrame({0, 0, 300, 100});
-    EXPECT_EQ(picker->frameOfItem(0).size, (Size{44, 44})) << "large enough for a finger when nobody says";
+    EXPECT_EQ(picker->frameOfItem(0).size, (Size{44, 44})) << "large enough for a finger by default";
     picker->setColors({});
     EXPECT_EQ(picker->contentSize().height, 16);
 }

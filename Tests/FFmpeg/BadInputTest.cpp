@@ -1,4 +1,4 @@
-// Clips that are damaged at random, or that change while they are played: whatever the bytes are, the player shows a picture or
+// Clips that are damaged at random, or that change while they are played: for any bytes the player shows a picture or
 // fails, and stays within its budget.
 
 #include "FFmpeg/MediaTest.h"

@@ -212,7 +212,7 @@ TEST_F(MovieTest, FinishesAsAnOrdinaryMovieWithEveryPictureAtItsTime) {
     EXPECT_TRUE(facts.indexComesFirst);
     EXPECT_EQ(facts.complaints, "");
     EXPECT_NEAR(facts.end(), 2.0, 0.1);
-    EXPECT_LT(facts.longestGap(), 0.1) << "pictures are repeated while nothing changes";
+    EXPECT_LT(facts.maxGap(), 0.1) << "pictures are repeated while nothing changes";
     const auto pictures = picturesOf(plain, width, height);
     ASSERT_EQ(pictures.size(), facts.pictureTimes.size());
     ASSERT_EQ(static_cast<std::int64_t>(pictures.size()), statistics.taken + statistics.repeated);

@@ -27,8 +27,8 @@ TEST(StatisticsOverlay, NamesEveryFigureInOneLinePerSubject) {
     movie.failure = "the disk is full";
     CaptureStatistics capture;
     capture.count = 15;
-    capture.longest = 3.24;
-    capture.longestComputed = 1.5;
+    capture.max = 3.24;
+    capture.maxComputed = 1.5;
     capture.histogram = {1, 2, 3, 4, 5};
     EXPECT_EQ(host::StatisticsOverlay::describe(cache, movie, capture).toStdString(),
               "cache    100 of 512 MiB · clips 2 · frames 33 · hits 75.0 % of 40 · evicted 5\n"

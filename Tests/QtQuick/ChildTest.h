@@ -1,5 +1,5 @@
 #pragma once
-// A disabled test of this program, run in a process of its own: for what is fixed for a whole process, such as the scale of
+// A disabled test of this program, run in a separate process: for what is fixed for a whole process, such as the scale of
 // its screens, and for a program that may hang.
 
 #include <QByteArray>

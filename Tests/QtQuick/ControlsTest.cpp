@@ -45,7 +45,7 @@ protected:
 TEST_F(ControlsPage, BothThumbsFollowMouseFingersAndKeys) {
     openPage();
     auto* slider = named<qt::RangeSliderItem>("rangeSlider");
-    EXPECT_EQ(slider->lowerValue(), 20) << "in whatever order QML sets the properties";
+    EXPECT_EQ(slider->lowerValue(), 20) << "independent of the order in which QML sets the properties";
     EXPECT_EQ(slider->upperValue(), 70);
     screen->drawWithMouse({at(*slider, 0.2), at(*slider, 0.3), at(*slider, 0.4)});
     EXPECT_NEAR(slider->lowerValue(), 40, 1.5);

@@ -59,7 +59,7 @@ protected:
 
     // ---- Waiting
 
-    /// Lets the event loop run until `condition` holds. A failure says what was waited for, what `saw` tells of it (may be
+    /// Lets the event loop run until `condition` holds. A failure says what was waited for, what `saw` reports (may be
     /// empty), and what the screen showed when it gave up.
     testing::AssertionResult until(const char* what, const std::function<bool()>& condition,
                                    const std::function<std::string()>& saw = {}, int milliseconds = 10000) const {

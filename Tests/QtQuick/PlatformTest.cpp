@@ -54,7 +54,7 @@ TEST_F(QtQuickPlatformTest, EndlessPostingDoesNotStarveTimers) {
     int ticks = 0;
     const auto timer = platform->scheduleTimer(0.005, true, [&] { ++ticks; });
     EXPECT_TRUE(ScreenDriver::wait([&] { return ticks >= 5; }, 3000));
-    EXPECT_GT(hops, 1000) << "and the chain goes on meanwhile";
+    EXPECT_GT(hops, 1000) << "while the chain continues";
     goOn = false;
     timer->invalidate();
     EXPECT_FALSE(timer->isValid());

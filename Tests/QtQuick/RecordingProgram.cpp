@@ -18,7 +18,7 @@ namespace videoanalysis {
 namespace {
 
 constexpr const char* variable = "VIDEOANALYSIS_TEST_RECORDING";  // milliseconds
-constexpr int patience = 60000;                                   // milliseconds
+constexpr int timeout = 60000;                                    // milliseconds
 
 void say(const char* line) {
     std::puts(line);
@@ -89,7 +89,7 @@ bool RecordingProgram::waitFor(const char* line) {
 bool RecordingProgram::waitFor(const std::function<bool()>& condition) {
     QElapsedTimer timer;
     timer.start();
-    while (timer.elapsed() < patience) {
+    while (timer.elapsed() < timeout) {
         process_.waitForReadyRead(1);
         if (condition()) return true;
         if (process_.state() == QProcess::NotRunning) return false;
@@ -99,12 +99,12 @@ bool RecordingProgram::waitFor(const std::function<bool()>& condition) {
 
 void RecordingProgram::kill() {
     process_.kill();
-    process_.waitForFinished(patience);
+    process_.waitForFinished(timeout);
 }
 
 bool RecordingProgram::close() {
     process_.closeWriteChannel();
-    if (!process_.waitForFinished(patience)) return false;
+    if (!process_.waitForFinished(timeout)) return false;
     return process_.exitStatus() == QProcess::NormalExit && process_.exitCode() == 0;
 }
 

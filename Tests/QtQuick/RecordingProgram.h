@@ -1,5 +1,5 @@
 #pragma once
-// The program with a user at its controls who records a clip and stops, in a process of its own, for tests that end it at
+// The program with a user at its controls who records a clip and stops, in a separate process, for tests that end it at
 // any moment.
 
 #include <QProcess>

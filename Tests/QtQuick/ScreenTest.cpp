@@ -229,7 +229,7 @@ TEST_F(AnalysisScreenTest, KeyboardMovesThroughThePaletteAndPicks) {
 
 class ConfiguredScreenTest : public AnalysisScreenTest {
 protected:
-    /// The analysis of a clip as a host of its own presents it.
+    /// The analysis of a clip, presented by a separate host.
     void present(const VideoAnalysisConfiguration& configuration, ui::ModalPresentationStyle style,
                  QSize size = QSize(1280, 800)) {
         host = std::make_shared<host::HostApplication>(QStringList(), [](const QString&) {});
@@ -250,7 +250,7 @@ protected:
     void TearDown() override {
         QtQuickPlatform::setReducesMotion(false);
         QGuiApplication::setLayoutDirection(Qt::LeftToRight);
-        // Without a delegate, nobody lets the close button close.
+        // Without a delegate the close button does nothing.
         mainStore().dispatch(DismissAction(false, {}));
         mainStore().dispatch(ClearStateAction());
         waitUntilClosed();
@@ -467,7 +467,7 @@ TEST_F(ConfiguredScreenTest, HundredVisitsLeakNothing) {
     EXPECT_EQ(after.size(), standing.size());
 }
 
-// ---- Sharpness, each scale in a process of its own
+// ---- Sharpness, each scale in a separate process
 
 TEST_F(ConfiguredScreenTest, DISABLED_GlyphsAreDrawnInThePixelsOfTheScreen) {
     open({clip("h264.mp4")}, QSize(640, 640));

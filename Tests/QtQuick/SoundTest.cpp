@@ -53,7 +53,7 @@ TEST_F(SoundOnTheScreen, IsAudibleOnlyWhilePlaying) {
     };
     EXPECT_TRUE(until("the clip's tone is heard", isHeard, [&] { return std::to_string(pitch) + " Hz"; }));
     screen->click(QStringLiteral("playPauseButton"));
-    // What was on its way to the loudspeaker comes before the silence.
+    // Samples that are already queued play before the silence.
     EXPECT_TRUE(until("half a second of silence is heard", [&] {
         const std::vector<float> samples = server.heard();
         const std::vector<float> latest(samples.end() - std::min<std::ptrdiff_t>(24000, std::ssize(samples)),
@@ -63,7 +63,7 @@ TEST_F(SoundOnTheScreen, IsAudibleOnlyWhilePlaying) {
     server.stopListening();
 }
 
-// ---- A server that fails, each time in a process of its own
+// ---- A server that fails, each time in a separate process
 
 class FailingServer : public OpenScreen {
 protected:

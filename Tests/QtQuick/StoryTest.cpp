@@ -95,7 +95,7 @@ TEST_F(StoryTest, StoredClipIsDrawnOnScrubbedLockedRotatedRecordedAndClosed) {
     first.dismiss(true, [&] { isGone = true; });
     ASSERT_TRUE(until([&] { return isGone && screen->playerCount() == 0; }));
 
-    // Opened again beside another clip, it is there; each clip takes strokes of its own, at its own moment.
+    // Opened again beside another clip, it is there; each clip takes its own strokes, at its own moment.
     VideoAnalysisController analysis = visit({stored, clipOnDisk});
     ASSERT_TRUE(becomesInked(0, 0.3)) << "the stored drawing";
     EXPECT_FALSE(isInked(1, 0.5, 0.3));

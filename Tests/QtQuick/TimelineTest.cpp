@@ -144,7 +144,7 @@ TEST_F(TimelineScreenTest, ReducedMotionThrowsNothing) {
     ASSERT_TRUE(isThrown(0));
     const bool wasReduced = qt::Motion::shared().isReduced();
     qt::Motion::shared().setReduced(true);
-    EXPECT_FALSE(isThrown(0)) << "one that is on its way ends";
+    EXPECT_FALSE(isThrown(0)) << "a running one ends";
     throwRuler(0);
     EXPECT_FALSE(isThrown(0));
     qt::Motion::shared().setReduced(wasReduced);

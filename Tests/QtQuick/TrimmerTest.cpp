@@ -194,7 +194,7 @@ TEST_F(TrimScreen, BlocksInputBelowAndClosesWithTheAnalysis) {
     waitUntilIdle();
     EXPECT_TRUE(isOpen());
     EXPECT_EQ(screen->playerCount(), 2U);
-    // The host ends the analysis meanwhile.
+    // The host ends the analysis while the trim screen is open.
     mainStore().dispatch(DismissAction(true, {}));
     mainStore().dispatch(ClearStateAction());
     EXPECT_TRUE(until([&] { return !isOpen(); }));

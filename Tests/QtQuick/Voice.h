@@ -19,7 +19,7 @@ public:
 
     bool isReady() const { return isReady_; }
     /// Plays a short tone at about now, and says when it was really heard, by the word of a listener beside the program's
-    /// microphone. Lets the event loop run meanwhile. A time of zero when it was not heard.
+    /// microphone. Runs the event loop while it waits. A time of zero when it was not heard.
     Clock::time_point beep();
     /// Takes the microphone and all other devices away.
     static void unplug();

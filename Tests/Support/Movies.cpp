@@ -41,7 +41,7 @@ std::string outputOf(const std::string& command) {
     return output;
 }
 
-double MovieFacts::longestGap() const {
+double MovieFacts::maxGap() const {
     double longest = 0;
     for (std::size_t i = 1; i < pictureTimes.size(); ++i) {
         longest = std::max(longest, pictureTimes[i] - pictureTimes[i - 1]);

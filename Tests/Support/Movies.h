@@ -22,7 +22,7 @@ struct MovieFacts {
     bool indexComesFirst = false;  ///< index at the front and no fragments
 
     double end() const { return pictureTimes.empty() ? 0 : pictureTimes.back(); }
-    double longestGap() const;
+    double maxGap() const;
 };
 /// All fields are empty if the file is not a movie.
 MovieFacts factsOf(const std::string& path);

@@ -37,7 +37,7 @@ WebServer::WebServer(const std::string& file) {
     bytes_.assign(std::istreambuf_iterator<char>(stream), {});
     heldFrom_ = bytes_.size();
     listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    // Little is on its way to a client that does not read, so that what is held back is soon missing.
+    // Little is in flight to a client that does not read, so that withheld bytes are soon missing.
     const int sendBufferSize = 16'384;
     setsockopt(listener_, SOL_SOCKET, SO_SNDBUF, &sendBufferSize, sizeof sendBufferSize);
     sockaddr_in address{};

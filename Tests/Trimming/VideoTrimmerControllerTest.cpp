@@ -294,7 +294,7 @@ TEST_F(VideoTrimmerControllerTest, SavedEditReplacesTheClipAfterTheEditorCloses)
     EXPECT_TRUE(path.starts_with("/tmp/") && path.ends_with(".mov")) << path;
     EXPECT_EQ(path.size(), std::string("/tmp/.mov").size() + 36);
 
-    // Its progress is shown, nothing else can be pressed meanwhile.
+    // Its progress is shown; nothing else can be pressed until it ends.
     EXPECT_FALSE(screen->saveButton.lock()->isEnabled());
     EXPECT_FALSE(trimmer->isEnabled());
     EXPECT_EQ(playerOf(*screen).rate(), 0);
@@ -369,7 +369,7 @@ TEST_F(VideoTrimmerControllerTest, FailedSaveIsLoggedAndChangesNothing) {
 }
 
 TEST_F(VideoTrimmerControllerTest, ClipMayBeReplacedOrRemovedWhileTheEditorIsOpen) {
-    // Replaced: the edit of the old clip reaches nobody.
+    // Replaced: the edit of the old clip is dropped.
     auto screen = edit();
     screen->save(control);
     store().dispatch(UpdateMediaAction(0, clip("c.mp4")));

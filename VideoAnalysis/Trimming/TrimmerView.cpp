@@ -10,11 +10,11 @@
 namespace videoanalysis {
 namespace {
 
-constexpr double reach = 24;       // points on either side of a handle that still take it
-constexpr double stillness = 4;    // points that a finger may move and still be held still
-constexpr double zoomedPart = 8;   // the row shows this part of the clip, but not less than the next
-constexpr double leastZoomed = 2;  // seconds
-constexpr std::size_t mostThumbnails = 200;
+constexpr double reach = 24;      // points on either side of a handle that still take it
+constexpr double stillness = 4;   // points that a finger may move and still be held still
+constexpr double zoomedPart = 8;  // the row shows this part of the clip, but not less than the next
+constexpr double minZoomed = 2;   // seconds
+constexpr std::size_t maxThumbnails = 200;
 
 }  // namespace
 
@@ -131,7 +131,7 @@ void TrimmerView::layOutThumbnails(double aspect) {
     const Rect row = rowRect();
     const double span = visibleEnd_ - visibleStart_;
     if (row.isEmpty() || span <= 0 || !(aspect > 0)) return;
-    const double width = std::max(row.size.height * aspect, row.size.width / mostThumbnails);
+    const double width = std::max(row.size.height * aspect, row.size.width / maxThumbnails);
     const auto count = static_cast<std::size_t>(std::ceil(row.size.width / width));
     std::vector<Thumbnail> laidOut(std::max<std::size_t>(count, 1));
     for (std::size_t i = 0; i < laidOut.size(); ++i) {
@@ -225,7 +225,7 @@ void TrimmerView::waitForHold() {
 }
 
 void TrimmerView::zoomIn() {
-    const double span = std::max(duration_ / zoomedPart, leastZoomed);
+    const double span = std::max(duration_ / zoomedPart, minZoomed);
     if (span >= duration_ || tracked_ == Part::none) return;
     // The handle stays under the finger.
     const double time = tracked_ == Part::start ? start_ : end_;

@@ -1,6 +1,6 @@
 #pragma once
 // The trim screen: the clip plays in a loop between two handles, may be cropped, and what is kept is saved to a new file.
-// A player's controller presents it and hears of the outcome as its delegate.
+// A player's controller presents it and receives the outcome as its delegate.
 
 #include "VideoAnalysis/Platform/Media.h"
 #include "VideoAnalysis/Platform/UI/Control.h"
@@ -59,7 +59,7 @@ public:
     void togglePlaying(ui::Control& sender);
     void toggleCropping(ui::Control& sender);
     void chooseAspect(ui::Control& sender);
-    /// Writes what is kept to a file in the temporary directory; the delegate hears of it.
+    /// Writes what is kept to a file in the temporary directory; the delegate is notified.
     void save(ui::Control& sender);
     /// While saving: ends that, and the screen stays. Otherwise the delegate hears that nothing comes of it.
     void cancel(ui::Control& sender);

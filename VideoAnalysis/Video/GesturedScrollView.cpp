@@ -111,10 +111,10 @@ void GesturedScrollView::zoomDidEnd() {
     const std::shared_ptr<SketchView> sketch = sketchView.lock();
     if (!sketch || sketch->bounds().isEmpty()) return;
     // Each movement of a stroke paints on a bitmap of this many pixels.
-    constexpr double mostPixels = 4e6;
+    constexpr double maxPixels = 4e6;
     const double screen = platform().mainScreen().scale();
     const double pixels = sketch->bounds().size.width * sketch->bounds().size.height * screen * screen;
-    sketch->setContentScale(std::max(std::min(zoomScale(), std::sqrt(mostPixels / pixels)), 1.0));
+    sketch->setContentScale(std::max(std::min(zoomScale(), std::sqrt(maxPixels / pixels)), 1.0));
 }
 
 void GesturedScrollView::resetZoom() {

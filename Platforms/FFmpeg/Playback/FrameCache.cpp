@@ -41,7 +41,7 @@ void FrameCache::insert(ClipNumber number, std::shared_ptr<const DecodedFrame> f
     Clip& clip = found->second;
     const std::int64_t index = frame->index();
     const std::size_t bytes = frame->byteCount();
-    if (!clip.frames.try_emplace(index, std::move(frame)).second) return;
+    if (!clip.frames.emplace(index, std::move(frame)).second) return;
     clip.bytes += bytes;
     trim(clip, evicted);
 }

@@ -25,7 +25,7 @@ struct ReadAheadOptions {
     /// Frames decoded ahead of the playhead while playing.
     std::int64_t framesAheadWhilePlaying = 8;
 
-    // What a seek keeps of the frames that it decodes on its way from the keyframe: stepping back then starts without a wait,
+    // What a seek keeps of the frames that it decodes from the keyframe on: stepping back then starts without a wait,
     // which is the time to decode the frames before. Not all of them, as frames that are kept go to memory outside the
     // processor's cache, which makes the seek slower: 4 and a third of the way.
     std::int64_t minKeptBySeek = 4;

@@ -1,6 +1,6 @@
 #pragma once
 // Plays a clip's sound in sync with its pictures: it follows the clock of playback and never drives it, so that two players
-// started together stay together whatever their audio devices do. Playback starts and stops it.
+// started together stay together independently of their audio devices. Playback starts and stops it.
 
 #include "VideoAnalysis/Platform/AudioSink.h"
 #include "VideoAnalysis/Platform/Media.h"

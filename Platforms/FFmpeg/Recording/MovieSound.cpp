@@ -121,8 +121,9 @@ void MovieSound::addSilence(double seconds) {
 void MovieSound::resample(const float* samples, std::size_t count) {
     const int room = swr_get_out_samples(resampler_, static_cast<int>(count)) + 32;
     std::vector<float> out(static_cast<std::size_t>(room) * static_cast<std::size_t>(channels_));
-    std::array<std::uint8_t*, 2> planes{reinterpret_cast<std::uint8_t*>(out.data()),
-                                        reinterpret_cast<std::uint8_t*>(out.data() + (channels_ - 1) * room)};
+    std::array<std::uint8_t*, 2> planes{
+        reinterpret_cast<std::uint8_t*>(out.data()),
+        reinterpret_cast<std::uint8_t*>(out.data() + std::ptrdiff_t{channels_ - 1} * room)};
     const auto* bytes = reinterpret_cast<const std::uint8_t*>(samples);
     const int made = swr_convert(resampler_, planes.data(), room, samples ? &bytes : nullptr, static_cast<int>(count));
     if (made <= 0) return;

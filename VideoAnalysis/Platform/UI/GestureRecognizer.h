@@ -1,5 +1,5 @@
 #pragma once
-// What a finger or the mouse is doing on a view, as the component hears of it. The component's gestures decide which gesture a
+// What a finger or the mouse is doing on a view, as the component receives it. The component's gestures decide which gesture a
 // touch is and move the recognizer through its states, which calls its handler.
 
 #include "VideoAnalysis/Platform/Geometry.h"

@@ -1,5 +1,5 @@
 #pragma once
-// A key of a keyboard as a screen hears of it. The platform tells the topmost screen of those that no focused control takes.
+// A key press as a screen receives it. The platform passes those that no focused control handles to the topmost screen.
 
 namespace videoanalysis::ui {
 

@@ -1,6 +1,6 @@
 #pragma once
 // A view that shows a part of a larger content, with an offset and a zoom. The platform feeds drags, decelerations and
-// pinches in; the delegate hears of them as described.
+// pinches in; the delegate is notified as described.
 
 #include "VideoAnalysis/Platform/UI/View.h"
 
@@ -60,7 +60,7 @@ public:
 
 protected:
     virtual void contentOffsetWillChange(Point /*newOffset*/) {}
-    /// After each change of the offset, before the delegate hears of it.
+    /// After each change of the offset, before the delegate is notified.
     virtual void contentOffsetDidChange() {}
 
 private:
