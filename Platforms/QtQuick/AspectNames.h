@@ -5,7 +5,7 @@
 
 #include <QObject>
 
-namespace videoanalysis::qt::aspectNames {
+namespace videoanalysis::qt::aspect_names {
 Q_NAMESPACE
 
 enum class Aspect {
@@ -17,4 +17,4 @@ enum class Aspect {
 };
 Q_ENUM_NS(Aspect)
 
-}  // namespace videoanalysis::qt::aspectNames
+}  // namespace videoanalysis::qt::aspect_names

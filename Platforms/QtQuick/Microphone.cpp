@@ -72,7 +72,7 @@ private:
         if (frames == 0) return;
         timeout_ = std::max<Clock::duration>(minTimeout, 2 * (now - lastHeard_));
         lastHeard_ = now;
-        const auto count = static_cast<std::size_t>(frames * format_.channelCount());
+        const auto count = static_cast<std::size_t>(frames) * static_cast<std::size_t>(format_.channelCount());
         samples_.resize(count);
         const int size = format_.bytesPerSample();
         for (std::size_t i = 0; i < count; ++i) {

@@ -62,9 +62,9 @@ void registerTypes() {
         qmlRegisterType<RangeSliderItem>(uri, 1, 0, "RangeSlider");
         qmlRegisterType<CheckboxItem>(uri, 1, 0, "Checkbox");
         qmlRegisterType<IconItem>(uri, 1, 0, "Icon");
-        qmlRegisterUncreatableMetaObject(toolNames::staticMetaObject, uri, 1, 0, "Tool",
+        qmlRegisterUncreatableMetaObject(tool_names::staticMetaObject, uri, 1, 0, "Tool",
                                          QStringLiteral("Tool is a list of names"));
-        qmlRegisterUncreatableMetaObject(aspectNames::staticMetaObject, uri, 1, 0, "Aspect",
+        qmlRegisterUncreatableMetaObject(aspect_names::staticMetaObject, uri, 1, 0, "Aspect",
                                          QStringLiteral("Aspect is a list of names"));
         qmlRegisterType<StoryboardScene>(uri, 1, 0, "Scene");
         qmlRegisterType<StoryboardDocument>(uri, 1, 0, "Storyboard");

@@ -5,7 +5,7 @@
 
 #include <QObject>
 
-namespace videoanalysis::qt::toolNames {
+namespace videoanalysis::qt::tool_names {
 Q_NAMESPACE
 
 enum class Tool {
@@ -20,4 +20,4 @@ enum class Tool {
 };
 Q_ENUM_NS(Tool)
 
-}  // namespace videoanalysis::qt::toolNames
+}  // namespace videoanalysis::qt::tool_names
