@@ -186,7 +186,7 @@ Storyboard {
                 readonly property real belowClipButtons: topBar.height + 12 + 44 + 4
                 readonly property bool isFlat: room < stripLength + 12 + 44 + 8 + 8
 
-                /// The lying strip stands just above the player's controls, or else beside the clip's buttons (which are at
+                /// The horizontal strip is just above the player's controls, or else beside the clip's buttons (which are at
                 /// the right in any language), or else in the lower player's picture.
                 readonly property real flatY: {
                     const aboveControls = Math.round(topBar.height + room - 8 - 52)
@@ -270,7 +270,7 @@ Storyboard {
                             }
                             return null;
                         }
-                        /// Where the marker stands beside a standing strip; the layout may have moved the tool since.
+                        /// The marker's place beside a vertical strip; the layout may have moved the tool since.
                         readonly property real markerY: y + (chosen ? chosen.y + 22 : marker.y + marker.height / 2)
 
                         GlyphButton {
@@ -337,7 +337,7 @@ Storyboard {
                         height: toolGroup.isFlat ? 20 : 44
                         enabled: !toolGroup.isFlat // where the chosen tool alone is the button
 
-                        // Where the marker stands, from the leading end.
+                        // The marker's place, from the leading end.
                         readonly property real center: toolGroup.isFlat ? 22 : tools.x + marker.x + marker.width / 2 - x
 
                         Behavior on x {

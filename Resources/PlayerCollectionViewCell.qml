@@ -1,4 +1,4 @@
-// One player: its picture, the drawings over it, and what stands there while there is no picture.
+// One player: its picture, the drawings over it, and what is shown while there is no picture.
 import QtQuick
 import VideoAnalysis
 import "Controls"

@@ -27,9 +27,9 @@ public:
     void take(QtScreen& screen, const ui::Presentation& presentation);
     /// `screen` is leaving: what it has covered has the keyboard again.
     void giveBack(const QtScreen& screen);
-    /// The window's focus has moved. An item that is covered or hidden would still hear every key.
+    /// The window's focus has moved. An item that is covered or hidden would still receive every key.
     void keepOnTop();
-    /// What the window hears, before its items do.
+    /// The window's events, before its items receive them.
     void noteInput(const QEvent& event);
 
 private:

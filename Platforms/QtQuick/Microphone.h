@@ -1,5 +1,5 @@
 #pragma once
-// The microphone of a recording: opens the system's default one and hands over what it hears, on a separate thread, so that
+// The microphone of a recording: opens the system's default one and hands over its samples, on a separate thread, so that
 // the main thread never waits for a device. The screen recorder uses it.
 
 #include <QString>

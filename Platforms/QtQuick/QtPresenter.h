@@ -21,7 +21,7 @@ public:
 
     void setPreferredOrientation(ui::DeviceOrientation orientation) override;
 
-    /// Keys that no focused item has taken, and what the window hears.
+    /// Keys that no focused item has handled, and the window's events.
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 protected:

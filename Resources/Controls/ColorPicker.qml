@@ -45,7 +45,7 @@ ColorPickerView {
             interactive: contentHeight > height + 0.5
             clip: interactive
 
-            // The view says where it stands, and hears where the user takes it.
+            // The view sets the position and receives the user's changes.
             onContentYChanged: picker.contentY = contentY
 
             Connections {

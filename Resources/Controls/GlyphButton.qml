@@ -10,7 +10,7 @@ Button {
     /// A ring in this colour says that the button is chosen.
     property bool checked: selected
     property color ringColor: Theme.accent
-    /// A tint that the component has set counts; white stands for the theme's own colour.
+    /// The tint that the component has set; white means the theme's own colour.
     readonly property color ink: Qt.colorEqual(tintColor, "white") ? Theme.ink : tintColor
 
     implicitWidth: Math.max(44, label.visible ? label.implicitWidth + 16 : 0)

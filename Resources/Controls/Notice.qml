@@ -1,4 +1,4 @@
-// A quiet picture that stands where there is no video: a glyph, one short line, and the reason where there is one.
+// A placeholder where there is no video: a glyph, one short line, and the reason where there is one.
 import QtQuick
 import VideoAnalysis
 

@@ -61,7 +61,7 @@ public:
     void chooseAspect(ui::Control& sender);
     /// Writes what is kept to a file in the temporary directory; the delegate is notified.
     void save(ui::Control& sender);
-    /// While saving: ends that, and the screen stays. Otherwise the delegate hears that nothing comes of it.
+    /// While saving: cancels it, and the screen stays. Otherwise the delegate is notified of the cancellation.
     void cancel(ui::Control& sender);
 
     void playerReadyToPlayFor(VideoView& ready) override;

@@ -106,7 +106,7 @@ private:
 class Slider : public Control {
 public:
     float value() const { return value_; }
-    /// Limited to the range; tells no action, only the user's own movement does.
+    /// Limited to the range; sends no action: only the user's movement does.
     void setValue(float value);
     float minimumValue() const { return minimum_; }
     float maximumValue() const { return maximum_; }

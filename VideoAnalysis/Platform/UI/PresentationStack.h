@@ -1,6 +1,6 @@
 #pragma once
 // The screens that are presented in one window: their order, their appearance callbacks, where they are placed and which of them
-// hears a key. A platform's presenter derives from it and supplies a peer for each screen, which shows it.
+// receives a key. A platform's presenter derives from it and supplies a peer for each screen, which shows it.
 
 #include "VideoAnalysis/Platform/UI/Appearance.h"
 #include "VideoAnalysis/Platform/UI/Placement.h"
@@ -13,7 +13,7 @@
 namespace videoanalysis::ui {
 
 /// Shows one screen. The stack makes each call once, in this order, except for `place`, and none from inside a call of the
-/// component. A screen that is dismissed before it has come gets the last three only.
+/// component. A screen that is dismissed before it has appeared receives the last three only.
 class ScreenPeer {
 public:
     virtual ~ScreenPeer() = default;
@@ -25,7 +25,7 @@ public:
     virtual void place(const Placement&) {}
     /// Fades in over `seconds`.
     virtual void show(double /*seconds*/) {}
-    /// The screen is shown and leaves nothing to be seen of `below`, which has presented it.
+    /// The screen is shown and covers `below`, which has presented it, completely.
     virtual void hideBelow(ViewController& /*below*/) {}
     /// The screen is about to leave: what `hideBelow` has hidden is visible again. This may still come once the stack is gone.
     virtual void showBelow() {}
@@ -61,8 +61,8 @@ public:
     void showOverlay(std::shared_ptr<ViewController> root) override;
     void hideOverlay(std::shared_ptr<ViewController> root) override;
 
-    /// A key that no control has taken: the overlays and the screen on top hear it, the latest first. Returns whether one has a
-    /// use for it.
+    /// A key that no control has handled: passes it to the overlays and the screen on top, the latest first. Returns whether
+    /// one of them handled it.
     bool keyPressed(const KeyPress& press);
     /// The window has another size, or the device is held in another way: the screens follow in the next turn, once for
     /// several calls.
@@ -84,7 +84,7 @@ protected:
 
 private:
     std::shared_ptr<Presentation> find(const std::shared_ptr<ViewController>& controller) const;
-    /// A screen takes along what is presented over it.
+    /// Dismisses what is presented over a screen.
     void dismissAbove(const ViewController& viewController, bool animated);
     void appear(std::shared_ptr<Presentation> presentation, bool animated);
     void bringIn(Presentation& presentation, bool animated);
