@@ -23,7 +23,7 @@ CommandLine failure(const QString& message) {
 constexpr char16_t escapedByte = 0xDC00;
 
 QString textOf(const QByteArray& bytes) {
-    const QString text = QString::fromUtf8(bytes);
+    QString text = QString::fromUtf8(bytes);
     if (text.toUtf8() == bytes) return text;
     QString escaped;
     for (const char c : bytes) {

@@ -6,6 +6,6 @@ set -euo pipefail
 mkdir -p build
 {
     cat Doxyfile
-    echo "INPUT = README.md CONTRIBUTING.md $(tr '\n' ' ' <"$1")"
+    echo "INPUT = $(echo *.md Documentation/*.md Documentation/examples/*.cpp) $(tr '\n' ' ' <"$1")"
 } | doxygen -
 echo "doxygen: no warnings in $(wc -l <"$1") headers; see build/reference/html/index.html."
